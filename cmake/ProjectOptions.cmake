@@ -1,0 +1,34 @@
+# What every target of the project is compiled with: link `project_options`.
+
+add_library(project_options INTERFACE)
+target_compile_features(project_options INTERFACE cxx_std_20)
+set(CMAKE_CXX_EXTENSIONS OFF)
+
+# Sources include each other as "folder/name.h".
+target_include_directories(project_options INTERFACE ${PROJECT_SOURCE_DIR})
+
+target_compile_options(
+  project_options
+  INTERFACE -Wall
+            -Wextra
+            -Wpedantic
+            -Wshadow
+            -Wconversion
+            -Wsign-conversion
+            -Werror)
+
+# Large files also where `long` has 32 bits: without it readdir and stat fail on big inode numbers.
+target_compile_definitions(project_options INTERFACE _FILE_OFFSET_BITS=64)
+
+option(USB_RX_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+if(USB_RX_SANITIZE)
+  target_compile_options(project_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
+                                                   -fno-omit-frame-pointer)
+  target_link_options(project_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+option(USB_RX_COVERAGE "Build for line coverage with gcov" OFF)
+if(USB_RX_COVERAGE)
+  target_compile_options(project_options INTERFACE --coverage -fprofile-update=atomic)
+  target_link_options(project_options INTERFACE --coverage)
+endif()
