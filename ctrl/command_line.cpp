@@ -1,0 +1,101 @@
+#include "ctrl/command_line.h"
+
+#include <cstdlib>
+#include <iostream>
+#include <optional>
+
+#include "ctrl/settings.h"
+#include "ulx/items.h"
+
+namespace {
+
+// Both lists are refused in the words of the debug list.
+[[noreturn]] void refuseItem(std::string_view item) {
+  std::cerr << "Invalid debug option '" << item << "'\n";
+  std::exit(EXIT_FAILURE);
+}
+
+// What follows `option` (which ends in "=") in `argument`; nothing when it is another argument.
+std::optional<std::string_view> valueOf(std::string_view option, std::string_view argument) {
+  if (!argument.starts_with(option)) {
+    return std::nullopt;
+  }
+  return argument.substr(option.size());
+}
+
+}  // namespace
+
+void printUsage() {
+  std::cerr << "Usage: usb_rx_ctrl [--class={none,keyboard,scsi,all}] [--debug={ctrl,generic,keyboard,scsi}]"
+               " [--syslog|--stderr] [--keys <inkey> <outkey>]  [--sock=<socketpath>] [--intf=<networkconn>]"
+               " <hostname> <port> <speed>\n";
+  std::exit(EXIT_FAILURE);
+}
+
+std::uint32_t parseClassList(std::string_view list) {
+  std::uint32_t classes = 0;
+  ulx::forEachItem(list, ',', [&classes](std::string_view item) {
+    if (item == "none") {
+      classes = 0;
+    } else if (item == "keyboard") {
+      classes |= keyboardClass;
+    } else if (item == "scsi") {
+      classes |= storageClass;
+    } else if (item == "all") {
+      classes = allClasses;
+    } else {
+      refuseItem(item);
+    }
+  });
+  return classes;
+}
+
+void parseDebugList(std::string_view list) {
+  ulx::forEachItem(list, ',', [](std::string_view item) {
+    if (item == "ctrl") {
+      settings.debugCtrl = true;
+    } else if (item == "generic") {
+      settings.debugGeneric = true;
+    } else if (item == "keyboard") {
+      settings.debugKeyboard = true;
+    } else if (item == "scsi") {
+      settings.debugScsi = true;
+    } else if (item != "none") {
+      refuseItem(item);
+    }
+  });
+}
+
+Options parseOptions(int argc, char* const argv[]) {
+  Options options;
+  for (int i = 1; i < argc - positionalCount; ++i) {
+    const std::string_view argument = argv[i];
+    if (const auto debugList = valueOf("--debug=", argument)) {
+      parseDebugList(*debugList);
+      options.debugGiven = true;
+    } else if (const auto classList = valueOf("--class=", argument)) {
+      options.classes = parseClassList(*classList);
+      options.classGiven = true;
+    } else if (argument == "--syslog") {
+      settings.logToSyslog = true;
+      options.logGiven = true;
+    } else if (argument == "--stderr") {
+      settings.logToSyslog = false;
+      options.logGiven = true;
+    } else if (argument == "--keys") {
+      // The keys may reach into the last three arguments, which are read as positionals all the same.
+      if (i + 2 >= argc) {
+        printUsage();
+      }
+      options.inkey = argv[++i];
+      options.outkey = argv[++i];
+    } else if (const auto socketPath = valueOf("--sock=", argument)) {
+      options.socketPath = *socketPath;
+    } else if (const auto interface = valueOf("--intf=", argument)) {
+      options.interface = *interface;
+    } else {
+      printUsage();
+    }
+  }
+  return options;
+}

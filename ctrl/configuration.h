@@ -1,0 +1,23 @@
+#pragma once
+
+#include "config/dictionary.h"
+
+/*
+ * The daemon's view of "/vel/quor.conf": loaded at the first query, then kept until a reload is requested.
+ * Keys are "section:key".
+ */
+
+/** The kept dictionary, loaded if it is stale; null when the file cannot be loaded. */
+const ConfigDictionary* configDictionary();
+
+/** The text of `key`; `fallback` when the file has no such key; null when there is no file at all. */
+const char* getConfigString(const char* key, const char* fallback = nullptr);
+
+/** iniparser's boolean reading of `key`; `fallback` when there is no such key, or no file. */
+bool getConfigBool(const char* key, bool fallback);
+
+/** Makes the next query load the file again. */
+void requestConfigReload();
+
+/** Frees the kept dictionary and forgets it; queries find no file until a reload is requested. */
+void releaseConfig();

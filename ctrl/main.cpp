@@ -1,0 +1,85 @@
+#include <boost/lexical_cast.hpp>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include "ctrl/command_line.h"
+#include "ctrl/configuration.h"
+#include "ctrl/messages.h"
+#include "ctrl/rx_ctrl.h"
+#include "ctrl/settings.h"
+#include "ctrl/signals.h"
+#include "ulx/exceptions.h"
+
+namespace {
+
+// What the options leave open is taken from the configuration.
+void applyConfiguration(const Options& options) {
+  const char* debugList = options.debugGiven ? nullptr : getConfigString("usb:debug");
+  if (debugList != nullptr) {
+    parseDebugList(debugList);
+  }
+  const char* classList = options.classGiven ? nullptr : getConfigString("usb:classes");
+  if (classList != nullptr) {
+    parseClassList(classList);  // can refuse a bad list, but sets nothing: only the option chooses classes
+  }
+  if (!options.logGiven && getConfigString("usb:log_to_syslog") != nullptr) {
+    settings.logToSyslog = true;  // whatever the value, "0" too
+  }
+}
+
+std::string connectFailTimeoutText() {
+  const char* configured = getConfigString("usb:connect_fail_timeout");
+  return configured == nullptr ? "10" : configured;
+}
+
+void runDaemon(int argc, char* const argv[]) {
+  const Options options = parseOptions(argc, argv);
+  applyConfiguration(options);
+  const std::string timeoutText = connectFailTimeoutText();
+  char* const* positionals = argv + argc - positionalCount;
+  const auto ctrl = std::make_unique<RxCtrl>(
+      positionals[0], boost::lexical_cast<std::uint16_t>(positionals[1]), positionals[2], options.classes,
+      options.inkey, options.outkey, timeoutText, options.socketPath, options.interface);
+  ctrl->run();
+}
+
+// Whatever is thrown leaves as a ulx::Exception, with a text and an exit status.
+void runWithKnownExceptions(int argc, char* const argv[]) {
+  try {
+    runDaemon(argc, argv);
+  } catch (const ulx::Exception&) {
+    throw;
+  } catch (const std::exception& e) {
+    throw ulx::StdException(e);
+  } catch (const char* text) {
+    throw ulx::StrException(text);
+  } catch (const std::string& text) {
+    throw ulx::StrException(text);
+  } catch (...) {
+    throw ulx::UnknownException();
+  }
+}
+
+int runAndReport(int argc, char* const argv[]) {
+  try {
+    runWithKnownExceptions(argc, argv);
+    return EXIT_SUCCESS;
+  } catch (const ulx::Exception& e) {
+    const ErrorMessage message(e.text());
+    return e.status;
+  }
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+  if (argc <= positionalCount) {
+    printUsage();
+  }
+  ignoreBrokenPipes();
+  // The store tells of a missing configuration on standard output: at once, not when the daemon ends.
+  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+  std::exit(runAndReport(argc, argv));
+}

@@ -1,0 +1,137 @@
+/*
+ * The daemon's one thread and one loop.
+ *
+ * Four sources are served in a fixed order: the kernel's uevents, ended workers, new control clients, and the
+ * control connection that delivered the link parameters in force, whose readability ends the loop. One select
+ * waits for all of them; then each is polled by itself, since serving one may take long enough for the state
+ * of the others to change.
+ *
+ * The wait has no limit in effect, unless workers have been restarted: then 3 seconds without any event end
+ * the streak of restarts. What blocks otherwise is the handling of a uevent (up to a little over 3 seconds
+ * until sysfs tells what a device is), the look after an ended worker's device (150 ms each), and a control
+ * client that connects and says nothing. Meanwhile uevents wait in the socket's buffer and ended workers in
+ * the pipe.
+ *
+ * Two signal handlers run at any instant. That of SIGCHLD writes one byte to a pipe, so that a worker that
+ * ends just before the wait is not slept over; that of SIGHUP sets a flag that the next admission check
+ * reads. Neither touches what the loop works on, and every wait and read is resumed after them.
+ *
+ * Nothing is caught here: what a source throws ends the daemon, and main reports it.
+ */
+
+#include <signal.h>
+
+#include "control/control_requests.h"
+#include "ctrl/messages.h"
+#include "ctrl/rx_ctrl.h"
+#include "ctrl/settings.h"
+#include "ctrl/signals.h"
+#include "hotplug/classification.h"
+#include "hotplug/coldplug.h"
+#include "hotplug/sysfs.h"
+#include "ulx/wait.h"
+#include "workers/supervision.h"
+
+namespace {
+
+constexpr float noLimit = 1'000'000.0F;  // seconds
+constexpr float quietPeriod = 3.0F;      // seconds
+
+bool isReadable(const ulx::FileDescriptor& source) {
+  ulx::FdSetRecord sets;
+  sets.addReader(source.fd());
+  return ulx::pollFd(sets);
+}
+
+bool waitForSources(const RxCtrl& ctrl, float seconds) {
+  ulx::FdSetRecord sets;
+  sets.addReader(ctrl.uevents->fd());
+  sets.addReader(childExitReadEnd().fd());
+  sets.addReader(ctrl.listener.fd());
+  if (ctrl.controlConnection != nullptr) {
+    sets.addReader(ctrl.controlConnection->fd());
+  }
+  return ulx::waitForFd(sets, seconds) != -1;
+}
+
+// However many children have ended, they are looked after once.
+void drainChildExits() {
+  do {
+    std::uint8_t meaningless = 0;
+    childExitReadEnd().readByte(meaningless);
+  } while (isReadable(childExitReadEnd()));
+}
+
+// After new link parameters: the user learns again what is attached, except for devices that the link has
+// become too slow for. The latter's workers are ended.
+void announceWorkers(const RxCtrl& ctrl, bool droppedToFullSpeed) {
+  for (const auto& [pid, devpath] : ctrl.workers.byPid) {
+    if (droppedToFullSpeed && isHighSpeedDevice(devpath)) {
+      kill(pid, SIGTERM);
+    } else {
+      OsdMessage(ctrl.osd, readDeviceName(devpath)) << " attached";
+    }
+  }
+}
+
+void serveListener(RxCtrl& ctrl) {
+  const std::string oldSpeed = ctrl.speed;
+  const int connection = serveControlClient(ctrl);
+  ctrl.lastGenericStart = 0.0;
+  if (connection == 0) {
+    return;
+  }
+  ctrl.controlConnection = std::make_unique<ControlConnection>(connection);
+  announceWorkers(ctrl, ctrl.speed != oldSpeed && ctrl.speed == fullSpeedLink);
+}
+
+void serveReadySources(RxCtrl& ctrl) {
+  if (isReadable(*ctrl.uevents)) {
+    handleUEvent(ctrl, ctrl.uevents->readUEvent(), ctrl.speed);
+  }
+  if (isReadable(childExitReadEnd())) {
+    drainChildExits();
+    reapWorkers(ctrl);
+  }
+  if (isReadable(ctrl.listener)) {
+    serveListener(ctrl);
+  }
+}
+
+// Whoever delivered the link parameters speaks again or has gone; what it says is not read.
+bool controlConnectionHasEnded(const RxCtrl& ctrl) {
+  return ctrl.controlConnection != nullptr && isReadable(*ctrl.controlConnection);
+}
+
+void serve(RxCtrl& ctrl) {
+  float interval = noLimit;
+  while (true) {
+    if (ctrl.restartCount > 0) {
+      interval = quietPeriod;  // stays so until a wait times out
+    }
+    if (!waitForSources(ctrl, interval)) {
+      ctrl.restartCount = 0;
+      interval = noLimit;
+      continue;
+    }
+    serveReadySources(ctrl);
+    if (controlConnectionHasEnded(ctrl)) {
+      return;
+    }
+  }
+}
+
+}  // namespace
+
+void RxCtrl::run() {
+  installChildHandler();
+  installHangupHandler();
+  if (settings.debugCtrl) {
+    DebugMessage(ctrlTag) << "coldplugging existing devices";
+  }
+  coldplug(*this);
+  if (settings.debugCtrl) {
+    DebugMessage(ctrlTag) << "hotplugging new devices";
+  }
+  serve(*this);
+}

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <sstream>
+#include <string>
+
+/** The tag of the daemon's own debug messages. */
+inline constexpr const char* ctrlTag = "[rx_ctrl] ";
+
+/** "%6.3f: " of the time `seconds` modulo 100: what begins a line on standard error. */
+std::string timePrefix(double seconds);
+
+/**
+ * A message under construction: text is inserted as into a stream and emitted whole, as one line, when the
+ * message ends. It goes to syslog or to standard error (with the time before it) as `settings.logToSyslog`
+ * says at either end of its life. Whether anybody reads it is not reported.
+ */
+class LogMessage {
+ public:
+  LogMessage(const LogMessage&) = delete;
+  LogMessage& operator=(const LogMessage&) = delete;
+
+  template <class T>
+  LogMessage& operator<<(const T& value) {
+    text_ << value;
+    return *this;
+  }
+
+ protected:
+  LogMessage(int syslogPriority, const std::string& first);
+  ~LogMessage();
+
+ private:
+  int syslogPriority_;
+  std::ostringstream text_;
+};
+
+/** For the maintainer. It does not ask `settings.debugCtrl`: whoever writes one does. */
+class DebugMessage : public LogMessage {
+ public:
+  explicit DebugMessage(const std::string& tag);
+};
+
+/** For an error that is not to go unnoticed. */
+class ErrorMessage : public LogMessage {
+ public:
+  explicit ErrorMessage(const std::string& text);
+};

@@ -1,0 +1,37 @@
+#include "ctrl/osd.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+OsdSink::OsdSink(const char* path) {
+  openOsdSink(*this, path);
+}
+
+OsdSink::~OsdSink() {
+  if (isOpen) {
+    ::close(fd);
+  }
+}
+
+void openOsdSink(OsdSink& sink, const char* path) {
+  sink.fd = path == nullptr ? -1 : ::open(path, O_WRONLY | O_NONBLOCK);
+  sink.isOpen = sink.fd >= 0;
+  if (sink.isOpen) {
+    ::fcntl(sink.fd, F_SETFD, FD_CLOEXEC);
+  }
+}
+
+OsdMessage::OsdMessage(const OsdSink& sink, const std::string& first) : sink_(sink) {
+  *this << first;
+}
+
+OsdMessage::~OsdMessage() {
+  if (!sink_.isOpen) {
+    return;
+  }
+  text_ << '\n';
+  const std::string line = text_.str();
+  if (::write(sink_.fd, line.data(), line.size()) == -1) {
+    return;  // The display does not listen; there is nobody to tell.
+  }
+}

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <cstdint>
+#include <list>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "control/control_server.h"
+#include "ctrl/osd.h"
+#include "ctrl/worker_table.h"
+#include "hotplug/uevent_socket.h"
+#include "workers/admission_policy.h"
+
+/** Bits of the class mask: which devices have a worker of their own. */
+inline constexpr std::uint32_t keyboardClass = 1;
+inline constexpr std::uint32_t storageClass = 2;
+inline constexpr std::uint32_t allClasses = 255;
+
+/** The link speed that carries no high-speed device; every other word is a faster link. */
+inline constexpr const char* fullSpeedLink = "full";
+
+/** A key of the link, or none. */
+using LinkKey = std::optional<std::string>;
+
+/**
+ * The daemon's state: link parameters, event sources, running workers, policy and restart counters. What is
+ * done with it are free functions of the subsystem concerned; there is one, for the whole run.
+ *
+ * Construction opens, in order, the control socket, the uevent socket and the display, and reads the policy;
+ * what fails is thrown by the class in question. Members are released in reverse order; workers run on.
+ */
+class RxCtrl {
+ public:
+  /** `inkey` and `outkey` may be null. */
+  RxCtrl(std::string hostname, std::uint16_t port, std::string speed, std::uint32_t classes,
+         const char* inkey, const char* outkey, std::string connectFailTimeoutText, std::string socketPath,
+         std::string interface);
+
+  /** Serves until the control connection becomes readable. Whatever a source throws leaves it. */
+  void run();
+
+  void addWorker(pid_t pid, const std::string& devpath);
+
+  std::string hostname;  // of the Transmitter
+  std::uint16_t port;    // of the Transmitter; 0: the link manager has not told yet
+  std::string speed;     // of the link: "full", or any other word
+  std::uint32_t classes;
+  LinkKey inkey;
+  LinkKey outkey;
+  ControlServer listener;
+  std::unique_ptr<NetlinkClientSocket> uevents;
+  std::string socketPath;
+  std::string interface;    // network connection of the link, e.g. "eth1"
+  std::string lastRequest;  // latest line of link parameters, as received
+  WorkerTable workers;
+  OsdSink osd;
+  AdmissionPolicy policy;
+  std::unique_ptr<ControlConnection> controlConnection;  // whoever delivered the parameters, or null
+  std::uint32_t restartCount = 0;                        // consecutive worker restarts
+  bool attachBlocked = false;                            // too many restarts: generic workers start waiting
+  std::string connectFailTimeoutText;                    // as configured
+  double restartPeriod;                                  // seconds without a failure that end a streak
+  double lastGenericStart = 0.0;                         // seconds since the epoch; while not attachBlocked
+  std::list<int> waitingClients;  // descriptors that asked before parameters were known
+};
+
+/** Twice the whole number at the start of `timeoutText`, in seconds; 0.0 where there is none. */
+double restartPeriodOf(const std::string& timeoutText);

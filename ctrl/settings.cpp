@@ -1,0 +1,5 @@
+#include "ctrl/settings.h"
+
+Settings settings;
+
+volatile std::sig_atomic_t policyReloadRequested = 0;

@@ -1,0 +1,128 @@
+#include "ctrl/signals.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <string_view>
+
+#include "ctrl/messages.h"
+#include "ctrl/settings.h"
+#include "ulx/child_handler.h"
+#include "ulx/pipe.h"
+#include "workers/exit_status.h"
+
+namespace {
+
+// Opens "/dev/null" for each of the descriptors 0 to 2 that nobody opened: one of the daemon's own would take
+// its number, and log lines or the output of workers would go there.
+class StandardDescriptors {
+ public:
+  StandardDescriptors() {
+    int fd = -1;
+    do {
+      fd = ::open("/dev/null", O_RDWR);
+    } while (fd >= STDIN_FILENO && fd <= STDERR_FILENO);
+    if (fd > STDERR_FILENO) {
+      ::close(fd);
+    }
+  }
+};
+
+// The SIGCHLD handler writes to it and the main loop reads from it. It exists before main, so that the
+// handler finds it whenever it runs, and it holds no heap memory, so that the handler may end the program at
+// any instant.
+class ChildExitPipe {
+ public:
+  ChildExitPipe() {
+    pipe_.readEnd.setCloseOnExec();
+    pipe_.writeEnd.setCloseOnExec();
+    // A full pipe already says what one more byte would say: the handler must not wait for room.
+    ::fcntl(pipe_.writeEnd.fd(), F_SETFL, O_NONBLOCK);
+  }
+
+  [[nodiscard]] const ulx::FileDescriptor& readEnd() const { return pipe_.readEnd; }
+
+  // Only what a signal handler may do.
+  void notify() const {
+    constexpr char meaningless = 0;
+    if (::write(pipe_.writeEnd.fd(), &meaningless, 1) == -1) {
+      return;  // Full: the loop is going to look anyway.
+    }
+  }
+
+ private:
+  StandardDescriptors standardDescriptors_;
+  ulx::Pipe pipe_;
+};
+
+ChildExitPipe childExitPipe;
+
+void endAfterFailedExec() {
+  if (settings.debugCtrl) {
+    constexpr std::string_view line = "[RxCtrl] *** subprocess exec() failed; maybe not found? ***\n";
+    if (::write(STDERR_FILENO, line.data(), line.size()) == -1) {
+      std::exit(EXIT_FAILURE);
+    }
+  }
+  std::exit(EXIT_FAILURE);
+}
+
+// Runs at any instant: only a write and, on the way out, exit.
+void onChildSignal(int /*signal*/, siginfo_t* info, void* /*context*/) {
+  const int interruptedErrno = errno;
+  if (info->si_code == CLD_EXITED && info->si_status == execFailedStatus) {
+    endAfterFailedExec();
+  }
+  childExitPipe.notify();
+  errno = interruptedErrno;
+}
+
+void onHangup(int /*signal*/) {
+  policyReloadRequested = 1;
+}
+
+// Whoever started the daemon may have left the signal blocked.
+void unblock(int signal) {
+  sigset_t set;
+  sigemptyset(&set);
+  sigaddset(&set, signal);
+  sigprocmask(SIG_UNBLOCK, &set, nullptr);
+}
+
+}  // namespace
+
+const ulx::FileDescriptor& childExitReadEnd() {
+  return childExitPipe.readEnd();
+}
+
+void installChildHandler() {
+  ulx::installChildHandler(onChildSignal);
+  unblock(SIGCHLD);
+}
+
+void installHangupHandler() {
+  struct sigaction action {};
+  action.sa_handler = onHangup;
+  sigemptyset(&action.sa_mask);
+  sigaction(SIGHUP, &action, nullptr);
+  unblock(SIGHUP);
+  if (settings.debugCtrl) {
+    DebugMessage(ctrlTag) << "setup signal hansler";  // spelt so in every unit's log
+  }
+}
+
+void ignoreBrokenPipes() {
+  std::signal(SIGPIPE, SIG_IGN);
+}
+
+void restoreDefaultSignals() {
+  for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+    std::signal(signal, SIG_DFL);
+  }
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "ulx/file_descriptor.h"
+
+/** Readable when a child has ended since it was last emptied. What is read has no meaning. */
+const ulx::FileDescriptor& childExitReadEnd();
+
+/**
+ * From now on an ended child makes `childExitReadEnd` readable; one that could not be executed (exit status
+ * 42) ends the daemon with status 1 instead. Throws "sigaction(SIGCHLD)".
+ */
+void installChildHandler();
+
+/** From now on SIGHUP requests a reload of the policy. */
+void installHangupHandler();
+
+/** A reader that has gone costs the message written to it, not the daemon. */
+void ignoreBrokenPipes();
+
+/** For a forked child about to execute a program: every signal has its default disposition and none is
+ * blocked. */
+void restoreDefaultSignals();

@@ -1,0 +1,14 @@
+#include "hotplug/uevent.h"
+
+#include "ulx/items.h"
+
+UEvent parseUEvent(std::string_view datagram) {
+  UEvent event;
+  ulx::forEachItem(datagram, '\0', [&event](std::string_view item) {
+    const std::size_t equals = item.find('=');
+    if (equals != std::string_view::npos) {
+      event.emplace(item.substr(0, equals), item.substr(equals + 1));
+    }
+  });
+  return event;
+}

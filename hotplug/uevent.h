@@ -1,0 +1,15 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+
+/** The environment of one kernel uevent ("ACTION", "DEVPATH", "SUBSYSTEM", ...), in byte order of the keys.
+ */
+using UEvent = std::map<std::string, std::string, std::less<>>;
+
+/**
+ * Splits a uevent datagram, items that each end in a NUL (the last one may lack it). Items without "=" are
+ * dropped, the "ACTION@DEVPATH" header among them; of equal keys the first stays.
+ */
+UEvent parseUEvent(std::string_view datagram);

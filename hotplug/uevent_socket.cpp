@@ -1,0 +1,67 @@
+#include "hotplug/uevent_socket.h"
+
+#include <linux/netlink.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+
+#include "ctrl/messages.h"
+#include "ulx/exceptions.h"
+
+namespace {
+
+constexpr std::uint32_t everyGroup = 0xFFFFFFFF;
+
+// A ceiling for uevents that wait while a device is handled, which takes up to three seconds; memory is taken
+// only for what waits. The kernel's default holds about 170 uevents, and losing one ends the daemon.
+constexpr int receiveBufferBytes = 16 * 1024 * 1024;
+
+void enlargeReceiveBuffer(int fd) {
+  // SO_RCVBUFFORCE exceeds the system-wide limit, but needs privilege.
+  if (setsockopt(fd, SOL_SOCKET, SO_RCVBUFFORCE, &receiveBufferBytes, sizeof receiveBufferBytes) == -1) {
+    setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &receiveBufferBytes, sizeof receiveBufferBytes);
+  }
+}
+
+}  // namespace
+
+int openNetlinkSocket(int protocol, std::uint32_t portId, std::uint32_t groups) {
+  const int fd = socket(PF_NETLINK, SOCK_DGRAM, protocol);
+  if (fd == -1) {
+    ulx::throwErrno("socket(PF_NETLINK)", errno);
+  }
+  sockaddr_nl address{};
+  address.nl_family = AF_NETLINK;
+  address.nl_pid = portId;
+  address.nl_groups = groups;
+  if (bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == -1) {
+    ulx::throwErrno("bind()", errno);
+  }
+  return fd;
+}
+
+NetlinkClientSocket::NetlinkClientSocket()
+    : FileDescriptor(openNetlinkSocket(NETLINK_KOBJECT_UEVENT, 0, everyGroup), true) {
+  setCloseOnExec();
+  enlargeReceiveBuffer(fd());
+}
+
+std::string NetlinkClientSocket::recvfrom() const {
+  const ssize_t size = recv(fd(), nullptr, 0, MSG_PEEK | MSG_TRUNC);
+  if (size == -1) {
+    ulx::throwErrno("recvfrom(" + name() + ")", errno);
+  }
+  std::string datagram(static_cast<std::size_t>(size), '\0');
+  const ssize_t received = ::recvfrom(fd(), datagram.data(), datagram.size(), 0, nullptr, nullptr);
+  if (received == -1) {
+    ulx::throwErrno("recvfrom(" + name() + ")", errno);
+  }
+  if (received != size) {
+    ErrorMessage("warning, NetlinkClientSocket::recvfrom length disagrees with peek\n");
+  }
+  return datagram;
+}
+
+UEvent NetlinkClientSocket::readUEvent() const {
+  return parseUEvent(recvfrom());
+}

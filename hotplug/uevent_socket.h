@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "hotplug/uevent.h"
+#include "ulx/file_descriptor.h"
+
+/**
+ * A netlink datagram socket of `protocol`, bound to `portId` (0: the kernel assigns one) and the multicast
+ * groups of the mask `groups`. The caller owns the descriptor. Throws "socket(PF_NETLINK)" or "bind()"; the
+ * descriptor stays open after the latter, since the program ends with it.
+ */
+int openNetlinkSocket(int protocol, std::uint32_t portId, std::uint32_t groups);
+
+/** Where the kernel announces devices: one datagram for each uevent. */
+class NetlinkClientSocket : public ulx::FileDescriptor {
+ public:
+  /** Listens to every group of the kernel's uevents. Throws as openNetlinkSocket. */
+  NetlinkClientSocket();
+
+  /**
+   * Waits for a datagram and returns it whole, NUL bytes included, however long it is. Throws recvfrom(NAME),
+   * with ENOBUFS when the kernel has dropped uevents because the receive buffer was full.
+   */
+  [[nodiscard]] std::string recvfrom() const;
+
+  /** Receives one datagram and splits it. */
+  [[nodiscard]] UEvent readUEvent() const;
+};

@@ -1,0 +1,121 @@
+#include "ulx/file_descriptor.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <optional>
+
+namespace ulx {
+namespace {
+
+constexpr std::size_t readSomeLimit = 8192;
+constexpr mode_t newFileMode = 0666;
+
+int openPath(const std::string& path, int flags) {
+  const int fd = ::open(path.c_str(), flags, newFileMode);
+  if (fd == -1) {
+    throwErrno("open(\"" + path + "\")", errno);
+  }
+  return fd;
+}
+
+}  // namespace
+
+// Adopting comes first, so that the descriptor is closed when marking it fails.
+FileDescriptor::FileDescriptor(const std::string& path, int flags)
+    : FileDescriptor(openPath(path, flags), true) {
+  name_ = path;
+  setCloseOnExec();
+}
+
+FileDescriptor::FileDescriptor(int fd, bool owns) : fd_(fd), name_("fd" + std::to_string(fd)), owns_(owns) {}
+
+FileDescriptor::~FileDescriptor() {
+  if (owns_) {
+    ::close(fd_);
+  }
+}
+
+int FileDescriptor::release() {
+  owns_ = false;
+  return fd_;
+}
+
+void FileDescriptor::setCloseOnExec() const {
+  if (::fcntl(fd_, F_SETFD, FD_CLOEXEC) == -1) {
+    throwErrno("fcntl(\"" + name_ + "\",F_SETFD,FD_CLOEXEC)", errno);
+  }
+}
+
+std::size_t FileDescriptor::read(void* buffer, std::size_t length) const {
+  ssize_t count = 0;
+  do {
+    count = ::read(fd_, buffer, length);
+  } while (count == -1 && errno == EINTR);
+  if (count == -1) {
+    throwErrno("read(\"" + name_ + "\")", errno);
+  }
+  return static_cast<std::size_t>(count);
+}
+
+std::string FileDescriptor::readSome() const {
+  std::array<char, readSomeLimit> buffer;  // NOLINT(cppcoreguidelines-pro-type-member-init): read fills it
+  return {buffer.data(), read(buffer.data(), buffer.size())};
+}
+
+std::string FileDescriptor::readAll() const {
+  std::string all;
+  for (std::string some = readSome(); !some.empty(); some = readSome()) {
+    all += some;
+  }
+  return all;
+}
+
+void FileDescriptor::readExact(void* buffer, std::size_t length) const {
+  auto* position = static_cast<std::byte*>(buffer);
+  while (length > 0) {
+    const std::size_t count = read(position, length);
+    if (count == 0) {
+      throw EndOfFile();
+    }
+    position += count;
+    length -= count;
+  }
+}
+
+void FileDescriptor::readByte(std::uint8_t& byte) const {
+  readExact(&byte, 1);
+}
+
+void FileDescriptor::readDeviceDescriptor(std::span<std::uint8_t, 18> buffer) const {
+  readExact(buffer.data(), buffer.size());
+}
+
+std::size_t FileDescriptor::write(const void* buffer, std::size_t length) {
+  std::optional<MutexLock> lock;
+  if (serialiseWrites) {
+    lock.emplace(writeMutex_);
+  }
+  const ssize_t count = ::write(fd_, buffer, length);
+  if (count == -1) {
+    throwErrno("write(\"" + name_ + "\")", errno);
+  }
+  return static_cast<std::size_t>(count);
+}
+
+void FileDescriptor::writeAll(const void* buffer, std::size_t length) {
+  const auto* position = static_cast<const std::byte*>(buffer);
+  while (length > 0) {
+    const std::size_t count = write(position, length);
+    position += count;
+    length -= count;
+  }
+}
+
+void FileDescriptor::writeByte(std::uint8_t byte) {
+  writeAll(&byte, 1);
+}
+
+}  // namespace ulx

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+
+namespace ulx {
+
+/** printf into a string. Throws the bare text "vasprintf failed" when `format` cannot be carried out. */
+[[gnu::format(printf, 1, 2)]] std::string formatString(const char* format, ...);
+
+}  // namespace ulx

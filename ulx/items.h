@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string_view>
+
+namespace ulx {
+
+/**
+ * Calls `use` with each item of `text`, from the first to the last. An item ends at `separator` or at the end
+ * of the text: an empty text has none, and a separator at its end adds none.
+ */
+template <class Use>
+void forEachItem(std::string_view text, char separator, Use use) {
+  while (!text.empty()) {
+    const std::string_view item = text.substr(0, text.find(separator));
+    use(item);
+    text.remove_prefix(item.size() < text.size() ? item.size() + 1 : item.size());
+  }
+}
+
+}  // namespace ulx

@@ -1,0 +1,79 @@
+#include "ulx/wait.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+
+#include "ulx/exceptions.h"
+
+namespace ulx {
+namespace {
+
+constexpr float microsecondsPerSecond = 1e6F;
+
+void requireHoldable(int fd) {
+  if (fd >= FD_SETSIZE) {
+    errno = EINVAL;
+    throwErrno("select()", EINVAL);
+  }
+}
+
+bool isReady(const FdSetRecord& sets, int fd) {
+  return FD_ISSET(fd, &sets.readSet) || FD_ISSET(fd, &sets.writeSet) || FD_ISSET(fd, &sets.exceptSet);
+}
+
+int lowestReady(const FdSetRecord& sets) {
+  for (int fd = 0; fd <= sets.maxFd; ++fd) {
+    if (isReady(sets, fd)) {
+      return fd;
+    }
+  }
+  throw "not reached";
+}
+
+timeval toTimeval(float seconds) {
+  float whole = 0;
+  const float fraction = std::modf(seconds, &whole);
+  return {.tv_sec = static_cast<time_t>(whole),
+          .tv_usec = static_cast<suseconds_t>(fraction * microsecondsPerSecond)};
+}
+
+}  // namespace
+
+FdSetRecord::FdSetRecord() {
+  FD_ZERO(&readSet);
+  FD_ZERO(&writeSet);
+  FD_ZERO(&exceptSet);
+}
+
+void FdSetRecord::addReader(int fd) {
+  requireHoldable(fd);
+  FD_SET(fd, &readSet);
+  maxFd = std::max(maxFd, fd);
+}
+
+int waitReady(FdSetRecord& sets, timeval* timeout) {
+  requireHoldable(sets.maxFd);
+  int ready = 0;
+  do {
+    ready = select(sets.maxFd + 1, &sets.readSet, &sets.writeSet, &sets.exceptSet, timeout);
+  } while (ready == -1 && errno == EINTR);
+  if (ready == -1) {
+    throwErrno("select()", errno);
+  }
+  return ready == 0 ? -1 : lowestReady(sets);
+}
+
+int waitForFd(const FdSetRecord& sets, float seconds) {
+  FdSetRecord ready = sets;
+  timeval timeout = toTimeval(seconds);
+  return waitReady(ready, &timeout);
+}
+
+bool pollFd(const FdSetRecord& sets) {
+  FdSetRecord ready = sets;
+  timeval timeout{};
+  return waitReady(ready, &timeout) != -1;
+}
+
+}  // namespace ulx

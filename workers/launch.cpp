@@ -1,0 +1,124 @@
+#include "workers/launch.h"
+
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <string_view>
+
+#include "ctrl/clock.h"
+#include "ctrl/configuration.h"
+#include "ctrl/messages.h"
+#include "ctrl/settings.h"
+#include "ctrl/signals.h"
+#include "hotplug/sysfs.h"
+#include "ulx/exceptions.h"
+#include "workers/exit_status.h"
+#include "workers/worker_arguments.h"
+
+namespace {
+
+// What a worker does when the daemon ends.
+enum class Orphan { livesOn, isTerminated };
+
+WorkerLog logOf(bool workerDebug) {
+  if (!workerDebug) {
+    return WorkerLog::quiet;
+  }
+  return settings.logToSyslog ? WorkerLog::debugToSyslog : WorkerLog::debugToStderr;
+}
+
+TransmitterLink linkOf(const RxCtrl& ctrl) {
+  return {.interface = ctrl.interface, .hostname = ctrl.hostname, .port = ctrl.port};
+}
+
+// What execvp takes: pointers into `arguments`, which it does not change, and a null.
+std::vector<char*> argumentVector(WorkerArguments& arguments) {
+  std::vector<char*> vector;
+  vector.reserve(arguments.size() + 1);
+  for (std::string& argument : arguments) {
+    vector.push_back(argument.data());
+  }
+  vector.push_back(nullptr);
+  return vector;
+}
+
+// In the forked child: becomes the worker, or ends with the status that says it could not.
+[[noreturn]] void becomeWorker(char* const* arguments, Orphan orphan) {
+  if (orphan == Orphan::isTerminated) {
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+  }
+  restoreDefaultSignals();
+  execvp(arguments[0], arguments);
+  _exit(execFailedStatus);
+}
+
+void startWorker(RxCtrl& ctrl, const std::string& devicePath, WorkerArguments arguments, Orphan orphan) {
+  const std::vector<char*> vector = argumentVector(arguments);
+  const pid_t pid = fork();
+  if (pid == -1) {
+    ulx::throwErrno("fork()", errno);
+  }
+  if (pid == 0) {
+    becomeWorker(vector.data(), orphan);
+  }
+  ctrl.addWorker(pid, devicePath);
+}
+
+GenericOptions genericOptionsOf(const RxCtrl& ctrl) {
+  const char* program = getConfigString("apps:quor_usb_rx_generic");
+  GenericOptions options{.program = program == nullptr ? "usb_rx_generic" : program,
+                         .inkey = ctrl.inkey,
+                         .outkey = ctrl.outkey,
+                         .socketPath = ctrl.socketPath,
+                         .timeoutText = {}};
+  if (ctrl.attachBlocked) {
+    options.timeoutText = ctrl.connectFailTimeoutText;
+  }
+  return options;
+}
+
+}  // namespace
+
+void launchScsiWorker(RxCtrl& ctrl, const std::string& devicePath) {
+  if (settings.debugCtrl) {
+    DebugMessage(ctrlTag) << "starting usb_rx_scsi for " << devicePath;
+  }
+  startWorker(ctrl, devicePath, scsiArguments(logOf(settings.debugScsi), linkOf(ctrl), devicePath),
+              Orphan::livesOn);
+
+  const std::string unit = devicePath + "/device";
+  const std::string vendor = readAttributeOr(unit, "vendor", "");
+  const std::string model = readAttributeOr(unit, "model", unnamedDevice);
+  OsdMessage(ctrl.osd, vendor) << " " << model << " attached";
+}
+
+void launchKeyboardWorker(RxCtrl& ctrl, const std::string& devicePath) {
+  const DeviceNumber number = parseDeviceNumber(readAttribute(devicePath, "dev"));
+  if (settings.debugCtrl) {
+    DebugMessage(ctrlTag) << "starting usb_rx_keyboard for " << devicePath << " (" << number.major << ":"
+                          << number.minor << ")";
+  }
+  startWorker(ctrl, devicePath, keyboardArguments(logOf(settings.debugKeyboard), linkOf(ctrl), number),
+              Orphan::livesOn);
+
+  OsdMessage(ctrl.osd, readDeviceName(devicePath + "/device/..")) << " attached";
+}
+
+void launchGenericWorker(RxCtrl& ctrl, const std::string& devicePath) {
+  if (!ctrl.attachBlocked) {
+    ctrl.lastGenericStart = timestampNow();
+  }
+  if (settings.debugCtrl) {
+    DebugMessage(ctrlTag) << "starting usb_rx_generic for " << devicePath;
+  }
+  startWorker(
+      ctrl, devicePath,
+      genericArguments(logOf(settings.debugGeneric), genericOptionsOf(ctrl), linkOf(ctrl), devicePath),
+      Orphan::isTerminated);
+
+  if (ctrl.controlConnection != nullptr && !ctrl.attachBlocked) {
+    OsdMessage(ctrl.osd, readDeviceName(devicePath)) << " attached";
+  }
+}

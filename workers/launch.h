@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+
+#include "ctrl/rx_ctrl.h"
+
+/*
+ * Each starts the worker of one device, records it in the worker table and announces the device on the
+ * display. `devicePath` is the physical sysfs directory of the node in question. They throw "fork()", and
+ * what cannot be read of the device; a program that cannot be executed ends the daemon (see signals.h).
+ */
+
+/** `devicePath`: a SCSI generic node. */
+void launchScsiWorker(RxCtrl& ctrl, const std::string& devicePath);
+
+/** `devicePath`: a HID device node with a "dev" attribute, two levels below the USB device. */
+void launchKeyboardWorker(RxCtrl& ctrl, const std::string& devicePath);
+
+/** `devicePath`: a USB device. Announced only to a control client that is there, and not while attachBlocked.
+ */
+void launchGenericWorker(RxCtrl& ctrl, const std::string& devicePath);
