@@ -1,0 +1,17 @@
+#include "sim/error.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include "sim/testimony.h"
+
+namespace sim {
+
+TimedOut::TimedOut(const std::string& awaited)
+    : Error("waited in vain for " + awaited + "\n" + allTestimonies()) {}
+
+Error systemError(const std::string& call) {
+  return Error{call + ": " + std::strerror(errno)};
+}
+
+}  // namespace sim

@@ -1,0 +1,198 @@
+#include "sim/recording_text.h"
+
+#include <algorithm>
+#include <charconv>
+#include <fstream>
+#include <optional>
+
+#include "sim/error.h"
+
+namespace sim {
+
+namespace {
+
+/** The lines of a file; whatever goes wrong with one is told with the file's name and the line's number. */
+class Lines {
+ public:
+  explicit Lines(const std::filesystem::path& path) : path_(path), file_(path) {
+    if (!file_) {
+      throw systemError("open(" + path.string() + ")");
+    }
+  }
+
+  std::optional<std::string> next() {
+    std::string line;
+    if (!std::getline(file_, line)) {
+      return std::nullopt;
+    }
+    ++number_;
+    return line;
+  }
+
+  [[nodiscard]] Error error(const std::string& complaint) const {
+    return Error{path_.string() + ":" + std::to_string(number_) + ": " + complaint};
+  }
+
+  [[nodiscard]] std::string unescaped(std::string_view text) const {
+    try {
+      return sim::unescaped(text);
+    } catch (const Error& e) {
+      throw error(e.what());
+    }
+  }
+
+ private:
+  std::filesystem::path path_;
+  std::ifstream file_;
+  int number_ = 0;
+};
+
+std::optional<char> byteFromHex(std::string_view digits) {
+  unsigned value = 0;
+  const char* end = digits.data() + digits.size();
+  const auto result = std::from_chars(digits.data(), end, value, 16);
+  if (digits.size() != 2 || result.ec != std::errc{} || result.ptr != end) {
+    return std::nullopt;
+  }
+  return static_cast<char>(value);
+}
+
+std::string bytesFromHex(const Lines& lines, std::string_view digits) {
+  std::string bytes;
+  for (std::size_t i = 0; i < digits.size(); i += 2) {
+    const std::optional<char> byte = byteFromHex(digits.substr(i, 2));
+    if (!byte) {
+      throw lines.error("not a pair of hexadecimal digits: " + std::string(digits.substr(i, 2)));
+    }
+    bytes += *byte;
+  }
+  return bytes;
+}
+
+struct Words {
+  std::string_view kind;
+  std::string_view path;
+  std::string_view content;
+};
+
+Words splitTreeLine(std::string_view line) {
+  const std::size_t first = std::min(line.find(' '), line.size());
+  const std::string_view rest = line.substr(std::min(first + 1, line.size()));
+  const std::size_t second = std::min(rest.find(' '), rest.size());
+  return {line.substr(0, first), rest.substr(0, second), rest.substr(std::min(second + 1, rest.size()))};
+}
+
+TreeEntry parseTreeLine(const Lines& lines, std::string_view line) {
+  const Words words = splitTreeLine(line);
+  const std::string path(words.path);
+  if (path.empty() || path.front() == '/') {
+    throw lines.error("a path below /sys is missing");
+  }
+  if (words.kind == "d") {
+    return {TreeEntry::Kind::Directory, path, {}};
+  }
+  if (words.kind == "l" && !words.content.empty()) {
+    return {TreeEntry::Kind::Link, path, std::string(words.content)};
+  }
+  if (words.kind == "f") {
+    return {TreeEntry::Kind::File, path, lines.unescaped(words.content)};
+  }
+  if (words.kind == "b") {
+    return {TreeEntry::Kind::File, path, bytesFromHex(lines, words.content)};
+  }
+  throw lines.error("expected d PATH, l PATH TARGET, f PATH CONTENT or b PATH HEX");
+}
+
+/** The time in a line "@ 12 ms". */
+int parseTime(const Lines& lines, std::string_view line) {
+  constexpr std::string_view before = "@ ";
+  constexpr std::string_view after = " ms";
+  int time = 0;
+  if (!line.starts_with(before)) {
+    throw lines.error("expected the time of an event: @ MILLISECONDS ms");
+  }
+  const char* end = line.data() + line.size();
+  const auto result = std::from_chars(line.data() + before.size(), end, time);
+  if (result.ec != std::errc{} ||
+      std::string_view(result.ptr, static_cast<std::size_t>(end - result.ptr)) != after) {
+    throw lines.error("expected the time of an event: @ MILLISECONDS ms");
+  }
+  return time;
+}
+
+std::string readDatagram(Lines& lines) {
+  std::string datagram;
+  for (auto line = lines.next(); line && !line->empty(); line = lines.next()) {
+    datagram += lines.unescaped(*line) + '\0';
+  }
+  return datagram;
+}
+
+/** The byte that an escape (with its backslash) stands for. */
+std::optional<char> escapedByte(std::string_view escape) {
+  if (escape == "\\n") {
+    return '\n';
+  }
+  if (escape == "\\t") {
+    return '\t';
+  }
+  if (escape == "\\\\") {
+    return '\\';
+  }
+  return escape.starts_with("\\x") ? byteFromHex(escape.substr(2)) : std::nullopt;
+}
+
+}  // namespace
+
+std::string unescaped(std::string_view text) {
+  std::string bytes;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '\\') {
+      bytes += text[i];
+      continue;
+    }
+    const std::string_view escape = text.substr(i, text.substr(i + 1).starts_with('x') ? 4 : 2);
+    const std::optional<char> byte = escapedByte(escape);
+    if (!byte) {
+      throw Error("unknown escape: " + std::string(escape));
+    }
+    bytes += *byte;
+    i += escape.size() - 1;
+  }
+  return bytes;
+}
+
+std::map<std::string, std::string> readAbout(const std::filesystem::path& file) {
+  Lines lines(file);
+  std::map<std::string, std::string> about;
+  about["description"] = lines.next().value_or("");
+  while (const auto line = lines.next()) {
+    const std::size_t colon = line->find(": ");
+    if (colon == std::string::npos) {
+      throw lines.error("expected KEY: VALUE");
+    }
+    about[line->substr(0, colon)] = lines.unescaped(line->substr(colon + 2));
+  }
+  return about;
+}
+
+std::vector<TreeEntry> readTree(const std::filesystem::path& file) {
+  Lines lines(file);
+  std::vector<TreeEntry> tree;
+  while (const auto line = lines.next()) {
+    tree.push_back(parseTreeLine(lines, *line));
+  }
+  return tree;
+}
+
+std::vector<RecordedEvent> readEvents(const std::filesystem::path& file) {
+  Lines lines(file);
+  std::vector<RecordedEvent> events;
+  while (const auto line = lines.next()) {
+    const int time = parseTime(lines, *line);
+    events.push_back({time, readDatagram(lines)});
+  }
+  return events;
+}
+
+}  // namespace sim

@@ -1,0 +1,217 @@
+#include "sim/sysfs.h"
+
+#include <utility>
+#include <vector>
+
+#include "sim/error.h"
+#include "sim/files.h"
+
+namespace sim {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string newlineEnded(const std::string& text) {
+  return text + "\n";
+}
+
+bool isIn(const fs::path& directory, const fs::path& path) {
+  return (path.string() + "/").starts_with(directory.string() + "/");
+}
+
+/** The links of one directory. */
+std::vector<fs::path> linksIn(const fs::path& directory) {
+  std::vector<fs::path> links;
+  for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
+    if (entry.is_symlink()) {
+      links.push_back(entry.path());
+    }
+  }
+  return links;
+}
+
+std::vector<fs::path> directoriesIn(const fs::path& directory) {
+  std::vector<fs::path> directories;
+  for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
+    if (entry.is_directory() && !entry.is_symlink()) {
+      directories.push_back(entry.path());
+    }
+  }
+  return directories;
+}
+
+void replaceLink(const fs::path& link, const std::string& target) {
+  fs::create_directories(link.parent_path());
+  fs::remove(link);
+  fs::create_symlink(target, link);
+}
+
+}  // namespace
+
+Sysfs::Sysfs(fs::path root) : root_(std::move(root)) {
+  for (const char* name :
+       {"bus/usb/devices", "bus/usb/drivers", "class", "dev/char", "dev/block", "devices"}) {
+    fs::create_directories(root_ / name);
+  }
+}
+
+fs::path Sysfs::placeOf(const std::string& path) const {
+  const fs::path absolute = fs::path(path).lexically_normal();
+  if (!isIn("/sys", absolute)) {
+    throw Error("not a path below /sys: " + path);
+  }
+  return absolute == "/sys" ? root_ : root_ / absolute.lexically_relative("/sys");
+}
+
+void Sysfs::layOut(const DeviceRecording& recording) {
+  for (const TreeEntry& entry : recording.tree) {
+    // What belongs to the hubs above is left as it is: another device may have changed it.
+    const bool isShared = !recording.owns(entry.path) && entry.path.starts_with("devices/");
+    if (!isShared || !fs::exists(fs::symlink_status(root_ / entry.path))) {
+      layOutEntry(entry);
+    }
+  }
+}
+
+void Sysfs::layOutEntry(const TreeEntry& entry) {
+  const std::string path = "/sys/" + entry.path;
+  switch (entry.kind) {
+    case TreeEntry::Kind::Directory:
+      makeDirectory(path);
+      break;
+    case TreeEntry::Kind::Link:
+      makeLink(path, entry.content);
+      break;
+    case TreeEntry::Kind::File:
+      writeFile(placeOf(path), entry.content);
+      break;
+  }
+}
+
+void Sysfs::remove(const DeviceRecording& recording) {
+  if (recording.directory.empty()) {
+    throw Error("the recording " + recording.name + " has no device that can be taken out");
+  }
+  removeDevice(recording.directory);
+}
+
+void Sysfs::removeDevice(const std::string& directory) {
+  // A rename is seen whole by everybody; deleting a tree is not.
+  const fs::path doomed = root_ / ".removed";
+  fs::remove_all(doomed);
+  fs::rename(placeOf(directory), doomed);
+  removeLinksInto(directory);
+  fs::remove_all(doomed);
+}
+
+void Sysfs::removeLinksInto(const std::string& directory) {
+  const fs::path place = placeOf(directory);
+  std::vector<fs::path> folders = directoriesIn(root_ / "class");
+  for (const fs::path& bus : directoriesIn(root_ / "bus")) {
+    folders.push_back(bus / "devices");
+  }
+  folders.push_back(root_ / "dev/char");
+  folders.push_back(root_ / "dev/block");
+  for (const fs::path& folder : folders) {
+    for (const fs::path& link : fs::exists(folder) ? linksIn(folder) : std::vector<fs::path>{}) {
+      if (isIn(place, (folder / fs::read_symlink(link)).lexically_normal())) {
+        fs::remove(link);
+      }
+    }
+  }
+}
+
+void Sysfs::writeAttribute(const std::string& directory, const std::string& name,
+                           const std::string& content) {
+  writeFile(placeOf(directory) / name, content);
+}
+
+void Sysfs::removeAttribute(const std::string& directory, const std::string& name) {
+  fs::remove(placeOf(directory) / name);
+}
+
+void Sysfs::makeDirectory(const std::string& directory) {
+  fs::create_directories(placeOf(directory));
+}
+
+void Sysfs::makeLink(const std::string& link, const std::string& target) {
+  replaceLink(placeOf(link), target);
+}
+
+void Sysfs::linkTo(const std::string& directory, const std::string& link) {
+  makeLink(link, fs::path(directory).lexically_relative(fs::path(link).parent_path()));
+}
+
+void Sysfs::addSubsystem(const std::string& directory, const std::string& subsystem) {
+  makeDirectory(subsystem);
+  linkTo(subsystem, directory + "/subsystem");
+}
+
+std::string Sysfs::add(const UsbDevice& device) {
+  const std::string directory = device.directory();
+  makeDirectory(directory);
+  addSubsystem(directory, "/sys/bus/usb");
+  writeAttribute(directory, "descriptors", device.descriptors);
+  writeAttribute(directory, "speed", newlineEnded(device.speed));
+  if (device.product) {
+    writeAttribute(directory, "product", newlineEnded(*device.product));
+  }
+  if (device.deviceClass) {
+    writeAttribute(directory, "bDeviceClass", newlineEnded(*device.deviceClass));
+  }
+  if (device.uevent) {
+    writeAttribute(directory, "uevent", *device.uevent);
+  }
+  linkTo(directory, "/sys/bus/usb/devices/" + device.name);
+  return directory;
+}
+
+std::string Sysfs::addInterface(const std::string& usbDevice, const std::string& interfaceClass,
+                                const std::string& subclass, const std::string& protocol) {
+  const std::string name = fs::path(usbDevice).filename().string() + ":1.0";
+  const std::string directory = usbDevice + "/" + name;
+  makeDirectory(directory);
+  addSubsystem(directory, "/sys/bus/usb");
+  writeAttribute(directory, "bInterfaceClass", newlineEnded(interfaceClass));
+  writeAttribute(directory, "bInterfaceSubClass", newlineEnded(subclass));
+  writeAttribute(directory, "bInterfaceProtocol", newlineEnded(protocol));
+  writeAttribute(directory, "uevent", "DEVTYPE=usb_interface\n");
+  linkTo(directory, "/sys/bus/usb/devices/" + name);
+  return directory;
+}
+
+std::string Sysfs::add(const HiddevNode& node) {
+  const std::string interfaceDirectory =
+      addInterface(node.usbDevice, "03", node.interfaceSubclass, node.interfaceProtocol);
+  const std::string directory = interfaceDirectory + "/usb/" + node.name;
+  makeDirectory(directory);
+  addSubsystem(directory, "/sys/class/usb");
+  linkTo(interfaceDirectory, directory + "/device");
+  writeAttribute(directory, "dev", newlineEnded(node.dev));
+  linkTo(directory, "/sys/class/usb/" + node.name);
+  return directory;
+}
+
+std::string Sysfs::add(const ScsiGenericNode& node) {
+  const std::string host = std::to_string(node.host);
+  const std::string unit = addInterface(node.usbDevice, "08", "06", "50") + "/host" + host + "/target" +
+                           host + ":0:0/" + host + ":0:0:0";
+  const std::string directory = unit + "/scsi_generic/" + node.name;
+  makeDirectory(directory);
+  addSubsystem(unit, "/sys/bus/scsi");
+  addSubsystem(directory, "/sys/class/scsi_generic");
+  linkTo(unit, directory + "/device");
+  if (node.vendor) {
+    writeAttribute(unit, "vendor", newlineEnded(*node.vendor));
+  }
+  if (node.model) {
+    writeAttribute(unit, "model", newlineEnded(*node.model));
+  }
+  writeAttribute(directory, "dev", newlineEnded(node.dev));
+  writeAttribute(directory, "uevent", "MAJOR=21\nMINOR=0\nDEVNAME=" + node.name + "\n");
+  linkTo(directory, "/sys/class/scsi_generic/" + node.name);
+  return directory;
+}
+
+}  // namespace sim

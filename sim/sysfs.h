@@ -1,0 +1,60 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "sim/device_recording.h"
+#include "sim/synthetic_device.h"
+
+namespace sim {
+
+/**
+ * A sysfs tree of ordinary files: physical directories below `devices`, relative links to them in
+ * bus/usb/devices, class/NAME and dev/char. All paths that go in and come out begin with "/sys".
+ */
+class Sysfs {
+ public:
+  /**
+   * Makes the directories that every kernel with USB shows. `root` stands for "/sys"; it is another folder
+   * only where no unit is needed.
+   */
+  explicit Sysfs(std::filesystem::path root = "/sys");
+
+  /**
+   * Lays out the whole tree of a recording: the device with everything below it, its links, and the hubs
+   * above it where they are not there yet.
+   */
+  void layOut(const DeviceRecording& recording);
+  /** Removes the device and its links. Hubs above it stay, as they do when a device is taken out. */
+  void remove(const DeviceRecording& recording);
+
+  /** Each returns the physical directory that it has made. */
+  std::string add(const UsbDevice& device);
+  std::string add(const HiddevNode& node);
+  std::string add(const ScsiGenericNode& node);
+  /** Takes a directory away at one stroke (no reader sees half of it), then the links that led into it. */
+  void removeDevice(const std::string& directory);
+
+  /** `content` stands in the file as it is, a final newline included. */
+  void writeAttribute(const std::string& directory, const std::string& name, const std::string& content);
+  void removeAttribute(const std::string& directory, const std::string& name);
+  void makeDirectory(const std::string& directory);
+  /** `target` is the link's text. An older link of that name is replaced. */
+  void makeLink(const std::string& link, const std::string& target);
+  /** Makes a link to `directory` with a relative text, as the kernel's are. */
+  void linkTo(const std::string& directory, const std::string& link);
+
+  /** Where a path that begins with "/sys" really is. */
+  [[nodiscard]] std::filesystem::path placeOf(const std::string& path) const;
+
+ private:
+  void layOutEntry(const TreeEntry& entry);
+  void removeLinksInto(const std::string& directory);
+  std::string addInterface(const std::string& usbDevice, const std::string& interfaceClass,
+                           const std::string& subclass, const std::string& protocol);
+  void addSubsystem(const std::string& directory, const std::string& subsystem);
+
+  std::filesystem::path root_;
+};
+
+}  // namespace sim

@@ -1,0 +1,101 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+#include <list>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "sim/deadline.h"
+#include "sim/descriptor.h"
+#include "sim/testimony.h"
+
+namespace sim {
+
+/** A descriptor that a worker found open at its start. */
+struct OpenDescriptor {
+  int number;
+  std::string target;  ///< what /proc tells of it: a path, "socket:[...]", "pipe:[...]"
+
+  bool operator==(const OpenDescriptor&) const = default;
+};
+
+/** How a worker was started, as it saw it itself before it did anything else. */
+struct WorkerStart {
+  pid_t pid = 0;
+  pid_t parent = 0;
+  std::vector<std::string> arguments;  ///< with argument 0; exact, empty ones included
+  std::vector<std::string> environment;
+  std::vector<OpenDescriptor> descriptors;  ///< in ascending order of their numbers
+  int parentDeathSignal = 0;                ///< 0 for none
+  std::set<int> blockedSignals;
+  std::set<int> ignoredSignals;
+  std::set<int> caughtSignals;
+  std::string workingDirectory;
+};
+
+/** A worker that the daemon has started: a stand-in that runs until it is told how to end. */
+class Worker {
+ public:
+  Worker(WorkerStart started, Descriptor connection);
+
+  /** Argument 0: the program that was executed. */
+  [[nodiscard]] const std::string& program() const { return start.arguments.front(); }
+  /** The last argument: the device's path (or, for keyboards, the minor number). */
+  [[nodiscard]] const std::string& device() const { return start.arguments.back(); }
+
+  /** Tells the worker to exit; the daemon learns of it a moment later. */
+  void exitWith(int status);
+  /** Tells the worker to kill itself with a signal. */
+  void dieBy(int signal);
+  /** Waits until the worker has ended, by whatever cause. */
+  void waitForEnd(const Deadline& deadline = {});
+  [[nodiscard]] bool isRunning();
+
+  const WorkerStart start;
+
+ private:
+  void command(const std::string& line);
+
+  Descriptor connection_;
+};
+
+/** Puts the stand-in program at `path` (a directory of the unit), under the name that the daemon executes. */
+void installWorkerStandin(const std::string& path);
+
+/**
+ * Hears every worker of the unit. Workers are handed out in the order in which they reported, each once; a
+ * worker that the daemon started later may overtake one that is only just being executed.
+ */
+class WorkerBoard {
+ public:
+  WorkerBoard();
+
+  /** The next worker that has not been handed out. It belongs to the board and lives as long as that. */
+  Worker& waitForWorker(const Deadline& deadline = {});
+  /** The next one whose last argument is this; others wait for their turn. */
+  Worker& waitForWorkerOf(const std::string& device, const Deadline& deadline = {});
+
+  /** How many workers have reported so far. */
+  [[nodiscard]] std::size_t count();
+
+  /** Lets all stand-ins end and waits for them; those that do not end in time are killed. */
+  void endAll() noexcept;
+
+ private:
+  using Fits = std::function<bool(const Worker&)>;
+
+  Worker& waitFor(const std::string& awaited, const Fits& fits, const Deadline& deadline);
+  void acceptReported();
+  [[nodiscard]] std::string tell() const;
+
+  Descriptor listener_;
+  std::list<Worker> workers_;
+  std::vector<Worker*> waiting_;  ///< reported, not handed out
+  Testimony testimony_;
+};
+
+}  // namespace sim
