@@ -66,7 +66,7 @@ void parseDebugList(std::string_view list) {
   });
 }
 
-Options parseOptions(int argc, char* const argv[]) {
+Options parseOptions(int argc, char* const* argv) {
   Options options;
   for (int i = 1; i < argc - positionalCount; ++i) {
     const std::string_view argument = argv[i];

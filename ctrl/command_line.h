@@ -40,4 +40,4 @@ void parseDebugList(std::string_view list);
  * Reads the options before the last three arguments and sets the settings they name. There are at least three
  * arguments after the program's name. A bad option prints the usage and exits.
  */
-Options parseOptions(int argc, char* const argv[]);
+Options parseOptions(int argc, char* const* argv);

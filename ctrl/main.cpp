@@ -34,7 +34,7 @@ std::string connectFailTimeoutText() {
   return configured == nullptr ? "10" : configured;
 }
 
-void runDaemon(int argc, char* const argv[]) {
+void runDaemon(int argc, char* const* argv) {
   const Options options = parseOptions(argc, argv);
   applyConfiguration(options);
   const std::string timeoutText = connectFailTimeoutText();
@@ -46,7 +46,7 @@ void runDaemon(int argc, char* const argv[]) {
 }
 
 // Whatever is thrown leaves as a ulx::Exception, with a text and an exit status.
-void runWithKnownExceptions(int argc, char* const argv[]) {
+void runWithKnownExceptions(int argc, char* const* argv) {
   try {
     runDaemon(argc, argv);
   } catch (const ulx::Exception&) {
@@ -62,19 +62,20 @@ void runWithKnownExceptions(int argc, char* const argv[]) {
   }
 }
 
-int runAndReport(int argc, char* const argv[]) {
+int runAndReport(int argc, char* const* argv) {
   try {
     runWithKnownExceptions(argc, argv);
     return EXIT_SUCCESS;
   } catch (const ulx::Exception& e) {
-    const ErrorMessage message(e.text());
+    // cppcheck-suppress unreadVariable
+    const ErrorMessage message(e.text());  // emitted at the end of this scope
     return e.status;
   }
 }
 
 }  // namespace
 
-int main(int argc, char* argv[]) {
+int main(int argc, char** argv) {
   if (argc <= positionalCount) {
     printUsage();
   }

@@ -19,7 +19,7 @@
  * Nothing is caught here: what a source throws ends the daemon, and main reports it.
  */
 
-#include <signal.h>
+#include <csignal>
 
 #include "control/control_requests.h"
 #include "ctrl/messages.h"

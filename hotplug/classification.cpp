@@ -190,6 +190,8 @@ void handle(RxCtrl& ctrl, const std::string& action, const std::string& devpath)
 
 }  // namespace
 
+// By value: the link's speed may change while the event is handled.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void handleUEvent(RxCtrl& ctrl, const UEvent& event, std::string /*speed*/) noexcept {
   const auto action = event.find("ACTION");
   const auto devpath = event.find("DEVPATH");

@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
+
 #include "ulx/file_descriptor.h"
 
 namespace {
@@ -50,13 +52,8 @@ bool isStorageDescriptor(const std::string& descriptorsPath) {
 }
 
 bool everyInterfaceIsKeyboard(DescriptorBytes configurations) {
-  for (const DescriptorBytes interface :
-       DescriptorWalk(configurations, interfaceDescriptorType, bInterfaceProtocol)) {
-    if (!isKeyboardInterface(interface)) {
-      return false;
-    }
-  }
-  return true;
+  return std::ranges::all_of(DescriptorWalk(configurations, interfaceDescriptorType, bInterfaceProtocol),
+                             isKeyboardInterface);
 }
 
 bool hasSingleDiskInterface(DescriptorBytes configurations) {

@@ -48,7 +48,7 @@ inline constexpr std::uint8_t hubClass = 0x09;
 inline constexpr std::uint8_t smartcardClass = 0x0B;
 
 /**
- * The descriptors of one type in `data`, in order, for a range-based for. Each is given as the bytes from its
+ * The descriptors of one type in `data`, in order, as an input range. Each is given as the bytes from its
  * start to the end of the data, whatever its bLength says, and has at least the fields up to `lastField`.
  *
  * The walk ends at the end of the data, at a descriptor of bLength 0, and at one of `type` whose fields are
@@ -58,10 +58,14 @@ class DescriptorWalk {
  public:
   class Iterator {
    public:
+    using value_type = DescriptorBytes;
+    using difference_type = std::ptrdiff_t;
+
     Iterator(DescriptorBytes data, std::uint8_t type, std::size_t lastField);
 
     DescriptorBytes operator*() const { return rest_; }
     Iterator& operator++();
+    void operator++(int) { ++*this; }
     bool operator==(std::default_sentinel_t /*end*/) const { return rest_.empty(); }
 
    private:

@@ -6,6 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <optional>
+#include <utility>
 
 namespace ulx {
 namespace {
@@ -25,12 +26,14 @@ int openPath(const std::string& path, int flags) {
 
 // Adopting comes first, so that the descriptor is closed when marking it fails.
 FileDescriptor::FileDescriptor(const std::string& path, int flags)
-    : FileDescriptor(openPath(path, flags), true) {
-  name_ = path;
+    : FileDescriptor(openPath(path, flags), path, true) {
   setCloseOnExec();
 }
 
-FileDescriptor::FileDescriptor(int fd, bool owns) : fd_(fd), name_("fd" + std::to_string(fd)), owns_(owns) {}
+FileDescriptor::FileDescriptor(int fd, bool owns) : FileDescriptor(fd, "fd" + std::to_string(fd), owns) {}
+
+FileDescriptor::FileDescriptor(int fd, std::string name, bool owns)
+    : fd_(fd), name_(std::move(name)), owns_(owns) {}
 
 FileDescriptor::~FileDescriptor() {
   if (owns_) {

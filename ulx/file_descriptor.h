@@ -63,6 +63,8 @@ class FileDescriptor {
   bool serialiseWrites = false;
 
  private:
+  FileDescriptor(int fd, std::string name, bool owns);
+
   int fd_;
   std::string name_;
   bool owns_;

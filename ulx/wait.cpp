@@ -40,12 +40,6 @@ timeval toTimeval(float seconds) {
 
 }  // namespace
 
-FdSetRecord::FdSetRecord() {
-  FD_ZERO(&readSet);
-  FD_ZERO(&writeSet);
-  FD_ZERO(&exceptSet);
-}
-
 void FdSetRecord::addReader(int fd) {
   requireHoldable(fd);
   FD_SET(fd, &readSet);

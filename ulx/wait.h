@@ -7,14 +7,12 @@ namespace ulx {
 
 /** The descriptors that one wait watches. Plain: callers copy it. Descriptors go up to FD_SETSIZE - 1. */
 struct FdSetRecord {
-  FdSetRecord();
-
   /** Watches `fd` for reading. A number that no fd_set can hold throws "select()" with EINVAL. */
   void addReader(int fd);
 
-  fd_set readSet;
-  fd_set writeSet;
-  fd_set exceptSet;
+  fd_set readSet{};
+  fd_set writeSet{};
+  fd_set exceptSet{};
   int maxFd = -1;  // the highest number in any set
 };
 

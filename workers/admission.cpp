@@ -20,32 +20,38 @@ enum class Verdict {
 // What a rule needs to know of the daemon and of the device.
 using Rule = Verdict(const RxCtrl& ctrl, const std::string& devicePath);
 
-bool hasInterface(const std::string& devicePath, bool (*wanted)(std::uint8_t interfaceClass)) {
+using ClassTest = bool(std::uint8_t interfaceClass);
+
+bool isSmartcard(std::uint8_t interfaceClass) {
+  return interfaceClass == smartcardClass;
+}
+bool isNotHid(std::uint8_t interfaceClass) {
+  return interfaceClass != hidClass;
+}
+bool isMassStorage(std::uint8_t interfaceClass) {
+  return interfaceClass == massStorageClass;
+}
+
+bool hasInterface(const std::string& devicePath, ClassTest& test) {
   const std::string descriptors = readBinaryAttribute(devicePath, "descriptors");
-  for (const DescriptorBytes interface :
-       DescriptorWalk(descriptorBytes(descriptors), interfaceDescriptorType, bInterfaceClass)) {
-    if (wanted(interface[bInterfaceClass])) {
-      return true;
-    }
-  }
-  return false;
+  return std::ranges::any_of(
+      DescriptorWalk(descriptorBytes(descriptors), interfaceDescriptorType, bInterfaceClass),
+      [&test](DescriptorBytes interface) { return test(interface[bInterfaceClass]); });
+}
+
+bool isIsochronous(DescriptorBytes endpoint) {
+  constexpr std::uint8_t transferType = 0x03;  // of bmAttributes (USB 2.0, table 9-13)
+  constexpr std::uint8_t isochronous = 1;
+  return (endpoint[bmAttributes] & transferType) == isochronous;
 }
 
 bool hasIsochronousEndpoint(const std::string& devicePath) {
-  constexpr std::uint8_t transferType = 0x03;  // of bmAttributes (USB 2.0, table 9-13)
-  constexpr std::uint8_t isochronous = 1;
   const std::string descriptors = readBinaryAttribute(devicePath, "descriptors");
-  for (const DescriptorBytes endpoint :
-       DescriptorWalk(descriptorBytes(descriptors), endpointDescriptorType, bmAttributes)) {
-    if ((endpoint[bmAttributes] & transferType) == isochronous) {
-      return true;
-    }
-  }
-  return false;
+  return std::ranges::any_of(
+      DescriptorWalk(descriptorBytes(descriptors), endpointDescriptorType, bmAttributes), isIsochronous);
 }
 
 Verdict refuseSmartcards(const RxCtrl& ctrl, const std::string& devicePath) {
-  const auto isSmartcard = [](std::uint8_t interfaceClass) { return interfaceClass == smartcardClass; };
   if (!ctrl.policy.smartcard || !hasInterface(devicePath, isSmartcard)) {
     return Verdict::admitted;
   }
@@ -55,7 +61,6 @@ Verdict refuseSmartcards(const RxCtrl& ctrl, const std::string& devicePath) {
 }
 
 Verdict refuseNonHid(const RxCtrl& ctrl, const std::string& devicePath) {
-  const auto isNotHid = [](std::uint8_t interfaceClass) { return interfaceClass != hidClass; };
   if (!ctrl.policy.hidOnly || !hasInterface(devicePath, isNotHid)) {
     return Verdict::admitted;
   }
@@ -64,7 +69,6 @@ Verdict refuseNonHid(const RxCtrl& ctrl, const std::string& devicePath) {
 }
 
 Verdict refuseMassStorage(const RxCtrl& ctrl, const std::string& devicePath) {
-  const auto isMassStorage = [](std::uint8_t interfaceClass) { return interfaceClass == massStorageClass; };
   if (!ctrl.policy.blockMassStorage || !hasInterface(devicePath, isMassStorage)) {
     return Verdict::admitted;
   }
