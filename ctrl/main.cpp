@@ -76,10 +76,10 @@ int runAndReport(int argc, char* const* argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  ignoreBrokenPipes();
   if (argc <= positionalCount) {
     printUsage();
   }
-  ignoreBrokenPipes();
   // The store tells of a missing configuration on standard output: at once, not when the daemon ends.
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
   std::exit(runAndReport(argc, argv));

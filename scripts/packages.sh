@@ -1,0 +1,33 @@
+# Sourced by the other scripts. Installs Debian packages that are not there yet.
+
+# need_packages NAME...: installs what is missing; says what, and asks nothing.
+need_packages() {
+  local missing=() name
+  for name in "$@"; do
+    [ "$(dpkg-query -W -f='${db:Status-Status}' "$name" 2>/dev/null)" = installed ] || missing+=("$name")
+  done
+  [ ${#missing[@]} -eq 0 ] && return 0
+  if [ "$(id -u)" -ne 0 ]; then
+    printf 'These packages are missing; install them as root: apt-get install %s\n' "${missing[*]}" >&2
+    return 1
+  fi
+  printf '== Installing %s\n' "${missing[*]}"
+  export DEBIAN_FRONTEND=noninteractive
+  apt-get update -qq
+  apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# What every build of the project needs.
+build_packages=(cmake g++ libboost-dev libiniparser-dev ninja-build)
+
+# What the tests need besides.
+test_packages=(libgtest-dev)
+
+# build PRESET [TARGET...]: configures and builds, quietly while all is well.
+build() {
+  local preset=$1
+  shift
+  printf '== Building (%s)\n' "$preset"
+  cmake --preset "$preset" --log-level=WARNING
+  cmake --build --preset "$preset" ${1:+--target "$@"}
+}
