@@ -5,19 +5,13 @@
 #include <limits>
 #include <utility>
 
-#include "ulx/path.h"
-
 namespace {
 
+// A unit without a display lacks it; the sink is then closed for the whole run.
 constexpr const char* osdPath = "/dev/osd_fifo";
 
 LinkKey keyFrom(const char* text) {
   return text == nullptr ? LinkKey() : LinkKey(text);
-}
-
-// The display's channel is looked for once: a unit without it has no display.
-const char* osdPathIfPresent() {
-  return ulx::pathExists(osdPath) ? osdPath : nullptr;
 }
 
 }  // namespace
@@ -35,7 +29,7 @@ RxCtrl::RxCtrl(std::string hostnameText, std::uint16_t portNumber, std::string s
       uevents(std::make_unique<NetlinkClientSocket>()),
       socketPath(std::move(controlPath)),
       interface(std::move(interfaceName)),
-      osd(osdPathIfPresent()),
+      osd(osdPath),
       policy(readAdmissionPolicy()),
       connectFailTimeoutText(std::move(timeoutText)),
       restartPeriod(restartPeriodOf(connectFailTimeoutText)) {}
