@@ -65,6 +65,7 @@ class Display {
   void startReading();
   [[nodiscard]] std::string tell() const;
 
+  /** How the process that is followed writes: not opened yet, each write apart, or only lines are known. */
   enum class Follow { Nobody, Waiting, PacketMode, Impossible };
 
   std::string path_;

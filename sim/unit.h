@@ -74,7 +74,7 @@ class Unit {
    * second); what comes next is the daemon's own pace, see waitUntilServing().
    */
   Daemon& startDaemon(std::vector<std::string> arguments = {"--debug=ctrl", "transmitter", "5000", "high"},
-                      const DaemonOptions& options = {});
+                      const ProcessOptions& options = {});
   [[nodiscard]] Daemon& daemon();
 
   /**
@@ -94,10 +94,10 @@ class Unit {
   LinkManager connect(const Deadline& deadline = {});
 
  private:
-  void announce(const std::string& action, const std::string& directory, const UeventPairs& pairs);
+  void waitUntilDisplayKnowsItsWriter();
   [[nodiscard]] bool daemonTellsEvents() const;
   [[nodiscard]] std::string controlPath() const;
-  void settleByMouse(const Deadline& deadline);
+  void settleByMouse(const UsbDevice& mouse, const Deadline& deadline);
   void endDaemon() noexcept;
 
   std::unique_ptr<Daemon> daemon_;

@@ -9,11 +9,12 @@ constexpr const char* socketPath = "/sim/workers.socket";
 // The record that a stand-in sends: fields "NAME LENGTH\n" and that many bytes. Lists are sequences of texts,
 // each ended by a NUL. The field "end" is the last one.
 //   pid, parent           decimal numbers
+//   stat                  its line of /proc/self/stat
 //   arguments             list
 //   environment           list
 //   descriptors           list of "NUMBER TARGET"
 //   death-signal          decimal number, 0 for none
-//   signals               the lines SigBlk, SigIgn and SigCgt of /proc/self/status
+//   signals               the lines of /proc/self/status that begin with "Sig"
 //   directory             the working directory
 //   end                   empty
 //

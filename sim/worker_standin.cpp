@@ -67,20 +67,20 @@ std::string openDescriptors() {
   return list;
 }
 
-std::string signalLines() {
+/** The lines of a file that begin so, with their ends. */
+std::string linesOf(const char* path, std::string_view beginning) {
   std::string lines;
-  std::FILE* status = std::fopen("/proc/self/status", "re");
-  if (status == nullptr) {
+  std::FILE* file = std::fopen(path, "re");
+  if (file == nullptr) {
     return lines;
   }
-  std::array<char, 256> line{};
-  while (std::fgets(line.data(), static_cast<int>(line.size()), status) != nullptr) {
-    const std::string_view text = line.data();
-    if (text.starts_with("SigBlk:") || text.starts_with("SigIgn:") || text.starts_with("SigCgt:")) {
-      lines += text;
+  std::array<char, 1024> line{};
+  while (std::fgets(line.data(), static_cast<int>(line.size()), file) != nullptr) {
+    if (std::string_view(line.data()).starts_with(beginning)) {
+      lines += line.data();
     }
   }
-  std::fclose(status);
+  std::fclose(file);
   return lines;
 }
 
@@ -93,7 +93,8 @@ int parentDeathSignal() {
 std::string reportOn(char* const* arguments) {
   std::string record;
   addField(record, "descriptors", openDescriptors());
-  addField(record, "signals", signalLines());
+  addField(record, "signals", linesOf("/proc/self/status", "Sig"));
+  addField(record, "stat", linesOf("/proc/self/stat", ""));
   addField(record, "pid", std::to_string(::getpid()));
   addField(record, "parent", std::to_string(::getppid()));
   addField(record, "arguments", listOf(arguments));

@@ -2,15 +2,15 @@
 
 #include <sys/types.h>
 
-#include <functional>
 #include <list>
-#include <map>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "sim/deadline.h"
 #include "sim/descriptor.h"
+#include "sim/process_handle.h"
+#include "sim/process_table.h"
 #include "sim/testimony.h"
 
 namespace sim {
@@ -26,6 +26,7 @@ struct OpenDescriptor {
 /** How a worker was started, as it saw it itself before it did anything else. */
 struct WorkerStart {
   pid_t pid = 0;
+  ProcessAge age;
   pid_t parent = 0;
   std::vector<std::string> arguments;  ///< with argument 0; exact, empty ones included
   std::vector<std::string> environment;
@@ -66,9 +67,7 @@ class Worker {
 /** Puts the stand-in program at `path` (a directory of the unit), under the name that the daemon executes. */
 void installWorkerStandin(const std::string& path);
 
-/**
- * Hears every worker of the unit. Workers are handed out in the order in which they reported, each once; a
- * worker that the daemon started later may overtake one that is only just being executed.
+/** Hears every worker of the unit. Workers are handed out in the order in which they were started, each once.
  */
 class WorkerBoard {
  public:
@@ -86,15 +85,22 @@ class WorkerBoard {
   void endAll() noexcept;
 
  private:
-  using Fits = std::function<bool(const Worker&)>;
+  [[nodiscard]] bool isOldest(const Worker& worker) const;
+  [[nodiscard]] bool hasReported(pid_t process) const;
+  Worker& handOut(Worker& worker);
+  /** A stand-in at its end. */
+  struct Leaving {
+    pid_t pid;
+    ProcessHandle process;
+  };
 
-  Worker& waitFor(const std::string& awaited, const Fits& fits, const Deadline& deadline);
   void acceptReported();
+  std::vector<Leaving> dismissAll();
   [[nodiscard]] std::string tell() const;
 
   Descriptor listener_;
   std::list<Worker> workers_;
-  std::vector<Worker*> waiting_;  ///< reported, not handed out
+  std::vector<Worker*> waiting_;  ///< reported, not handed out; the oldest first
   Testimony testimony_;
 };
 

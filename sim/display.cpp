@@ -1,0 +1,191 @@
+#include "sim/display.h"
+
+#include <fcntl.h>
+#include <sys/inotify.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <utility>
+
+#include "sim/error.h"
+#include "sim/process_handle.h"
+
+namespace sim {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// In packet mode every write takes a slot of its own, and the usual 16 are few.
+constexpr int wantedCapacity = 1024 * 1024;
+
+/** The number under which a process has this path open; -1 when it has not. */
+int descriptorOf(pid_t process, const std::string& path) {
+  std::error_code error;
+  for (const fs::directory_entry& entry :
+       fs::directory_iterator("/proc/" + std::to_string(process) + "/fd", error)) {
+    std::error_code vanished;
+    if (fs::read_symlink(entry.path(), vanished) == path) {
+      return std::stoi(entry.path().filename());
+    }
+  }
+  return -1;
+}
+
+bool switchToPacketMode(const Descriptor& writer) {
+  return writer.isOpen() && ::fcntl(writer.get(), F_SETFL, ::fcntl(writer.get(), F_GETFL) | O_DIRECT) == 0;
+}
+
+bool holdsData(const Descriptor& fifo) {
+  int bytes = 0;
+  return ::ioctl(fifo.get(), FIONREAD, &bytes) == 0 && bytes > 0;
+}
+
+std::string readOnce(const Descriptor& fifo) {
+  std::array<char, 65536> buffer{};
+  const ssize_t length = ::read(fifo.get(), buffer.data(), buffer.size());
+  return length > 0 ? std::string(buffer.data(), static_cast<std::size_t>(length)) : std::string();
+}
+
+}  // namespace
+
+Display::Display(std::string path) : path_(std::move(path)), testimony_([this] { return tell(); }) {}
+
+Display::~Display() {
+  closeReader();
+}
+
+void Display::makeFifo() {
+  if (::mkfifo(path_.c_str(), 0666) != 0) {
+    throw systemError("mkfifo(" + path_ + ")");
+  }
+}
+
+void Display::removeFifo() {
+  closeReader();
+  fs::remove(path_);
+}
+
+void Display::openReader() {
+  // Open for writing too: then the fifo has no end when the daemon leaves, and fill() has a way in.
+  fifo_ = Descriptor(::open(path_.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
+  if (!fifo_.isOpen()) {
+    throw systemError("open(" + path_ + ")");
+  }
+  ::fcntl(fifo_.get(), F_SETPIPE_SZ, wantedCapacity);  // refused to some; then 16 unread writes must do
+  opened_ = std::make_unique<FileWatch>(path_, IN_OPEN);
+  openedSource_ = std::make_unique<Background>(opened_->descriptor(), [this] { serveOpened(); });
+  startReading();
+}
+
+void Display::startReading() {
+  dataSource_ = std::make_unique<Background>(fifo_.get(), [this] { readAll(); });
+}
+
+void Display::closeReader() {
+  openedSource_.reset();
+  dataSource_.reset();
+  opened_.reset();
+  fifo_.close();
+}
+
+void Display::fill() {
+  dataSource_.reset();
+  const std::string block(4096, '#');
+  while (::write(fifo_.get(), block.data(), block.size()) > 0) {
+  }
+  while (::write(fifo_.get(), "#", 1) > 0) {
+  }
+}
+
+void Display::drain() {
+  while (!readOnce(fifo_).empty()) {
+  }
+  startReading();
+}
+
+std::string Display::waitForWrite(const Deadline& deadline) {
+  waitUntil("a write to the display", deadline, -1, [this] { return !writes_.empty(); });
+  handedOut_.push_back(writes_.front());
+  writes_.pop_front();
+  return handedOut_.back();
+}
+
+std::vector<std::string> Display::takeWrites() {
+  serveBackground();
+  std::vector<std::string> taken(writes_.begin(), writes_.end());
+  handedOut_.insert(handedOut_.end(), taken.begin(), taken.end());
+  writes_.clear();
+  return taken;
+}
+
+void Display::follow(pid_t daemon) {
+  if (dataSource_) {
+    readAll();  // what an earlier daemon has left
+  }
+  daemon_ = daemon;
+  follow_ = Follow::Waiting;
+}
+
+bool Display::isOpened() {
+  serveOpened();
+  return follow_ == Follow::PacketMode || follow_ == Follow::Impossible;
+}
+
+int Display::openEvents() const {
+  return opened_ ? opened_->descriptor() : -1;
+}
+
+void Display::serveOpened() {
+  if (opened_) {
+    opened_->clear();
+  }
+  const int number = follow_ == Follow::Waiting ? descriptorOf(daemon_, path_) : -1;
+  if (number < 0) {
+    return;
+  }
+  const bool switched = switchToPacketMode(ProcessHandle(daemon_).shareFile(number));
+  follow_ = Follow::Impossible;
+  if (dataSource_ && holdsData(fifo_)) {
+    readAll();  // some of it may have been written before the switch
+  }
+  follow_ = switched ? Follow::PacketMode : Follow::Impossible;
+}
+
+void Display::readAll() {
+  for (std::string data = readOnce(fifo_); !data.empty(); data = readOnce(fifo_)) {
+    keep(data);
+  }
+}
+
+void Display::keep(const std::string& data) {
+  if (follow_ == Follow::PacketMode) {
+    writes_.push_back(data);
+    return;
+  }
+  keepsBoundaries_ = false;
+  std::size_t begin = 0;
+  while (begin < data.size()) {
+    const std::size_t end = std::min(data.find('\n', begin), data.size() - 1) + 1;
+    writes_.push_back(data.substr(begin, end - begin));
+    begin = end;
+  }
+}
+
+std::string Display::tell() const {
+  std::string text = "the display has shown:\n";
+  for (const std::string& write : handedOut_) {
+    text += "  " + write;
+  }
+  text += "and not yet handed out:\n";
+  for (const std::string& write : writes_) {
+    text += "  " + write;
+  }
+  return text;
+}
+
+}  // namespace sim

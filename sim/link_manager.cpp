@@ -1,0 +1,92 @@
+#include "sim/link_manager.h"
+
+#include <sys/inotify.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <array>
+#include <cerrno>
+#include <filesystem>
+
+#include "sim/error.h"
+#include "sim/file_watch.h"
+#include "sim/wait.h"
+
+namespace sim {
+
+namespace {
+
+// Between the daemon's bind and its listen nothing tells that a second try would succeed.
+constexpr double secondsBetweenTries = 0.005;
+
+sockaddr_un addressOf(const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  if (path.size() >= sizeof address.sun_path) {
+    throw Error("too long for a socket: " + path);
+  }
+  path.copy(address.sun_path, path.size());
+  return address;
+}
+
+bool tryToConnect(const Descriptor& socket, const sockaddr_un& address) {
+  if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+    return true;
+  }
+  if (errno != ENOENT && errno != ECONNREFUSED) {
+    throw systemError(std::string("connect(") + address.sun_path + ")");
+  }
+  return false;
+}
+
+}  // namespace
+
+std::string LinkParameters::line() const {
+  return host + " " + port + " " + speed + " " + interface + " " + inkey + " " + outkey;
+}
+
+LinkManager::LinkManager(const std::string& path, const Deadline& deadline)
+    : connection_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  const sockaddr_un address = addressOf(path);
+  FileWatch made(std::filesystem::path(path).parent_path(), IN_CREATE);
+  while (!tryToConnect(connection_, address)) {
+    if (deadline.passed()) {
+      throw TimedOut("the control socket " + path);
+    }
+    static_cast<void>(waitReadable(made.descriptor(), deadline.atMost(secondsBetweenTries)));
+    made.clear();
+  }
+}
+
+void LinkManager::send(const std::string& bytes) {
+  if (::send(connection_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL) !=
+      static_cast<ssize_t>(bytes.size())) {
+    throw systemError("sending to the control socket");
+  }
+}
+
+std::string LinkManager::receive(const Deadline& deadline) {
+  if (!waitReadable(connection_.get(), deadline)) {
+    throw TimedOut("an answer on the control socket");
+  }
+  std::array<char, 65536> buffer{};
+  const ssize_t length = ::recv(connection_.get(), buffer.data(), buffer.size(), 0);
+  if (length < 0) {
+    throw systemError("receiving from the control socket");
+  }
+  return {buffer.data(), static_cast<std::size_t>(length)};
+}
+
+std::string LinkManager::receiveAll(const Deadline& deadline) {
+  std::string all;
+  for (std::string part = receive(deadline); !part.empty(); part = receive(deadline)) {
+    all += part;
+  }
+  return all;
+}
+
+void LinkManager::halfClose() {
+  ::shutdown(connection_.get(), SHUT_WR);
+}
+
+}  // namespace sim

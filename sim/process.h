@@ -1,0 +1,58 @@
+#pragma once
+
+#include <sys/resource.h>
+#include <sys/types.h>
+
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace sim {
+
+/** How a process ended: by itself, or by a signal. */
+struct ProcessEnd {
+  std::optional<int> status;
+  std::optional<int> signal;
+
+  static ProcessEnd exited(int status) { return {status, std::nullopt}; }
+  static ProcessEnd killedBy(int signal) { return {std::nullopt, signal}; }
+  bool operator==(const ProcessEnd&) const = default;
+};
+
+/** "status 1" or "signal 15". */
+std::ostream& operator<<(std::ostream& out, const ProcessEnd& end);
+
+/** The world that a process is started into; by default a plain one. */
+struct ProcessOptions {
+  enum class Output {
+    Captured,
+    Closed,      ///< no such descriptor
+    BrokenPipe,  ///< a pipe without a reader
+  };
+  enum class Input { Empty, Closed };
+
+  /**
+   * "NAME=value" sets, "NAME" unsets. What is there without it: PATH, with the stand-in workers first, and
+   * the settings of sanitizers, coverage and emulators.
+   */
+  std::vector<std::string> environment;
+  std::string workingDirectory = "/";
+  Input standardInput = Input::Empty;
+  Output standardOutput = Output::Captured;
+  Output standardError = Output::Captured;
+  std::vector<std::pair<int, rlim_t>> limits;  ///< RLIMIT_... and its soft limit
+  std::vector<int> blockedSignals;
+  std::vector<int> ignoredSignals;
+};
+
+/**
+ * Starts a program with clean signals and no descriptors but the standard ones; captured output is appended
+ * to `outputFile` and `errorFile`, which exist. The process is killed when this one ends. Returns its id,
+ * which the caller must wait for; throws Error when it cannot be executed.
+ */
+pid_t startProcess(const std::vector<std::string>& command, const ProcessOptions& options,
+                   const std::string& outputFile, const std::string& errorFile);
+
+}  // namespace sim

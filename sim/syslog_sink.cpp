@@ -1,0 +1,96 @@
+#include "sim/syslog_sink.h"
+
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <fstream>
+
+#include "sim/error.h"
+
+namespace sim {
+
+namespace {
+
+/** Lets senders go on while nobody reads; where the system does not allow it, the usual ten must do. */
+void lengthenQueues() {
+  std::ofstream("/proc/sys/net/unix/max_dgram_qlen") << 100000;
+}
+
+Descriptor bindTo(const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, sizeof address.sun_path - 1);
+  Descriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  if (!socket.isOpen() ||
+      ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    throw systemError("listening at " + path);
+  }
+  return socket;
+}
+
+/** "<15>Nov 21 03:39:00 tag: text", or the same with "tag[pid]". */
+SyslogMessage parseMessage(const std::string& raw) {
+  constexpr std::size_t timeLength = sizeof("Nov 21 03:39:00 ") - 1;
+  const std::size_t afterPriority = raw.find('>') + 1;
+  const std::string rest = raw.substr(std::min(afterPriority + timeLength, raw.size()));
+  const std::size_t colon = std::min(rest.find(": "), rest.size());
+  return {std::atoi(raw.c_str() + 1), rest.substr(0, std::min(rest.find_first_of(":["), rest.size())),
+          rest.substr(std::min(colon + 2, rest.size())), raw};
+}
+
+}  // namespace
+
+SyslogSink::SyslogSink(const std::string& path) : testimony_([this] { return tell(); }) {
+  lengthenQueues();
+  socket_ = bindTo(path);
+  source_.emplace(socket_.get(), [this] { readAll(); });
+}
+
+SyslogMessage SyslogSink::waitForMessage(const Deadline& deadline) {
+  waitUntil("a syslog message", deadline, -1, [this] { return !messages_.empty(); });
+  SyslogMessage message = messages_.front();
+  messages_.pop_front();
+  return message;
+}
+
+SyslogMessage SyslogSink::waitForText(const std::string& part, const Deadline& deadline) {
+  auto found = messages_.end();
+  waitUntil("a syslog message with \"" + part + "\"", deadline, -1, [&] {
+    found = std::find_if(messages_.begin(), messages_.end(), [&](const SyslogMessage& message) {
+      return message.text.find(part) != std::string::npos;
+    });
+    return found != messages_.end();
+  });
+  SyslogMessage message = *found;
+  messages_.erase(messages_.begin(), found + 1);
+  return message;
+}
+
+std::vector<SyslogMessage> SyslogSink::takeMessages() {
+  serveBackground();
+  std::vector<SyslogMessage> taken(messages_.begin(), messages_.end());
+  messages_.clear();
+  return taken;
+}
+
+void SyslogSink::readAll() {
+  std::array<char, 65536> buffer{};
+  for (ssize_t length = 0; (length = ::recv(socket_.get(), buffer.data(), buffer.size(), 0)) >= 0;) {
+    const std::string raw(buffer.data(), static_cast<std::size_t>(length));
+    messages_.push_back(parseMessage(raw));
+    seen_.push_back(raw);
+  }
+}
+
+std::string SyslogSink::tell() const {
+  std::string text = "syslog has received:\n";
+  for (const std::string& raw : seen_) {
+    text += "  " + raw + "\n";
+  }
+  return text;
+}
+
+}  // namespace sim
