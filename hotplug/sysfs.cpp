@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "ulx/exceptions.h"
 #include "ulx/file_descriptor.h"
 #include "ulx/path.h"
 
@@ -26,7 +27,16 @@ unsigned long readHexAttribute(const std::string& dir, const std::string& name) 
 }
 
 std::string readAttributeOr(const std::string& dir, const std::string& name, const std::string& fallback) {
-  return ulx::pathExists(dir + "/" + name) ? readAttribute(dir, name) : fallback;
+  if (!ulx::pathExists(dir + "/" + name)) {
+    return fallback;
+  }
+  try {
+    return readAttribute(dir, name);
+  } catch (const ulx::NoSuchFileOrDirectory&) {
+    return fallback;  // unplugged since
+  } catch (const ulx::NoSuchDevice&) {
+    return fallback;  // unplugged while being read
+  }
 }
 
 std::string readDeviceName(const std::string& devicePath) {

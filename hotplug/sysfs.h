@@ -17,7 +17,7 @@ std::string readAttribute(const std::string& dir, const std::string& name);
  * none. */
 unsigned long readHexAttribute(const std::string& dir, const std::string& name);
 
-/** The attribute, or `fallback` when there is no such file. */
+/** The attribute, or `fallback` when there is no such file, also when it goes while it is read. */
 std::string readAttributeOr(const std::string& dir, const std::string& name, const std::string& fallback);
 
 /** What a device without a text of its own is called. */
