@@ -1,10 +1,10 @@
 #include "sim/daemon.h"
 
-#include <signal.h>
 #include <sys/wait.h>
 
 #include <algorithm>
 #include <cctype>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>

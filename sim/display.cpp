@@ -23,21 +23,22 @@ namespace fs = std::filesystem;
 // In packet mode every write takes a slot of its own, and the usual 16 are few.
 constexpr int wantedCapacity = 1024 * 1024;
 
-/** The number under which a process has this path open; -1 when it has not. */
-int descriptorOf(pid_t process, const std::string& path) {
-  std::error_code error;
+/** The numbers under which a process has this path open. */
+std::vector<int> descriptorsOf(pid_t process, const std::string& path) {
+  std::vector<int> numbers;
+  std::error_code vanished;
   for (const fs::directory_entry& entry :
-       fs::directory_iterator("/proc/" + std::to_string(process) + "/fd", error)) {
-    std::error_code vanished;
+       fs::directory_iterator("/proc/" + std::to_string(process) + "/fd", vanished)) {
     if (fs::read_symlink(entry.path(), vanished) == path) {
-      return std::stoi(entry.path().filename());
+      numbers.push_back(std::stoi(entry.path().filename()));
     }
   }
-  return -1;
+  return numbers;
 }
 
-bool switchToPacketMode(const Descriptor& writer) {
-  return writer.isOpen() && ::fcntl(writer.get(), F_SETFL, ::fcntl(writer.get(), F_GETFL) | O_DIRECT) == 0;
+bool switchToPacketMode(pid_t process, int number) {
+  const Descriptor shared = ProcessHandle(process).shareFile(number);
+  return shared.isOpen() && ::fcntl(shared.get(), F_SETFL, ::fcntl(shared.get(), F_GETFL) | O_DIRECT) == 0;
 }
 
 bool holdsData(const Descriptor& fifo) {
@@ -123,10 +124,14 @@ std::vector<std::string> Display::takeWrites() {
   return taken;
 }
 
-void Display::follow(pid_t daemon) {
+void Display::forgetWriter() {
   if (dataSource_) {
-    readAll();  // what an earlier daemon has left
+    readAll();
   }
+  follow_ = Follow::Nobody;
+}
+
+void Display::follow(pid_t daemon) {
   daemon_ = daemon;
   follow_ = Follow::Waiting;
 }
@@ -144,11 +149,15 @@ void Display::serveOpened() {
   if (opened_) {
     opened_->clear();
   }
-  const int number = follow_ == Follow::Waiting ? descriptorOf(daemon_, path_) : -1;
-  if (number < 0) {
+  if (follow_ != Follow::Waiting) {
     return;
   }
-  const bool switched = switchToPacketMode(ProcessHandle(daemon_).shareFile(number));
+  const std::vector<int> numbers = descriptorsOf(daemon_, path_);
+  if (numbers.empty()) {
+    return;
+  }
+  const bool switched = std::all_of(numbers.begin(), numbers.end(),
+                                    [this](int number) { return switchToPacketMode(daemon_, number); });
   follow_ = Follow::Impossible;
   if (dataSource_ && holdsData(fifo_)) {
     readAll();  // some of it may have been written before the switch

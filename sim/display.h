@@ -49,6 +49,8 @@ class Display {
   /** The writes that are there now and were not handed out. */
   std::vector<std::string> takeWrites();
 
+  /** Takes what the process that was followed has left; call it before another one is started. */
+  void forgetWriter();
   /** From now on switches this process to packet mode as soon as it has the fifo open. */
   void follow(pid_t daemon);
   /** Whether the process that is followed has opened the fifo. */

@@ -11,12 +11,24 @@ std::string folderOf(pid_t process) {
   return "/proc/" + std::to_string(process);
 }
 
+/** Empty when there is no such process. */
+std::string statLineOf(pid_t process) {
+  std::ifstream file(folderOf(process) + "/stat");
+  std::string line;
+  std::getline(file, line);
+  return line;
+}
+
 /** Field 3 and what follows it: the name before it may hold anything but ends at the last parenthesis. */
 std::istringstream fieldsFromThird(const std::string& statLine) {
   return std::istringstream(statLine.substr(statLine.rfind(')') + 1));
 }
 
 }  // namespace
+
+bool ProcessAge::operator<(const ProcessAge& other) const {
+  return ticks != other.ticks ? ticks < other.ticks : pid < other.pid;
+}
 
 ProcessAge ageFrom(const std::string& statLine) {
   constexpr int fieldsBeforeStart = 22 - 3;
@@ -31,14 +43,15 @@ ProcessAge ageFrom(const std::string& statLine) {
   return age;
 }
 
-std::optional<ProcessAge> ageOfRunning(pid_t process) {
-  std::ifstream file(folderOf(process) + "/stat");
-  std::string line;
+std::optional<ProcessAge> ageOf(pid_t process) {
+  const std::string line = statLineOf(process);
+  return line.empty() ? std::nullopt : std::optional(ageFrom(line));
+}
+
+bool isRunning(pid_t process) {
+  const std::string line = statLineOf(process);
   std::string state;
-  if (!std::getline(file, line) || !(fieldsFromThird(line) >> state) || state == "Z" || state == "X") {
-    return std::nullopt;
-  }
-  return ageFrom(line);
+  return !line.empty() && fieldsFromThird(line) >> state && state != "Z" && state != "X";
 }
 
 std::vector<pid_t> childrenOf(pid_t process) {

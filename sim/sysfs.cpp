@@ -64,7 +64,7 @@ fs::path Sysfs::placeOf(const std::string& path) const {
   return absolute == "/sys" ? root_ : root_ / absolute.lexically_relative("/sys");
 }
 
-void Sysfs::layOut(const DeviceRecording& recording) {
+void Sysfs::layOut(const DeviceRecording& recording) const {
   for (const TreeEntry& entry : recording.tree) {
     // What belongs to the hubs above is left as it is: another device may have changed it.
     const bool isShared = !recording.owns(entry.path) && entry.path.starts_with("devices/");
@@ -74,7 +74,7 @@ void Sysfs::layOut(const DeviceRecording& recording) {
   }
 }
 
-void Sysfs::layOutEntry(const TreeEntry& entry) {
+void Sysfs::layOutEntry(const TreeEntry& entry) const {
   const std::string path = "/sys/" + entry.path;
   switch (entry.kind) {
     case TreeEntry::Kind::Directory:
@@ -89,14 +89,14 @@ void Sysfs::layOutEntry(const TreeEntry& entry) {
   }
 }
 
-void Sysfs::remove(const DeviceRecording& recording) {
+void Sysfs::remove(const DeviceRecording& recording) const {
   if (recording.directory.empty()) {
     throw Error("the recording " + recording.name + " has no device that can be taken out");
   }
   removeDevice(recording.directory);
 }
 
-void Sysfs::removeDevice(const std::string& directory) {
+void Sysfs::removeDevice(const std::string& directory) const {
   // A rename is seen whole by everybody; deleting a tree is not.
   const fs::path doomed = root_ / ".removed";
   fs::remove_all(doomed);
@@ -105,7 +105,7 @@ void Sysfs::removeDevice(const std::string& directory) {
   fs::remove_all(doomed);
 }
 
-void Sysfs::removeLinksInto(const std::string& directory) {
+void Sysfs::removeLinksInto(const std::string& directory) const {
   const fs::path place = placeOf(directory);
   std::vector<fs::path> folders = directoriesIn(root_ / "class");
   for (const fs::path& bus : directoriesIn(root_ / "bus")) {
@@ -123,33 +123,33 @@ void Sysfs::removeLinksInto(const std::string& directory) {
 }
 
 void Sysfs::writeAttribute(const std::string& directory, const std::string& name,
-                           const std::string& content) {
+                           const std::string& content) const {
   writeFile(placeOf(directory) / name, content);
 }
 
-void Sysfs::removeAttribute(const std::string& directory, const std::string& name) {
+void Sysfs::removeAttribute(const std::string& directory, const std::string& name) const {
   fs::remove(placeOf(directory) / name);
 }
 
-void Sysfs::makeDirectory(const std::string& directory) {
+void Sysfs::makeDirectory(const std::string& directory) const {
   fs::create_directories(placeOf(directory));
 }
 
-void Sysfs::makeLink(const std::string& link, const std::string& target) {
+void Sysfs::makeLink(const std::string& link, const std::string& target) const {
   replaceLink(placeOf(link), target);
 }
 
-void Sysfs::linkTo(const std::string& directory, const std::string& link) {
+void Sysfs::linkTo(const std::string& directory, const std::string& link) const {
   makeLink(link, fs::path(directory).lexically_relative(fs::path(link).parent_path()));
 }
 
-void Sysfs::addSubsystem(const std::string& directory, const std::string& subsystem) {
+void Sysfs::addSubsystem(const std::string& directory, const std::string& subsystem) const {
   makeDirectory(subsystem);
   linkTo(subsystem, directory + "/subsystem");
 }
 
-std::string Sysfs::add(const UsbDevice& device) {
-  const std::string directory = device.directory();
+std::string Sysfs::add(const UsbDevice& device) const {
+  std::string directory = device.directory();
   makeDirectory(directory);
   addSubsystem(directory, "/sys/bus/usb");
   writeAttribute(directory, "descriptors", device.descriptors);
@@ -168,9 +168,9 @@ std::string Sysfs::add(const UsbDevice& device) {
 }
 
 std::string Sysfs::addInterface(const std::string& usbDevice, const std::string& interfaceClass,
-                                const std::string& subclass, const std::string& protocol) {
+                                const std::string& subclass, const std::string& protocol) const {
   const std::string name = fs::path(usbDevice).filename().string() + ":1.0";
-  const std::string directory = usbDevice + "/" + name;
+  std::string directory = usbDevice + "/" + name;
   makeDirectory(directory);
   addSubsystem(directory, "/sys/bus/usb");
   writeAttribute(directory, "bInterfaceClass", newlineEnded(interfaceClass));
@@ -181,10 +181,10 @@ std::string Sysfs::addInterface(const std::string& usbDevice, const std::string&
   return directory;
 }
 
-std::string Sysfs::add(const HiddevNode& node) {
+std::string Sysfs::add(const HiddevNode& node) const {
   const std::string interfaceDirectory =
       addInterface(node.usbDevice, "03", node.interfaceSubclass, node.interfaceProtocol);
-  const std::string directory = interfaceDirectory + "/usb/" + node.name;
+  std::string directory = interfaceDirectory + "/usb/" + node.name;
   makeDirectory(directory);
   addSubsystem(directory, "/sys/class/usb");
   linkTo(interfaceDirectory, directory + "/device");
@@ -193,11 +193,11 @@ std::string Sysfs::add(const HiddevNode& node) {
   return directory;
 }
 
-std::string Sysfs::add(const ScsiGenericNode& node) {
+std::string Sysfs::add(const ScsiGenericNode& node) const {
   const std::string host = std::to_string(node.host);
   const std::string unit = addInterface(node.usbDevice, "08", "06", "50") + "/host" + host + "/target" +
                            host + ":0:0/" + host + ":0:0:0";
-  const std::string directory = unit + "/scsi_generic/" + node.name;
+  std::string directory = unit + "/scsi_generic/" + node.name;
   makeDirectory(directory);
   addSubsystem(unit, "/sys/bus/scsi");
   addSubsystem(directory, "/sys/class/scsi_generic");

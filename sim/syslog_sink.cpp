@@ -37,7 +37,8 @@ SyslogMessage parseMessage(const std::string& raw) {
   const std::size_t afterPriority = raw.find('>') + 1;
   const std::string rest = raw.substr(std::min(afterPriority + timeLength, raw.size()));
   const std::size_t colon = std::min(rest.find(": "), rest.size());
-  return {std::atoi(raw.c_str() + 1), rest.substr(0, std::min(rest.find_first_of(":["), rest.size())),
+  return {static_cast<int>(std::strtol(raw.c_str() + 1, nullptr, 10)),
+          rest.substr(0, std::min(rest.find_first_of(":["), rest.size())),
           rest.substr(std::min(colon + 2, rest.size())), raw};
 }
 

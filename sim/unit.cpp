@@ -80,19 +80,19 @@ void Unit::unplug(const DeviceRecording& recording) {
 }
 
 std::string Unit::plug(const UsbDevice& device) {
-  const std::string directory = sysfs.add(device);
+  std::string directory = sysfs.add(device);
   uevents.add(devpathOf(directory), usbDevicePairs);
   return directory;
 }
 
 std::string Unit::plug(const HiddevNode& node) {
-  const std::string directory = sysfs.add(node);
+  std::string directory = sysfs.add(node);
   uevents.add(devpathOf(directory), {{"SUBSYSTEM", "usb"}});
   return directory;
 }
 
 std::string Unit::plug(const ScsiGenericNode& node) {
-  const std::string directory = sysfs.add(node);
+  std::string directory = sysfs.add(node);
   uevents.add(devpathOf(directory), {{"SUBSYSTEM", "scsi_generic"}});
   return directory;
 }
@@ -107,6 +107,7 @@ Daemon& Unit::startDaemon(std::vector<std::string> arguments, const ProcessOptio
     throw Error("the unit's daemon runs already");
   }
   daemon_.reset();
+  display.forgetWriter();
   daemon_ = std::make_unique<Daemon>(std::move(arguments), options);
   if (display.hasReader()) {
     display.follow(daemon_->pid());

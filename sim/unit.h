@@ -50,8 +50,8 @@ class Unit {
   SyslogSink syslog;
 
   /** Writes "/vel/quor.conf". */
-  void writeConfig(const std::string& text);
-  void removeConfig();
+  static void writeConfig(const std::string& text);
+  static void removeConfig();
 
   /** Puts a worker program anywhere ("/opt/x/gen"); the host's directory of that name is not changed. */
   void installWorker(const std::string& path);

@@ -24,6 +24,7 @@ bool stillRegistered(const Background* source) {
 
 std::vector<pollfd> pollListOf(const std::vector<const Background*>& served, int fd) {
   std::vector<pollfd> list;
+  list.reserve(served.size() + 1);
   for (const Background* source : served) {
     list.push_back({source->descriptor(), POLLIN, 0});
   }

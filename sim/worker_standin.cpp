@@ -148,14 +148,16 @@ std::string receiveCommand(int fd) {
   sigemptyset(&set);
   sigaddset(&set, signal);
   ::sigprocmask(SIG_UNBLOCK, &set, nullptr);
-  std::raise(signal);
+  ::kill(::getpid(), signal);
   ::pause();  // a stopping signal leaves the process here when it is continued
   std::_Exit(statusWithoutUnit);
 }
 
 [[noreturn]] void obey(const std::string& command) {
   const std::size_t blank = command.find(' ');
-  const int number = blank == std::string::npos ? 0 : std::atoi(command.c_str() + blank + 1);
+  const int number = blank == std::string::npos
+                         ? 0
+                         : static_cast<int>(std::strtol(command.c_str() + blank + 1, nullptr, 10));
   if (command.starts_with("signal ")) {
     dieBy(number);
   }

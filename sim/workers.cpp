@@ -137,8 +137,8 @@ Worker& WorkerBoard::waitForWorkerOf(const std::string& device, const Deadline& 
 bool WorkerBoard::isOldest(const Worker& worker) const {
   const std::vector<pid_t> siblings = childrenOf(worker.start.parent);
   return std::none_of(siblings.begin(), siblings.end(), [&](pid_t sibling) {
-    const std::optional<ProcessAge> age = hasReported(sibling) ? std::nullopt : ageOfRunning(sibling);
-    return age && *age < worker.start.age;
+    const std::optional<ProcessAge> age = ageOf(sibling);
+    return age && *age < worker.start.age && !hasReported(sibling) && sim::isRunning(sibling);
   });
 }
 
@@ -172,8 +172,8 @@ void WorkerBoard::acceptReported() {
 std::vector<WorkerBoard::Leaving> WorkerBoard::dismissAll() {
   acceptReported();
   std::vector<Leaving> leaving;
-  for (Worker& worker : workers_) {
-    if (worker.isRunning()) {
+  for (const Worker& worker : workers_) {
+    if (ageOf(worker.start.pid) == worker.start.age) {
       leaving.push_back({worker.start.pid, ProcessHandle(worker.start.pid)});
     }
   }
