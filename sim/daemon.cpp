@@ -110,7 +110,7 @@ ProcessEnd Daemon::waitForExit(const Deadline& deadline) {
 std::string Daemon::waitForLine(const std::string& text, const Deadline& deadline) {
   std::optional<std::string> found;
   const Background wakeAtEnd(process_.endEvents(), [] {});
-  waitUntil("the daemon's line \"" + text + "\"", deadline, standardError_.appendEvents(), [&] {
+  waitUntil("the daemon's line \"" + text + "\"", deadline, [&] {
     const bool wasRunning = isRunning();
     found = nextLineWith(text);
     if (!found && !wasRunning) {

@@ -78,8 +78,7 @@ void Display::openReader() {
     throw systemError("open(" + path_ + ")");
   }
   ::fcntl(fifo_.get(), F_SETPIPE_SZ, wantedCapacity);  // refused to some; then 16 unread writes must do
-  opened_ = std::make_unique<FileWatch>(path_, IN_OPEN);
-  openedSource_ = std::make_unique<Background>(opened_->descriptor(), [this] { serveOpened(); });
+  opened_ = std::make_unique<FileWatch>(path_, IN_OPEN, [this] { serveOpened(); });
   startReading();
 }
 
@@ -88,7 +87,6 @@ void Display::startReading() {
 }
 
 void Display::closeReader() {
-  openedSource_.reset();
   dataSource_.reset();
   opened_.reset();
   fifo_.close();
@@ -110,7 +108,7 @@ void Display::drain() {
 }
 
 std::string Display::waitForWrite(const Deadline& deadline) {
-  waitUntil("a write to the display", deadline, -1, [this] { return !writes_.empty(); });
+  waitUntil("a write to the display", deadline, [this] { return !writes_.empty(); });
   handedOut_.push_back(writes_.front());
   writes_.pop_front();
   return handedOut_.back();
@@ -141,14 +139,7 @@ bool Display::isOpened() {
   return follow_ == Follow::PacketMode || follow_ == Follow::Impossible;
 }
 
-int Display::openEvents() const {
-  return opened_ ? opened_->descriptor() : -1;
-}
-
 void Display::serveOpened() {
-  if (opened_) {
-    opened_->clear();
-  }
   if (follow_ != Follow::Waiting) {
     return;
   }

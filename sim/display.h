@@ -55,8 +55,6 @@ class Display {
   void follow(pid_t daemon);
   /** Whether the process that is followed has opened the fifo. */
   [[nodiscard]] bool isOpened();
-  /** Readable when somebody opens the fifo; -1 without a reader. */
-  [[nodiscard]] int openEvents() const;
   /** Whether everything read so far came write by write. */
   [[nodiscard]] bool keepsBoundaries() const { return keepsBoundaries_; }
 
@@ -73,7 +71,6 @@ class Display {
   std::string path_;
   Descriptor fifo_;
   std::unique_ptr<FileWatch> opened_;
-  std::unique_ptr<Background> openedSource_;
   std::unique_ptr<Background> dataSource_;
   pid_t daemon_ = 0;
   Follow follow_ = Follow::Nobody;

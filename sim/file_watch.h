@@ -1,26 +1,37 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <string>
 
 #include "sim/deadline.h"
-#include "sim/descriptor.h"
 
 namespace sim {
 
-/** Tells when something happens to a file or in a directory (inotify). */
+class WatchedFiles;
+
+/**
+ * Notices when something happens to a file or in a directory. Every wait of the process then asks its
+ * condition again (waitUntil), so most users need no more than the object's being there.
+ */
 class FileWatch {
  public:
-  /** `events` is a mask of IN_... values; `path` must exist. */
-  FileWatch(const std::string& path, std::uint32_t events);
-
-  /** Readable when something has happened. */
-  [[nodiscard]] int descriptor() const { return fd_.get(); }
-  /** Forgets what has happened so far. */
-  void clear();
+  /** `events` is a mask of IN_... values (inotify); `path` must exist. `happened` is called during waits. */
+  FileWatch(
+      const std::string& path, std::uint32_t events, std::function<void()> happened = [] {});
+  ~FileWatch();
+  FileWatch(const FileWatch&) = delete;
+  FileWatch& operator=(const FileWatch&) = delete;
+  FileWatch(FileWatch&&) = delete;
+  FileWatch& operator=(FileWatch&&) = delete;
 
  private:
-  Descriptor fd_;
+  friend class WatchedFiles;
+
+  std::shared_ptr<WatchedFiles> files_;
+  int number_;  ///< the system's number of the watched file
+  std::function<void()> happened_;
 };
 
 /** Waits until something named `path` exists; its directory must exist already. */

@@ -29,7 +29,6 @@ const std::vector<std::string>& LineFile::lines() {
 }
 
 void LineFile::readAppended() {
-  watch_.clear();
   std::ifstream file(path_, std::ios::binary);
   file.seekg(static_cast<std::streamoff>(text_.size()));
   std::ostringstream appended;

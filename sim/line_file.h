@@ -7,7 +7,7 @@
 
 namespace sim {
 
-/** A text file to which another process appends. */
+/** A text file to which another process appends; waits notice when it does. */
 class LineFile {
  public:
   /** Makes the file, empty. */
@@ -17,8 +17,6 @@ class LineFile {
   const std::vector<std::string>& lines();
   /** Everything so far. */
   const std::string& text();
-  /** Readable when something was appended since the last look. */
-  [[nodiscard]] int appendEvents() const { return watch_.descriptor(); }
 
  private:
   void readAppended();

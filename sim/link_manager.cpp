@@ -48,13 +48,12 @@ std::string LinkParameters::line() const {
 LinkManager::LinkManager(const std::string& path, const Deadline& deadline)
     : connection_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
   const sockaddr_un address = addressOf(path);
-  FileWatch made(std::filesystem::path(path).parent_path(), IN_CREATE);
+  const FileWatch made(std::filesystem::path(path).parent_path(), IN_CREATE);
   while (!tryToConnect(connection_, address)) {
     if (deadline.passed()) {
       throw TimedOut("the control socket " + path);
     }
-    static_cast<void>(waitReadable(made.descriptor(), deadline.atMost(secondsBetweenTries)));
-    made.clear();
+    serveBackground(deadline.atMost(secondsBetweenTries));
   }
 }
 

@@ -51,7 +51,7 @@ SyslogSink::SyslogSink(const std::string& path) : testimony_([this] { return tel
 }
 
 SyslogMessage SyslogSink::waitForMessage(const Deadline& deadline) {
-  waitUntil("a syslog message", deadline, -1, [this] { return !messages_.empty(); });
+  waitUntil("a syslog message", deadline, [this] { return !messages_.empty(); });
   SyslogMessage message = messages_.front();
   messages_.pop_front();
   return message;
@@ -59,7 +59,7 @@ SyslogMessage SyslogSink::waitForMessage(const Deadline& deadline) {
 
 SyslogMessage SyslogSink::waitForText(const std::string& part, const Deadline& deadline) {
   auto found = messages_.end();
-  waitUntil("a syslog message with \"" + part + "\"", deadline, -1, [&] {
+  waitUntil("a syslog message with \"" + part + "\"", deadline, [&] {
     found = std::find_if(messages_.begin(), messages_.end(), [&](const SyslogMessage& message) {
       return message.text.find(part) != std::string::npos;
     });

@@ -120,7 +120,7 @@ void Unit::waitUntilDisplayKnowsItsWriter() {
   const Deadline deadline(secondsToOpenDisplay);
   const Background wakeAtEnd(daemon_->endEvents(), [] {});
   while (!display.isOpened() && daemon_->isRunning() && !deadline.passed()) {
-    static_cast<void>(waitReadable(display.openEvents(), deadline));
+    serveBackground(deadline);
   }
 }
 

@@ -13,6 +13,8 @@ namespace sim {
 
 namespace {
 
+constexpr int nobody = -1;  // poll() passes over it
+
 std::vector<const Background*>& sources() {
   static std::vector<const Background*> all;
   return all;
@@ -28,7 +30,7 @@ std::vector<pollfd> pollListOf(const std::vector<const Background*>& served, int
   for (const Background* source : served) {
     list.push_back({source->descriptor(), POLLIN, 0});
   }
-  list.push_back({fd, POLLIN, 0});  // poll() passes over a negative number
+  list.push_back({fd, POLLIN, 0});
   return list;
 }
 
@@ -79,6 +81,10 @@ bool waitReadable(int fd, const Deadline& deadline) {
   }
 }
 
+void waitUntil(const std::string& awaited, const Deadline& deadline, const std::function<bool()>& condition) {
+  waitUntil(awaited, deadline, nobody, condition);
+}
+
 void waitUntil(const std::string& awaited, const Deadline& deadline, int fd,
                const std::function<bool()>& condition) {
   while (!condition()) {
@@ -90,8 +96,12 @@ void waitUntil(const std::string& awaited, const Deadline& deadline, int fd,
   }
 }
 
+void serveBackground(const Deadline& deadline) {
+  static_cast<void>(pollOnce(nobody, deadline.millisecondsLeft()));
+}
+
 void serveBackground() {
-  while (pollOnce(-1, 0).served) {
+  while (pollOnce(nobody, 0).served) {
   }
 }
 

@@ -34,13 +34,17 @@ class Background {
 [[nodiscard]] bool waitReadable(int fd, const Deadline& deadline);
 
 /**
- * Waits until `condition` holds, asking again after each event: `fd` readable, a background source served.
- * `condition` must take what makes `fd` readable. Throws TimedOut naming `awaited`.
+ * Waits until `condition` holds, asking again whenever a background source was served. Throws TimedOut naming
+ * `awaited`.
  */
+void waitUntil(const std::string& awaited, const Deadline& deadline, const std::function<bool()>& condition);
+/** The same, asking also when `fd` is readable; `condition` must take what makes it so. */
 void waitUntil(const std::string& awaited, const Deadline& deadline, int fd,
                const std::function<bool()>& condition);
 
 /** Serves what the background sources hold at this moment, without waiting. */
 void serveBackground();
+/** Waits until at least one background source has been served, or the deadline has passed. */
+void serveBackground(const Deadline& deadline);
 
 }  // namespace sim
