@@ -1,0 +1,13 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "sim/deadline.h"
+
+/**
+ * Waits until `condition` holds, asking again every other millisecond: for what the system tells of a process
+ * without announcing that it has changed (its descriptors, its state). Throws sim::TimedOut naming `awaited`.
+ */
+void eventually(const std::string& awaited, const std::function<bool()>& condition,
+                const sim::Deadline& deadline = {});

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <set>
+#include <string>
+
+#include "sim/unit.h"
+
+/** What the system tells of a running process. */
+struct ProcessState {
+  std::string workingDirectory;
+  std::set<int> caughtSignals;
+  std::set<int> ignoredSignals;
+  std::set<int> blockedSignals;
+};
+
+ProcessState stateOf(pid_t process);
+
+/** The signals sent to the process that it has not taken yet. */
+std::set<int> pendingSignalsOf(pid_t process);
+
+/** How often the process has left the processor, of its own will or not: constant while it only waits. */
+unsigned long long contextSwitchesOf(pid_t process);
+
+/** Waits until the process sleeps. */
+void waitUntilAsleep(pid_t process);
+
+/** Waits until the process is stopped by a signal. */
+void waitUntilStopped(pid_t process);
+
+/** Waits until a child of the daemon has ended, and the daemon was sent the signal that says so. */
+void waitUntilEnded(pid_t process);
+
+/** Where a descriptor of the process leads ("/dev/null", "socket:[7]"). */
+std::string targetOf(pid_t process, int descriptor);
+
+/**
+ * Waits until the daemon has gone once round its loop: whatever was pending in any of its sources before is
+ * then served. It must debug to standard error.
+ */
+void settleEverySource(sim::Unit& unit);
