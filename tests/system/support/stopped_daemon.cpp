@@ -1,0 +1,17 @@
+#include "tests/system/support/stopped_daemon.h"
+
+#include <csignal>
+
+#include "tests/system/support/process_state.h"
+
+StoppedDaemon::StoppedDaemon(sim::Unit& unit) : daemon_(unit.daemon()) {
+  settleEverySource(unit);
+  waitUntilAsleep(daemon_.pid());
+  daemon_.signal(SIGSTOP);
+  waitUntilStopped(daemon_.pid());
+}
+
+// cppcheck-suppress functionConst ; it changes the daemon
+void StoppedDaemon::resume() {
+  daemon_.signal(SIGCONT);
+}
