@@ -24,7 +24,7 @@ class WatchedFiles {
   static std::shared_ptr<WatchedFiles> instance();
 
   WatchedFiles();
-  int add(const std::string& path, std::uint32_t events) const;
+  [[nodiscard]] int add(const std::string& path, std::uint32_t events) const;
   void enlist(FileWatch* watch) { watches_.push_back(watch); }
   void remove(FileWatch* watch);
 

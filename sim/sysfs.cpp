@@ -64,7 +64,7 @@ fs::path Sysfs::placeOf(const std::string& path) const {
   return absolute == "/sys" ? root_ : root_ / absolute.lexically_relative("/sys");
 }
 
-void Sysfs::layOut(const DeviceRecording& recording) const {
+void Sysfs::layOut(const DeviceRecording& recording) {
   for (const TreeEntry& entry : recording.tree) {
     // What belongs to the hubs above is left as it is: another device may have changed it.
     const bool isShared = !recording.owns(entry.path) && entry.path.starts_with("devices/");
@@ -74,7 +74,7 @@ void Sysfs::layOut(const DeviceRecording& recording) const {
   }
 }
 
-void Sysfs::layOutEntry(const TreeEntry& entry) const {
+void Sysfs::layOutEntry(const TreeEntry& entry) {
   const std::string path = "/sys/" + entry.path;
   switch (entry.kind) {
     case TreeEntry::Kind::Directory:
@@ -89,14 +89,14 @@ void Sysfs::layOutEntry(const TreeEntry& entry) const {
   }
 }
 
-void Sysfs::remove(const DeviceRecording& recording) const {
+void Sysfs::remove(const DeviceRecording& recording) {
   if (recording.directory.empty()) {
     throw Error("the recording " + recording.name + " has no device that can be taken out");
   }
   removeDevice(recording.directory);
 }
 
-void Sysfs::removeDevice(const std::string& directory) const {
+void Sysfs::removeDevice(const std::string& directory) {
   // A rename is seen whole by everybody; deleting a tree is not.
   const fs::path doomed = root_ / ".removed";
   fs::remove_all(doomed);
@@ -105,7 +105,7 @@ void Sysfs::removeDevice(const std::string& directory) const {
   fs::remove_all(doomed);
 }
 
-void Sysfs::removeLinksInto(const std::string& directory) const {
+void Sysfs::removeLinksInto(const std::string& directory) {
   const fs::path place = placeOf(directory);
   std::vector<fs::path> folders = directoriesIn(root_ / "class");
   for (const fs::path& bus : directoriesIn(root_ / "bus")) {
@@ -122,33 +122,38 @@ void Sysfs::removeLinksInto(const std::string& directory) const {
   }
 }
 
+// These change the tree, if not the object: they are not const.
+// NOLINTBEGIN(readability-make-member-function-const)
+
 void Sysfs::writeAttribute(const std::string& directory, const std::string& name,
-                           const std::string& content) const {
+                           const std::string& content) {
   writeFile(placeOf(directory) / name, content);
 }
 
-void Sysfs::removeAttribute(const std::string& directory, const std::string& name) const {
+void Sysfs::removeAttribute(const std::string& directory, const std::string& name) {
   fs::remove(placeOf(directory) / name);
 }
 
-void Sysfs::makeDirectory(const std::string& directory) const {
+void Sysfs::makeDirectory(const std::string& directory) {
   fs::create_directories(placeOf(directory));
 }
 
-void Sysfs::makeLink(const std::string& link, const std::string& target) const {
+void Sysfs::makeLink(const std::string& link, const std::string& target) {
   replaceLink(placeOf(link), target);
 }
 
-void Sysfs::linkTo(const std::string& directory, const std::string& link) const {
+// NOLINTEND(readability-make-member-function-const)
+
+void Sysfs::linkTo(const std::string& directory, const std::string& link) {
   makeLink(link, fs::path(directory).lexically_relative(fs::path(link).parent_path()));
 }
 
-void Sysfs::addSubsystem(const std::string& directory, const std::string& subsystem) const {
+void Sysfs::addSubsystem(const std::string& directory, const std::string& subsystem) {
   makeDirectory(subsystem);
   linkTo(subsystem, directory + "/subsystem");
 }
 
-std::string Sysfs::add(const UsbDevice& device) const {
+std::string Sysfs::add(const UsbDevice& device) {
   std::string directory = device.directory();
   makeDirectory(directory);
   addSubsystem(directory, "/sys/bus/usb");
@@ -168,7 +173,7 @@ std::string Sysfs::add(const UsbDevice& device) const {
 }
 
 std::string Sysfs::addInterface(const std::string& usbDevice, const std::string& interfaceClass,
-                                const std::string& subclass, const std::string& protocol) const {
+                                const std::string& subclass, const std::string& protocol) {
   const std::string name = fs::path(usbDevice).filename().string() + ":1.0";
   std::string directory = usbDevice + "/" + name;
   makeDirectory(directory);
@@ -181,7 +186,7 @@ std::string Sysfs::addInterface(const std::string& usbDevice, const std::string&
   return directory;
 }
 
-std::string Sysfs::add(const HiddevNode& node) const {
+std::string Sysfs::add(const HiddevNode& node) {
   const std::string interfaceDirectory =
       addInterface(node.usbDevice, "03", node.interfaceSubclass, node.interfaceProtocol);
   std::string directory = interfaceDirectory + "/usb/" + node.name;
@@ -193,7 +198,7 @@ std::string Sysfs::add(const HiddevNode& node) const {
   return directory;
 }
 
-std::string Sysfs::add(const ScsiGenericNode& node) const {
+std::string Sysfs::add(const ScsiGenericNode& node) {
   const std::string host = std::to_string(node.host);
   const std::string unit = addInterface(node.usbDevice, "08", "06", "50") + "/host" + host + "/target" +
                            host + ":0:0/" + host + ":0:0:0";

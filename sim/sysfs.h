@@ -24,36 +24,35 @@ class Sysfs {
    * Lays out the whole tree of a recording: the device with everything below it, its links, and the hubs
    * above it where they are not there yet.
    */
-  void layOut(const DeviceRecording& recording) const;
+  void layOut(const DeviceRecording& recording);
   /** Removes the device and its links. Hubs above it stay, as they do when a device is taken out. */
-  void remove(const DeviceRecording& recording) const;
+  void remove(const DeviceRecording& recording);
 
   /** Each returns the physical directory that it has made. */
-  std::string add(const UsbDevice& device) const;
-  std::string add(const HiddevNode& node) const;
-  std::string add(const ScsiGenericNode& node) const;
+  std::string add(const UsbDevice& device);
+  std::string add(const HiddevNode& node);
+  std::string add(const ScsiGenericNode& node);
   /** Takes a directory away at one stroke (no reader sees half of it), then the links that led into it. */
-  void removeDevice(const std::string& directory) const;
+  void removeDevice(const std::string& directory);
 
   /** `content` stands in the file as it is, a final newline included. */
-  void writeAttribute(const std::string& directory, const std::string& name,
-                      const std::string& content) const;
-  void removeAttribute(const std::string& directory, const std::string& name) const;
-  void makeDirectory(const std::string& directory) const;
+  void writeAttribute(const std::string& directory, const std::string& name, const std::string& content);
+  void removeAttribute(const std::string& directory, const std::string& name);
+  void makeDirectory(const std::string& directory);
   /** `target` is the link's text. An older link of that name is replaced. */
-  void makeLink(const std::string& link, const std::string& target) const;
+  void makeLink(const std::string& link, const std::string& target);
   /** Makes a link to `directory` with a relative text, as the kernel's are. */
-  void linkTo(const std::string& directory, const std::string& link) const;
+  void linkTo(const std::string& directory, const std::string& link);
 
   /** Where a path that begins with "/sys" really is. */
   [[nodiscard]] std::filesystem::path placeOf(const std::string& path) const;
 
  private:
-  void layOutEntry(const TreeEntry& entry) const;
-  void removeLinksInto(const std::string& directory) const;
+  void layOutEntry(const TreeEntry& entry);
+  void removeLinksInto(const std::string& directory);
   std::string addInterface(const std::string& usbDevice, const std::string& interfaceClass,
-                           const std::string& subclass, const std::string& protocol) const;
-  void addSubsystem(const std::string& directory, const std::string& subsystem) const;
+                           const std::string& subclass, const std::string& protocol);
+  void addSubsystem(const std::string& directory, const std::string& subsystem);
 
   std::filesystem::path root_;
 };
