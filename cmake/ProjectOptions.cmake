@@ -18,7 +18,8 @@ target_compile_options(
             -Werror)
 
 # Large files also where `long` has 32 bits: without it readdir and stat fail on big inode numbers.
-target_compile_definitions(project_options INTERFACE _FILE_OFFSET_BITS=64)
+# Time of 64 bits there too: after January 2038 the clock would stand still.
+target_compile_definitions(project_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 
 option(USB_RX_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 if(USB_RX_SANITIZE)

@@ -3,6 +3,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <cstring>
 #include <ctime>
 
@@ -51,7 +52,7 @@ FILE* configOpenLocked(const char* path, const char* mode, int lockOp) {
   for (int attempt = 1; attempt <= lastAttempt; ++attempt) {
     FILE* stream = openFile(path, mode);
     if (stream == nullptr) {
-      // The quote stays open: programs of the unit look for this line as it is.
+      // The quote stays open, as this line has always been.
       std::printf("Config failed to open file '%s\n", path);
       return nullptr;
     }
@@ -65,7 +66,11 @@ FILE* configOpenLocked(const char* path, const char* mode, int lockOp) {
 }
 
 int configLockFile(int fd, int lockOp) {
-  if (flock(fd, lockOp) == -1) {
+  int result = 0;
+  do {
+    result = flock(fd, lockOp);
+  } while (result == -1 && errno == EINTR);
+  if (result == -1) {
     std::puts("Config unable to set lock");
     return -1;
   }

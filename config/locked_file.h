@@ -16,5 +16,5 @@
  */
 FILE* configOpenLocked(const char* path, const char* mode, int lockOp);
 
-/** flock(fd, lockOp): 0, or -1 with a line on standard output. */
+/** flock(fd, lockOp), resumed when a signal interrupts it: 0, or -1 with a line on standard output. */
 int configLockFile(int fd, int lockOp);

@@ -14,7 +14,8 @@ ConfigDictionary* parseStream(FILE* stream, const char* path) {
 #include <string_view>
 
 // This iniparser only loads by name. The one name that is sure to lead to the open, locked file, and not to
-// another that a writer has moved to its path meanwhile, is the descriptor's own under /proc.
+// another that a writer has moved to its path meanwhile, is the descriptor's own under /proc. So /proc has to
+// be mounted and one more descriptor to be free; otherwise iniparser tells that it cannot open the file.
 namespace {
 
 constexpr std::size_t descriptorPathSize = 32;

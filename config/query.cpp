@@ -14,6 +14,11 @@ using Key = std::array<char, 256>;
   return key;
 }
 
+// iniparser's conversions take every entry for a setting, but a section has no text.
+bool hasText(const ConfigDictionary* d, const Key& key) {
+  return iniparser_getstring(d, key.data(), nullptr) != nullptr;
+}
+
 }  // namespace
 
 const char* configGetString(const ConfigDictionary* d, const char* fallback, const char* keyFormat, ...) {
@@ -29,7 +34,7 @@ int configGetInt(const ConfigDictionary* d, int fallback, const char* keyFormat,
   va_start(arguments, keyFormat);
   const Key key = formatKey(keyFormat, arguments);
   va_end(arguments);
-  return iniparser_getint(d, key.data(), fallback);
+  return hasText(d, key) ? iniparser_getint(d, key.data(), fallback) : fallback;
 }
 
 double configGetDouble(const ConfigDictionary* d, double fallback, const char* keyFormat, ...) {
@@ -37,7 +42,7 @@ double configGetDouble(const ConfigDictionary* d, double fallback, const char* k
   va_start(arguments, keyFormat);
   const Key key = formatKey(keyFormat, arguments);
   va_end(arguments);
-  return iniparser_getdouble(d, key.data(), fallback);
+  return hasText(d, key) ? iniparser_getdouble(d, key.data(), fallback) : fallback;
 }
 
 int configGetBool(const ConfigDictionary* d, int fallback, const char* keyFormat, ...) {
@@ -45,7 +50,7 @@ int configGetBool(const ConfigDictionary* d, int fallback, const char* keyFormat
   va_start(arguments, keyFormat);
   const Key key = formatKey(keyFormat, arguments);
   va_end(arguments);
-  return iniparser_getboolean(d, key.data(), fallback);
+  return hasText(d, key) ? iniparser_getboolean(d, key.data(), fallback) : fallback;
 }
 
 int configHasKey(const ConfigDictionary* d, const char* keyFormat, ...) {

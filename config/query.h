@@ -4,7 +4,8 @@
 
 /*
  * Typed queries. The key, "section:key", is `keyFormat` formatted as printf does, cut to 255 characters; its
- * case does not matter. A missing key, and a null dictionary, give `fallback`.
+ * case does not matter. A missing key, a section (whose configGetString is null) and a null dictionary give
+ * `fallback`.
  */
 
 /** The text of the key; it belongs to the dictionary. */

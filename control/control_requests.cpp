@@ -82,10 +82,21 @@ void takeParameters(RxCtrl& ctrl, std::string_view line) {
   ctrl.lastRequest = line;
 }
 
-// The list is not emptied: later lines go to the same descriptor numbers again, whoever has them then, except
-// that the client being served stays connected.
+// The numbers of clients that were answered before may belong to anything by now: the connection to syslog,
+// where keys must not go, or nothing.
+bool isClient(int fd) {
+  int type = 0;
+  socklen_t size = sizeof type;
+  return getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &size) == 0 && type == SOCK_STREAM;
+}
+
+// The list is not emptied: later lines go to the same descriptor numbers again, whichever clients have them
+// then. Only the client being served stays connected.
 void answerWaitingClients(const RxCtrl& ctrl, std::string_view message, int servedClient) {
   for (const int waiting : ctrl.waitingClients) {
+    if (!isClient(waiting)) {
+      continue;
+    }
     sendTo(waiting, message);
     if (waiting != servedClient) {
       close(waiting);
@@ -115,12 +126,11 @@ int serveControlClient(RxCtrl& ctrl) {
 }
 
 std::string withoutKeys(std::string_view line) {
-  constexpr int inkeyField = 4;
-  constexpr int outkeyField = 5;
+  constexpr int firstKeyField = 4;
   std::string shown;
   for (int field = 0;; ++field) {
     const std::size_t end = line.find(' ');
-    shown += field == inkeyField || field == outkeyField ? "***" : line.substr(0, end);
+    shown += field < firstKeyField ? line.substr(0, end) : "***";
     if (end == std::string_view::npos) {
       return shown;
     }

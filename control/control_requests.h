@@ -18,5 +18,8 @@
  */
 int serveControlClient(RxCtrl& ctrl);
 
-/** A line of link parameters with each of its key fields as "***", fit for a log. */
+/**
+ * A line of link parameters fit for a log: each key field, and whatever may be part of a key behind them, is
+ * "***".
+ */
 std::string withoutKeys(std::string_view line);

@@ -4,9 +4,6 @@
 
 #include "ulx/file_descriptor.h"
 
-/** Where the daemon listens unless it is told otherwise; workers assume the same. */
-inline constexpr const char* defaultSocketPath = "/var/run/usb_rx";
-
 /** The daemon's listening control socket. */
 class ControlServer : public ulx::FileDescriptor {
  public:
@@ -19,8 +16,8 @@ class ControlServer : public ulx::FileDescriptor {
 };
 
 /**
- * The connection of the client that delivered the link parameters in force. It stays open until the process
- * ends, also when a later client's takes its place: that client has to see a connection, not an end.
+ * The connection of the client that delivered the link parameters in force. It is not closed with this
+ * object: when a later client takes its place, its own client still sees a connection, not an end.
  */
 class ControlConnection : public ulx::FileDescriptor {
  public:

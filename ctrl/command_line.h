@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "control/socket_path.h"
 #include "ctrl/rx_ctrl.h"
 
 /** What the options say besides the process-wide settings. */

@@ -8,13 +8,13 @@
  *
  * The wait has no limit in effect, unless workers have been restarted: then 3 seconds without any event end
  * the streak of restarts. What blocks otherwise is the handling of a uevent (up to a little over 3 seconds
- * until sysfs tells what a device is), the look after an ended worker's device (150 ms each), and a control
- * client that connects and says nothing. Meanwhile uevents wait in the socket's buffer and ended workers in
- * the pipe.
+ * until sysfs tells what a device is), a control client that connects and says nothing, a writer that holds
+ * the configuration's lock, and a reader of standard error that does not read. Meanwhile uevents wait in the
+ * socket's buffer and ended workers in the pipe.
  *
  * Two signal handlers run at any instant. That of SIGCHLD writes one byte to a pipe, so that a worker that
  * ends just before the wait is not slept over; that of SIGHUP sets a flag that the next admission check
- * reads. Neither touches what the loop works on, and every wait and read is resumed after them.
+ * reads. Neither touches what the loop works on, and waits, reads and locks that they interrupt are resumed.
  *
  * Nothing is caught here: what a source throws ends the daemon, and main reports it.
  */
@@ -30,6 +30,7 @@
 #include "hotplug/coldplug.h"
 #include "hotplug/sysfs.h"
 #include "ulx/wait.h"
+#include "workers/announcement.h"
 #include "workers/supervision.h"
 
 namespace {
@@ -69,7 +70,7 @@ void announceWorkers(const RxCtrl& ctrl, bool droppedToFullSpeed) {
     if (droppedToFullSpeed && isHighSpeedDevice(devpath)) {
       kill(pid, SIGTERM);
     } else {
-      OsdMessage(ctrl.osd, readDeviceName(devpath)) << " attached";
+      announceAttached(ctrl.osd, readDeviceName(devpath));
     }
   }
 }

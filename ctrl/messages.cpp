@@ -8,19 +8,7 @@
 #include "ctrl/clock.h"
 #include "ctrl/settings.h"
 #include "ulx/format.h"
-
-namespace {
-
-// One write, so that lines of several processes on one terminal do not mix. Its result does not matter:
-// a reader that has gone must not stop the daemon.
-void writeLine(const std::string& text) {
-  const std::string line = text + '\n';
-  if (::write(STDERR_FILENO, line.data(), line.size()) == -1) {
-    return;
-  }
-}
-
-}  // namespace
+#include "ulx/write_once.h"
 
 std::string timePrefix(double seconds) {
   constexpr double wrap = 100.0;
@@ -38,7 +26,8 @@ LogMessage::~LogMessage() {
   if (settings.logToSyslog) {
     syslog(syslogPriority_, "%s", text_.str().c_str());
   } else {
-    writeLine(text_.str());
+    text_ << '\n';
+    ulx::writeOnce(STDERR_FILENO, text_.str());
   }
 }
 

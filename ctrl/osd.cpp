@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "ulx/write_once.h"
+
 OsdSink::OsdSink(const char* path) {
   openOsdSink(*this, path);
 }
@@ -26,12 +28,8 @@ OsdMessage::OsdMessage(const OsdSink& sink, const std::string& first) : sink_(si
 }
 
 OsdMessage::~OsdMessage() {
-  if (!sink_.isOpen) {
-    return;
-  }
-  text_ << '\n';
-  const std::string line = text_.str();
-  if (::write(sink_.fd, line.data(), line.size()) == -1) {
-    return;  // The display does not listen; there is nobody to tell.
+  if (sink_.isOpen) {
+    text_ << '\n';
+    ulx::writeOnce(sink_.fd, text_.str());
   }
 }

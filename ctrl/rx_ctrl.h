@@ -28,7 +28,7 @@ using LinkKey = std::optional<std::string>;
  * done with it are free functions of the subsystem concerned; there is one, for the whole run.
  *
  * Construction opens, in order, the control socket, the uevent socket and the display, and reads the policy;
- * what fails is thrown by the class in question. Members are released in reverse order; workers run on.
+ * what fails is thrown by the class in question. Members are released in reverse order; no worker is ended.
  */
 class RxCtrl {
  public:
@@ -60,7 +60,7 @@ class RxCtrl {
   std::uint32_t restartCount = 0;                        // consecutive worker restarts
   bool attachBlocked = false;                            // too many restarts: generic workers start waiting
   std::string connectFailTimeoutText;                    // as configured
-  double restartPeriod;                                  // seconds without a failure that end a streak
+  double restartPeriod;                                  // seconds since lastGenericStart that end a streak
   double lastGenericStart = 0.0;                         // seconds since the epoch; while not attachBlocked
   std::list<int> waitingClients;  // descriptors that asked before parameters were known
 };

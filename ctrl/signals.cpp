@@ -6,28 +6,35 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <string_view>
 
 #include "ctrl/messages.h"
 #include "ctrl/settings.h"
 #include "ulx/child_handler.h"
+#include "ulx/exceptions.h"
 #include "ulx/pipe.h"
+#include "ulx/write_once.h"
 #include "workers/exit_status.h"
 
 namespace {
 
-// Opens "/dev/null" for each of the descriptors 0 to 2 that nobody opened: one of the daemon's own would take
-// its number, and log lines or the output of workers would go there.
+// Opens something harmless for each of the descriptors 0 to 2 that nobody opened: one of the daemon's own
+// would take its number, and log lines or the output of workers would go there.
 class StandardDescriptors {
  public:
   StandardDescriptors() {
     int fd = -1;
     do {
-      fd = ::open("/dev/null", O_RDWR);
+      fd = openHarmless();
     } while (fd >= STDIN_FILENO && fd <= STDERR_FILENO);
     if (fd > STDERR_FILENO) {
       ::close(fd);
     }
+  }
+
+ private:
+  static int openHarmless() {
+    const int fd = ::open("/dev/null", O_RDWR);
+    return fd == -1 ? ::open("/", O_RDONLY) : fd;
   }
 };
 
@@ -36,22 +43,21 @@ class StandardDescriptors {
 // any instant.
 class ChildExitPipe {
  public:
-  ChildExitPipe() {
+  // Nobody is there yet to catch what fails here.
+  ChildExitPipe() try {
     pipe_.readEnd.setCloseOnExec();
     pipe_.writeEnd.setCloseOnExec();
     // A full pipe already says what one more byte would say: the handler must not wait for room.
     ::fcntl(pipe_.writeEnd.fd(), F_SETFL, O_NONBLOCK);
+  } catch (const ulx::Exception& e) {
+    ulx::writeOnce(STDERR_FILENO, e.text());
+    ::_exit(e.status);
   }
 
   [[nodiscard]] const ulx::FileDescriptor& readEnd() const { return pipe_.readEnd; }
 
   // Only what a signal handler may do.
-  void notify() const {
-    constexpr char meaningless = 0;
-    if (::write(pipe_.writeEnd.fd(), &meaningless, 1) == -1) {
-      return;  // Full: the loop is going to look anyway.
-    }
-  }
+  void notify() const { ulx::writeOnce(pipe_.writeEnd.fd(), "!"); }
 
  private:
   StandardDescriptors standardDescriptors_;
@@ -60,12 +66,9 @@ class ChildExitPipe {
 
 ChildExitPipe childExitPipe;
 
-void endAfterFailedExec() {
+[[noreturn]] void endAfterFailedExec() {
   if (settings.debugCtrl) {
-    constexpr std::string_view line = "[RxCtrl] *** subprocess exec() failed; maybe not found? ***\n";
-    if (::write(STDERR_FILENO, line.data(), line.size()) == -1) {
-      std::exit(EXIT_FAILURE);
-    }
+    ulx::writeOnce(STDERR_FILENO, "[RxCtrl] *** subprocess exec() failed; maybe not found? ***\n");
   }
   std::exit(EXIT_FAILURE);
 }
@@ -110,7 +113,7 @@ void installHangupHandler() {
   sigaction(SIGHUP, &action, nullptr);
   unblock(SIGHUP);
   if (settings.debugCtrl) {
-    DebugMessage(ctrlTag) << "setup signal hansler";  // spelt so in every unit's log
+    DebugMessage(ctrlTag) << "setup signal hansler";  // spelt so for good
   }
 }
 

@@ -4,10 +4,14 @@
 
 #include <map>
 #include <string>
+#include <utility>
+
+/** One running worker: its process id, and the physical sysfs path of the device that it serves. */
+using WorkerRecord = std::pair<const pid_t, std::string>;
 
 /** The running workers, found by process id and by the physical sysfs path of the device that each serves. */
 struct WorkerTable {
-  /** Device path by process id; each entry is one worker. */
+  /** Each entry is a WorkerRecord. */
   std::map<pid_t, std::string> byPid;
   std::map<std::string, pid_t> byPath;
 

@@ -97,7 +97,7 @@ UsbNode waitForUsbNode(const RxCtrl& ctrl, const std::string& realPath) {
   }
 }
 
-// The first that fits is what the device is: a keyboard with a hub in it is a hub.
+// The first that fits is what the device is, whatever else it could be.
 DeviceKind classifyUsbDevice(RxCtrl& ctrl, const std::string& realPath) {
   if (readHexAttribute(realPath, "bDeviceClass") == hubClass) {
     return DeviceKind::hub;
@@ -190,7 +190,7 @@ void handle(RxCtrl& ctrl, const std::string& action, const std::string& devpath)
 
 }  // namespace
 
-// By value: the link's speed may change while the event is handled.
+// By value, and unused: every caller hands over the speed of the moment, on which nothing depends so far.
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 void handleUEvent(RxCtrl& ctrl, const UEvent& event, std::string /*speed*/) noexcept {
   const auto action = event.find("ACTION");

@@ -29,7 +29,7 @@ bool isKeyboardInterface(DescriptorBytes interface) {
   return interface[bInterfaceClass] == hidClass && interface[bInterfaceProtocol] == keyboardProtocol;
 }
 
-bool isDiskInterface(DescriptorBytes interface) {
+bool isStorageInterface(DescriptorBytes interface) {
   return interface[bInterfaceClass] == massStorageClass &&
          (interface[bInterfaceSubClass] == scsiCommands || interface[bInterfaceSubClass] == atapiCommands) &&
          interface[bInterfaceProtocol] == bulkOnlyTransport;
@@ -48,7 +48,7 @@ bool isStorageDescriptor(const std::string& descriptorsPath) {
   const ulx::FileDescriptor file(descriptorsPath, O_RDONLY);
   const UsbDeviceDescriptor device = readDevice(file);
   return device[bDeviceClass] == classPerInterface && device[bNumConfigurations] == 1 &&
-         hasSingleDiskInterface(descriptorBytes(file.readAll()));
+         hasSingleStorageInterface(descriptorBytes(file.readAll()));
 }
 
 bool everyInterfaceIsKeyboard(DescriptorBytes configurations) {
@@ -56,11 +56,11 @@ bool everyInterfaceIsKeyboard(DescriptorBytes configurations) {
                              isKeyboardInterface);
 }
 
-bool hasSingleDiskInterface(DescriptorBytes configurations) {
+bool hasSingleStorageInterface(DescriptorBytes configurations) {
   int interfaces = 0;
   for (const DescriptorBytes interface :
        DescriptorWalk(configurations, interfaceDescriptorType, bInterfaceProtocol)) {
-    if (!isDiskInterface(interface)) {
+    if (!isStorageInterface(interface)) {
       return false;
     }
     ++interfaces;

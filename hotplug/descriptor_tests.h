@@ -14,10 +14,10 @@
  * none. */
 bool isKeyboardDescriptor(const std::string& descriptorsPath);
 
-/** A disk: a single configuration with a single interface, mass storage with SCSI or ATAPI commands,
+/** Storage: a single configuration with a single interface, mass storage with SCSI or ATAPI commands,
  * bulk-only. */
 bool isStorageDescriptor(const std::string& descriptorsPath);
 
 /** The part of each test that looks at what follows the device descriptor. */
 bool everyInterfaceIsKeyboard(DescriptorBytes configurations);
-bool hasSingleDiskInterface(DescriptorBytes configurations);
+bool hasSingleStorageInterface(DescriptorBytes configurations);

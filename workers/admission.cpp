@@ -55,7 +55,7 @@ Verdict refuseSmartcards(const RxCtrl& ctrl, const std::string& devicePath) {
   if (!ctrl.policy.smartcard || !hasInterface(devicePath, isSmartcard)) {
     return Verdict::admitted;
   }
-  // No blank after the name: displays in the field show it so.
+  // No blank after the name, on purpose.
   OsdMessage(ctrl.osd, readDeviceName(devicePath)) << "local smartcard security";
   return Verdict::refused;
 }

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <string_view>
 
 #include "ctrl/clock.h"
@@ -14,6 +15,7 @@
 #include "ctrl/signals.h"
 #include "hotplug/sysfs.h"
 #include "ulx/exceptions.h"
+#include "workers/announcement.h"
 #include "workers/exit_status.h"
 #include "workers/worker_arguments.h"
 
@@ -45,9 +47,12 @@ std::vector<char*> argumentVector(WorkerArguments& arguments) {
 }
 
 // In the forked child: becomes the worker, or ends with the status that says it could not.
-[[noreturn]] void becomeWorker(char* const* arguments, Orphan orphan) {
+[[noreturn]] void becomeWorker(char* const* arguments, Orphan orphan, pid_t daemon) {
   if (orphan == Orphan::isTerminated) {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
+    if (getppid() != daemon) {
+      _exit(EXIT_SUCCESS);  // the daemon ended before the kernel knew
+    }
   }
   restoreDefaultSignals();
   execvp(arguments[0], arguments);
@@ -56,12 +61,13 @@ std::vector<char*> argumentVector(WorkerArguments& arguments) {
 
 void startWorker(RxCtrl& ctrl, const std::string& devicePath, WorkerArguments arguments, Orphan orphan) {
   const std::vector<char*> vector = argumentVector(arguments);
+  const pid_t daemon = getpid();
   const pid_t pid = fork();
   if (pid == -1) {
     ulx::throwErrno("fork()", errno);
   }
   if (pid == 0) {
-    becomeWorker(vector.data(), orphan);
+    becomeWorker(vector.data(), orphan, daemon);
   }
   ctrl.addWorker(pid, devicePath);
 }
@@ -91,7 +97,7 @@ void launchScsiWorker(RxCtrl& ctrl, const std::string& devicePath) {
   const std::string unit = devicePath + "/device";
   const std::string vendor = readAttributeOr(unit, "vendor", "");
   const std::string model = readAttributeOr(unit, "model", unnamedDevice);
-  OsdMessage(ctrl.osd, vendor) << " " << model << " attached";
+  announceAttached(ctrl.osd, vendor + " " + model);
 }
 
 void launchKeyboardWorker(RxCtrl& ctrl, const std::string& devicePath) {
@@ -103,7 +109,7 @@ void launchKeyboardWorker(RxCtrl& ctrl, const std::string& devicePath) {
   startWorker(ctrl, devicePath, keyboardArguments(logOf(settings.debugKeyboard), linkOf(ctrl), number),
               Orphan::livesOn);
 
-  OsdMessage(ctrl.osd, readDeviceName(devicePath + "/device/..")) << " attached";
+  announceAttached(ctrl.osd, readDeviceName(devicePath + "/device/.."));
 }
 
 void launchGenericWorker(RxCtrl& ctrl, const std::string& devicePath) {
@@ -119,6 +125,6 @@ void launchGenericWorker(RxCtrl& ctrl, const std::string& devicePath) {
       Orphan::isTerminated);
 
   if (ctrl.controlConnection != nullptr && !ctrl.attachBlocked) {
-    OsdMessage(ctrl.osd, readDeviceName(devicePath)) << " attached";
+    announceAttached(ctrl.osd, readDeviceName(devicePath));
   }
 }

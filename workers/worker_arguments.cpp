@@ -2,7 +2,7 @@
 
 #include <boost/lexical_cast.hpp>
 
-#include "control/control_server.h"
+#include "control/socket_path.h"
 
 namespace {
 

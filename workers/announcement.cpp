@@ -1,0 +1,5 @@
+#include "workers/announcement.h"
+
+void announceAttached(const OsdSink& osd, const std::string& deviceName) {
+  OsdMessage(osd, deviceName) << " attached";
+}
