@@ -1,0 +1,56 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace support {
+
+/** A pipe that keeps writes of up to 4096 bytes apart, so that a test sees where each one ended. */
+class PacketPipe {
+ public:
+  PacketPipe();
+  PacketPipe(const PacketPipe&) = delete;
+  PacketPipe& operator=(const PacketPipe&) = delete;
+  ~PacketPipe();
+
+  [[nodiscard]] int writeEnd() const { return writeEnd_; }
+  /** Gives the write end away: the caller closes it. */
+  [[nodiscard]] int releaseWriteEnd();
+  /** From now on nobody reads what is written. */
+  void closeReadEnd();
+
+  /** What has been written since the last call, one element for each write. Does not wait. */
+  [[nodiscard]] std::vector<std::string> writes() const;
+
+ private:
+  int readEnd_ = -1;
+  int writeEnd_ = -1;
+};
+
+/** Replaces standard error by the open file of `fd`, during a scope. */
+class ReplacedStandardError {
+ public:
+  explicit ReplacedStandardError(int fd);
+  ReplacedStandardError(const ReplacedStandardError&) = delete;
+  ReplacedStandardError& operator=(const ReplacedStandardError&) = delete;
+  ~ReplacedStandardError();
+
+ private:
+  int saved_;
+};
+
+/** Takes what the process writes to standard error during a scope. */
+class CapturedStandardError {
+ public:
+  CapturedStandardError() : replaced_(pipe_.writeEnd()) {}
+
+  [[nodiscard]] std::vector<std::string> writes() const { return pipe_.writes(); }
+  /** The writes, each less the time at its start ("12.345: ") and the newline at its end. */
+  [[nodiscard]] std::vector<std::string> messages() const;
+
+ private:
+  PacketPipe pipe_;
+  ReplacedStandardError replaced_;
+};
+
+}  // namespace support

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "ctrl/rx_ctrl.h"
+#include "tests/support/output.h"
+#include "tests/support/restored_settings.h"
+#include "tests/support/temporary_directory.h"
+
+namespace support {
+
+/**
+ * The daemon's state for a test: control socket in a directory of its own, default policy whatever the host
+ * is configured for, and a display that the test reads. Settings are the defaults around it.
+ */
+class TestCtrl {
+ public:
+  TestCtrl();
+
+  RxCtrl* operator->() { return &ctrl_; }
+  RxCtrl& operator*() { return ctrl_; }
+
+  /** What the display was told since the last call, one element for each write. */
+  [[nodiscard]] std::vector<std::string> shown() const { return display_.writes(); }
+
+ private:
+  RestoredSettings settings_;
+  TemporaryDirectory directory_;
+  PacketPipe display_;
+  RxCtrl ctrl_;
+};
+
+}  // namespace support
