@@ -1,0 +1,143 @@
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <string>
+#include <vector>
+
+#include "tests/ctrl/loop_ending.h"
+#include "tests/support/child.h"
+#include "tests/support/device_directory.h"
+#include "tests/support/test_ctrl.h"
+#include "tests/support/thrown.h"
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+// A worker that does nothing until it is ended.
+class Worker {
+ public:
+  Worker() : pid_(fork()) {
+    if (pid_ == 0) {
+      std::signal(SIGTERM, SIG_DFL);
+      while (true) {
+        pause();
+      }
+    }
+  }
+  Worker(const Worker&) = delete;
+  Worker& operator=(const Worker&) = delete;
+  ~Worker() {
+    if (pid_ != -1) {
+      (void)endingSignal();
+    }
+  }
+
+  [[nodiscard]] pid_t pid() const { return pid_; }
+  // The signal that has ended it; it is killed now if none has.
+  [[nodiscard]] int endingSignal() {
+    int status = 0;
+    kill(pid_, SIGKILL);
+    waitpid(pid_, &status, 0);
+    pid_ = -1;
+    return WTERMSIG(status);
+  }
+
+ private:
+  pid_t pid_;
+};
+
+// The directory of a device that a worker serves.
+class Device : public support::DeviceDirectory {
+ public:
+  Device(const std::string& product, const std::string& speed) {
+    write("product", product + "\n");
+    write("speed", speed + "\n");
+  }
+};
+
+TEST(MainLoopParameters, NewParametersAnnounceEachWorkersDeviceInTheOrderOfProcessIds) {
+  support::inPrivateWorld([] {
+    support::TestCtrl ctrl;
+    const Device stick("Stick", "480");
+    const Device pen("Pen", "12");
+    ctrl->addWorker(300, stick.path());
+    ctrl->addWorker(20, pen.path());
+    ctrl->addWorker(1000, "/sys/devices/gone");
+    deliverParameters(*ctrl, "host 5000 high eth1 in out");
+    ctrl->run();
+    EXPECT_EQ(ctrl.shown(), (Lines{"Pen attached\n", "Stick attached\n", "un-named device attached\n"}));
+  });
+}
+
+TEST(MainLoopParameters, AQueryAnnouncesNothing) {
+  support::inPrivateWorld([] {
+    support::TestCtrl ctrl;
+    const Device stick("Stick", "480");
+    ctrl->addWorker(300, stick.path());
+    const support::ControlClient asking(ctrl->socketPath);
+    asking.send("?");
+    endAtOnce(*ctrl);
+    ctrl->run();
+    EXPECT_EQ(ctrl.shown(), Lines{});
+  });
+}
+
+TEST(MainLoopParameters, WhenTheLinkFallsToFullSpeedWorkersOfHighSpeedDevicesAreTerminated) {
+  support::inPrivateWorld([] {
+    support::TestCtrl ctrl;
+    const Device stick("Stick", "480");
+    const Device pen("Pen", "12");
+    Worker fast;
+    Worker slow;
+    ctrl->addWorker(fast.pid(), stick.path());
+    ctrl->addWorker(slow.pid(), pen.path());
+    deliverParameters(*ctrl, "host 5000 full eth1 in out");
+    ctrl->run();
+    EXPECT_EQ(ctrl.shown(), Lines{"Pen attached\n"});
+    EXPECT_EQ(fast.endingSignal(), SIGTERM);
+    EXPECT_EQ(slow.endingSignal(), SIGKILL);
+  });
+}
+
+TEST(MainLoopParameters, AFullSpeedLinkThatStaysSoTerminatesNoWorker) {
+  support::inPrivateWorld([] {
+    support::TestCtrl ctrl;
+    ctrl->speed = "full";
+    const Device stick("Stick", "480");
+    Worker fast;
+    ctrl->addWorker(fast.pid(), stick.path());
+    deliverParameters(*ctrl, "host 5000 full eth1 in out");
+    ctrl->run();
+    EXPECT_EQ(ctrl.shown(), Lines{"Stick attached\n"});
+    EXPECT_EQ(fast.endingSignal(), SIGKILL);
+  });
+}
+
+TEST(MainLoopParameters, AnyOtherChangeOfSpeedTerminatesNoWorker) {
+  support::inPrivateWorld([] {
+    support::TestCtrl ctrl;
+    ctrl->speed = "full";
+    const Device stick("Stick", "480");
+    Worker fast;
+    ctrl->addWorker(fast.pid(), stick.path());
+    deliverParameters(*ctrl, "host 5000 Full eth1 in out");
+    ctrl->run();
+    EXPECT_EQ(ctrl.shown(), Lines{"Stick attached\n"});
+    EXPECT_EQ(fast.endingSignal(), SIGKILL);
+  });
+}
+
+TEST(MainLoopParameters, IsLeftWhenTheSpeedOfAWorkersDeviceCannotBeRead) {
+  support::inPrivateWorld([] {
+    support::TestCtrl ctrl;
+    ctrl->addWorker(300, "/sys/devices/gone");
+    deliverParameters(*ctrl, "host 5000 full eth1 in out");
+    EXPECT_EQ(support::contextThrownBy<ulx::NoSuchFileOrDirectory>([&ctrl] { ctrl->run(); }),
+              "open(\"/sys/devices/gone/speed\")");
+  });
+}
+
+}  // namespace
