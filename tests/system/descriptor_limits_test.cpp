@@ -12,6 +12,7 @@
 #include "sim/descriptor.h"
 #include "sim/unit.h"
 #include "tests/system/support/attached_devices.h"
+#include "tests/system/support/eventually.h"
 #include "tests/system/support/last_words.h"
 #include "tests/system/support/process_state.h"
 
@@ -57,8 +58,8 @@ class WaitingClients {
     for (std::size_t i = unit.daemon().openDescriptors().size(); i < descriptors; ++i) {
       ASSERT_TRUE(add());
     }
-    settleEverySource(unit);
-    ASSERT_EQ(unit.daemon().openDescriptors().size(), descriptors);
+    eventually("the accept of all waiting clients",
+               [&] { return unit.daemon().openDescriptors().size() == descriptors; });
   }
 
   void closeFirst() { clients_.front().close(); }

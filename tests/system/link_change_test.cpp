@@ -200,7 +200,7 @@ TEST_F(SlowerLink, TerminatesNothingWhenFullSpeedIsRepeated) {
 
 TEST_F(SlowerLink, TerminatesNothingWhenFullSpeedIsRepeatedByALaterLine) {
   startAt("high");
-  change("full");
+  EXPECT_EQ(shownAt("full"), Lines{});
   sim::Worker& worker = attach(scanner());
   unit.sysfs.writeAttribute(worker.device(), "speed", "480\n");
 

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+#include "sim/unit.h"
+
+/** What the daemon answers to a query of the link parameters; waits for the end of the connection. */
+std::string askForParameters(sim::Unit& unit);
+
+/**
+ * Delivers a line of link parameters, whose port is not 0, and waits until the daemon has served it. The
+ * daemon ends with the connection that is returned.
+ */
+[[nodiscard]] sim::LinkManager deliver(sim::Unit& unit, const std::string& line);

@@ -1,0 +1,166 @@
+#include "tests/system/support/system_call_trace.h"
+
+#include <sys/ptrace.h>
+#include <sys/syscall.h>
+#include <sys/uio.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <iterator>
+
+#include "sim/error.h"
+
+namespace {
+
+constexpr int stoppedInCall = SIGTRAP | 0x80;  // with PTRACE_O_TRACESYSGOOD
+
+/** ptrace() takes numbers where its prototype has pointers. */
+void* asPointer(unsigned long number) {
+  return reinterpret_cast<void*>(number);  // NOLINT(performance-no-int-to-ptr)
+}
+
+bool seize(pid_t process) {
+  return ::ptrace(PTRACE_SEIZE, process, nullptr, asPointer(PTRACE_O_TRACESYSGOOD)) == 0;
+}
+
+/** Whether the kernel stopped the process of its own accord, not for a signal sent to it. */
+bool isEventStop(int status) {
+  return static_cast<unsigned>(status) >> 16U == PTRACE_EVENT_STOP;
+}
+
+sigset_t childSignal() {
+  sigset_t set;
+  sigemptyset(&set);
+  sigaddset(&set, SIGCHLD);
+  return set;
+}
+
+void waitForChildSignal(const sim::Deadline& deadline) {
+  const sigset_t set = childSignal();
+  const int left = deadline.millisecondsLeft();
+  const timespec time{.tv_sec = left / 1000, .tv_nsec = left % 1000 * 1'000'000L};
+  ::sigtimedwait(&set, nullptr, &time);
+}
+
+/** Which argument of the call is the time that it sleeps. */
+std::optional<std::size_t> sleepArgument(unsigned long number) {
+  switch (number) {
+    case SYS_nanosleep:
+      return 0;
+    case SYS_clock_nanosleep:
+#ifdef SYS_clock_nanosleep_time64
+    case SYS_clock_nanosleep_time64:
+#endif
+      return 2;
+    default:
+      return std::nullopt;
+  }
+}
+
+}  // namespace
+
+std::optional<std::string> SystemCallTrace::obstacle() {
+  if (std::getenv("SIM_DAEMON_PREFIX") != nullptr) {
+    return "the daemon runs under another program, whose system calls would be seen";
+  }
+  const pid_t child = ::fork();
+  if (child == 0) {
+    ::pause();
+    ::_exit(0);
+  }
+  const bool seized = seize(child);
+  const int reason = errno;
+  ::kill(child, SIGKILL);
+  ::waitpid(child, nullptr, __WALL);
+  if (!seized) {
+    return std::string("tracing is not permitted: ") + std::strerror(reason);
+  }
+  return std::nullopt;
+}
+
+SystemCallTrace::SystemCallTrace(pid_t process) : process_(process) {
+  if (!seize(process)) {
+    throw sim::systemError("ptrace(" + std::to_string(process) + ")");
+  }
+  const sigset_t set = childSignal();
+  ::sigprocmask(SIG_BLOCK, &set, &formerMask_);
+  ::ptrace(PTRACE_INTERRUPT, process, nullptr, nullptr);
+  waitForStop({});
+}
+
+SystemCallTrace::~SystemCallTrace() {
+  if (!isStopped_) {
+    ::ptrace(PTRACE_INTERRUPT, process_, nullptr, nullptr);
+    ::waitpid(process_, nullptr, __WALL);
+  }
+  ::ptrace(PTRACE_DETACH, process_, nullptr, nullptr);
+  ::sigprocmask(SIG_SETMASK, &formerMask_, nullptr);
+}
+
+int SystemCallTrace::waitForStop(const sim::Deadline& deadline) {
+  int status = 0;
+  while (::waitpid(process_, &status, WNOHANG | __WALL) == 0) {
+    if (deadline.passed()) {
+      throw sim::TimedOut("the next system call of process " + std::to_string(process_));
+    }
+    waitForChildSignal(deadline);
+  }
+  isStopped_ = true;
+  if (!WIFSTOPPED(status)) {
+    throw sim::Error("process " + std::to_string(process_) + " has ended while it was traced");
+  }
+  return status;
+}
+
+std::optional<SystemCall> SystemCallTrace::currentCall() const {
+  __ptrace_syscall_info info{};
+  ::ptrace(PTRACE_GET_SYSCALL_INFO, process_, asPointer(sizeof info), &info);
+  if (info.op != PTRACE_SYSCALL_INFO_ENTRY) {
+    return std::nullopt;
+  }
+  SystemCall call{static_cast<unsigned long>(info.entry.nr), {}};
+  std::copy(std::begin(info.entry.args), std::end(info.entry.args), call.arguments.begin());
+  return call;
+}
+
+SystemCall SystemCallTrace::next(const sim::Deadline& deadline) {
+  unsigned long signal = 0;
+  while (true) {
+    ::ptrace(PTRACE_SYSCALL, process_, nullptr, asPointer(signal));
+    isStopped_ = false;
+    signal = 0;
+    const int status = waitForStop(deadline);
+    if (WSTOPSIG(status) != stoppedInCall) {
+      signal = isEventStop(status) ? 0 : static_cast<unsigned long>(WSTOPSIG(status));
+    } else if (const std::optional<SystemCall> call = currentCall()) {
+      return *call;
+    }
+  }
+}
+
+double SystemCallTrace::runToSleep(const sim::Deadline& deadline) {
+  while (true) {
+    if (const std::optional<double> seconds = sleepOf(next(deadline))) {
+      return *seconds;
+    }
+  }
+}
+
+std::optional<double> SystemCallTrace::sleepOf(const SystemCall& call) const {
+  const std::optional<std::size_t> argument = sleepArgument(call.number);
+  if (!argument) {
+    return std::nullopt;
+  }
+  timespec time{};
+  const iovec here{&time, sizeof time};
+  const iovec there{asPointer(call.arguments.at(*argument)), sizeof time};
+  if (::process_vm_readv(process_, &here, 1, &there, 1, 0) != static_cast<ssize_t>(sizeof time)) {
+    throw sim::systemError("process_vm_readv(" + std::to_string(process_) + ")");
+  }
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+}

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <array>
+#include <csignal>
+#include <optional>
+#include <string>
+
+#include "sim/deadline.h"
+
+/** A system call that is about to be made. */
+struct SystemCall {
+  unsigned long number;  ///< SYS_...
+  std::array<unsigned long, 6> arguments;
+};
+
+/**
+ * Stops a child process before each of its system calls (ptrace): between two stops a test can change the
+ * world at exactly one place of the process's work. While it is traced, the process does not run by itself,
+ * and nothing else may wait for it.
+ */
+class SystemCallTrace {
+ public:
+  /** Why no such trace can be made here; nothing where it can. */
+  [[nodiscard]] static std::optional<std::string> obstacle();
+
+  explicit SystemCallTrace(pid_t process);
+  /** Lets the process run on by itself. */
+  ~SystemCallTrace();
+  SystemCallTrace(const SystemCallTrace&) = delete;
+  SystemCallTrace& operator=(const SystemCallTrace&) = delete;
+  SystemCallTrace(SystemCallTrace&&) = delete;
+  SystemCallTrace& operator=(SystemCallTrace&&) = delete;
+
+  /** Makes the call before which the process stands, and runs on to the next one, which it returns. */
+  SystemCall next(const sim::Deadline& deadline = {});
+  /** Runs on to the next sleep, and returns the seconds that it is to take. */
+  double runToSleep(const sim::Deadline& deadline = {});
+  /** The seconds that a call is to sleep; nothing for calls that do not sleep. */
+  [[nodiscard]] std::optional<double> sleepOf(const SystemCall& call) const;
+
+ private:
+  int waitForStop(const sim::Deadline& deadline);
+  [[nodiscard]] std::optional<SystemCall> currentCall() const;
+
+  pid_t process_;
+  bool isStopped_ = false;  ///< or has ended
+  sigset_t formerMask_{};
+};
