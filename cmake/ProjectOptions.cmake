@@ -23,8 +23,9 @@ target_compile_definitions(project_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_
 
 option(USB_RX_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 if(USB_RX_SANITIZE)
-  target_compile_options(project_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
-                                                   -fno-omit-frame-pointer)
+  # Not vptr: that check opens a pipe, and some tests leave the daemon without a free descriptor.
+  target_compile_options(project_options INTERFACE -fsanitize=address,undefined -fno-sanitize=vptr
+                                                   -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(project_options INTERFACE -fsanitize=address,undefined)
 endif()
 

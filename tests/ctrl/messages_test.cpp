@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/time.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <csignal>
@@ -130,6 +132,46 @@ TEST_F(StandardErrorMessages, AFullDiskIsNoError) {
   const sim::Descriptor full(open("/dev/full", O_WRONLY | O_CLOEXEC));
   const support::ReplacedStandardError replaced(full.get());
   EXPECT_NO_THROW(sayToNobody());
+}
+
+// For the signal handler: the third signal lets the reader read.
+const support::PacketPipe* slowReader = nullptr;
+volatile std::sig_atomic_t signalsLeft = 3;
+
+void onAlarm(int /*signal*/) {
+  signalsLeft = signalsLeft - 1;
+  if (signalsLeft == 0) {
+    char byte = 0;
+    while (read(slowReader->readEnd(), &byte, 1) > 0) {
+    }
+  }
+}
+
+void fill(int pipe) {
+  fcntl(pipe, F_SETFL, O_DIRECT | O_NONBLOCK);
+  while (write(pipe, "x", 1) == 1) {
+  }
+  fcntl(pipe, F_SETFL, O_DIRECT);
+}
+
+TEST_F(StandardErrorMessages, AMessageThatWaitsForItsReaderIsNotLostToSignals) {
+  support::inChild([] {
+    const support::PacketPipe pipe;
+    slowReader = &pipe;
+    fill(pipe.writeEnd());
+    const support::ReplacedStandardError replaced(pipe.writeEnd());
+    struct sigaction action {};
+    action.sa_handler = onAlarm;
+    sigaction(SIGALRM, &action, nullptr);
+    const itimerval every5Milliseconds{.it_interval = {0, 5000}, .it_value = {0, 5000}};
+    setitimer(ITIMER_REAL, &every5Milliseconds, nullptr);
+    ErrorMessage("kept");
+    const itimerval never{};
+    setitimer(ITIMER_REAL, &never, nullptr);
+    const Lines writes = pipe.writes();
+    ASSERT_EQ(writes.size(), 1U);
+    EXPECT_EQ(writes[0].substr(6), ": kept\n");
+  });
 }
 
 }  // namespace

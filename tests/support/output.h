@@ -13,6 +13,8 @@ class PacketPipe {
   PacketPipe& operator=(const PacketPipe&) = delete;
   ~PacketPipe();
 
+  /** Reads of it do not wait. */
+  [[nodiscard]] int readEnd() const { return readEnd_; }
   [[nodiscard]] int writeEnd() const { return writeEnd_; }
   /** Gives the write end away: the caller closes it. */
   [[nodiscard]] int releaseWriteEnd();

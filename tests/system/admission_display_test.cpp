@@ -127,8 +127,7 @@ TEST_F(AdmissionDisplay, ThatTakesNothingMoreDoesNotHoldUpTheRefusal) {
   unit.plug(isochronousDevice());
   unit.settle();
   unit.display.drain();
-  EXPECT_EQ(decide(named(isochronousDevice(), "1-2", "Second")),
-            refusedWith("Second" + isochronousPhrase));
+  EXPECT_EQ(decide(named(isochronousDevice(), "1-2", "Second")), refusedWith("Second" + isochronousPhrase));
 }
 
 TEST_F(AdmissionDisplay, WhoseReaderHasGoneDoesNotEndTheDaemon) {

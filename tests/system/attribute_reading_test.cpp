@@ -32,8 +32,8 @@ TEST_P(DeviceClassAttribute, IsReadAsAHexadecimalNumber) {
   const sim::UsbDevice device = scanner();
   unit.sysfs.add(device);
   unit.sysfs.writeAttribute(device.directory(), "bDeviceClass", GetParam().text);
-  EXPECT_EQ(saidOfAdding(device.directory()),
-            GetParam().isHub ? usbDevice(device.directory(), {kind::hub}) : genericDevice(device.directory()));
+  EXPECT_EQ(saidOfAdding(device.directory()), GetParam().isHub ? usbDevice(device.directory(), {kind::hub})
+                                                               : genericDevice(device.directory()));
 }
 
 INSTANTIATE_TEST_SUITE_P(Hub, DeviceClassAttribute,
@@ -43,11 +43,12 @@ INSTANTIATE_TEST_SUITE_P(Hub, DeviceClassAttribute,
                                          ClassText{"9 ", true}, ClassText{"09xyz\n", true},
                                          ClassText{"09\n\n", true}, ClassText{"0000000000000000009", true}));
 INSTANTIATE_TEST_SUITE_P(NoHub, DeviceClassAttribute,
-                         testing::Values(ClassText{"00\n", false}, ClassText{"", false}, ClassText{"\n", false},
-                                         ClassText{"xyz\n", false}, ClassText{"x9\n", false},
-                                         ClassText{"-9", false}, ClassText{"90\n", false},
-                                         ClassText{"9f\n", false}, ClassText{"109\n", false},
-                                         ClassText{"10009\n", false}, ClassText{"100000009\n", false},
+                         testing::Values(ClassText{"00\n", false}, ClassText{"", false},
+                                         ClassText{"\n", false}, ClassText{"xyz\n", false},
+                                         ClassText{"x9\n", false}, ClassText{"-9", false},
+                                         ClassText{"90\n", false}, ClassText{"9f\n", false},
+                                         ClassText{"109\n", false}, ClassText{"10009\n", false},
+                                         ClassText{"100000009\n", false},
                                          ClassText{"10000000000000009\n", false}, ClassText{"ff\n", false},
                                          ClassText{"0\n9\n", false}));
 

@@ -1,4 +1,5 @@
-// What the daemon finds in a "descriptors" file that is cut, damaged or odd. It must come to an end with each.
+// What the daemon finds in a "descriptors" file that is cut, damaged or odd. It must come to an end with
+// each.
 
 #include <gtest/gtest.h>
 
@@ -21,7 +22,8 @@ const std::size_t lengthThatMatters = device.size() + configuration.size() + 8;
 
 class DescriptorFile : public Hotplug {
  protected:
-  /** What a device is taken for whose "descriptors" file holds this; each is plugged into a port of its own. */
+  /** What a device is taken for whose "descriptors" file holds this; each is plugged into a port of its own.
+   */
   std::string kindWith(const std::string& descriptors) {
     sim::UsbDevice plugged;
     plugged.name = "1-" + std::to_string(++ports_);

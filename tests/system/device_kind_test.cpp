@@ -32,7 +32,8 @@ class DeviceKind : public Hotplug, public testing::WithParamInterface<ClassList>
 
 INSTANTIATE_TEST_SUITE_P(ClassList, DeviceKind,
                          testing::Values(ClassList{"none", false, false}, ClassList{"keyboard", true, false},
-                                         ClassList{"scsi", false, true}, ClassList{"keyboard,scsi", true, true},
+                                         ClassList{"scsi", false, true},
+                                         ClassList{"keyboard,scsi", true, true},
                                          ClassList{"all", true, true}));
 
 TEST_P(DeviceKind, IsHubWithoutAWorker) {
@@ -62,9 +63,9 @@ TEST_P(DeviceKind, IsGenericWithAGenericWorker) {
 
 TEST_P(DeviceKind, IsUnsupportedWithoutAWorker) {
   sim::UsbDevice camera = scanner();
-  camera.descriptors = sim::deviceDescriptor() +
-                       sim::configuration(sim::interface(sim::usb_class::vendor, 0, 0) +
-                                          sim::endpoint(sim::transfer_type::isochronous));
+  camera.descriptors =
+      sim::deviceDescriptor() + sim::configuration(sim::interface(sim::usb_class::vendor, 0, 0) +
+                                                   sim::endpoint(sim::transfer_type::isochronous));
   EXPECT_EQ(saidOfPlugging(camera),
             usbDevice(camera.directory(),
                       {"Isochronous endpoint found - device not supported", kind::unsupported}));
@@ -89,8 +90,8 @@ TEST_P(DeviceKind, IsScsiGenericWithAScsiWorkerWhereStorageIsServed) {
 
 TEST_P(DeviceKind, IsOfNoInterestInAnotherSubsystem) {
   const std::string directory = "/sys/devices/platform/thing";
-  for (const std::string subsystem : {"input", "usbmisc", "hid", "scsi", "scsi_host", "usb_device", "USB", "us",
-                                      "scsi_generic2", "xscsi_generic"}) {
+  for (const std::string subsystem : {"input", "usbmisc", "hid", "scsi", "scsi_host", "usb_device", "USB",
+                                      "us", "scsi_generic2", "xscsi_generic"}) {
     unit.sysfs.makeDirectory(directory);
     unit.sysfs.makeLink(directory + "/subsystem", "../../../class/" + subsystem);
     EXPECT_EQ(saidOfAdding(directory),

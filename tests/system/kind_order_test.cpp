@@ -97,8 +97,7 @@ TEST_F(KindOrder, DeviceOfADisabledClassIsAskedForAdmission) {
   unit.writeConfig(refusingSettings);
   start("keyboard");
   EXPECT_EQ(kindOf(disk()), kind::unsupported);
-  EXPECT_EQ(unit.display.takeWrites(),
-            Messages{"Disk is not supported because it has non-HID endpoints\n"});
+  EXPECT_EQ(unit.display.takeWrites(), Messages{"Disk is not supported because it has non-HID endpoints\n"});
 }
 
 TEST_F(KindOrder, DeviceThatIsRefusedHasNoWorker) {

@@ -25,7 +25,8 @@ double secondsBetween(const std::string& earlier, const std::string& later) {
 
 class LateAttributes : public Hotplug {
  protected:
-  /** Announces what there is of the device, and lets it become complete when the daemon has looked in vain. */
+  /** Announces what there is of the device, and lets it become complete when the daemon has looked in vain.
+   */
   Messages saidOfCompleting(const sim::UsbDevice& incomplete, const std::function<void()>& complete) {
     return during([&] {
       SystemCallTrace trace(unit.daemon().pid());
@@ -50,8 +51,8 @@ class AwaitedAttributes : public LateAttributes {
 TEST_F(AwaitedAttributes, MayBeTheUeventFile) {
   sim::UsbDevice device = scanner();
   device.uevent.reset();
-  EXPECT_EQ(saidOfCompleting(device,
-                             [&] { unit.sysfs.writeAttribute(device.directory(), "uevent", completeUevent); }),
+  EXPECT_EQ(saidOfCompleting(
+                device, [&] { unit.sysfs.writeAttribute(device.directory(), "uevent", completeUevent); }),
             genericDevice(device.directory()));
 }
 
@@ -81,11 +82,9 @@ TEST_F(AwaitedAttributes, MayBeTheDeviceClassAfterTheUeventFile) {
 TEST_F(AwaitedAttributes, ShowAnInterfaceWhenTheyCome) {
   sim::UsbDevice device = scanner();
   device.uevent.reset();
-  EXPECT_EQ(saidOfCompleting(device,
-                             [&] {
-                               unit.sysfs.writeAttribute(device.directory(), "uevent",
-                                                         "DEVTYPE=usb_interface\n");
-                             }),
+  EXPECT_EQ(saidOfCompleting(
+                device,
+                [&] { unit.sysfs.writeAttribute(device.directory(), "uevent", "DEVTYPE=usb_interface\n"); }),
             usbDevice(device.directory(), {}));
 }
 
@@ -98,8 +97,8 @@ TEST_F(AwaitedAttributes, DoNotComeBackWhenTheDeviceHasGone) {
     trace.runToSleep();
     unit.unplug(device.directory());
   });
-  EXPECT_EQ(said, usbDevice(device.directory(),
-                            {kind::undetermined, "remove " + devpathOf(device.directory())}));
+  EXPECT_EQ(said,
+            usbDevice(device.directory(), {kind::undetermined, "remove " + devpathOf(device.directory())}));
 }
 
 TEST_F(AwaitedAttributes, AreLookedForTwentyTimesASecond) {
@@ -166,8 +165,8 @@ TEST_F(LateAttributes, MayHaveTheDeviceTypeAnywhereInTheUeventFile) {
 TEST_F(LateAttributes, AreNotAwaitedWithoutTheExactDeviceType) {
   start("all");
   sim::UsbDevice device = scanner();
-  for (const std::string uevent : {"", "\n", "DEVTYPE=usb_devic", "DEVTYPE=USB_DEVICE\n", "DEVTYPE= usb_device\n",
-                                   "usb_device\n"}) {
+  for (const std::string uevent :
+       {"", "\n", "DEVTYPE=usb_devic", "DEVTYPE=USB_DEVICE\n", "DEVTYPE= usb_device\n", "usb_device\n"}) {
     device.uevent = uevent;
     EXPECT_EQ(saidOfPlugging(device), usbDevice(device.directory(), {}));
   }

@@ -67,9 +67,10 @@ const std::vector<Recorded> table = {
 };
 
 const std::map<std::string, std::string> words = {
-    {kind::scsiGeneric, "scsi"},  {kind::hid, "hid"},         {kind::hub, "hub"},
-    {kind::keyboard, "keyboard"}, {kind::storage, "storage"}, {kind::unsupported, "unsupported"},
-    {kind::generic, "generic"},   {kind::undetermined, "undetermined"}};
+    {kind::scsiGeneric, "scsi"}, {kind::hid, "hid"},
+    {kind::hub, "hub"},          {kind::keyboard, "keyboard"},
+    {kind::storage, "storage"},  {kind::unsupported, "unsupported"},
+    {kind::generic, "generic"},  {kind::undetermined, "undetermined"}};
 
 /** "add PATH" as the daemon says it of this event. */
 std::string announcementOf(const sim::RecordedEvent& event) {
@@ -118,12 +119,11 @@ class RecordedDevice : public Hotplug, public testing::WithParamInterface<Record
   const sim::DeviceRecording recording = sim::DeviceRecording::load(GetParam().name);
 };
 
-INSTANTIATE_TEST_SUITE_P(Devices, RecordedDevice, testing::ValuesIn(table),
-                         [](const auto& instance) {
-                           std::string name = instance.param.name;
-                           std::replace(name.begin(), name.end(), '-', '_');
-                           return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(Devices, RecordedDevice, testing::ValuesIn(table), [](const auto& instance) {
+  std::string name = instance.param.name;
+  std::replace(name.begin(), name.end(), '-', '_');
+  return name;
+});
 
 TEST_P(RecordedDevice, IsDecidedOfWhereNoClassIsServed) {
   start("none");

@@ -15,6 +15,10 @@ namespace {
 
 using Calls = std::vector<unsigned long>;
 
+bool isForMemory(unsigned long number) {
+  return number == SYS_brk || number == SYS_mmap || number == SYS_munmap;
+}
+
 /** The waits of the loop, of which each round has as many as the daemon has sources. */
 bool isWait(unsigned long number) {
 #ifdef SYS_select
@@ -67,6 +71,7 @@ class UeventCost : public Hotplug {
     }
     callsToNextReception(trace);  // the first exception of a program costs more than any other
     Calls calls = callsToNextReception(trace);
+    std::erase_if(calls, isForMemory);  // the allocator's, which depends on the build
     const std::ptrdiff_t waits = std::count_if(calls.begin(), calls.end(), isWait);
     std::erase_if(calls, isWait);
     return {calls, waits};

@@ -149,8 +149,7 @@ TEST_F(VanishingAtRead, OfItsNameIsRefusedByWhatWasRead) {
   start();
   unit.sysfs.add(scanner());
   EXPECT_EQ(saidWhenGone("product", "Scan"), usbDevice(directory, {kind::unsupported}));
-  EXPECT_EQ(unit.display.takeWrites(),
-            Messages{"Scan is not supported because it has non-HID endpoints\n"});
+  EXPECT_EQ(unit.display.takeWrites(), Messages{"Scan is not supported because it has non-HID endpoints\n"});
 }
 
 TEST_F(VanishingAtRead, OfTheNodesNumberStartsAKeyboardWorkerAllTheSame) {
@@ -177,8 +176,7 @@ TEST_F(VanishingAtRead, OfTheDisksNameHasItsWorkerStarted) {
   start("scsi");
   for (const std::string name : {"vendor", "model"}) {
     const std::string usb = unit.sysfs.add(disk());
-    const std::string node =
-        unit.sysfs.add(sim::ScsiGenericNode{.usbDevice = usb, .name = "sg_" + name});
+    const std::string node = unit.sysfs.add(sim::ScsiGenericNode{.usbDevice = usb, .name = "sg_" + name});
     EXPECT_EQ(saidWhen(usb, node + "/device/" + name, "What", node),
               rxCtrl({"add " + devpathOf(node), "subsystem is 'scsi_generic'", kind::scsiGeneric,
                       "starting usb_rx_scsi for " + node}));

@@ -149,6 +149,9 @@ TEST(Launch, OfAMissingProgramEndsTheChildWithTheStatusThatSaysSo) {
 }
 
 TEST(Launch, ThatCannotForkRecordsNothingAndShowsNothing) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "the leak check at the child's end needs the call that fails here";
+#endif
   inLaunchWorld([](LaunchWorld& world) {
     world.connectClient();
     const std::string node = world.plugHiddev();
