@@ -340,6 +340,24 @@ TEST(ConfigLockFile, SetsAndReleasesTheLock) {
   close(fd);
 }
 
+TEST(ConfigLockFile, WaitsOnAfterASignal) {
+  const ConfigFile file("");
+  const int fd = open(file.name(), O_RDONLY);
+  int interruptions = 2;
+  const support::Replaced<int(int, int)> lock(library::flock, [&interruptions](int locked, int operation) {
+    if (interruptions-- > 0) {
+      errno = EINTR;
+      return -1;
+    }
+    return library::flock.real(locked, operation);
+  });
+  const CapturedOutput output(stdout);
+  EXPECT_EQ(configLockFile(fd, LOCK_EX), 0);
+  EXPECT_EQ(output.text(), "");
+  EXPECT_FALSE(couldLock(file.path(), LOCK_SH));
+  close(fd);
+}
+
 TEST(ConfigLockFile, TellsThatItCannot) {
   const ConfigFile file("");
   const LockHolder holder(file.path(), LOCK_EX);

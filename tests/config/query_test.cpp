@@ -188,6 +188,18 @@ TEST(EveryQuery, CutsItsKeyTo255Characters) {
   EXPECT_EQ(configHasKey(*config, "usb:%s!", name), 1);
 }
 
+TEST(EveryQuery, TakesASectionForASettingWithoutAText) {
+  const Config config("[usb:hid_only]\n[usb]\nx=1\n");
+  for (const char* section : {"usb:hid_only", "usb"}) {
+    EXPECT_EQ(configGetString(*config, "none", "%s", section), nullptr);
+    EXPECT_EQ(configGetInt(*config, 5, "%s", section), 5);
+    EXPECT_DOUBLE_EQ(configGetDouble(*config, 0.5, "%s", section), 0.5);
+    EXPECT_EQ(configGetBool(*config, 1, "%s", section), 1);
+    EXPECT_EQ(configGetBool(*config, 0, "%s", section), 0);
+    EXPECT_EQ(configHasKey(*config, "%s", section), 1);
+  }
+}
+
 TEST(EveryQuery, FindsNothingInNoDictionary) {
   EXPECT_STREQ(configGetString(nullptr, "none", "usb:x"), "none");
   EXPECT_EQ(configGetInt(nullptr, 5, "usb:x"), 5);

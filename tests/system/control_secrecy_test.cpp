@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "tests/system/support/control_messages.h"
 #include "tests/system/support/eventually.h"
 #include "tests/system/support/worker_launch.h"
@@ -78,4 +80,23 @@ TEST_F(ControlSecrecy, KeysReachNoWorkerButTheGenericOne) {
       EXPECT_EQ(argument.find(secret), std::string::npos) << argument;
     }
   }
+}
+
+TEST_F(ControlSecrecy, KeysDoNotGoToASyslogThatHasTheNumberOfAnAnsweredClient) {
+  std::filesystem::remove("/dev/log");
+  unit.startDaemon({"--syslog", "--debug=ctrl", "transmitter", "0", "high"});
+  sim::LinkManager waiting = unit.connect();
+  waiting.send("?");
+  const sim::LinkManager first = deliver(unit, "host 7000 full eth1 in out");
+  ASSERT_EQ(waiting.receiveAll(), "host 7000 full eth1 in out");
+
+  sim::SyslogSink syslog;  // the next message opens it, under the lowest free number
+  askForParameters(unit);
+  syslog.waitForText("immediate send");
+  const sim::LinkManager second = deliver(unit, "host 7000 full eth1 S3cretIn S3cretOut");
+  for (const sim::SyslogMessage& message : syslog.takeMessages()) {
+    EXPECT_EQ(message.raw.find(secret), std::string::npos) << message.raw;
+  }
+  askForParameters(unit);
+  syslog.waitForText("immediate send");  // nor was it closed
 }

@@ -9,7 +9,7 @@ using LaunchFailure = WorkerLaunch;
 
 using Lines = std::vector<std::string>;
 
-constexpr const char* execFailed = "[RxCtrl] *** subprocess exec() failed; maybe not found? ***";
+const std::string execFailed = "[RxCtrl] *** subprocess exec() failed; maybe not found? ***";
 
 /** A world in which no worker program can be found. */
 sim::ProcessOptions withoutWorkers() {
@@ -57,7 +57,7 @@ TEST_F(LaunchFailure, AMissingWorkerIsToldOnStandardErrorThoughTheDaemonLogsToSy
   startWith({"--debug=ctrl", "--syslog"}, withoutWorkers());
   unit.plug(mouse());
   EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
-  EXPECT_EQ(unit.daemon().standardError(), std::string(execFailed) + "\n");
+  EXPECT_EQ(unit.daemon().standardError(), execFailed + "\n");
 }
 
 TEST_F(LaunchFailure, AMissingConfiguredProgramEndsTheDaemon) {

@@ -34,6 +34,10 @@ class WorkerAnnouncement : public WorkerLaunch {
 
 using Lines = std::vector<std::string>;
 
+std::string starting(const std::string& worker, const std::string& device) {
+  return "[rx_ctrl] starting " + worker + " for " + device;
+}
+
 }  // namespace
 
 TEST_F(WorkerAnnouncement, OfAGenericDeviceIsNotMadeWithoutAControlConnection) {
@@ -168,7 +172,6 @@ TEST_F(WorkerAnnouncement, IsLoggedBeforehand) {
   }
   const std::string usb = "/sys/devices/platform/usb-host.0/usb1";
   EXPECT_EQ(started,
-            Lines({"[rx_ctrl] starting usb_rx_keyboard for " + usb + "/1-2/1-2:1.0/usb/hiddev0 (180:0)",
-                   std::string("[rx_ctrl] starting usb_rx_scsi for ") + scsiDirectory,
-                   "[rx_ctrl] starting usb_rx_generic for " + usb + "/1-1"}));
+            Lines({starting("usb_rx_keyboard", usb + "/1-2/1-2:1.0/usb/hiddev0 (180:0)"),
+                   starting("usb_rx_scsi", scsiDirectory), starting("usb_rx_generic", usb + "/1-1")}));
 }
