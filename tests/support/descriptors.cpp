@@ -42,7 +42,9 @@ void limitFurtherDescriptors(int count) {
   for (int free = 0; free < count || isOpen(static_cast<int>(end)); ++end) {
     free += isOpen(static_cast<int>(end)) ? 0 : 1;
   }
-  const rlimit limit{.rlim_cur = end, .rlim_max = end};
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  limit.rlim_cur = end;
   if (setrlimit(RLIMIT_NOFILE, &limit) == -1) {
     throw std::system_error(errno, std::generic_category(), "setrlimit");
   }

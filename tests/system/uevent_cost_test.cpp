@@ -15,8 +15,9 @@ namespace {
 
 using Calls = std::vector<unsigned long>;
 
-bool isForMemory(unsigned long number) {
-  return number == SYS_brk || number == SYS_mmap || number == SYS_munmap;
+/** Calls of the allocator and of sanitizers, which depend on the build. */
+bool isOfTheBuild(unsigned long number) {
+  return number == SYS_brk || number == SYS_mmap || number == SYS_munmap || number == SYS_sigaltstack;
 }
 
 /** The waits of the loop, of which each round has as many as the daemon has sources. */
@@ -71,7 +72,7 @@ class UeventCost : public Hotplug {
     }
     callsToNextReception(trace);  // the first exception of a program costs more than any other
     Calls calls = callsToNextReception(trace);
-    std::erase_if(calls, isForMemory);  // the allocator's, which depends on the build
+    std::erase_if(calls, isOfTheBuild);
     const std::ptrdiff_t waits = std::count_if(calls.begin(), calls.end(), isWait);
     std::erase_if(calls, isWait);
     return {calls, waits};
