@@ -12,7 +12,7 @@ namespace {
 std::string listOf(const std::vector<std::string>& texts) {
   std::string list;
   for (const std::string& text : texts) {
-    list += (list.empty() ? "" : ", ") + quoted(text);
+    list += (list.empty() ? "\"" : ", \"") + text + "\"";
   }
   return list.empty() ? "nothing" : list;
 }

@@ -7,101 +7,19 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
 #include <filesystem>
-#include <memory>
 #include <string>
 
 #include "tests/config/captured_output.h"
 #include "tests/config/config_file.h"
 #include "tests/config/lock_calls.h"
+#include "tests/config/locked_stream.h"
 #include "tests/support/temporary_directory.h"
 #include "tests/support/unprivileged_child.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-using std::chrono::milliseconds;
-using std::chrono::seconds;
-
-constexpr int attemptLimit = 100;
-constexpr int attemptsWithoutSleep = 20;
-// No request for a lock: flock fails at once with EINVAL.
-constexpr int impossibleLock = LOCK_SH | LOCK_EX;
 const std::string lockFailure = "Config unable to set lock\n";
-
-struct CloseStream {
-  void operator()(FILE* stream) const { std::fclose(stream); }
-};
-using Stream = std::unique_ptr<FILE, CloseStream>;
-
-Stream openLocked(const std::string& path, const char* mode, int operation) {
-  return Stream(configOpenLocked(path.c_str(), mode, operation));
-}
-
-std::string contentOf(const Stream& stream) {
-  std::string content;
-  for (int c = 0; (c = std::fgetc(stream.get())) != EOF;) {
-    content += static_cast<char>(c);
-  }
-  return content;
-}
-
-std::string repeated(const std::string& text, int count) {
-  std::string all;
-  for (int i = 0; i < count; ++i) {
-    all += text;
-  }
-  return all;
-}
-
-// Records the attempts of a request: L for each lock that it tries to set, s for each millisecond that it
-// sleeps (without sleeping), ? for a sleep of any other length.
-class RecordedAttempts {
- public:
-  [[nodiscard]] const std::string& sequence() const { return sequence_; }
-
- private:
-  std::string sequence_;
-  support::Replaced<int(int, int)> lock_{library::flock, [this](int fd, int operation) {
-                                           sequence_ += 'L';
-                                           return library::flock.real(fd, operation);
-                                         }};
-  support::Replaced<int(const timespec*, timespec*)> sleep_{
-      library::nanosleep, [this](const timespec* request, timespec*) {
-        sequence_ += request->tv_sec == 0 && request->tv_nsec == 1'000'000 ? 's' : '?';
-        return 0;
-      }};
-};
-
-// What a request that gets no stream prints, and how it goes about it.
-struct Refusal {
-  std::string output;
-  std::string attempts;
-};
-
-Refusal refusalOf(const std::string& path, const char* mode, int operation) {
-  const CapturedOutput output(stdout);
-  const RecordedAttempts attempts;
-  const Stream stream = openLocked(path, mode, operation);
-  return {output.text() + (stream == nullptr ? "" : "a stream"), attempts.sequence()};
-}
-
-// Does something to the file right before each lock is set, that is after the file was opened.
-class BeforeEachLock {
- public:
-  explicit BeforeEachLock(std::function<void(int attempt)> action)
-      : lock_(library::flock, [this, action = std::move(action)](int fd, int operation) {
-          action(++attempts_);
-          return library::flock.real(fd, operation);
-        }) {}
-
-  [[nodiscard]] int attempts() const { return attempts_; }
-
- private:
-  int attempts_ = 0;
-  support::Replaced<int(int, int)> lock_;
-};
 
 // A path of exactly `length` characters below `directory`, in a directory that exists.
 std::string pathOfLength(const support::TemporaryDirectory& directory, std::size_t length) {
@@ -193,134 +111,6 @@ TEST(ConfigOpenLocked, RefusesAPathOf255CharactersWithoutAWord) {
   const Refusal refusal = refusalOf(path, "r", LOCK_SH);
   EXPECT_EQ(refusal.output, "");
   EXPECT_EQ(refusal.attempts, "");
-}
-
-TEST(ConfigOpenLocked, SleepsAfterEachOfAHundredAttemptsWhenAskedNotToBlock) {
-  const ConfigFile file("");
-  const LockHolder holder(file.path(), LOCK_EX);
-  const int next = nextDescriptor();
-  const Refusal refusal = refusalOf(file.path(), "r", LOCK_SH | LOCK_NB);
-  EXPECT_EQ(refusal.attempts, repeated("Ls", attemptLimit));
-  EXPECT_EQ(refusal.output, repeated(lockFailure, attemptLimit));
-  EXPECT_EQ(nextDescriptor(), next);
-}
-
-TEST(ConfigOpenLocked, SleepsOnlyAfterTheFirstTwentyAttemptsWhenItMayBlock) {
-  const ConfigFile file("");
-  const int next = nextDescriptor();
-  const Refusal refusal = refusalOf(file.path(), "r", impossibleLock);
-  EXPECT_EQ(refusal.attempts,
-            repeated("L", attemptsWithoutSleep) + repeated("Ls", attemptLimit - attemptsWithoutSleep));
-  EXPECT_EQ(refusal.output, repeated(lockFailure, attemptLimit));
-  EXPECT_EQ(nextDescriptor(), next);
-}
-
-TEST(ConfigOpenLocked, GivesUpAfterATenthOfASecondWhenAskedNotToBlock) {
-  const ConfigFile file("");
-  const LockHolder holder(file.path(), LOCK_SH);
-  const CapturedOutput output(stdout);
-  const auto start = Clock::now();
-  EXPECT_EQ(openLocked(file.path(), "r", LOCK_EX | LOCK_NB), nullptr);
-  const auto passed = Clock::now() - start;
-  EXPECT_GE(passed, milliseconds(100));
-  EXPECT_LT(passed, seconds(20));
-}
-
-TEST(ConfigOpenLocked, GivesUpAfterEightyMillisecondsWhenItMayBlock) {
-  const ConfigFile file("");
-  const CapturedOutput output(stdout);
-  const auto start = Clock::now();
-  EXPECT_EQ(openLocked(file.path(), "r", impossibleLock), nullptr);
-  const auto passed = Clock::now() - start;
-  EXPECT_GE(passed, milliseconds(80));
-  EXPECT_LT(passed, seconds(20));
-}
-
-TEST(ConfigOpenLocked, GetsTheLockThatIsReleasedMeanwhile) {
-  const ConfigFile file("content");
-  const LockHolder holder(file.path(), LOCK_EX);
-  const CapturedOutput output(stdout);
-  const BeforeEachLock release([&](int attempt) {
-    if (attempt == 5) {
-      holder.release();
-    }
-  });
-  EXPECT_EQ(contentOf(openLocked(file.path(), "r", LOCK_SH | LOCK_NB)), "content");
-  EXPECT_EQ(release.attempts(), 5);
-  EXPECT_EQ(output.text(), repeated(lockFailure, 4));
-}
-
-TEST(ConfigOpenLocked, TakesTheLastAttemptToo) {
-  const ConfigFile file("content");
-  const LockHolder holder(file.path(), LOCK_EX);
-  const CapturedOutput output(stdout);
-  const BeforeEachLock release([&](int attempt) {
-    if (attempt == attemptLimit) {
-      holder.release();
-    }
-  });
-  EXPECT_NE(openLocked(file.path(), "r", LOCK_SH | LOCK_NB), nullptr);
-}
-
-TEST(ConfigOpenLocked, OpensTheNewFileThatTookTheOldOnesPlace) {
-  const ConfigFile file("old");
-  const CapturedOutput output(stdout);
-  const BeforeEachLock replace([&](int attempt) {
-    if (attempt == 1) {
-      file.replaceBy("new");
-    }
-  });
-  const Stream stream = openLocked(file.path(), "r", LOCK_EX);
-  EXPECT_EQ(contentOf(stream), "new");
-  EXPECT_EQ(replace.attempts(), 2);
-  EXPECT_FALSE(couldLock(file.path(), LOCK_SH));
-  EXPECT_EQ(output.text(), "");
-}
-
-TEST(ConfigOpenLocked, KeepsNothingOfTheOldFile) {
-  const ConfigFile file("old");
-  const int next = nextDescriptor();
-  const int oldFile = open(file.name(), O_RDONLY);
-  {
-    const BeforeEachLock replace([&](int attempt) {
-      if (attempt == 1) {
-        file.replaceBy("new");
-      }
-    });
-    const Stream stream = openLocked(file.path(), "r", LOCK_EX);
-    EXPECT_EQ(library::flock.real(oldFile, LOCK_EX | LOCK_NB), 0);
-  }
-  close(oldFile);
-  EXPECT_EQ(nextDescriptor(), next);
-}
-
-TEST(ConfigOpenLocked, GivesUpWithoutAWordOnAFileThatIsReplacedAgainAndAgain) {
-  const ConfigFile file("");
-  std::string sequence;
-  const CapturedOutput output(stdout);
-  {
-    const BeforeEachLock replace([&](int) {
-      file.replaceBy("another");
-      sequence += 'L';
-    });
-    const support::Replaced sleeping(library::nanosleep, [&](const timespec*, timespec*) {
-      sequence += 's';
-      return 0;
-    });
-    EXPECT_EQ(openLocked(file.path(), "r", LOCK_SH), nullptr);
-  }
-  EXPECT_EQ(sequence,
-            repeated("L", attemptsWithoutSleep) + repeated("Ls", attemptLimit - attemptsWithoutSleep));
-  EXPECT_EQ(output.text(), "");
-}
-
-TEST(ConfigOpenLocked, NamesTheFileThatGoesBetweenOpenAndLock) {
-  const ConfigFile file("");
-  const CapturedOutput output(stdout);
-  const BeforeEachLock removing([&](int) { std::filesystem::remove(file.path()); });
-  EXPECT_EQ(openLocked(file.path(), "r", LOCK_SH), nullptr);
-  EXPECT_EQ(removing.attempts(), 1);
-  EXPECT_EQ(output.text(), "Config failed to open file '" + file.path() + "\n");
 }
 
 TEST(ConfigOpenLocked, FollowsALinkToTheFile) {

@@ -107,13 +107,14 @@ const std::vector<AcceptedStart> ports = {
 class AcceptedStarts : public testing::TestWithParam<AcceptedStart> {};
 
 TEST_P(AcceptedStarts, ReachTheGenericWorker) {
+  const AcceptedStart& start = GetParam();
   sim::Unit unit;
-  unit.startDaemon(GetParam().arguments);
+  unit.startDaemon(start.arguments);
   unit.waitUntilServing();
 
   ASSERT_EQ(unit.plug(scanner()), directory);
 
-  EXPECT_EQ(unit.workers.waitForWorker().start.arguments, GetParam().worker);
+  EXPECT_EQ(unit.workers.waitForWorker().start.arguments, start.worker);
 }
 
 std::string nameOf(const testing::TestParamInfo<AcceptedStart>& info) {

@@ -58,8 +58,9 @@ const std::vector<BrokenFile> brokenFiles = {
 class BrokenFiles : public testing::TestWithParam<BrokenFile> {};
 
 TEST_P(BrokenFiles, AreNamedWithTheBadLineAndThenIgnored) {
+  const BrokenFile& file = GetParam();
   sim::Unit unit;
-  unit.writeConfig(changesEverything + GetParam().brokenText);
+  unit.writeConfig(changesEverything + file.brokenText);
 
   sim::Daemon& daemon = runWithDefaults(unit);
 

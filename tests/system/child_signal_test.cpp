@@ -238,7 +238,8 @@ TEST(WorkerThatCannotBeExecuted, EndsTheDaemonWhileItWaitsForAControlClient) {
   unit.waitUntilServing();
   unit.plug(scanner());
   sim::Worker& worker = unit.workers.waitForWorker();
-  HeldDaemon held(unit);
+  // cppcheck-suppress unreadVariable
+  const HeldDaemon held(unit);
 
   worker.exitWith(cannotExecute);
 

@@ -66,9 +66,10 @@ Arguments verdictsOf(sim::Daemon& daemon) {
 class ClassChoices : public testing::TestWithParam<ClassChoice> {};
 
 TEST_P(ClassChoices, DecideWhichDevicesAreLeftToTheGenericWorker) {
+  const ClassChoice& choice = GetParam();
   sim::Unit unit;
-  unit.writeConfig(GetParam().configuration);
-  sim::Daemon& daemon = unit.startDaemon(debugging(GetParam().options));
+  unit.writeConfig(choice.configuration);
+  sim::Daemon& daemon = unit.startDaemon(debugging(choice.options));
   unit.waitUntilServing();
 
   unit.plug(keyboard());
@@ -76,9 +77,8 @@ TEST_P(ClassChoices, DecideWhichDevicesAreLeftToTheGenericWorker) {
   unit.settle();
 
   const std::string generic = "[rx_ctrl] this is a generic USB device";
-  EXPECT_EQ(verdictsOf(daemon),
-            (Arguments{GetParam().keyboards ? "[rx_ctrl] this is a keyboard device" : generic,
-                       GetParam().storage ? "[rx_ctrl] this is a storage device" : generic}));
+  EXPECT_EQ(verdictsOf(daemon), (Arguments{choice.keyboards ? "[rx_ctrl] this is a keyboard device" : generic,
+                                           choice.storage ? "[rx_ctrl] this is a storage device" : generic}));
 }
 
 std::string nameOf(const testing::TestParamInfo<ClassChoice>& info) {

@@ -75,16 +75,17 @@ const std::vector<Fallback> logDestinations = {
 class Fallbacks : public testing::TestWithParam<Fallback> {};
 
 TEST_P(Fallbacks, ReachTheGenericWorker) {
+  const Fallback& fallback = GetParam();
   sim::Unit unit;
-  unit.writeConfig(GetParam().configuration);
-  Arguments arguments = GetParam().options;
+  unit.writeConfig(fallback.configuration);
+  Arguments arguments = fallback.options;
   arguments.insert(arguments.end(), {"transmitter", "5000", "high"});
   sim::Daemon& daemon = unit.startDaemon(arguments);
   unit.waitUntilServing();
 
   const std::string directory = unit.plug(scanner());
 
-  EXPECT_EQ(unit.workers.waitForWorker().start.arguments, genericWorker(directory, GetParam().workerOptions));
+  EXPECT_EQ(unit.workers.waitForWorker().start.arguments, genericWorker(directory, fallback.workerOptions));
   EXPECT_EQ(daemon.standardOutput(), "");
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <list>
 #include <set>
 #include <string>
 #include <vector>
@@ -16,23 +17,31 @@ namespace {
 
 const sim::ProcessEnd success = sim::ProcessEnd::exited(0);
 
-sim::Daemon& start(sim::Unit& unit) {
-  sim::Daemon& daemon = unit.startDaemon({"--debug=ctrl", "--class=all", "transmitter", "5000", "high"});
-  unit.waitUntilServing();
-  return daemon;
-}
+/** A unit whose daemon serves, and link managers whose connections stay until they are closed. */
+class ServingDaemon : public testing::Test {
+ protected:
+  ServingDaemon() : daemon(unit.startDaemon({"--debug=ctrl", "--class=all", "transmitter", "5000", "high"})) {
+    unit.waitUntilServing();
+  }
 
-sim::LinkManager configured(sim::Unit& unit) {
-  sim::LinkManager client = unit.connect();
-  client.configure();
-  return client;
-}
+  /** A client whose link parameters the daemon has taken. */
+  sim::LinkManager& configured() {
+    clients.push_back(unit.connect());
+    clients.back().configure();
+    settleEverySource(unit);
+    return clients.back();
+  }
 
-TEST(DaemonEnd, ComesWithStatusZeroWhenTheControlConnectionCloses) {
   sim::Unit unit;
-  sim::Daemon& daemon = start(unit);
-  sim::LinkManager client = configured(unit);
-  settleEverySource(unit);
+  sim::Daemon& daemon;
+  std::list<sim::LinkManager> clients;
+};
+
+class DaemonEnd : public ServingDaemon {};
+class ReplacedConnection : public ServingDaemon {};
+
+TEST_F(DaemonEnd, ComesWithStatusZeroWhenTheControlConnectionCloses) {
+  sim::LinkManager& client = configured();
   const std::vector<std::string> messages = daemon.messages();
 
   client.close();
@@ -41,63 +50,53 @@ TEST(DaemonEnd, ComesWithStatusZeroWhenTheControlConnectionCloses) {
   EXPECT_EQ(daemon.messages(), messages);
 }
 
-TEST(DaemonEnd, ComesWithStatusZeroWhenTheControlConnectionSpeaks) {
-  sim::Unit unit;
-  sim::Daemon& daemon = start(unit);
-  sim::LinkManager client = configured(unit);
-  settleEverySource(unit);
+TEST_F(DaemonEnd, ComesWithStatusZeroWhenTheControlConnectionSpeaks) {
+  sim::LinkManager& client = configured();
 
   client.configure();
 
   EXPECT_EQ(daemon.waitForExit(), success);
 }
 
-TEST(DaemonEnd, ComesWithStatusZeroWhenTheControlConnectionAsks) {
-  sim::Unit unit;
-  sim::Daemon& daemon = start(unit);
-  sim::LinkManager client = configured(unit);
-  settleEverySource(unit);
+TEST_F(DaemonEnd, ComesWithStatusZeroWhenTheControlConnectionAsks) {
+  sim::LinkManager& client = configured();
 
   client.send("?");
 
   EXPECT_EQ(daemon.waitForExit(), success);
 }
 
-TEST(DaemonEnd, ComesWithStatusZeroWhenTheControlConnectionIsClosedHalf) {
-  sim::Unit unit;
-  sim::Daemon& daemon = start(unit);
-  sim::LinkManager client = configured(unit);
-  settleEverySource(unit);
+TEST_F(DaemonEnd, ComesWithStatusZeroWhenTheControlConnectionIsClosedHalf) {
+  sim::LinkManager& client = configured();
 
   client.halfClose();
 
   EXPECT_EQ(daemon.waitForExit(), success);
 }
 
-TEST(DaemonEnd, ComesAfterALineWhoseSenderHasGoneAlready) {
-  sim::Unit unit;
-  sim::Daemon& daemon = start(unit);
-
-  configured(unit).close();
+TEST_F(DaemonEnd, ComesAfterALineWhoseSenderHasGoneAlready) {
+  sim::LinkManager client = unit.connect();
+  client.configure();
+  client.close();
 
   EXPECT_EQ(daemon.waitForExit(), success);
 }
 
-TEST(DaemonEnd, IsSilentWithoutDebugging) {
+TEST(QuietDaemon, EndsWithoutAWord) {
   sim::Unit unit;
   unit.writeConfig("");
   sim::Daemon& daemon = unit.startDaemon({"transmitter", "5000", "high"});
+  sim::LinkManager client = unit.connect();
 
-  configured(unit).close();
+  client.configure();
+  client.close();
 
   EXPECT_EQ(daemon.waitForExit(), success);
   EXPECT_EQ(daemon.standardError() + daemon.standardOutput(), "");
   EXPECT_TRUE(unit.syslog.takeMessages().empty());
 }
 
-TEST(DaemonEnd, DoesNotComeWithTheEndOfAQuery) {
-  sim::Unit unit;
-  sim::Daemon& daemon = start(unit);
+TEST_F(DaemonEnd, DoesNotComeWithTheEndOfAQuery) {
   for (int i = 0; i < 3; ++i) {
     sim::LinkManager client = unit.connect();
     client.send("?");
@@ -108,10 +107,8 @@ TEST(DaemonEnd, DoesNotComeWithTheEndOfAQuery) {
   EXPECT_TRUE(daemon.isRunning());
 }
 
-TEST(DaemonEnd, DoesNotComeWhileTheControlConnectionIsSilent) {
-  sim::Unit unit;
-  sim::Daemon& daemon = start(unit);
-  const sim::LinkManager client = configured(unit);
+TEST_F(DaemonEnd, DoesNotComeWhileTheControlConnectionIsSilent) {
+  configured();
   for (int i = 0; i < 3; ++i) {
     settleEverySource(unit);
   }
@@ -119,28 +116,19 @@ TEST(DaemonEnd, DoesNotComeWhileTheControlConnectionIsSilent) {
   EXPECT_TRUE(daemon.isRunning());
 }
 
-TEST(ReplacedConnection, StaysOpen) {
-  sim::Unit unit;
-  sim::Daemon& daemon = start(unit);
+TEST_F(ReplacedConnection, StaysOpen) {
   const std::size_t before = daemon.openDescriptors().size();
 
-  const sim::LinkManager first = configured(unit);
-  settleEverySource(unit);
-  const sim::LinkManager second = configured(unit);
-  settleEverySource(unit);
-  const sim::LinkManager third = configured(unit);
-  settleEverySource(unit);
+  configured();
+  configured();
+  configured();
 
   EXPECT_EQ(daemon.openDescriptors().size(), before + 3);
 }
 
-TEST(ReplacedConnection, HasNoSayInTheDaemonsEnd) {
-  sim::Unit unit;
-  sim::Daemon& daemon = start(unit);
-  sim::LinkManager first = configured(unit);
-  settleEverySource(unit);
-  sim::LinkManager second = configured(unit);
-  settleEverySource(unit);
+TEST_F(ReplacedConnection, HasNoSayInTheDaemonsEnd) {
+  sim::LinkManager& first = configured();
+  sim::LinkManager& second = configured();
 
   first.send("anything");
   first.close();
@@ -152,10 +140,9 @@ TEST(ReplacedConnection, HasNoSayInTheDaemonsEnd) {
 }
 
 /** A unit with a worker of each kind. */
-class Orphans : public testing::Test {
+class Orphans : public ServingDaemon {
  protected:
   Orphans() {
-    start(unit);
     generic = &unit.workers.waitForWorkerOf(unit.plug(scanner()));
     unit.plug(sim::HiddevNode{.usbDevice = unit.plug(keyboard())});
     keyboards = &unit.workers.waitForWorker();
@@ -170,14 +157,13 @@ class Orphans : public testing::Test {
     }
   }
 
-  sim::Unit unit;
   sim::Worker* generic = nullptr;
   sim::Worker* keyboards = nullptr;
   sim::Worker* storage = nullptr;
 };
 
 TEST_F(Orphans, LiveOnUnlessTheyAreGenericWhenTheControlConnectionCloses) {
-  configured(unit).close();
+  configured().close();
 
   EXPECT_EQ(unit.daemon().waitForExit(), success);
   expectOnlyTheGenericWorkerEnds();

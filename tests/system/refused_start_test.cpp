@@ -155,14 +155,15 @@ const std::vector<RefusedStart> failures = {
 class RefusedStarts : public testing::TestWithParam<RefusedStart> {};
 
 TEST_P(RefusedStarts, AreToldOnStandardErrorAndEndWithStatusOne) {
+  const RefusedStart& start = GetParam();
   sim::Unit unit;
   unit.display.removeFifo();  // nobody waits for the daemon to open it
-  unit.writeConfig(GetParam().configuration);
+  unit.writeConfig(start.configuration);
 
-  sim::Daemon& daemon = unit.startDaemon(GetParam().arguments);
+  sim::Daemon& daemon = unit.startDaemon(start.arguments);
 
   EXPECT_EQ(daemon.waitForExit(), sim::ProcessEnd::exited(1));
-  EXPECT_EQ(daemon.messages(), GetParam().standardError);
+  EXPECT_EQ(daemon.messages(), start.standardError);
   EXPECT_TRUE(daemon.standardError().ends_with('\n'));
   EXPECT_EQ(daemon.standardOutput(), "");
   EXPECT_TRUE(unit.syslog.takeMessages().empty());

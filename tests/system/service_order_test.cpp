@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <list>
 #include <string>
 #include <vector>
 
@@ -22,12 +23,12 @@ class ServiceOrder : public testing::Test {
   }
 
   /** A client that delivers parameters with this host, but is not served yet. */
-  sim::LinkManager queueParameters(const std::string& host) {
+  sim::LinkManager& queueParameters(const std::string& host) {
     sim::LinkParameters parameters;
     parameters.host = host;
-    sim::LinkManager client = unit.connect();
-    client.configure(parameters);
-    return client;
+    clients.push_back(unit.connect());
+    clients.back().configure(parameters);
+    return clients.back();
   }
 
   /** The hosts that the next workers were started with, in the order of the workers' starts. */
@@ -40,13 +41,14 @@ class ServiceOrder : public testing::Test {
   }
 
   sim::Unit unit;
+  std::list<sim::LinkManager> clients;  ///< they stay connected
 };
 
 TEST_F(ServiceOrder, TakesOneUeventThenANewClientThenTheNextUevent) {
   StoppedDaemon stopped(unit);
   unit.plug(scanner("1-1"));
   unit.plug(scanner("1-2"));
-  const sim::LinkManager client = queueParameters("newhost");
+  queueParameters("newhost");
 
   stopped.resume();
 
@@ -58,8 +60,8 @@ TEST_F(ServiceOrder, TakesOneClientARound) {
   unit.plug(scanner("1-1"));
   unit.plug(scanner("1-2"));
   unit.plug(scanner("1-3"));
-  const sim::LinkManager first = queueParameters("first");
-  const sim::LinkManager second = queueParameters("second");
+  queueParameters("first");
+  queueParameters("second");
 
   stopped.resume();
 
@@ -88,7 +90,7 @@ TEST_F(ServiceOrder, ForgetsEndedWorkersBeforeANewClientIsServed) {
   unit.sysfs.removeDevice(gone);
   worker.exitWith(0);
   waitUntilEnded(worker.start.pid);
-  const sim::LinkManager client = queueParameters("newhost");
+  queueParameters("newhost");
 
   stopped.resume();
   settleEverySource(unit);
@@ -99,7 +101,7 @@ TEST_F(ServiceOrder, ForgetsEndedWorkersBeforeANewClientIsServed) {
 TEST_F(ServiceOrder, AnnouncesADeviceWhoseUeventCameWithTheParameters) {
   StoppedDaemon stopped(unit);
   unit.plug(scanner("1-1", "New"));
-  const sim::LinkManager client = queueParameters("newhost");
+  queueParameters("newhost");
 
   stopped.resume();
   settleEverySource(unit);
@@ -121,11 +123,11 @@ TEST_F(ServiceOrder, EndsInTheRoundInWhichAClientDeliversParametersAndLeaves) {
 }
 
 TEST_F(ServiceOrder, ServesANewClientBeforeTheEndOfTheControlConnection) {
-  sim::LinkManager old = queueParameters("oldhost");
+  sim::LinkManager& old = queueParameters("oldhost");
   settleEverySource(unit);
   StoppedDaemon stopped(unit);
   old.close();
-  sim::LinkManager replacing = queueParameters("newhost");
+  sim::LinkManager& replacing = queueParameters("newhost");
 
   stopped.resume();
   settleEverySource(unit);

@@ -22,7 +22,7 @@ const std::vector<std::string> debugging = {"--debug=ctrl", "transmitter", "5000
 
 /** Lets a worker end whose device has gone, and waits until the daemon has taken notice. */
 void expectEndedWorkerIsReaped(sim::Unit& unit) {
-  sim::Daemon& daemon = unit.daemon();
+  const sim::Daemon& daemon = unit.daemon();
   const std::string directory = unit.plug(scanner());
   sim::Worker& worker = unit.workers.waitForWorker();
   unit.unplug(directory);
