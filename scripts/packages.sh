@@ -21,7 +21,7 @@ need_packages() {
 build_packages=(cmake g++ libboost-dev libiniparser-dev ninja-build)
 
 # What the tests need besides.
-test_packages=(libgtest-dev)
+test_packages=(libgmock-dev libgtest-dev)
 
 # build PRESET [TARGET...]: configures and builds, quietly while all is well.
 build() {
