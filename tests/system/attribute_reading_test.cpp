@@ -22,7 +22,7 @@ struct ClassText {
 };
 
 std::ostream& operator<<(std::ostream& out, const ClassText& example) {
-  return out << testing::PrintToString(example.text);
+  return out << testing::PrintToString(example.text) << (example.isHub ? " of a hub" : " of no hub");
 }
 
 class DeviceClassAttribute : public Hotplug, public testing::WithParamInterface<ClassText> {};

@@ -40,18 +40,19 @@ std::string with(const std::string& content) {
 
 class DescriptorKind : public Hotplug, public testing::WithParamInterface<Example> {
  protected:
-  std::string kindOfExample() {
+  void expectKindWhereServed(const std::string& classList) {
+    const Example& example = GetParam();
+    start(classList);
     sim::UsbDevice device;
-    device.descriptors = GetParam().descriptors;
-    return kindOf(device);
+    device.descriptors = example.descriptors;
+    EXPECT_EQ(kindOf(device), example.kind);
   }
 };
 
 class KeyboardExample : public DescriptorKind {};
 
 TEST_P(KeyboardExample, IsTakenForWhatItIs) {
-  start("keyboard");
-  EXPECT_EQ(kindOfExample(), GetParam().kind);
+  expectKindWhereServed("keyboard");
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -100,8 +101,7 @@ INSTANTIATE_TEST_SUITE_P(
 class StorageExample : public DescriptorKind {};
 
 TEST_P(StorageExample, IsTakenForWhatItIs) {
-  start("scsi");
-  EXPECT_EQ(kindOfExample(), GetParam().kind);
+  expectKindWhereServed("scsi");
 }
 
 INSTANTIATE_TEST_SUITE_P(

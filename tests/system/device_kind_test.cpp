@@ -22,12 +22,18 @@ std::ostream& operator<<(std::ostream& out, const ClassList& classes) {
 
 class DeviceKind : public Hotplug, public testing::WithParamInterface<ClassList> {
  protected:
-  DeviceKind() { start(GetParam().list); }
+  DeviceKind() { start(classes_.list); }
+
+  [[nodiscard]] bool servesKeyboards() const { return classes_.keyboards; }
+  [[nodiscard]] bool servesStorage() const { return classes_.storage; }
 
   /** What the daemon says of a device that is of this kind if `served`, and generic otherwise. */
   static Messages saidIf(bool served, const char* special, const std::string& directory) {
     return served ? usbDevice(directory, {special}) : genericDevice(directory);
   }
+
+ private:
+  const ClassList classes_ = GetParam();
 };
 
 INSTANTIATE_TEST_SUITE_P(ClassList, DeviceKind,
@@ -45,14 +51,14 @@ TEST_P(DeviceKind, IsHubWithoutAWorker) {
 
 TEST_P(DeviceKind, IsKeyboardWithoutAWorkerWhereKeyboardsAreServed) {
   const sim::UsbDevice device = keyboard();
-  EXPECT_EQ(saidOfPlugging(device), saidIf(GetParam().keyboards, kind::keyboard, device.directory()));
-  EXPECT_EQ(unit.daemon().children().empty(), GetParam().keyboards);
+  EXPECT_EQ(saidOfPlugging(device), saidIf(servesKeyboards(), kind::keyboard, device.directory()));
+  EXPECT_EQ(unit.daemon().children().empty(), servesKeyboards());
 }
 
 TEST_P(DeviceKind, IsStorageWithoutAWorkerWhereStorageIsServed) {
   const sim::UsbDevice device = disk();
-  EXPECT_EQ(saidOfPlugging(device), saidIf(GetParam().storage, kind::storage, device.directory()));
-  EXPECT_EQ(unit.daemon().children().empty(), GetParam().storage);
+  EXPECT_EQ(saidOfPlugging(device), saidIf(servesStorage(), kind::storage, device.directory()));
+  EXPECT_EQ(unit.daemon().children().empty(), servesStorage());
 }
 
 TEST_P(DeviceKind, IsGenericWithAGenericWorker) {
@@ -77,12 +83,12 @@ TEST_P(DeviceKind, IsScsiGenericWithAScsiWorkerWhereStorageIsServed) {
   std::string node;
   const Messages said = during([&] { node = unit.plug(sim::ScsiGenericNode{.usbDevice = directory}); });
   Messages expected{"add " + devpathOf(node), "subsystem is 'scsi_generic'"};
-  if (GetParam().storage) {
+  if (servesStorage()) {
     expected.insert(expected.end(), {kind::scsiGeneric, "starting usb_rx_scsi for " + node});
   }
   EXPECT_EQ(said, rxCtrl(expected));
-  ASSERT_EQ(unit.daemon().children().size(), GetParam().storage ? 1U : 0U);
-  if (GetParam().storage) {
+  ASSERT_EQ(unit.daemon().children().size(), servesStorage() ? 1U : 0U);
+  if (servesStorage()) {
     EXPECT_EQ(unit.workers.waitForWorker().start.arguments,
               (Messages{"usb_rx_scsi", "eth1", "transmitter", "5002", node}));
   }

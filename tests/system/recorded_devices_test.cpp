@@ -21,7 +21,8 @@ struct Recorded {
 };
 
 std::ostream& operator<<(std::ostream& out, const Recorded& recorded) {
-  return out << recorded.name;
+  return out << recorded.name << ": " << recorded.withoutClasses
+             << "; all classes: " << recorded.withAllClasses;
 }
 
 const std::vector<Recorded> table = {
