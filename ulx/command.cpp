@@ -1,0 +1,79 @@
+#include "ulx/command.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+#include <utility>
+
+#include "ulx/exceptions.h"
+
+namespace ulx {
+namespace {
+
+struct ClosePipe {
+  void operator()(FILE* stream) const { pclose(stream); }
+};
+using CommandPipe = std::unique_ptr<FILE, ClosePipe>;
+
+CommandPipe openPipe(const std::string& command) {
+  CommandPipe pipe(popen(command.c_str(), "r"));
+  if (pipe == nullptr) {
+    throwErrno("popen(" + command + ")", errno);
+  }
+  return pipe;
+}
+
+bool wasInterrupted(FILE* stream) {
+  return ferror(stream) != 0 && errno == EINTR;
+}
+
+std::string readToEnd(FILE* stream) {
+  std::string output;
+  std::array<char, 1024> buffer{};
+  std::size_t count = 0;
+  do {
+    clearerr(stream);
+    count = fread(buffer.data(), 1, buffer.size(), stream);
+    output.append(buffer.data(), count);
+  } while (count == buffer.size() || wasInterrupted(stream));
+  return output;
+}
+
+int closePipe(CommandPipe pipe) {
+  const int waitStatus = pclose(pipe.release());
+  if (waitStatus == -1) {
+    throwErrno("pclose()", errno);
+  }
+  return waitStatus;
+}
+
+// The layout of a wait status: the signal in the low seven bits, the exit code in the eight above the lowest.
+int decode(int waitStatus) {
+  constexpr unsigned signalBits = 0x7F;
+  constexpr unsigned codeShift = 8;
+  constexpr unsigned codeBits = 0xFF;
+  const auto bits = static_cast<unsigned>(waitStatus);
+  return (bits & signalBits) != 0 ? endedBySignal : static_cast<int>((bits >> codeShift) & codeBits);
+}
+
+}  // namespace
+
+std::string captureCommand(const std::string& command, int& status) {
+  CommandPipe pipe = openPipe(command + " 2>&1");
+  std::string output = readToEnd(pipe.get());
+  status = decode(closePipe(std::move(pipe)));
+  return output;
+}
+
+std::string run_cmd(const std::string& command) {
+  int status = 0;
+  std::string output = captureCommand(command, status);
+  if (status != 0) {
+    // "exitted": callers in the field look for the word as it has always been spelt.
+    throw StrException("run_cmd(" + command + ") exitted with status " + std::to_string(status));
+  }
+  return output;
+}
+
+}  // namespace ulx
