@@ -12,3 +12,8 @@ UEvent parseUEvent(std::string_view datagram) {
   });
   return event;
 }
+
+UEvent addEventOf(const std::string& sysfsPath) {
+  constexpr std::string_view mountPoint = "/sys";
+  return {{"ACTION", "add"}, {"DEVPATH", sysfsPath.substr(mountPoint.size())}};
+}

@@ -13,3 +13,7 @@ using UEvent = std::map<std::string, std::string, std::less<>>;
  * dropped, the "ACTION@DEVPATH" header among them; of equal keys the first stays.
  */
 UEvent parseUEvent(std::string_view datagram);
+
+/** A made-up "add" of the device at `sysfsPath`, which begins with "/sys": as the kernel would announce it.
+ */
+UEvent addEventOf(const std::string& sysfsPath);

@@ -4,17 +4,130 @@
 
 #include <cerrno>
 
+#include "ctrl/clock.h"
+#include "ctrl/messages.h"
+#include "ctrl/settings.h"
+#include "hotplug/classification.h"
+#include "hotplug/sysfs.h"
 #include "ulx/exceptions.h"
+#include "ulx/path.h"
+#include "ulx/sleep.h"
+#include "workers/exit_status.h"
 
-// Ended workers are only forgotten: restarting those whose device is still there is not there yet.
-void reapWorkers(RxCtrl& ctrl) {
-  for (pid_t pid = waitpid(-1, nullptr, WNOHANG); pid != 0; pid = waitpid(-1, nullptr, WNOHANG)) {
-    if (pid == -1) {
-      if (errno == ECHILD) {
-        return;
-      }
-      ulx::throwErrno("waitpid()", errno);
+namespace {
+
+/** More restarts than these in a row mean that there is no Transmitter. */
+constexpr std::uint32_t toleratedRestarts = 8;
+
+/** Begins the messages to the user that are written here. */
+constexpr const char* osdPrefix = "<0>";
+
+// The next child that has ended and its wait status, or 0.
+pid_t nextEnded(int& status) {
+  const pid_t pid = waitpid(-1, &status, WNOHANG);
+  if (pid != -1) {
+    return pid;
+  }
+  if (errno != ECHILD) {
+    ulx::throwErrno("waitpid()", errno);
+  }
+  return 0;
+}
+
+void tellEnd(pid_t pid, int status) {
+  DebugMessage(ctrlTag) << "subprocess " << pid << " has terminated";
+  if (WIFSIGNALED(status)) {
+    DebugMessage(ctrlTag) << "  terminated due to signal " << WTERMSIG(status);
+  } else if (WIFEXITED(status)) {
+    DebugMessage(ctrlTag) << "  exited with status " << WEXITSTATUS(status);
+  }
+}
+
+// A failure long after the last start begins a new streak; otherwise it counts, and its restart counts again.
+void countFailure(RxCtrl& ctrl) {
+  if (timestampNow() - ctrl.lastGenericStart > ctrl.restartPeriod) {
+    ctrl.restartCount = 0;
+    ctrl.attachBlocked = false;
+  } else {
+    ++ctrl.restartCount;
+  }
+}
+
+// A worker often ends because its device is being unplugged, a moment before sysfs shows it.
+bool staysPresent(const std::string& devpath) {
+  constexpr int rounds = 3;
+  constexpr double pause = 0.05;  // seconds
+  for (int round = 1; round <= rounds; ++round) {
+    ulx::sleepSeconds(pause);
+    if (!ulx::pathExists(devpath)) {
+      return false;
     }
-    ctrl.workers.remove(pid);
+    if (round < rounds && settings.debugCtrl) {
+      DebugMessage(ctrlTag) << "device " << devpath << " still present; sleep again";
+    }
+  }
+  return true;
+}
+
+void restart(RxCtrl& ctrl, const std::string& devpath) {
+  if (settings.debugCtrl) {
+    DebugMessage(ctrlTag) << "device " << devpath << " still present; restarting " << ctrl.restartCount;
+  }
+  const UEvent event = addEventOf(devpath);
+  if (ctrl.restartCount++ > toleratedRestarts) {
+    ctrl.attachBlocked = true;
+    OsdMessage(ctrl.osd, osdPrefix + readDeviceName(devpath))
+        << " cannot be attached until Transmitter available";
+  }
+  handleUEvent(ctrl, event, ctrl.speed);
+}
+
+void restartIfPresent(RxCtrl& ctrl, const std::string& devpath) {
+  if (staysPresent(devpath)) {
+    restart(ctrl, devpath);
+    return;
+  }
+  if (settings.debugCtrl) {
+    DebugMessage(ctrlTag) << "device " << devpath << " has gone";
+  }
+  ctrl.restartCount = 0;
+}
+
+void handleEndOf(RxCtrl& ctrl, const std::string& devpath, int exitStatus) {
+  if (exitStatus == cannotConfigureStatus) {
+    OsdMessage(ctrl.osd, osdPrefix + readDeviceName(devpath))
+        << " cannot be configured; please remove any intermediate hubs and/or device";
+    return;
+  }
+  if (exitStatus != connectTimeoutStatus) {
+    countFailure(ctrl);
+  } else if (settings.debugCtrl) {
+    DebugMessage(ctrlTag) << "RxGeneric exited due to timeout";
+  }
+  restartIfPresent(ctrl, devpath);
+}
+
+void handleEnded(RxCtrl& ctrl, pid_t pid, int status) {
+  if (settings.debugCtrl) {
+    tellEnd(pid, status);
+  }
+  const auto worker = ctrl.workers.byPid.find(pid);
+  if (worker == ctrl.workers.byPid.end()) {
+    if (settings.debugCtrl) {
+      DebugMessage(ctrlTag) << "don't know what that subprocess was; maybe insmod";
+    }
+    return;
+  }
+  const std::string devpath = worker->second;
+  ctrl.workers.remove(pid);
+  handleEndOf(ctrl, devpath, WIFEXITED(status) ? WEXITSTATUS(status) : 0);
+}
+
+}  // namespace
+
+void reapWorkers(RxCtrl& ctrl) {
+  int status = 0;
+  for (pid_t pid = nextEnded(status); pid != 0; pid = nextEnded(status)) {
+    handleEnded(ctrl, pid, status);
   }
 }

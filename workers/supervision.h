@@ -2,5 +2,10 @@
 
 #include "ctrl/rx_ctrl.h"
 
-/** Collects every worker that has ended. Throws "waitpid()". */
+/**
+ * Collects every worker that has ended. The worker of a device that is still there 150 ms later is started
+ * anew, by the way of a new device; the user is told of a device that cannot work, and, after a run of quick
+ * failures, that devices wait for the Transmitter. Throws "waitpid()", and stat(PATH) for a device that
+ * cannot be looked for.
+ */
 void reapWorkers(RxCtrl& ctrl);
