@@ -65,5 +65,10 @@ class RxCtrl {
   std::list<int> waitingClients;  // descriptors that asked before parameters were known
 };
 
+/** Whether the class mask has `deviceClass`, one of the bits above. */
+inline bool enablesClass(const RxCtrl& ctrl, std::uint32_t deviceClass) {
+  return (ctrl.classes & deviceClass) != 0;
+}
+
 /** Twice the whole number at the start of `timeoutText`, in seconds; 0.0 where there is none. */
 double restartPeriodOf(const std::string& timeoutText);

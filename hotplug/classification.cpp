@@ -39,10 +39,6 @@ void debug(std::string_view text) {
   }
 }
 
-bool enables(const RxCtrl& ctrl, std::uint32_t deviceClass) {
-  return (ctrl.classes & deviceClass) != 0;
-}
-
 // The device's own directory, whichever link of sysfs `devpath` names it by.
 std::string resolveDevicePath(const std::string& devpath) {
   ulx::DirectoryVisit visit("/sys" + devpath);
@@ -75,7 +71,7 @@ enum class UsbNode {
 
 UsbNode lookAtUsbNode(const RxCtrl& ctrl, const std::string& realPath) {
   if (!ulx::pathExists(realPath + "/uevent")) {
-    return enables(ctrl, keyboardClass) && isHiddevPath(realPath) ? UsbNode::hid : UsbNode::incomplete;
+    return enablesClass(ctrl, keyboardClass) && isHiddevPath(realPath) ? UsbNode::hid : UsbNode::incomplete;
   }
   if (readAttribute(realPath, "uevent").find("DEVTYPE=usb_device") == std::string::npos) {
     return UsbNode::other;
@@ -103,10 +99,10 @@ DeviceKind classifyUsbDevice(RxCtrl& ctrl, const std::string& realPath) {
     return DeviceKind::hub;
   }
   const std::string descriptors = realPath + "/descriptors";
-  if (enables(ctrl, keyboardClass) && isKeyboardDescriptor(descriptors)) {
+  if (enablesClass(ctrl, keyboardClass) && isKeyboardDescriptor(descriptors)) {
     return DeviceKind::keyboard;
   }
-  if (enables(ctrl, storageClass) && isStorageDescriptor(descriptors)) {
+  if (enablesClass(ctrl, storageClass) && isStorageDescriptor(descriptors)) {
     return DeviceKind::storage;
   }
   return checkAdmission(ctrl, realPath) ? DeviceKind::generic : DeviceKind::unsupported;
@@ -134,8 +130,8 @@ DeviceKind classify(RxCtrl& ctrl, const std::string& realPath) {
   if (subsystem == "usb") {
     return classifyUsbNode(ctrl, realPath);
   }
-  return enables(ctrl, storageClass) && subsystem == "scsi_generic" ? DeviceKind::scsiGeneric
-                                                                    : DeviceKind::ignored;
+  return enablesClass(ctrl, storageClass) && subsystem == "scsi_generic" ? DeviceKind::scsiGeneric
+                                                                         : DeviceKind::ignored;
 }
 
 void act(RxCtrl& ctrl, DeviceKind kind, const std::string& realPath) {

@@ -1,4 +1,66 @@
 #include "hotplug/coldplug.h"
 
-// Not there yet: a device that was plugged in before the start has to be plugged anew.
-void coldplug(RxCtrl& /*ctrl*/) {}
+#include "ctrl/messages.h"
+#include "ctrl/settings.h"
+#include "hotplug/classification.h"
+#include "hotplug/descriptor_tests.h"
+#include "hotplug/sysfs.h"
+#include "ulx/directory.h"
+#include "ulx/path.h"
+
+namespace {
+
+constexpr const char* usbDevices = "/sys/bus/usb/devices";
+constexpr const char* hidNodes = "/sys/class/usb";
+constexpr const char* scsiGenericNodes = "/sys/class/scsi_generic";
+
+void offer(RxCtrl& ctrl, const std::string& entry) {
+  handleUEvent(ctrl, addEventOf(entry), ctrl.speed);
+}
+
+// Interfaces and hubs are listed too; the handler knows them.
+void offerUsbDevices(RxCtrl& ctrl) {
+  for (const std::string& entry : ulx::Directory(usbDevices)) {
+    offer(ctrl, entry);
+  }
+}
+
+// Only here is a keyboard asked for the boot interface: one that has just been plugged in need not have it.
+bool isBootKeyboardNode(const std::string& entry) {
+  constexpr unsigned long bootInterface = 1;
+  const std::string interface = entry + "/device";
+  return isHiddevPath(entry) && isKeyboardDescriptor(interface + "/../descriptors") &&
+         readHexAttribute(interface, "bInterfaceSubClass") == bootInterface;
+}
+
+void offerKeyboards(RxCtrl& ctrl) {
+  if (settings.debugCtrl) {
+    DebugMessage(ctrlTag) << "coldplugging keyboards";
+  }
+  for (const std::string& entry : ulx::Directory(hidNodes)) {
+    if (isBootKeyboardNode(entry)) {
+      offer(ctrl, entry);
+    }
+  }
+}
+
+void offerStorage(RxCtrl& ctrl) {
+  if (settings.debugCtrl) {
+    DebugMessage(ctrlTag) << "colplugging storage devices";  // spelt so in every unit's log
+  }
+  for (const std::string& entry : ulx::Directory(scsiGenericNodes)) {
+    offer(ctrl, entry);
+  }
+}
+
+}  // namespace
+
+void coldplug(RxCtrl& ctrl) {
+  offerUsbDevices(ctrl);
+  if (enablesClass(ctrl, keyboardClass) && ulx::pathExists(hidNodes)) {
+    offerKeyboards(ctrl);
+  }
+  if (enablesClass(ctrl, storageClass) && ulx::pathExists(scsiGenericNodes)) {
+    offerStorage(ctrl);
+  }
+}

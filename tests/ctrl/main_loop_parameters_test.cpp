@@ -6,8 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/ctrl/loop_ending.h"
-#include "tests/support/child.h"
+#include "tests/ctrl/main_loop_world.h"
 #include "tests/support/device_directory.h"
 #include "tests/support/test_ctrl.h"
 #include "tests/support/thrown.h"
@@ -59,7 +58,7 @@ class Device : public support::DeviceDirectory {
 };
 
 TEST(MainLoopParameters, NewParametersAnnounceEachWorkersDeviceInTheOrderOfProcessIds) {
-  support::inPrivateWorld([] {
+  inUnitWithoutDevices([] {
     support::TestCtrl ctrl;
     const Device stick("Stick", "480");
     const Device pen("Pen", "12");
@@ -73,7 +72,7 @@ TEST(MainLoopParameters, NewParametersAnnounceEachWorkersDeviceInTheOrderOfProce
 }
 
 TEST(MainLoopParameters, AQueryAnnouncesNothing) {
-  support::inPrivateWorld([] {
+  inUnitWithoutDevices([] {
     support::TestCtrl ctrl;
     const Device stick("Stick", "480");
     ctrl->addWorker(300, stick.path());
@@ -86,7 +85,7 @@ TEST(MainLoopParameters, AQueryAnnouncesNothing) {
 }
 
 TEST(MainLoopParameters, WhenTheLinkFallsToFullSpeedWorkersOfHighSpeedDevicesAreTerminated) {
-  support::inPrivateWorld([] {
+  inUnitWithoutDevices([] {
     support::TestCtrl ctrl;
     const Device stick("Stick", "480");
     const Device pen("Pen", "12");
@@ -103,7 +102,7 @@ TEST(MainLoopParameters, WhenTheLinkFallsToFullSpeedWorkersOfHighSpeedDevicesAre
 }
 
 TEST(MainLoopParameters, AFullSpeedLinkThatStaysSoTerminatesNoWorker) {
-  support::inPrivateWorld([] {
+  inUnitWithoutDevices([] {
     support::TestCtrl ctrl;
     ctrl->speed = "full";
     const Device stick("Stick", "480");
@@ -117,7 +116,7 @@ TEST(MainLoopParameters, AFullSpeedLinkThatStaysSoTerminatesNoWorker) {
 }
 
 TEST(MainLoopParameters, AnyOtherChangeOfSpeedTerminatesNoWorker) {
-  support::inPrivateWorld([] {
+  inUnitWithoutDevices([] {
     support::TestCtrl ctrl;
     ctrl->speed = "full";
     const Device stick("Stick", "480");
@@ -131,7 +130,7 @@ TEST(MainLoopParameters, AnyOtherChangeOfSpeedTerminatesNoWorker) {
 }
 
 TEST(MainLoopParameters, IsLeftWhenTheSpeedOfAWorkersDeviceCannotBeRead) {
-  support::inPrivateWorld([] {
+  inUnitWithoutDevices([] {
     support::TestCtrl ctrl;
     ctrl->addWorker(300, "/sys/devices/gone");
     deliverParameters(*ctrl, "host 5000 full eth1 in out");

@@ -13,8 +13,7 @@
 #include "ctrl/settings.h"
 #include "ctrl/signals.h"
 #include "sim/uevent_sender.h"
-#include "tests/ctrl/loop_ending.h"
-#include "tests/support/child.h"
+#include "tests/ctrl/main_loop_world.h"
 #include "tests/support/descriptors.h"
 #include "tests/support/output.h"
 #include "tests/support/test_ctrl.h"
@@ -28,7 +27,7 @@ using Lines = std::vector<std::string>;
 constexpr const char* parameters = "host 5000 high eth1 in out";
 
 TEST(MainLoop, EndsWhenTheControlConnectionIsAtItsEnd) {
-  support::inPrivateWorld([] {
+  inUnitWithoutDevices([] {
     support::TestCtrl ctrl;
     endAtOnce(*ctrl);
     ctrl->run();
@@ -36,7 +35,7 @@ TEST(MainLoop, EndsWhenTheControlConnectionIsAtItsEnd) {
 }
 
 TEST(MainLoop, EndsWhenTheControlConnectionSpeaksAndDoesNotListen) {
-  support::inPrivateWorld([] {
+  inUnitWithoutDevices([] {
     support::TestCtrl ctrl;
     ulx::Pipe pipe;
     pipe.writeEnd.writeAll("bye", 3);
@@ -47,7 +46,7 @@ TEST(MainLoop, EndsWhenTheControlConnectionSpeaksAndDoesNotListen) {
 }
 
 TEST(MainLoop, SaysWhatItBeginsWith) {
-  support::inPrivateWorld([] {
+  inUnitWithoutDevices([] {
     support::TestCtrl ctrl;
     settings.debugCtrl = true;
     endAtOnce(*ctrl);
@@ -60,7 +59,7 @@ TEST(MainLoop, SaysWhatItBeginsWith) {
 }
 
 TEST(MainLoop, SaysNothingWithoutDebugging) {
-  support::inPrivateWorld([] {
+  inUnitWithoutDevices([] {
     support::TestCtrl ctrl;
     endAtOnce(*ctrl);
     const support::CapturedStandardError captured;
@@ -70,7 +69,7 @@ TEST(MainLoop, SaysNothingWithoutDebugging) {
 }
 
 TEST(MainLoop, ListensToHangups) {
-  support::inPrivateWorld([] {
+  inUnitWithoutDevices([] {
     support::TestCtrl ctrl;
     endAtOnce(*ctrl);
     ctrl->run();
@@ -80,7 +79,7 @@ TEST(MainLoop, ListensToHangups) {
 }
 
 TEST(MainLoop, ReapsWorkersThatHaveEndedAndEmptiesThePipe) {
-  support::inPrivateWorld([] {
+  inUnitWithoutDevices([] {
     support::TestCtrl ctrl;
     installChildHandler();
     for (int i = 0; i < 3; ++i) {
@@ -102,7 +101,7 @@ TEST(MainLoop, ReapsWorkersThatHaveEndedAndEmptiesThePipe) {
 }
 
 TEST(MainLoop, KeepsTheConnectionThatDeliveredParameters) {
-  support::inPrivateWorld([] {
+  inUnitWithoutDevices([] {
     support::TestCtrl ctrl;
     deliverParameters(*ctrl, parameters);
     ctrl->run();
@@ -112,7 +111,7 @@ TEST(MainLoop, KeepsTheConnectionThatDeliveredParameters) {
 }
 
 TEST(MainLoop, AConnectionThatIsReplacedStaysOpen) {
-  support::inPrivateWorld([] {
+  inUnitWithoutDevices([] {
     support::TestCtrl ctrl;
     const support::ControlClient earlier(ctrl->socketPath);
     earlier.send(parameters);
@@ -123,7 +122,7 @@ TEST(MainLoop, AConnectionThatIsReplacedStaysOpen) {
 }
 
 TEST(MainLoop, EveryControlClientForgetsTheStartOfTheLastGenericWorker) {
-  support::inPrivateWorld([] {
+  inUnitWithoutDevices([] {
     support::TestCtrl ctrl;
     ctrl->lastGenericStart = 1000.0;
     const support::ControlClient asking(ctrl->socketPath);
@@ -135,7 +134,7 @@ TEST(MainLoop, EveryControlClientForgetsTheStartOfTheLastGenericWorker) {
 }
 
 TEST(MainLoop, WithoutAControlClientTheStartOfTheLastGenericWorkerIsKept) {
-  support::inPrivateWorld([] {
+  inUnitWithoutDevices([] {
     support::TestCtrl ctrl;
     ctrl->lastGenericStart = 1000.0;
     endAtOnce(*ctrl);
@@ -145,7 +144,7 @@ TEST(MainLoop, WithoutAControlClientTheStartOfTheLastGenericWorkerIsKept) {
 }
 
 TEST(MainLoop, ServesUeventsBeforeControlClients) {
-  support::inPrivateWorld([] {
+  inUnitWithoutDevices([] {
     support::TestCtrl ctrl;
     settings.debugCtrl = true;
     const support::ControlClient asking(ctrl->socketPath);
@@ -162,7 +161,7 @@ TEST(MainLoop, ServesUeventsBeforeControlClients) {
 }
 
 TEST(MainLoop, TakesOneUeventATurn) {
-  support::inPrivateWorld([] {
+  inUnitWithoutDevices([] {
     support::TestCtrl ctrl;
     const sim::UeventSender kernel;
     kernel.remove("/devices/x");
@@ -174,7 +173,7 @@ TEST(MainLoop, TakesOneUeventATurn) {
 }
 
 TEST(MainLoop, IsLeftByWhateverASourceThrows) {
-  support::inPrivateWorld([] {
+  inUnitWithoutDevices([] {
     support::TestCtrl ctrl;
     deliverParameters(*ctrl, "host port");
     EXPECT_THROW(ctrl->run(), boost::bad_lexical_cast);
@@ -182,7 +181,7 @@ TEST(MainLoop, IsLeftByWhateverASourceThrows) {
 }
 
 TEST(MainLoop, IsLeftWhenADescriptorIsTooHighToBeWatched) {
-  support::inPrivateWorld([] {
+  inUnitWithoutDevices([] {
     support::TestCtrl ctrl;
     ctrl->controlConnection = std::make_unique<ControlConnection>(FD_SETSIZE);
     EXPECT_EQ(support::contextThrownBy<ulx::InvalidArgument>([&ctrl] { ctrl->run(); }), "select()");

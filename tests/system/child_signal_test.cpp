@@ -72,7 +72,7 @@ TEST(EndedChild, MakesRoomForAnotherWorkerOfItsDevice) {
   sim::Worker& first = unit.workers.waitForWorker();
   unit.unplug(directory);
   first.exitWith(0);
-  waitUntilForgotten(daemon, first.start.pid);
+  daemon.waitForLine("device " + directory + " has gone");
 
   unit.plug(scanner());
 

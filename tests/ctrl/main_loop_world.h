@@ -2,13 +2,24 @@
 
 #include <unistd.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 
 #include "control/control_server.h"
 #include "ctrl/rx_ctrl.h"
+#include "sim/sysfs.h"
+#include "tests/support/child.h"
 #include "tests/support/control_client.h"
 #include "ulx/pipe.h"
+
+/** Runs `body` in a child of the test, on a unit of its own where no USB device is plugged in. */
+inline void inUnitWithoutDevices(const std::function<void()>& body) {
+  support::inPrivateWorld([&body] {
+    const sim::Sysfs sysfs;
+    body();
+  });
+}
 
 /** Lets the main loop end after its first turn: its control connection is at its end. */
 inline void endAtOnce(RxCtrl& ctrl) {
