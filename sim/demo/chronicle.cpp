@@ -89,6 +89,10 @@ void Chronicle::link(const std::string& text) {
   console_.line(Tag::Link, text);
 }
 
+void Chronicle::configuratorRuns(const CommandLine& arguments) {
+  console_.line(Tag::Config, commandWords({"quor_config"}, arguments));
+}
+
 void Chronicle::config(const std::string& text) {
   console_.line(Tag::Config, text);
 }

@@ -33,6 +33,7 @@ class Chronicle {
   void linkSends(const std::string& bytes);
   void linkReceives(const std::string& answer);
   void link(const std::string& text);
+  void configuratorRuns(const CommandLine& arguments);
   void config(const std::string& text);
 
  private:

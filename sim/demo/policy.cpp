@@ -32,26 +32,21 @@ const std::vector<std::string>& Policy::keys() {
   return all;
 }
 
-void Policy::change(const PolicyChanges& changes) {
+std::vector<CommandLine> Policy::change(const PolicyChanges& changes) {
   for (const auto& [key, value] : changes) {
     demandOneOf(keys(), key, "policy key");
     demandOneOf(possibleValues, value, "value");
   }
+  std::vector<CommandLine> commands;
   for (const auto& [key, value] : changes) {
-    if (value == "default") {
-      values_.erase(key);
-    } else {
+    if (value != "default") {
       values_[key] = value;
+      commands.push_back({"set", "usb:" + key, value});
+    } else if (values_.erase(key) > 0) {
+      commands.push_back({"unset", "usb:" + key});
     }
   }
-}
-
-std::string Policy::fileText() const {
-  std::string text = "[usb]\n";
-  for (const auto& [key, value] : values_) {
-    text += key + "=" + value + "\n";
-  }
-  return text;
+  return commands;
 }
 
 std::string Policy::summary() const {

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "sim/demo/happenings.h"
+
 namespace demo {
 
 /** Keys and their new values: "yes", "no", or "default" for none in the file. */
@@ -15,11 +17,12 @@ class Policy {
   /** The keys, without their section. */
   static const std::vector<std::string>& keys();
 
-  /** Throws sim::Error, which says what is possible, for another key or value; then nothing is changed. */
-  void change(const PolicyChanges& changes);
-  /** The whole file. */
-  [[nodiscard]] std::string fileText() const;
-  /** The same for a person, in one line. */
+  /**
+   * Returns what quor_config has to be told for the file to say the same. Throws sim::Error, which says what
+   * is possible, for another key or value; then nothing is changed.
+   */
+  std::vector<CommandLine> change(const PolicyChanges& changes);
+  /** What the file says, for a person, in one line. */
   [[nodiscard]] std::string summary() const;
 
  private:

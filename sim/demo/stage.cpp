@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <optional>
 
+#include "sim/demo/configurator.h"
 #include "sim/error.h"
 
 namespace demo {
@@ -88,8 +89,10 @@ void Stage::send(const std::vector<sim::RecordedEvent>& events) {
 }
 
 void Stage::changePolicy(const PolicyChanges& changes) {
-  policy_.change(changes);
-  sim::Unit::writeConfig(policy_.fileText());
+  for (const CommandLine& command : policy_.change(changes)) {
+    runConfigurator(command);
+    chronicle_.configuratorRuns(command);
+  }
   chronicle_.config("/vel/quor.conf says: " + policy_.summary());
   if (daemonRuns()) {
     unit_.daemon().signal(SIGHUP);

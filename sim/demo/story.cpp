@@ -84,7 +84,8 @@ std::size_t countSteps(const std::vector<Scene>& scenes) {
 }  // namespace
 
 std::vector<Scene> story() {
-  return {linkNotKnownYet(), defaultPolicy(), policyChanges(), fullSpeedLink(), workersOfTheirOwn()};
+  return {linkNotKnownYet(),   defaultPolicy(),   policyChanges(), fullSpeedLink(),
+          workersOfTheirOwn(), pluggedInBefore(), workersFail()};
 }
 
 bool show(const std::vector<Scene>& scenes, Console& console) {

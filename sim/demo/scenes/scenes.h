@@ -13,6 +13,8 @@ namespace demo {
 [[nodiscard]] Scene policyChanges();
 [[nodiscard]] Scene fullSpeedLink();
 [[nodiscard]] Scene workersOfTheirOwn();
+[[nodiscard]] Scene pluggedInBefore();
+[[nodiscard]] Scene workersFail();
 
 /** The directory of what is plugged into a port ("1-4") of the bus that most recordings come from. */
 [[nodiscard]] std::string atUsbPort(const std::string& port);
