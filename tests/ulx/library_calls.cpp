@@ -9,6 +9,7 @@ int __real_nanosleep(const timespec* request, timespec* remaining);
 int __real_select(int count, fd_set* reads, fd_set* writes, fd_set* excepts, timeval* timeout);
 ssize_t __real_write(int fd, const void* buffer, std::size_t length);
 int __real_close(int fd);
+dirent* __real_readdir64(DIR* stream);
 int __real_fcntl64(int fd, int command, ...);
 int __real_sigaction(int signal, const struct sigaction* action, struct sigaction* old);
 int __real_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes);
@@ -31,6 +32,7 @@ constinit support::ReplaceableCall<int(const timespec*, timespec*)> nanosleep(__
 constinit support::ReplaceableCall<int(int, fd_set*, fd_set*, fd_set*, timeval*)> select(__real_select);
 constinit support::ReplaceableCall<ssize_t(int, const void*, std::size_t)> write(__real_write);
 constinit support::ReplaceableCall<int(int)> close(__real_close);
+constinit support::ReplaceableCall<dirent*(DIR*)> readdir(__real_readdir64);
 constinit support::ReplaceableCall<int(int, int, long)> fcntl(fcntlWithInteger);
 constinit support::ReplaceableCall<int(int, const struct sigaction*, struct sigaction*)> sigaction(
     __real_sigaction);
@@ -60,7 +62,11 @@ int __wrap_close(int fd) {
   return library::close(fd);
 }
 
-// What fcntl is called where files are large.
+// What readdir and fcntl are called where files are large.
+dirent* __wrap_readdir64(DIR* stream) {
+  return library::readdir(stream);
+}
+
 int __wrap_fcntl64(int fd, int command, ...) {
   std::va_list arguments;
   va_start(arguments, command);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <dirent.h>
 #include <pthread.h>
 #include <sys/select.h>
 #include <sys/types.h>
@@ -17,6 +18,7 @@ extern support::ReplaceableCall<int(const timespec*, timespec*)> nanosleep;
 extern support::ReplaceableCall<int(int, fd_set*, fd_set*, fd_set*, timeval*)> select;
 extern support::ReplaceableCall<ssize_t(int, const void*, std::size_t)> write;
 extern support::ReplaceableCall<int(int)> close;
+extern support::ReplaceableCall<dirent*(DIR*)> readdir;
 /** fcntl with an integer as its argument. */
 extern support::ReplaceableCall<int(int, int, long)> fcntl;
 extern support::ReplaceableCall<int(int, const struct sigaction*, struct sigaction*)> sigaction;
