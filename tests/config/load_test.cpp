@@ -5,44 +5,17 @@
 #include <sys/stat.h>
 
 #include <future>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "config/query.h"
 #include "tests/config/captured_output.h"
 #include "tests/config/config_file.h"
+#include "tests/config/loaded_config.h"
 #include "tests/config/lock_calls.h"
 #include "tests/support/unprivileged_child.h"
 
 namespace {
-
-struct FreeConfig {
-  void operator()(ConfigDictionary* d) const { configFree(d); }
-};
-using Config = std::unique_ptr<ConfigDictionary, FreeConfig>;
-
-Config load(const ConfigFile& file) {
-  return Config(configLoad(file.name()));
-}
-
-std::string textOf(const Config& config, const char* key) {
-  return configGetString(config.get(), "(none)", "%s", key);
-}
-
-// The keys in the dictionary's order, each with its text or "(section)".
-using Entries = std::vector<std::pair<std::string, std::string>>;
-
-Entries entriesOf(const Config& config) {
-  Entries entries;
-  for (int i = 0; i < config->size; ++i) {
-    if (config->key[i] != nullptr) {
-      entries.emplace_back(config->key[i], config->val[i] == nullptr ? "(section)" : config->val[i]);
-    }
-  }
-  return entries;
-}
 
 // What a load that fails prints.
 struct Failure {
