@@ -207,13 +207,16 @@ TEST(WorkerThatCannotBeExecuted, IsToldOnStandardErrorAlsoWhenTheLogGoesToSyslog
   }
 }
 
-TEST(WorkerThatCannotBeExecuted, EndsTheDaemonForEachKindOfWorker) {
+TEST(WorkerThatCannotBeExecuted, EndsTheDaemonForAKeyboard) {
   sim::Unit unit;
   unit.startDaemon(silent, withoutWorkersOnPath());
   unit.waitUntilServing();
   unit.plug(sim::HiddevNode{.usbDevice = unit.plug(keyboard())});
   EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
+}
 
+TEST(WorkerThatCannotBeExecuted, EndsTheDaemonForADisk) {
+  sim::Unit unit;
   unit.startDaemon({"--class=scsi", "transmitter", "5000", "high"}, withoutWorkersOnPath());
   unit.waitUntilServing();
   unit.plug(sim::ScsiGenericNode{.usbDevice = unit.plug(disk())});
