@@ -74,7 +74,7 @@ TEST(Reaping, SaysNothingWithoutDebugging) {
     SupervisionWorld::exitedChild(1);
     world.exitedWorker(1, goneDevice);
     world.exitNext(28);
-    EXPECT_EQ(SupervisionWorld::saidDuring([&world] { world.reap(); }), Lines{});
+    EXPECT_EQ(support::saidDuring([&world] { world.reap(); }), Lines{});
     EXPECT_EQ(world.ctrl->workers.byPid.size(), 1U);
     EXPECT_EQ(world.ctrl->workers.byPath.count(device), 1U);
   });

@@ -1,6 +1,5 @@
 #include "tests/workers/supervision_world.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -8,13 +7,9 @@
 #include <cmath>
 
 #include "ctrl/settings.h"
-#include "tests/support/output.h"
 #include "workers/launch.h"
 
 namespace {
-
-// Far more than any test says: a pipe keeps each write in a page of its own.
-constexpr int bytesSaidAtMost = 1 << 20;
 
 constexpr double microsecondsPerSecond = 1e6;
 constexpr double nanosecondsPerSecond = 1e9;
@@ -25,14 +20,6 @@ void waitUntilEnded(pid_t child) {
 }
 
 }  // namespace
-
-Lines tagged(const Lines& texts) {
-  Lines lines;
-  for (const std::string& text : texts) {
-    lines.push_back("[rx_ctrl] " + text);
-  }
-  return lines;
-}
 
 SupervisionWorld::SupervisionWorld()
     : clock_(library::gettimeofday, [this](timeval* time, void*) { return tellTime(time); }),
@@ -95,16 +82,9 @@ pid_t SupervisionWorld::exitedWorker(int status, const std::string& path) {
   return worker;
 }
 
-Lines SupervisionWorld::saidDuring(const std::function<void()>& action) {
-  const support::CapturedStandardError captured;
-  fcntl(STDERR_FILENO, F_SETPIPE_SZ, bytesSaidAtMost);
-  action();
-  return captured.messages();
-}
-
 Lines SupervisionWorld::saidReaping() {
   settings.debugCtrl = true;
-  Lines lines = saidDuring([this] { reap(); });
+  Lines lines = support::saidDuring([this] { reap(); });
   settings.debugCtrl = false;
   return lines;
 }

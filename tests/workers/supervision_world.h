@@ -7,14 +7,13 @@
 #include <vector>
 
 #include "sim/sysfs.h"
+#include "tests/support/debug_lines.h"
 #include "tests/workers/launch_world.h"
 #include "tests/workers/supervision_calls.h"
 #include "workers/supervision.h"
 
 using Lines = std::vector<std::string>;
-
-/** The daemon's debug messages with these texts. */
-Lines tagged(const Lines& texts);
+using support::tagged;
 
 /**
  * A world whose workers end as a test wants. Time stands still there but for what is slept, and sleeping
@@ -35,8 +34,6 @@ class SupervisionWorld : public LaunchWorld {
   pid_t exitedWorker(int status, const std::string& path);
 
   void reap() { reapWorkers(*ctrl); }
-  /** What is said while `action` runs, with or without debugging. */
-  static Lines saidDuring(const std::function<void()>& action);
   /** What is said, with debugging, while workers are reaped. */
   Lines saidReaping();
 
