@@ -1,6 +1,7 @@
 #include <boost/lexical_cast.hpp>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/timerfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -185,6 +186,36 @@ TEST(MainLoop, IsLeftWhenADescriptorIsTooHighToBeWatched) {
     support::TestCtrl ctrl;
     ctrl->controlConnection = std::make_unique<ControlConnection>(FD_SETSIZE);
     EXPECT_EQ(support::contextThrownBy<ulx::InvalidArgument>([&ctrl] { ctrl->run(); }), "select()");
+  });
+}
+
+// Ends the main loop after so many seconds.
+void endAfter(RxCtrl& ctrl, time_t seconds, long nanoseconds) {
+  const int timer = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
+  const itimerspec time{.it_interval = {}, .it_value = {.tv_sec = seconds, .tv_nsec = nanoseconds}};
+  ASSERT_EQ(timerfd_settime(timer, 0, &time, nullptr), 0);
+  ctrl.controlConnection = std::make_unique<ControlConnection>(timer);
+}
+
+TEST(MainLoop, ForgetsRestartsAfterThreeQuietSeconds) {
+  inUnitWithoutDevices([] {
+    support::TestCtrl ctrl;
+    ctrl->restartCount = 10;
+    ctrl->attachBlocked = true;
+    endAfter(*ctrl, 3, 300'000'000);
+    ctrl->run();
+    EXPECT_EQ(ctrl->restartCount, 0U);
+    EXPECT_TRUE(ctrl->attachBlocked);
+  });
+}
+
+TEST(MainLoop, RemembersRestartsForThreeSeconds) {
+  inUnitWithoutDevices([] {
+    support::TestCtrl ctrl;
+    ctrl->restartCount = 10;
+    endAfter(*ctrl, 2, 700'000'000);
+    ctrl->run();
+    EXPECT_EQ(ctrl->restartCount, 10U);
   });
 }
 
