@@ -1,0 +1,173 @@
+// The commands of quor_config that change the file, and what they refuse to write.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "tests/tools/quor_config_run.h"
+
+namespace {
+
+const std::string content = "[usb]\nhid_only=1\n[apps]\nx=program\n";
+
+// Nothing is said on standard output, the fault of `key` is told, and the file stays as it was.
+void expectRefused(const ConfiguredFile& file, const Arguments& arguments, const std::string& key) {
+  const std::string before = file.content();
+  EXPECT_EQ(file.run(arguments), failed("cannot be written in an INI file: " + key));
+  EXPECT_EQ(file.content(), before);
+}
+
+TEST(QuorConfigSet, ChangesASetting) {
+  const ConfiguredFile file(content);
+  EXPECT_EQ(file.run({"set", "usb:hid_only", "no"}), done());
+  EXPECT_EQ(file.get("usb:hid_only"), done("no\n"));
+  EXPECT_EQ(file.get("apps:x"), done("program\n"));
+}
+
+TEST(QuorConfigSet, AddsASettingWithItsSection) {
+  const ConfiguredFile file(content);
+  EXPECT_EQ(file.run({"set", "link:speed", "very high"}), done());
+  EXPECT_EQ(file.get("link:speed"), done("very high\n"));
+  EXPECT_EQ(file.get("usb:hid_only"), done("1\n"));
+}
+
+TEST(QuorConfigSet, MakesAFileThatIsMissing) {
+  const ConfiguredFile file;
+  EXPECT_EQ(file.run({"set", "usb:debug", "ctrl"}), done());
+  EXPECT_EQ(file.run({"json"}), done("{\n\t\"usb\": {\n\t\t\"debug\":\"ctrl\"\n\t}\n}\n"));
+}
+
+TEST(QuorConfigSet, SetsAnEmptyValue) {
+  const ConfiguredFile file(content);
+  EXPECT_EQ(file.run({"set", "usb:hid_only", ""}), done());
+  EXPECT_EQ(file.get("usb:hid_only"), done("\n"));
+}
+
+TEST(QuorConfigSet, KeepsThePermissions) {
+  const ConfiguredFile file(content);
+  const auto owners = std::filesystem::perms::owner_read | std::filesystem::perms::owner_write;
+  std::filesystem::permissions(file.path(), owners);
+  EXPECT_EQ(file.run({"set", "usb:hid_only", "0"}), done());
+  EXPECT_EQ(std::filesystem::status(file.path()).permissions(), owners);
+}
+
+TEST(QuorConfigSet, NeedsASection) {
+  const ConfiguredFile file(content);
+  EXPECT_EQ(file.run({"set", "hid_only", "0"}), failed("not a section:key: hid_only"));
+  EXPECT_EQ(file.content(), content);
+}
+
+TEST(QuorConfigSet, RefusesAKeyOfNoSectionOnAMissingFile) {
+  const ConfiguredFile file;
+  EXPECT_EQ(file.run({"set", "hid_only", "0"}), failed("not a section:key: hid_only"));
+  EXPECT_FALSE(file.exists());
+}
+
+TEST(QuorConfigSet, RefusesValuesThatWouldReadAsOthers) {
+  const ConfiguredFile file(content);
+  for (const char* value : {"a;b", "a#b", "#", ";", " a", "a ", "\"a\"", "'a'"}) {
+    expectRefused(file, {"set", "usb:x", value}, "usb:x");
+  }
+}
+
+TEST(QuorConfigSet, RefusesKeysThatWouldReadAsOthers) {
+  const ConfiguredFile file(content);
+  expectRefused(file, {"set", "usb:a=b", "1"}, "usb:a=b");
+  expectRefused(file, {"set", "usb:#a", "1"}, "usb:#a");
+  expectRefused(file, {"set", "us]b:a", "1"}, "us]b");
+  expectRefused(file, {"set", ":a", "1"}, "");
+}
+
+TEST(QuorConfigSet, RefusesMoreThanOneLine) {
+  const ConfiguredFile file(content);
+  expectRefused(file, {"set", "usb:x", "1\ny=2"}, "usb:x");
+  expectRefused(file, {"set", "usb:x", "1\n"}, "usb:x");
+  const Outcome outcome = file.run({"set", "usb:x", "1\nno setting"});
+  EXPECT_EQ(outcome.end, sim::ProcessEnd::exited(2));
+  EXPECT_EQ(outcome.output, "");
+  EXPECT_NE(outcome.errors.find("quor_config: cannot be written in an INI file: "), std::string::npos);
+  EXPECT_EQ(file.content(), content);
+}
+
+TEST(QuorConfigSet, RefusesALineThatIsTooLong) {
+  const ConfiguredFile file(content);
+  const Outcome outcome = file.run({"set", "usb:x", std::string(1100, 'x')});
+  EXPECT_EQ(outcome.end, sim::ProcessEnd::exited(2));
+  EXPECT_EQ(outcome.output, "");
+  EXPECT_EQ(file.content(), content);
+}
+
+TEST(QuorConfigUnset, RemovesASetting) {
+  const ConfiguredFile file(content);
+  EXPECT_EQ(file.run({"unset", "USB:hid_only"}), done());
+  EXPECT_EQ(file.get("usb:hid_only"), notFoundOrDifferent());
+  EXPECT_EQ(file.get("apps:x"), done("program\n"));
+}
+
+TEST(QuorConfigUnset, RemovesASectionWithoutSettings) {
+  const ConfiguredFile file("[empty]\n" + content);
+  EXPECT_EQ(file.run({"unset", "empty"}), done());
+  EXPECT_EQ(file.content().find("empty"), std::string::npos);
+  EXPECT_EQ(file.get("usb:hid_only"), done("1\n"));
+}
+
+TEST(QuorConfigUnset, RefusesASectionThatHasSettings) {
+  expectRefused(ConfiguredFile(content), {"unset", "usb"}, "usb:hid_only");
+}
+
+TEST(QuorConfigUnset, FindsNothingToRemove) {
+  const ConfiguredFile file(content);
+  EXPECT_EQ(file.run({"unset", "usb:debug"}), notFoundOrDifferent());
+  EXPECT_EQ(file.run({"unset", "link"}), notFoundOrDifferent());
+  EXPECT_EQ(file.content(), content);
+}
+
+TEST(QuorConfigAddSection, AddsAnEmptySection) {
+  const ConfiguredFile file("[usb]\nx=1\n");
+  EXPECT_EQ(file.run({"add-section", "link"}), done());
+  EXPECT_EQ(file.run({"json"}), done("{\n\t\"usb\": {\n\t\t\"x\":\"1\"\n\t},\n\t\"link\": {\n\n\t}\n}\n"));
+}
+
+TEST(QuorConfigAddSection, MakesAFileThatIsMissing) {
+  const ConfiguredFile file;
+  EXPECT_EQ(file.run({"add-section", "link"}), done());
+  EXPECT_EQ(file.run({"json"}), done("{\n\t\"link\": {\n\n\t}\n}\n"));
+}
+
+TEST(QuorConfigAddSection, RefusesANameWithAColon) {
+  const ConfiguredFile file(content);
+  EXPECT_EQ(file.run({"add-section", "usb:x"}), failed("not a section's name: usb:x"));
+  EXPECT_EQ(file.content(), content);
+}
+
+TEST(QuorConfigAddSection, RefusesANameWithABracket) {
+  expectRefused(ConfiguredFile(content), {"add-section", "a]b"}, "a]b");
+}
+
+TEST(QuorConfigMerge, SetsWhatTheOtherSets) {
+  const ConfiguredFile file(content);
+  const ConfiguredFile other("[usb]\nhid_only=0\ndebug=ctrl\n[empty]\n");
+  EXPECT_EQ(file.run({"merge", other.path()}), done());
+  EXPECT_EQ(file.run({"json"}), done("{\n"
+                                     "\t\"usb\": {\n\t\t\"hid_only\":\"0\",\n\t\t\"debug\":\"ctrl\"\n\t},\n"
+                                     "\t\"apps\": {\n\t\t\"x\":\"program\"\n\t}\n"
+                                     "}\n"));
+  EXPECT_EQ(other.get("apps:x"), notFoundOrDifferent());
+}
+
+TEST(QuorConfigMerge, MakesAFileThatIsMissing) {
+  const ConfiguredFile file;
+  const ConfiguredFile other(content);
+  EXPECT_EQ(file.run({"merge", other.path()}), done());
+  EXPECT_EQ(file.run({"diff", other.path()}), done());
+}
+
+TEST(QuorConfigMerge, TakesNothingOverFromAFileItCannotRead) {
+  const ConfiguredFile file(content);
+  const ConfiguredFile other("no setting\n");
+  EXPECT_EQ(file.run({"merge", other.path()}).end, sim::ProcessEnd::exited(2));
+  EXPECT_EQ(file.content(), content);
+}
+
+}  // namespace

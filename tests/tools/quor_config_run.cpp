@@ -1,0 +1,74 @@
+#include "tests/tools/quor_config_run.h"
+
+#include <sys/wait.h>
+
+#include <filesystem>
+#include <ostream>
+
+#include "sim/files.h"
+
+namespace {
+
+sim::ProcessEnd endOf(pid_t process) {
+  int status = 0;
+  waitpid(process, &status, 0);
+  return WIFSIGNALED(status) ? sim::ProcessEnd::killedBy(WTERMSIG(status))
+                             : sim::ProcessEnd::exited(WEXITSTATUS(status));
+}
+
+sim::ProcessEnd runTo(const std::string& output, const std::string& errors, const Arguments& arguments,
+                      const sim::ProcessOptions& options) {
+  Arguments command{QUOR_CONFIG_PROGRAM};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  return endOf(sim::startProcess(command, options, output, errors));
+}
+
+}  // namespace
+
+std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
+  return out << outcome.end << "\noutput:\n" << outcome.output << "errors:\n" << outcome.errors;
+}
+
+Outcome done(const std::string& output) {
+  return {sim::ProcessEnd::exited(0), output, ""};
+}
+
+Outcome notFoundOrDifferent(const std::string& output) {
+  return {sim::ProcessEnd::exited(1), output, ""};
+}
+
+Outcome failed(const std::string& fault) {
+  return {sim::ProcessEnd::exited(2), "", "quor_config: " + fault + "\n"};
+}
+
+Outcome quorConfig(const Arguments& arguments, const sim::ProcessOptions& options) {
+  const support::TemporaryDirectory directory;
+  sim::writeFile(directory / "output", "");
+  sim::writeFile(directory / "errors", "");
+  const sim::ProcessEnd end = runTo(directory / "output", directory / "errors", arguments, options);
+  return {end, sim::readFile(directory / "output"), sim::readFile(directory / "errors")};
+}
+
+Outcome quorConfigInto(const std::string& output, const Arguments& arguments) {
+  const support::TemporaryDirectory directory;
+  sim::writeFile(directory / "errors", "");
+  const sim::ProcessEnd end = runTo(output, directory / "errors", arguments, {});
+  return {end, "", sim::readFile(directory / "errors")};
+}
+
+ConfiguredFile::ConfiguredFile(const std::string& content) {
+  sim::writeFile(path_, content);
+}
+
+bool ConfiguredFile::exists() const {
+  return std::filesystem::exists(path_);
+}
+
+std::string ConfiguredFile::content() const {
+  return sim::readFile(path_);
+}
+
+Outcome ConfiguredFile::run(Arguments arguments) const {
+  arguments.insert(arguments.begin(), {"--file", path_});
+  return quorConfig(arguments);
+}
