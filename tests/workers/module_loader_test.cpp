@@ -1,89 +1,19 @@
 #include "workers/module_loader.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
-#include <cerrno>
-#include <csignal>
 #include <cstdlib>
-#include <filesystem>
-#include <functional>
 #include <string>
 #include <vector>
 
 #include "ctrl/settings.h"
-#include "sim/files.h"
-#include "sim/namespaces.h"
-#include "tests/support/child.h"
 #include "tests/support/descriptors.h"
 #include "tests/support/output.h"
-#include "tests/support/restored_settings.h"
-#include "tests/support/temporary_directory.h"
-#include "tests/support/thrown.h"
+#include "tests/workers/module_world.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 using Lines = std::vector<std::string>;
-
-/** A private world with a stand-in for insmod, which records its arguments, and two empty directories. */
-class ModuleWorld {
- public:
-  ModuleWorld() {
-    world_.makePrivate("/lib/modules");
-    fs::create_directory("/a");
-    fs::create_directory("/b");
-    setenv("PATH", "/sim/bin:/usr/bin:/bin", 1);
-    insmodDoes(R"(exec >>/sim/insmod; echo "$#"; for argument; do echo "$argument"; done)");
-    fs::current_path("/vel");
-  }
-
-  static void insmodDoes(const std::string& script) {
-    sim::writeFile("/sim/bin/insmod", "#!/bin/sh\n" + script + "\n");
-    fs::permissions("/sim/bin/insmod", fs::perms::owner_all);
-  }
-  static void searchIn(const std::string& path) { setenv("MODPATH", path.c_str(), 1); }
-  static void addModule(const std::string& file) { sim::writeFile(file, "module"); }
-
-  /** How often insmod was started with what, in the form of the stand-in; "" when it was not. */
-  static std::string insmods() { return fs::exists("/sim/insmod") ? sim::readFile("/sim/insmod") : ""; }
-
- private:
-  support::RestoredSettings settings_;
-  sim::Namespaces world_;
-};
-
-void inModuleWorld(const std::function<void()>& body) {
-  support::inChild([&body] {
-    const ModuleWorld world;
-    body();
-  });
-}
-
-// The bare text that loading throws, "" when it returns.
-std::string textThrownForLoading(const std::string& moduleName) {
-  try {
-    loadKernelModule(moduleName, "");
-  } catch (const char* text) {
-    return text;
-  }
-  return "";
-}
-
-// The context of the error that loading throws.
-std::string contextThrownForLoading(const std::string& moduleName, const std::string& arguments = "") {
-  return support::contextThrownBy([&] { loadKernelModule(moduleName, arguments); });
-}
-
-void expectLoaded(const std::string& moduleName, const std::string& file) {
-  loadKernelModule(moduleName, "");
-  EXPECT_EQ(ModuleWorld::insmods(), "1\n" + file + "\n");
-}
-
-void expectNotFound(const std::string& moduleName) {
-  EXPECT_EQ(textThrownForLoading(moduleName), "module not found");
-  EXPECT_EQ(ModuleWorld::insmods(), "");
-}
 
 TEST(LoadKernelModule, GivesInsmodTheFileAndTheArguments) {
   inModuleWorld([] {
@@ -259,67 +189,6 @@ TEST(LoadKernelModule, PassesOverAFileInADirectorysPlace) {
     ModuleWorld::searchIn("/a/file:/no/such:/b");
     ModuleWorld::addModule("/b/driver.ko");
     expectLoaded("driver", "/b/driver.ko");
-  });
-}
-
-TEST(LoadKernelModule, ThrowsForADirectoryThatLeadsInACircle) {
-  inModuleWorld([] {
-    fs::create_symlink("circle", "/a/circle");
-    ModuleWorld::searchIn("/a/circle:/b");
-    ModuleWorld::addModule("/b/driver.ko");
-    EXPECT_EQ(contextThrownForLoading("driver"), "stat(/a/circle/driver.ko)");
-    EXPECT_EQ(ModuleWorld::insmods(), "");
-  });
-}
-
-TEST(LoadKernelModule, ThrowsForANameThatIsTooLong) {
-  inModuleWorld([] {
-    const std::string name(256, 'x');
-    ModuleWorld::searchIn("/a:");
-    EXPECT_EQ(contextThrownForLoading(name), "stat(/a/" + name + ".ko)");
-  });
-}
-
-TEST(LoadKernelModule, ThrowsForADirectoryThatMayNotBeSearched) {
-  inModuleWorld([] {
-    fs::permissions("/a", fs::perms::none);
-    ModuleWorld::searchIn("/a:/b");
-    support::dropPrivileges();
-    EXPECT_EQ(contextThrownForLoading("driver"), "stat(/a/driver.ko)");
-  });
-}
-
-TEST(LoadKernelModule, DoesNotLookAtInsmodsOutcome) {
-  inModuleWorld([] {
-    ModuleWorld::searchIn("/a:/b");
-    ModuleWorld::addModule("/a/driver.ko");
-    ModuleWorld::addModule("/b/driver.ko");
-    settings.debugCtrl = true;
-    const support::CapturedStandardError captured;
-    for (const char* script : {"echo wrong module >&2; exit 1", "echo loaded", "kill -KILL $$"}) {
-      ModuleWorld::insmodDoes("echo run >>/sim/insmod; " + std::string(script));
-      EXPECT_EQ(textThrownForLoading("driver"), "") << script;
-    }
-    EXPECT_EQ(ModuleWorld::insmods(), "run\nrun\nrun\n");
-    EXPECT_EQ(captured.writes(), Lines());
-  });
-}
-
-TEST(LoadKernelModule, DoesNotMissInsmod) {
-  inModuleWorld([] {
-    ModuleWorld::searchIn("/a");
-    ModuleWorld::addModule("/a/driver.ko");
-    setenv("PATH", "/no/such", 1);
-    EXPECT_EQ(textThrownForLoading("driver"), "");
-  });
-}
-
-TEST(LoadKernelModule, ThrowsWhenSomebodyElseTakesInsmodsEnd) {
-  inModuleWorld([] {
-    ModuleWorld::searchIn("/a");
-    ModuleWorld::addModule("/a/driver.ko");
-    signal(SIGCHLD, SIG_IGN);
-    EXPECT_EQ(contextThrownForLoading("driver"), "pclose()");
   });
 }
 
