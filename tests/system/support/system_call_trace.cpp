@@ -62,6 +62,19 @@ std::optional<std::size_t> sleepArgument(unsigned long number) {
   }
 }
 
+/** Which argument of the call is the time that it waits for descriptors. */
+std::optional<std::size_t> waitArgument(unsigned long number) {
+  switch (number) {
+    case SYS_pselect6:
+#ifdef SYS_pselect6_time64
+    case SYS_pselect6_time64:
+#endif
+      return 4;
+    default:
+      return std::nullopt;
+  }
+}
+
 }  // namespace
 
 std::optional<std::string> SystemCallTrace::obstacle() {
@@ -156,9 +169,26 @@ std::optional<double> SystemCallTrace::sleepOf(const SystemCall& call) const {
   if (!argument) {
     return std::nullopt;
   }
+  return secondsAt(call.arguments.at(*argument));
+}
+
+double SystemCallTrace::runToWait(const sim::Deadline& deadline) {
+  while (true) {
+    const SystemCall call = next(deadline);
+    const std::optional<std::size_t> argument = waitArgument(call.number);
+    if (argument && call.arguments.at(*argument) != 0) {
+      const double seconds = secondsAt(call.arguments.at(*argument));
+      if (seconds > 0) {
+        return seconds;
+      }
+    }
+  }
+}
+
+double SystemCallTrace::secondsAt(unsigned long address) const {
   timespec time{};
   const iovec here{&time, sizeof time};
-  const iovec there{asPointer(call.arguments.at(*argument)), sizeof time};
+  const iovec there{asPointer(address), sizeof time};
   if (::process_vm_readv(process_, &here, 1, &there, 1, 0) != static_cast<ssize_t>(sizeof time)) {
     throw sim::systemError("process_vm_readv(" + std::to_string(process_) + ")");
   }

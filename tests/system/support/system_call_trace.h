@@ -39,10 +39,17 @@ class SystemCallTrace {
   double runToSleep(const sim::Deadline& deadline = {});
   /** The seconds that a call is to sleep; nothing for calls that do not sleep. */
   [[nodiscard]] std::optional<double> sleepOf(const SystemCall& call) const;
+  /**
+   * Runs on to the next wait for descriptors (select) that is to take more than no time, and returns the
+   * seconds that it is given. A wait that was interrupted is seen again, with what is left of its time.
+   */
+  double runToWait(const sim::Deadline& deadline = {});
 
  private:
   int waitForStop(const sim::Deadline& deadline);
   [[nodiscard]] std::optional<SystemCall> currentCall() const;
+  /** The seconds in the time that the process keeps at `address`. */
+  [[nodiscard]] double secondsAt(unsigned long address) const;
 
   pid_t process_;
   bool isStopped_ = false;  ///< or has ended

@@ -1,0 +1,70 @@
+// How long the daemon is ready to wait for its sources.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+
+#include "sim/unit.h"
+#include "tests/system/support/attached_devices.h"
+#include "tests/system/support/process_state.h"
+#include "tests/system/support/system_call_trace.h"
+
+namespace {
+
+constexpr double noLimit = 1'000'000;  // seconds
+constexpr double quietPeriod = 3;      // seconds
+
+class WaitInterval : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (const auto obstacle = SystemCallTrace::obstacle()) {
+      GTEST_SKIP() << *obstacle;
+    }
+    unit.startDaemon();
+    unit.waitUntilServing();
+    directory = unit.plug(scanner());
+    worker = &unit.workers.waitForWorker();
+    unit.settle();
+    waitUntilAsleep(unit.daemon().pid());
+  }
+
+  sim::Unit unit;
+  std::string directory;          ///< of a device
+  sim::Worker* worker = nullptr;  ///< its worker
+};
+
+/** What the daemon begins its next wait with: whole seconds, unlike a wait that a signal has interrupted. */
+double nextInterval(SystemCallTrace& trace) {
+  double seconds = 0;
+  do {
+    seconds = trace.runToWait();
+  } while (seconds != std::floor(seconds));
+  return seconds;
+}
+
+TEST_F(WaitInterval, HasNoLimitInEffectWhileNothingWasRestarted) {
+  SystemCallTrace trace(unit.daemon().pid());
+  for (int event = 0; event < 3; ++event) {
+    unit.uevents.remove("/devices/none");
+    EXPECT_EQ(nextInterval(trace), noLimit);
+  }
+}
+
+TEST_F(WaitInterval, IsShortFromTheFirstRestartOnUntilNothingHappens) {
+  SystemCallTrace trace(unit.daemon().pid());
+  worker->exitWith(0);
+  EXPECT_EQ(nextInterval(trace), quietPeriod);
+  unit.uevents.remove("/devices/none");
+  EXPECT_EQ(nextInterval(trace), quietPeriod);
+
+  // The device goes, which ends the streak of restarts at once.
+  sim::Worker& restarted = unit.workers.waitForWorker();
+  unit.sysfs.removeDevice(directory);
+  restarted.exitWith(0);
+  EXPECT_EQ(nextInterval(trace), quietPeriod);
+
+  EXPECT_EQ(nextInterval(trace), noLimit);
+}
+
+}  // namespace
