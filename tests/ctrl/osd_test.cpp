@@ -127,6 +127,19 @@ TEST(OsdSink, IsOpenForNonBlockingWritesWhereTheFifoHasAReader) {
   EXPECT_NE(flags & O_NONBLOCK, 0);
 }
 
+TEST(OsdSink, IsOpenAlsoWithTheLowestDescriptorNumber) {
+  support::inChild([] {
+    Fifo fifo;
+    fifo.addReader();
+    close(STDIN_FILENO);
+    const OsdSink sink(fifo.path().c_str());
+    ASSERT_EQ(sink.fd, 0);
+    EXPECT_TRUE(sink.isOpen);
+    OsdMessage(sink, "shown");
+    EXPECT_EQ(fifo.content(), "shown\n");
+  });
+}
+
 TEST(OsdSink, IsNotGivenToWorkers) {
   Fifo fifo;
   fifo.addReader();
