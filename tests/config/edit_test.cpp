@@ -92,7 +92,7 @@ TEST(ConfigSet, KeepsACopyOfTheValue) {
   const Config config = configOf(content);
   std::string value = "before";
   configSet(config.get(), "usb:hid_only", value.c_str());
-  value = "after!";
+  value.replace(0, value.size(), "after!");
   EXPECT_EQ(textOf(config, "usb:hid_only"), "before");
 }
 

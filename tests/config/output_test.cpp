@@ -176,6 +176,14 @@ TEST(ConfigPrintJson, FollowsTheOrderOfInsertion) {
       "{\n\t\"usb\": {\n\t\t\"a\":\"1\"\n\t},\n\t\"apps\": {\n\t\t\"b\":\"2\",\n\t\t\"c\":\"3\"\n\t}\n}\n");
 }
 
+TEST(ConfigPrintJson, PrintsAMissingValueAsAnEmptyOne) {
+  const Config config = configOf("");
+  configSet(config.get(), "a:none", nullptr);
+  configSet(config.get(), "a:b", "1");
+  EXPECT_EQ(printed([&] { return configPrintJson(config.get()); }),
+            "{\n\t\"a\": {\n\t\t\"none\":\"\",\n\t\t\"b\":\"1\"\n\t}\n}\n");
+}
+
 TEST(ConfigPrintJson, RefusesNoDictionary) {
   const CapturedOutput output(stdout);
   EXPECT_EQ(configPrintJson(nullptr), -1);

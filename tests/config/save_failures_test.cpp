@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,7 @@
 #include "tests/config/loaded_config.h"
 #include "tests/config/save_steps.h"
 #include "tests/support/child.h"
+#include "tests/support/descriptors.h"
 #include "tests/support/temporary_directory.h"
 #include "tests/support/unprivileged_child.h"
 
@@ -41,11 +43,11 @@ Config longConfig() {
 
 // A save that fails leaves the old file as it was, and locks and opens nothing for good.
 void expectRefused(const Config& config, const ConfigFile& file) {
-  const int next = nextDescriptor();
+  const std::set<int> open = support::openDescriptors();
   EXPECT_EQ(configSave(config.get(), file.name()), -1);
   EXPECT_EQ(entriesOf(load(file)), oldEntries);
   EXPECT_TRUE(couldLock(file.path(), LOCK_EX));
-  EXPECT_EQ(nextDescriptor(), next);
+  EXPECT_EQ(support::openDescriptors(), open);
 }
 
 std::string temporaryOf(const ConfigFile& file) {

@@ -11,11 +11,10 @@ namespace {
 
 const std::string content = "[usb]\nhid_only=1\n[apps]\nx=program\n";
 
-// Nothing is said on standard output, the fault of `key` is told, and the file stays as it was.
+// Nothing is said on standard output, the fault of `key` is told, and the file keeps the content above.
 void expectRefused(const ConfiguredFile& file, const Arguments& arguments, const std::string& key) {
-  const std::string before = file.content();
   EXPECT_EQ(file.run(arguments), failed("cannot be written in an INI file: " + key));
-  EXPECT_EQ(file.content(), before);
+  EXPECT_EQ(file.content(), content);
 }
 
 TEST(QuorConfigSet, ChangesASetting) {

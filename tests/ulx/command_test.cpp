@@ -84,6 +84,9 @@ TEST(CaptureCommand, Gives256ForDeathByAnySignal) {
   EXPECT_EQ(statusOf("kill -KILL $$"), 256);
   EXPECT_EQ(statusOf("kill -TERM $$"), 256);
   EXPECT_EQ(statusOf("kill -HUP $$"), 256);
+  EXPECT_EQ(statusOf("kill -USR2 $$"), 256);
+  EXPECT_EQ(statusOf("kill -64 $$"), 256);
+  EXPECT_EQ(statusOf("ulimit -c 0; kill -FPE $$"), 256);
   EXPECT_EQ(statusOf("ulimit -c 0; kill -ABRT $$"), 256);
   EXPECT_EQ(ulx::endedBySignal, 256);
 }

@@ -162,7 +162,20 @@ TEST(Directory, AnyTwoEndsAreEqual) {
 TEST(Directory, TwoExhaustedIteratorsAreEqual) {
   const support::TemporaryDirectory one;
   const support::TemporaryDirectory other;
-  EXPECT_TRUE(ulx::Directory(one.path()).begin() == ulx::Directory(other.path()).begin());
+  const auto first = ulx::Directory(one.path()).begin();
+  const auto second = ulx::Directory(other.path()).begin();
+  EXPECT_TRUE(first == second);
+}
+
+// The bare text that a comparison throws, "" when there is a result.
+std::string textThrownByComparing(const ulx::Directory::const_iterator& one,
+                                  const ulx::Directory::const_iterator& other) {
+  try {
+    static_cast<void>(one == other);
+  } catch (const char* text) {
+    return text;
+  }
+  return "";
 }
 
 TEST(Directory, ThrowsABareTextWhenTwoIteratorsOnEntriesAreCompared) {
@@ -170,13 +183,8 @@ TEST(Directory, ThrowsABareTextWhenTwoIteratorsOnEntriesAreCompared) {
   const Files other({"a"});
   const auto first = ulx::Directory(one.path()).begin();
   const auto second = ulx::Directory(other.path()).begin();
-  try {
-    static_cast<void>(first == second);
-    FAIL() << "nothing was thrown";
-  } catch (const char* text) {
-    EXPECT_STREQ(text, "Cannot compare these Directory::const_iterators");
-  }
-  EXPECT_THROW(static_cast<void>(first != first), const char*);
+  EXPECT_EQ(textThrownByComparing(first, second), "Cannot compare these Directory::const_iterators");
+  EXPECT_EQ(textThrownByComparing(first, first), "Cannot compare these Directory::const_iterators");
 }
 
 TEST(Directory, IsOpenedByBeginOnly) {
