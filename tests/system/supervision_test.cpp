@@ -35,12 +35,16 @@ class Supervision : public Hotplug {
     const std::string line = unit.daemon().waitForLine("still present; restarting ");
     return line.substr(line.rfind(' ') + 1);
   }
-  /** Delivers link parameters; the connection stays. */
-  void deliver(const std::string& speed) {
+  /** Delivers link parameters, for the daemon to take up when it comes to it; the connection stays. */
+  void send(const std::string& speed) {
     managers.push_back(std::make_unique<sim::LinkManager>(unit.connect()));
     sim::LinkParameters parameters;
     parameters.speed = speed;
     managers.back()->configure(parameters);
+  }
+  /** The same, and waits until it has taken them up. */
+  void deliver(const std::string& speed) {
+    send(speed);
     settleEverySource(unit);
   }
 
@@ -154,7 +158,7 @@ TEST_F(Supervision, OffersADeviceThatTheSlowerLinkCannotCarryInVain) {
   unit.plug(fastScanner());
   unit.workers.waitForWorker();
   EXPECT_EQ(unit.display.waitForWrite(), "Fast Scanner attached\n");
-  deliver("full");
+  send("full");
   unit.daemon().waitForLine("  terminated due to signal 15");
   unit.daemon().waitForLine(kind::unsupported);
   EXPECT_EQ(unit.display.waitForWrite(),
