@@ -155,6 +155,13 @@ TEST(ConfigSave, RenamesTheTemporaryFileToThePath) {
   EXPECT_EQ(recorded.renames()[0].second, file.path());
 }
 
+TEST(ConfigSave, KeepsNothingOfATemporaryFileThatWasLeftThere) {
+  const ConfigFile file(oldContent);
+  std::ofstream(file.path() + ".tmp.54321") << "[left]\nby=a process of the same number\n";
+  temporaryNameFor(file.path(), 54321);
+  EXPECT_EQ(entriesOf(load(file)), entriesOf(configOf(newContent)));
+}
+
 TEST(ConfigSave, TakesItsStepsInOrder) {
   const ConfigFile file(oldContent);
   const Config config = configOf(newContent);
