@@ -81,13 +81,9 @@ TEST(CaptureCommand, GivesTheOutputOfACommandThatFails) {
 }
 
 TEST(CaptureCommand, Gives256ForDeathByAnySignal) {
-  EXPECT_EQ(statusOf("kill -KILL $$"), 256);
-  EXPECT_EQ(statusOf("kill -TERM $$"), 256);
-  EXPECT_EQ(statusOf("kill -HUP $$"), 256);
-  EXPECT_EQ(statusOf("kill -USR2 $$"), 256);
-  EXPECT_EQ(statusOf("kill -64 $$"), 256);
-  EXPECT_EQ(statusOf("ulimit -c 0; kill -FPE $$"), 256);
-  EXPECT_EQ(statusOf("ulimit -c 0; kill -ABRT $$"), 256);
+  for (const int signal : {1, 2, 4, 6, 8, 9, 15, 16, 34, 64}) {
+    EXPECT_EQ(statusOf("ulimit -c 0; kill -" + std::to_string(signal) + " $$"), 256) << signal;
+  }
   EXPECT_EQ(ulx::endedBySignal, 256);
 }
 
