@@ -61,14 +61,15 @@ TEST_P(ColdplugPasses, AreThoseOfTheMaskInOrder) {
     world.sysfs.add(sim::UsbDevice{});
     world.plugKeyboard();
     world.plugDisk();
+    const MaskCase& mask = GetParam();
     Lines expected = offersOf(usbDevices);
-    if (GetParam().keyboards) {
+    if (mask.keyboards) {
       expected = expected + Lines{keyboardsBegin} + offersOf("/sys/class/usb");
     }
-    if (GetParam().storage) {
+    if (mask.storage) {
       expected = expected + Lines{storageBegins} + offersOf("/sys/class/scsi_generic");
     }
-    EXPECT_EQ(world.passesOfColdplug(GetParam().classes), expected);
+    EXPECT_EQ(world.passesOfColdplug(mask.classes), expected);
   });
 }
 

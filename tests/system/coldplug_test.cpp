@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <csignal>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -57,32 +56,44 @@ TEST_F(DevicesAtStart, ComesBeforeTheEventsOfTheKernel) {
   EXPECT_TRUE(unit.display.takeWrites().empty());
 }
 
-TEST_F(DevicesAtStart, GivesRecordedDevicesTheWorkersOfTheClassList) {
-  const sim::DeviceRecording keyboard = sim::withClassUsbHiddev(sim::DeviceRecording::load("kbd-fs-hiddev"));
-  const sim::DeviceRecording disk = sim::atPort(sim::DeviceRecording::load("storage-hs"), "1-7", 1);
-  const sim::DeviceRecording reader = sim::atPort(sim::DeviceRecording::load("ccid"), "1-8", 2);
-  for (const auto* recording : {&keyboard, &disk, &reader}) {
-    unit.sysfs.layOut(*recording);
+/** Three recorded devices that are there before each daemon. */
+class RecordedDevicesAtStart : public DevicesAtStart {
+ protected:
+  RecordedDevicesAtStart() {
+    for (const auto* recording : {&recordedKeyboard, &recordedDisk, &recordedReader}) {
+      unit.sysfs.layOut(*recording);
+    }
   }
-  const Messages genericKeyboard = {"usb_rx_generic", keyboard.directory};
-  const Messages genericDisk = {"usb_rx_generic", disk.directory};
-  const Messages ownKeyboard = {"usb_rx_keyboard", "0"};
-  const Messages ownDisk = {"usb_rx_scsi", disk.nodes("sg").front()};
-  const Messages others = {"usb_rx_generic", reader.directory};
 
-  const auto startedWith = [this](const std::string& classList) {
-    startDuring(classList);
-    unit.waitUntilServing();
-    const std::set<Messages> started = startedWorkers();
-    unit.workers.endAll();
-    unit.daemon().signal(SIGTERM);
-    unit.daemon().waitForExit();
-    return started;
-  };
-  EXPECT_EQ(startedWith("none"), (std::set<Messages>{genericKeyboard, genericDisk, others}));
-  EXPECT_EQ(startedWith("keyboard"), (std::set<Messages>{ownKeyboard, genericDisk, others}));
-  EXPECT_EQ(startedWith("scsi"), (std::set<Messages>{genericKeyboard, ownDisk, others}));
-  EXPECT_EQ(startedWith("all"), (std::set<Messages>{ownKeyboard, ownDisk, others}));
+  const sim::DeviceRecording recordedKeyboard =
+      sim::withClassUsbHiddev(sim::DeviceRecording::load("kbd-fs-hiddev"));
+  const sim::DeviceRecording recordedDisk = sim::atPort(sim::DeviceRecording::load("storage-hs"), "1-7", 1);
+  const sim::DeviceRecording recordedReader = sim::atPort(sim::DeviceRecording::load("ccid"), "1-8", 2);
+  const Messages genericKeyboard = {"usb_rx_generic", recordedKeyboard.directory};
+  const Messages genericDisk = {"usb_rx_generic", recordedDisk.directory};
+  const Messages ownKeyboard = {"usb_rx_keyboard", "0"};
+  const Messages ownDisk = {"usb_rx_scsi", recordedDisk.nodes("sg").front()};
+  const Messages others = {"usb_rx_generic", recordedReader.directory};
+};
+
+TEST_F(RecordedDevicesAtStart, AreAllGenericWhereNoClassIsServed) {
+  start("none");
+  EXPECT_EQ(startedWorkers(), (std::set<Messages>{genericKeyboard, genericDisk, others}));
+}
+
+TEST_F(RecordedDevicesAtStart, HaveAKeyboardWorkerWhereKeyboardsAreServed) {
+  start("keyboard");
+  EXPECT_EQ(startedWorkers(), (std::set<Messages>{ownKeyboard, genericDisk, others}));
+}
+
+TEST_F(RecordedDevicesAtStart, HaveAScsiWorkerWhereDisksAreServed) {
+  start("scsi");
+  EXPECT_EQ(startedWorkers(), (std::set<Messages>{genericKeyboard, ownDisk, others}));
+}
+
+TEST_F(RecordedDevicesAtStart, HaveWorkersOfTheirOwnWhereAllClassesAreServed) {
+  start("all");
+  EXPECT_EQ(startedWorkers(), (std::set<Messages>{ownKeyboard, ownDisk, others}));
 }
 
 TEST_F(DevicesAtStart, LeavesRecordedKeyboardsWithoutBootInterfaceAlone) {

@@ -101,32 +101,54 @@ TEST_F(Supervision, SaysNothingWithoutDebugging) {
   EXPECT_EQ(unit.daemon().standardError(), "");
 }
 
-TEST_F(Supervision, LetsDevicesWaitForTheTransmitterAfterFiveFailuresUntilNewParametersCome) {
-  start();
-  deliver("high");
-  const std::string device = unit.plug(scanner());
-  for (const char* count : {"1", "3", "5", "7"}) {
-    EXPECT_EQ(unit.display.waitForWrite(), "Scanner attached\n");
+/** A scanner that has been attached, and whose worker fails as soon as it is started. */
+class FailingScanner : public Supervision {
+ protected:
+  FailingScanner() {
+    start();
+    deliver("high");
+    device = unit.plug(scanner());
+  }
+
+  /** Lets its worker fail until it waits for the Transmitter. */
+  void failUntilItWaits() {
+    for (int i = 0; i < 5; ++i) {
+      EXPECT_EQ(unit.display.waitForWrite(), "Scanner attached\n");
+      restartOfNext();
+    }
+    EXPECT_EQ(unit.display.waitForWrite(), waitMessage);
+  }
+  /** The worker that is started next, which is to be told how long to wait. */
+  sim::Worker& waitingWorker() {
+    sim::Worker& worker = unit.workers.waitForWorker();
+    EXPECT_EQ(worker.start.arguments, genericWorker(device, {"--timeout", "10"}));
+    return worker;
+  }
+
+  std::string device;
+};
+
+TEST_F(FailingScanner, IsCountedByTwo) {
+  for (const char* count : {"1", "3", "5", "7", "9", "11"}) {
     EXPECT_EQ(restartOfNext(), count);
   }
-  EXPECT_EQ(unit.display.waitForWrite(), "Scanner attached\n");
-  EXPECT_EQ(restartOfNext(), "9");
-  EXPECT_EQ(unit.display.waitForWrite(), waitMessage);
+}
 
-  sim::Worker& waiting = unit.workers.waitForWorker();
-  EXPECT_EQ(waiting.start.arguments, genericWorker(device, {"--timeout", "10"}));
-  endWith(waiting, 28, "RxGeneric exited due to timeout");
+TEST_F(FailingScanner, WaitsForTheTransmitterAfterFiveFailures) {
+  failUntilItWaits();
+  endWith(waitingWorker(), 28, "RxGeneric exited due to timeout");
   EXPECT_EQ(unit.display.waitForWrite(), waitMessage);
-  sim::Worker& waitingAgain = unit.workers.waitForWorker();
-  EXPECT_EQ(waitingAgain.start.arguments, genericWorker(device, {"--timeout", "10"}));
+  waitingWorker();
+}
 
+TEST_F(FailingScanner, WaitsUntilItFailsAfterNewParameters) {
+  failUntilItWaits();
+  sim::Worker& waiting = waitingWorker();
   deliver("high");
   EXPECT_EQ(unit.display.waitForWrite(), "Scanner attached\n");
-  endWith(waitingAgain, 28, "still present; restarting 11");
+  endWith(waiting, 28, "still present; restarting 10");
   EXPECT_EQ(unit.display.waitForWrite(), waitMessage);
-  sim::Worker& stillWaiting = unit.workers.waitForWorker();
-  EXPECT_EQ(stillWaiting.start.arguments, genericWorker(device, {"--timeout", "10"}));
-  endWith(stillWaiting, 1, "still present; restarting 0");
+  endWith(waitingWorker(), 1, "still present; restarting 0");
   EXPECT_EQ(unit.display.waitForWrite(), "Scanner attached\n");
   EXPECT_EQ(unit.workers.waitForWorker().start.arguments, genericWorker(device));
 }
@@ -142,7 +164,7 @@ TEST_F(Supervision, HasNoPatienceWhereTheConfiguredTimeoutIsNoNumber) {
 
 TEST_F(Supervision, OffersARestartedDeviceToTheChangedPolicy) {
   start();
-  const std::string device = unit.plug(scanner());
+  unit.plug(scanner());
   sim::Worker& worker = unit.workers.waitForWorker();
   sim::Unit::writeConfig("[usb]\nhid_only = 1\n");
   unit.daemon().signal(SIGHUP);
@@ -177,45 +199,54 @@ TEST_F(Supervision, EndsWithTheDaemonWhereADeviceCannotBeLookedFor) {
   EXPECT_EQ(lastWordsOf(unit.daemon()), "Too many levels of symbolic links while stat(" + device + ")");
 }
 
-// Each of them is looked after for 50 ms, one after the other.
-TEST_F(Supervision, KeepsNothingOfTwoHundredWorkersThatEndTogether) {
-  constexpr int devices = 200;
-  start();
-  const std::vector<int> descriptors = unit.daemon().openDescriptors();
-  std::vector<std::string> directories;
-  for (int i = 1; i <= devices; ++i) {
-    directories.push_back(unit.plug(scanner("1-" + std::to_string(i))));
-  }
-  std::vector<sim::Worker*> workers;
-  for (int i = 0; i < devices; ++i) {
-    workers.push_back(&unit.workers.waitForWorker());
-  }
-  EXPECT_EQ(unit.daemon().children().size(), static_cast<std::size_t>(devices));
-  {
-    StoppedDaemon stopped(unit);
-    for (int i = 0; i < devices; ++i) {
-      unit.unplug(directories.at(static_cast<std::size_t>(i)));
-      workers.at(static_cast<std::size_t>(i))->exitWith(0);
+class ManyWorkers : public Supervision {
+ protected:
+  ManyWorkers() {
+    start();
+    descriptorsBefore = unit.daemon().openDescriptors();
+    for (int i = 1; i <= count; ++i) {
+      directories.push_back(unit.plug(scanner("1-" + std::to_string(i))));
     }
-    for (const sim::Worker* worker : workers) {
+    for (int i = 0; i < count; ++i) {
+      workers.push_back(&unit.workers.waitForWorker());
+    }
+  }
+
+  /** Takes out all devices and ends all workers before the daemon sees any of that. */
+  void endTogether() {
+    StoppedDaemon stopped(unit);
+    for (const std::string& directory : directories) {
+      unit.unplug(directory);
+    }
+    for (sim::Worker* worker : workers) {
+      worker->exitWith(0);
       waitUntilEnded(worker->start.pid);
     }
     stopped.resume();
   }
-  constexpr double enough = 40;  // seconds
+  std::ptrdiff_t goneDevices() {
+    const Messages messages = unit.daemon().messages();
+    return std::count_if(messages.begin(), messages.end(),
+                         [](const std::string& message) { return message.ends_with(" has gone"); });
+  }
+
+  static constexpr int count = 200;
+  std::vector<int> descriptorsBefore;
+  std::vector<std::string> directories;
+  std::vector<sim::Worker*> workers;
+};
+
+TEST_F(ManyWorkers, ThatEndTogetherLeaveNothing) {
+  constexpr double enough = 40;  // seconds: each device is looked after for 50 ms
+  EXPECT_EQ(unit.daemon().children().size(), static_cast<std::size_t>(count));
+  endTogether();
   eventually(
       "no child of the daemon", [&] { return unit.daemon().children().empty(); }, sim::Deadline(enough));
   settleEverySource(unit);
-  EXPECT_EQ(unit.daemon().openDescriptors(), descriptors);
-  const Messages messages = unit.daemon().messages();
-  EXPECT_EQ(std::count_if(messages.begin(), messages.end(),
-                          [](const std::string& message) { return message.ends_with(" has gone"); }),
-            devices);
-
-  for (const std::string port : {"1-1", "1-200"}) {
-    const std::string device = unit.plug(scanner(port));
-    EXPECT_EQ(unit.workers.waitForWorker().device(), device);
-  }
+  EXPECT_EQ(unit.daemon().openDescriptors(), descriptorsBefore);
+  EXPECT_EQ(goneDevices(), count);
+  const std::string device = unit.plug(scanner("1-200"));
+  EXPECT_EQ(unit.workers.waitForWorker().device(), device);
 }
 
 }  // namespace

@@ -21,6 +21,12 @@ void removeInPause(SupervisionWorld& world, const std::string& device, std::size
   };
 }
 
+void expectNoRestart(SupervisionWorld& world) {
+  EXPECT_TRUE(world.ctrl->workers.byPid.empty());
+  EXPECT_EQ(world.board.count(), 1U);
+  EXPECT_EQ(world.ctrl.shown(), Lines{});
+}
+
 void expectOneThatGoesInPauseToBeSeenToEnd(std::size_t number) {
   inSupervisionWorld([number](SupervisionWorld& world) {
     const std::string device = world.plugWithWorker();
@@ -33,9 +39,7 @@ void expectOneThatGoesInPauseToBeSeenToEnd(std::size_t number) {
     EXPECT_EQ(Lines(said.begin() + 2, said.end()), tagged(expected));
     EXPECT_EQ(world.pauses, Pauses(number, 0.05));
     EXPECT_EQ(world.ctrl->restartCount, 0U);
-    EXPECT_TRUE(world.ctrl->workers.byPid.empty());
-    EXPECT_EQ(world.board.count(), 1U);
-    EXPECT_EQ(world.ctrl.shown(), Lines{});
+    expectNoRestart(world);
   });
 }
 
