@@ -51,6 +51,16 @@ TEST_F(WaitInterval, HasNoLimitInEffectWhileNothingWasRestarted) {
   }
 }
 
+// A control client makes the daemon forget its last start: the failure of a worker then begins a new streak.
+TEST_F(WaitInterval, IsShortAfterASingleRestart) {
+  sim::LinkManager client = unit.connect();
+  client.send("?");
+  client.receiveAll();
+  SystemCallTrace trace(unit.daemon().pid());
+  worker->exitWith(0);
+  EXPECT_EQ(nextInterval(trace), quietPeriod);
+}
+
 TEST_F(WaitInterval, IsShortFromTheFirstRestartOnUntilNothingHappens) {
   SystemCallTrace trace(unit.daemon().pid());
   worker->exitWith(0);
