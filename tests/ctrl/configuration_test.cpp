@@ -120,6 +120,18 @@ TEST(Configuration, IsReadAgainAfterAReloadWasRequested) {
   });
 }
 
+TEST(Configuration, IsReadAgainThoughTheFileLooksUnchanged) {
+  support::inPrivateWorld([] {
+    sim::writeFile(path, "[usb]\nhid_only = 0\n");
+    const auto written = std::filesystem::last_write_time(path);
+    EXPECT_FALSE(getConfigBool("usb:hid_only", true));
+    sim::writeFile(path, "[usb]\nhid_only = 1\n");
+    std::filesystem::last_write_time(path, written);
+    requestConfigReload();
+    EXPECT_TRUE(getConfigBool("usb:hid_only", false));
+  });
+}
+
 TEST(Configuration, IsReadOnceForEachRequest) {
   support::inPrivateWorld([] {
     sim::writeFile(path, "[usb]\ndebug = ctrl\n");
