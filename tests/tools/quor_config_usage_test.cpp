@@ -125,6 +125,15 @@ TEST(QuorConfig, TellsThatTheFileMayNotBeRead) {
   });
 }
 
+void expectNoConfiguration(const ConfiguredFile& file, const Arguments& arguments) {
+  const Outcome outcome = file.run(arguments);
+  EXPECT_EQ(outcome.end, sim::ProcessEnd::exited(2)) << arguments[0];
+  EXPECT_EQ(outcome.output, "") << arguments[0];
+  EXPECT_NE(outcome.errors.find(file.path() + " (1)"), std::string::npos) << outcome.errors;
+  const std::string fault = "quor_config: not a configuration file: " + file.path() + "\n";
+  EXPECT_NE(outcome.errors.find(fault), std::string::npos) << outcome.errors;
+}
+
 TEST(QuorConfig, TellsThatTheFileIsNoConfiguration) {
   const ConfiguredFile file("no setting\n");
   for (const Arguments& arguments : {Arguments{"get", "usb:x"},
@@ -137,13 +146,7 @@ TEST(QuorConfig, TellsThatTheFileIsNoConfiguration) {
                                      {"json"},
                                      {"sed"},
                                      {"check"}}) {
-    const Outcome outcome = file.run(arguments);
-    EXPECT_EQ(outcome.end, sim::ProcessEnd::exited(2)) << arguments[0];
-    EXPECT_EQ(outcome.output, "") << arguments[0];
-    EXPECT_NE(outcome.errors.find(file.path() + " (1)"), std::string::npos) << outcome.errors;
-    EXPECT_NE(outcome.errors.find("quor_config: not a configuration file: " + file.path() + "\n"),
-              std::string::npos)
-        << outcome.errors;
+    expectNoConfiguration(file, arguments);
   }
   EXPECT_EQ(file.content(), "no setting\n");
 }
