@@ -82,6 +82,7 @@ TEST(Coldplug, StartsTheWorkerOfEachKind) {
     coldplug(*world.ctrl);
     EXPECT_EQ(devicesWithWorkers(*world.ctrl), (std::set<std::string>{generic, keyboard, disk}));
     std::vector<std::string> programs;
+    programs.reserve(3);
     for (int i = 0; i < 3; ++i) {
       programs.push_back(world.board.waitForWorker().program());
     }
