@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <linux/netlink.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <array>
@@ -13,11 +14,11 @@
 #include <string_view>
 #include <vector>
 
-#include "ctrl/settings.h"
 #include "sim/descriptor.h"
 #include "sim/uevent_sender.h"
 #include "tests/support/child.h"
 #include "tests/support/descriptors.h"
+#include "tests/support/failing_call.h"
 #include "tests/support/output.h"
 #include "tests/support/restored_settings.h"
 #include "tests/support/thrown.h"
@@ -25,7 +26,6 @@
 namespace {
 
 using namespace std::string_literals;
-
 using Lines = std::vector<std::string>;
 
 constexpr int kobjectUevent = 15;
@@ -254,6 +254,18 @@ TEST(UeventSocket, ThrowsWhenNothingCanBeReceived) {
             failedReceive(socket.fd()));
   EXPECT_EQ(support::contextThrownBy<ulx::WouldBlock>([&socket] { (void)socket.readUEvent(); }),
             failedReceive(socket.fd()));
+}
+
+TEST(UeventSocket, ThrowsWhenADatagramIsThereButCannotBeTaken) {
+  support::inPrivateWorld([] {
+    const NetlinkClientSocket socket;
+    sim::UeventSender().send("A=b");
+    if (!support::failSystemCall(SYS_recvfrom, support::ArgumentIs{.index = 3, .value = 0}, EIO)) {
+      GTEST_SKIP() << "no seccomp filters here";
+    }
+    EXPECT_EQ(support::contextThrownBy<ulx::IOError>([&socket] { (void)socket.recvfrom(); }),
+              failedReceive(socket.fd()));
+  });
 }
 
 TEST(NetlinkSocket, IsBoundToThePortAndTheGroupsItIsGiven) {
