@@ -35,7 +35,7 @@ TEST_F(SysfsTexts, LoseOneNewlineAtTheirEnd) {
 }
 
 TEST_F(SysfsTexts, AreTakenAsTheyAreOtherwise) {
-  for (const std::string text : {"", "09", " a \t", "a\r", "\na", "a\nb"}) {
+  for (const std::string text : {"", "09", " a \t", " a ", "a\r", "\na", "a\nb"}) {
     write("a", text);
     EXPECT_EQ(readAttribute(path(), "a"), text);
     write("a", text + "\n");
