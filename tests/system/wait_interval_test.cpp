@@ -25,6 +25,11 @@ class WaitInterval : public testing::Test {
     unit.waitUntilServing();
     directory = unit.plug(scanner());
     worker = &unit.workers.waitForWorker();
+    letItSleep();
+  }
+
+  /** A trace that begins while the daemon waits sees no beginning of that wait. */
+  void letItSleep() {
     unit.settle();
     waitUntilAsleep(unit.daemon().pid());
   }
@@ -56,6 +61,7 @@ TEST_F(WaitInterval, IsShortAfterASingleRestart) {
   sim::LinkManager client = unit.connect();
   client.send("?");
   client.receiveAll();
+  letItSleep();
   SystemCallTrace trace(unit.daemon().pid());
   worker->exitWith(0);
   EXPECT_EQ(nextInterval(trace), quietPeriod);
