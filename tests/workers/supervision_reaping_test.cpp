@@ -103,9 +103,9 @@ TEST(Reaping, OfAnUnknownChildChangesNothing) {
   inSupervisionWorld([](SupervisionWorld& world) {
     world.ctrl->restartCount = 3;
     world.ctrl->attachBlocked = true;
-    for (const int status : {0, 1, 5, 28}) {
-      SupervisionWorld::exitedChild(status);
-    }
+    SupervisionWorld::exitedChild(1);
+    SupervisionWorld::exitedChild(5);
+    SupervisionWorld::exitedChild(28);
     world.reap();
     EXPECT_EQ(world.ctrl->restartCount, 3U);
     EXPECT_TRUE(world.ctrl->attachBlocked);
