@@ -9,6 +9,8 @@
 
 namespace {
 
+constexpr const char* newText = "the new text";
+
 template <class Test>
 const char* firstKeyWhere(const ConfigDictionary* d, Test test) {
   const char* found = nullptr;
@@ -38,7 +40,7 @@ ConfigDictionary* writeAndRead(const ConfigDictionary* d) {
   iniparser_dump_ini(d, stream);
   std::fflush(stream);
   std::rewind(stream);
-  ConfigDictionary* read = parseStream(stream, "the new text");
+  ConfigDictionary* read = parseStream(stream, newText);
   std::fclose(stream);
   return read;
 }
@@ -53,6 +55,9 @@ const char* firstDifference(const ConfigDictionary* d, const ConfigDictionary* o
 
 const char* firstLossInWriting(const ConfigDictionary* d) {
   ConfigDictionary* read = writeAndRead(d);
+  if (read == nullptr) {
+    return newText;
+  }
   const char* lost =
       firstKeyWhere(d, [read](const char* key, const char* value) { return !hasEntry(read, key, value); });
   configFree(read);

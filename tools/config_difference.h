@@ -10,7 +10,8 @@ const char* firstDifference(const ConfigDictionary* d, const ConfigDictionary* o
 
 /**
  * The key of the first setting or section of `d` that would be lost or changed by writing `d` as INI text and
- * reading it again: a setting with ";" in its value, say, or one whose section is not there. Null when none
- * would.
+ * reading it again: a setting with ";" in its value, say, or one whose section is not there. "the new text"
+ * where nothing could be read again; iniparser has then told the line on standard error. Null when all is
+ * well.
  */
 const char* firstLossInWriting(const ConfigDictionary* d);

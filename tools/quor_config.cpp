@@ -50,12 +50,32 @@ int fail(const char* what, const char* object) {
   return usageOrFailure;
 }
 
-// Looks first, since the store tells of a missing file on standard output, which is for results here.
+// The store tells its failures on standard output, which is for results here. While this lives, they go where
+// the other errors go.
+class StoreTellsOnStandardError {
+ public:
+  StoreTellsOnStandardError() : standardOutput_(dup(STDOUT_FILENO)) { dup2(STDERR_FILENO, STDOUT_FILENO); }
+  StoreTellsOnStandardError(const StoreTellsOnStandardError&) = delete;
+  StoreTellsOnStandardError& operator=(const StoreTellsOnStandardError&) = delete;
+  ~StoreTellsOnStandardError() {
+    std::fflush(stdout);
+    close(STDOUT_FILENO);
+    if (standardOutput_ != -1) {
+      dup2(standardOutput_, STDOUT_FILENO);
+      close(standardOutput_);
+    }
+  }
+
+ private:
+  int standardOutput_;
+};
+
 Configuration load(const char* path) {
   if (access(path, R_OK) != 0) {
     fail(std::strerror(errno), path);
     return nullptr;
   }
+  const StoreTellsOnStandardError redirected;
   Configuration loaded(configLoad(path));
   if (loaded == nullptr) {
     fail("not a configuration file", path);
@@ -73,6 +93,7 @@ int save(const Configuration& configuration, const char* path) {
   if (const char* lost = firstLossInWriting(configuration.get())) {
     return fail("cannot be written in an INI file", lost);
   }
+  const StoreTellsOnStandardError redirected;
   return configSave(configuration.get(), path) == 0 ? static_cast<int>(done) : fail("cannot be saved", path);
 }
 
@@ -224,5 +245,6 @@ int run(Arguments arguments) {
 
 int main(int argc, char** argv) {
   const int status = run(Arguments(argv, static_cast<std::size_t>(argc)).subspan(argc > 0 ? 1 : 0));
-  return std::fflush(stdout) == 0 ? status : fail(std::strerror(errno), "standard output");
+  const bool written = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+  return written ? status : fail(std::strerror(errno), "standard output");
 }

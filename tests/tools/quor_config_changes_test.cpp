@@ -85,7 +85,9 @@ TEST(QuorConfigSet, RefusesMoreThanOneLine) {
   const Outcome outcome = file.run({"set", "usb:x", "1\nno setting"});
   EXPECT_EQ(outcome.end, sim::ProcessEnd::exited(2));
   EXPECT_EQ(outcome.output, "");
-  EXPECT_NE(outcome.errors.find("quor_config: cannot be written in an INI file: "), std::string::npos);
+  EXPECT_NE(outcome.errors.find("quor_config: cannot be written in an INI file: the new text\n"),
+            std::string::npos);
+  EXPECT_NE(outcome.errors.find("-> no setting"), std::string::npos) << outcome.errors;
   EXPECT_EQ(file.content(), content);
 }
 

@@ -151,6 +151,35 @@ TEST(QuorConfig, TellsThatTheFileIsNoConfiguration) {
   EXPECT_EQ(file.content(), "no setting\n");
 }
 
+void expectOnlyErrors(const Outcome& outcome, const std::string& path, const std::string& fault) {
+  EXPECT_EQ(outcome.end, sim::ProcessEnd::exited(2));
+  EXPECT_EQ(outcome.output, "");
+  EXPECT_EQ(outcome.errors,
+            "Config failed to open file '" + path + "\nquor_config: " + fault + ": " + path + "\n");
+}
+
+TEST(QuorConfig, TellsThatAFileCannotBeMade) {
+  expectOnlyErrors(quorConfig({"--file", "/no/x", "set", "a:b", "c"}), "/no/x", "cannot be saved");
+}
+
+TEST(QuorConfig, TellsThatADirectoryIsNoFile) {
+  const support::TemporaryDirectory directory;
+  for (const Arguments& command : {Arguments{"get", "a:b"}, {"set", "a:b", "c"}, {"check"}}) {
+    Arguments arguments{"--file", directory.path()};
+    arguments.insert(arguments.end(), command.begin(), command.end());
+    expectOnlyErrors(quorConfig(arguments), directory.path(), "not a configuration file");
+  }
+}
+
+TEST(QuorConfig, TellsThatTheFileMayNotBeWritten) {
+  const ConfiguredFile file("[usb]\nx=1\n");
+  std::filesystem::permissions(file.path(), std::filesystem::perms(0444));
+  support::inChild([&] {
+    dropPrivilegesOfProgramsToo();
+    expectOnlyErrors(file.run({"set", "usb:x", "2"}), file.path(), "cannot be saved");
+  });
+}
+
 TEST(QuorConfig, FailsWhereItsOutputCannotBeWritten) {
   const ConfiguredFile file("[usb]\nx=1\nfrob=1\n");
   const ConfiguredFile other("[usb]\nx=2\n");
