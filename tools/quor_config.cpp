@@ -70,13 +70,22 @@ class StoreTellsOnStandardError {
   int standardOutput_;
 };
 
+Configuration loadFromStore(const char* path) {
+  const StoreTellsOnStandardError redirected;
+  return Configuration(configLoad(path));
+}
+
+int saveToStore(const Configuration& configuration, const char* path) {
+  const StoreTellsOnStandardError redirected;
+  return configSave(configuration.get(), path);
+}
+
 Configuration load(const char* path) {
   if (access(path, R_OK) != 0) {
     fail(std::strerror(errno), path);
     return nullptr;
   }
-  const StoreTellsOnStandardError redirected;
-  Configuration loaded(configLoad(path));
+  Configuration loaded = loadFromStore(path);
   if (loaded == nullptr) {
     fail("not a configuration file", path);
   }
@@ -93,8 +102,7 @@ int save(const Configuration& configuration, const char* path) {
   if (const char* lost = firstLossInWriting(configuration.get())) {
     return fail("cannot be written in an INI file", lost);
   }
-  const StoreTellsOnStandardError redirected;
-  return configSave(configuration.get(), path) == 0 ? static_cast<int>(done) : fail("cannot be saved", path);
+  return saveToStore(configuration, path) == 0 ? static_cast<int>(done) : fail("cannot be saved", path);
 }
 
 int get(const char* path, Arguments arguments) {
