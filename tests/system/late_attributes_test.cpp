@@ -112,6 +112,22 @@ TEST_F(AwaitedAttributes, AreLookedForTwentyTimesASecond) {
   unit.sysfs.writeAttribute(device.directory(), "uevent", "");
 }
 
+// However slow the unit is, three seconds have passed after sixty sleeps (and one for a clock that is
+// adjusted).
+TEST_F(AwaitedAttributes, AreNotAwaitedForMoreThanThreeSecondsOfSleep) {
+  constexpr int sleepsOfThreeSeconds = 60;
+  SystemCallTrace trace(unit.daemon().pid());
+  sim::UsbDevice device = scanner();
+  device.deviceClass.reset();
+  unit.plug(device);
+  trace.runToSleep();
+  int sleeps = 1;
+  for (SystemCall call = trace.next(); !SystemCallTrace::isWait(call); call = trace.next()) {
+    sleeps += trace.sleepOf(call) ? 1 : 0;
+  }
+  EXPECT_LE(sleeps, sleepsOfThreeSeconds + 1);
+}
+
 TEST_F(LateAttributes, AreAwaitedForThreeSeconds) {
   start("all");
   sim::UsbDevice device = scanner();

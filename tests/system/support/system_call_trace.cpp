@@ -172,6 +172,10 @@ std::optional<double> SystemCallTrace::sleepOf(const SystemCall& call) const {
   return secondsAt(call.arguments.at(*argument));
 }
 
+bool SystemCallTrace::isWait(const SystemCall& call) {
+  return waitArgument(call.number).has_value();
+}
+
 double SystemCallTrace::runToWait(const sim::Deadline& deadline) {
   while (true) {
     const SystemCall call = next(deadline);

@@ -39,8 +39,10 @@ class SystemCallTrace {
   double runToSleep(const sim::Deadline& deadline = {});
   /** The seconds that a call is to sleep; nothing for calls that do not sleep. */
   [[nodiscard]] std::optional<double> sleepOf(const SystemCall& call) const;
+  /** Whether the call waits for descriptors (select), be it for no time. */
+  [[nodiscard]] static bool isWait(const SystemCall& call);
   /**
-   * Runs on to the next wait for descriptors (select) that is to take more than no time, and returns the
+   * Runs on to the next wait for descriptors that is to take more than no time, and returns the
    * seconds that it is given. A wait that was interrupted is seen again, with what is left of its time.
    */
   double runToWait(const sim::Deadline& deadline = {});
