@@ -17,6 +17,7 @@
 #include "tests/support/output.h"
 #include "tests/support/thrown.h"
 #include "tests/workers/launch_world.h"
+#include "ulx/write_once.h"
 #include "workers/launch.h"
 
 namespace {
@@ -148,6 +149,26 @@ TEST(Launch, OfAMissingProgramEndsTheChildWithTheStatusThatSaysSo) {
     EXPECT_EQ(waitpid(-1, &status, 0), world.ctrl->workers.byPath.at(world.device.path()));
     EXPECT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 42);
+  });
+}
+
+// Where the process says that it does what it has left for its end.
+int endMessages = -1;
+
+void sayThatTheEndHasCome() {
+  ulx::writeOnce(endMessages, "end");
+}
+
+TEST(Launch, OfAMissingProgramLeavesWhatIsForTheDaemonsEndUndone) {
+  inLaunchWorld([](LaunchWorld& world) {
+    setenv("PATH", "/sim", 1);
+    const support::PacketPipe messages;
+    endMessages = messages.writeEnd();
+    ASSERT_EQ(std::atexit(sayThatTheEndHasCome), 0);
+    launchGenericWorker(*world.ctrl, world.device.path());
+    EXPECT_NE(waitpid(-1, nullptr, 0), -1);
+    EXPECT_EQ(messages.writes(), nothing);
+    endMessages = -1;
   });
 }
 
