@@ -1,10 +1,15 @@
 # Sourced by the other scripts. Installs Debian packages that are not there yet.
 
+# A package may be there for several architectures: one line for each.
+is_installed() {
+  dpkg-query -W -f='${db:Status-Status}\n' "$1" 2>/dev/null | grep -qx installed
+}
+
 # need_packages NAME...: installs what is missing; says what, and asks nothing.
 need_packages() {
   local missing=() name
   for name in "$@"; do
-    [ "$(dpkg-query -W -f='${db:Status-Status}' "$name" 2>/dev/null)" = installed ] || missing+=("$name")
+    is_installed "$name" || missing+=("$name")
   done
   [ ${#missing[@]} -eq 0 ] && return 0
   if [ "$(id -u)" -ne 0 ]; then
@@ -13,7 +18,7 @@ need_packages() {
   fi
   printf '== Installing %s\n' "${missing[*]}"
   export DEBIAN_FRONTEND=noninteractive
-  apt-get update -qq
+  apt-get update -qq || printf 'Going on with the package lists that are there.\n' >&2
   apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
