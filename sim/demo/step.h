@@ -16,9 +16,9 @@ struct Expected {
   std::vector<std::string> daemonSays = {};  ///< among its lines, without the tag; it may say more
   std::vector<CommandLine> workers = {};     ///< started, in this order
   std::vector<std::string> display = {};     ///< in any order
-  std::vector<std::string> answers = {};  ///< to queries
-  std::vector<std::string> ended = {};    ///< programs of workers, in any order
-  std::optional<int> exitStatus = {};     ///< of the daemon, if it ends
+  std::vector<std::string> answers = {};     ///< to queries
+  std::vector<std::string> ended = {};       ///< programs of workers, in any order
+  std::optional<int> exitStatus = {};        ///< of the daemon, if it ends
 };
 
 /** Something that somebody does, and what must come of it. */
