@@ -50,7 +50,8 @@ sim::DeviceRecording Desk::takeOut(const std::string& name) {
   if (device.empty()) {
     throw sim::Error(name + " is not plugged in");
   }
-  return std::move(device.mapped());
+  sim::DeviceRecording recording = std::move(device.mapped());
+  return recording;
 }
 
 std::string Desk::freePort(const sim::DeviceRecording& recording) const {

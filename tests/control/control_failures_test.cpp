@@ -91,6 +91,7 @@ void onAlarm(int /*signal*/) {
 TEST_F(ControlFailure, IsNoneWhenSignalsInterruptTheWaitForAMessage) {
   support::inChild([this] {
     const support::ControlClient client = connect();
+    // cppcheck-suppress danglingLifetime
     lateClient = &client;
     struct sigaction action {};
     action.sa_handler = onAlarm;

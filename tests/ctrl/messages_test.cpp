@@ -157,6 +157,7 @@ void fill(int pipe) {
 TEST_F(StandardErrorMessages, AMessageThatWaitsForItsReaderIsNotLostToSignals) {
   support::inChild([] {
     const support::PacketPipe pipe;
+    // cppcheck-suppress danglingLifetime
     slowReader = &pipe;
     fill(pipe.writeEnd());
     const support::ReplacedStandardError replaced(pipe.writeEnd());
