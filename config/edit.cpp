@@ -6,8 +6,8 @@
 #include "config/entries.h"
 
 int configSet(ConfigDictionary* d, const char* key, const char* value) {
-  const char* colon = std::strchr(key, ':');
-  if (d == nullptr || colon == nullptr) {
+  const char* colon = d == nullptr ? nullptr : std::strchr(key, ':');
+  if (colon == nullptr) {
     return -1;
   }
   iniparser_set(d, std::string(key, colon).c_str(), nullptr);

@@ -22,11 +22,12 @@ int openDirectoryOf(const char* path) {
   return open(dirname(copy.data()), O_RDONLY);
 }
 
-// A file that only root may read must not become readable by being saved. Where this fails, the file system
-// has no permissions to lose.
-void copyPermissions(int from, int to) {
+// Whoever may read and write the file may do so after a save, and nobody else. What fails here is not this
+// process's to give, or is none of the file system's.
+void copyOwnerAndPermissions(int from, int to) {
   struct stat status {};
   if (fstat(from, &status) == 0) {
+    static_cast<void>(fchown(to, status.st_uid, status.st_gid));
     fchmod(to, status.st_mode);
   }
 }
@@ -42,7 +43,7 @@ bool writeTemporary(const ConfigDictionary* d, const char* temporary, int presen
   if (stream == nullptr) {
     return false;
   }
-  copyPermissions(present, fileno(stream));
+  copyOwnerAndPermissions(present, fileno(stream));
   const bool written = writeDurably(d, stream);
   std::fclose(stream);
   return written;

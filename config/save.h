@@ -4,7 +4,8 @@
 
 /**
  * Puts `d` in the place of the file at `path`, under an exclusive lock: whoever reads, and a crash at any
- * instant, finds the old file or the new one, whole. The new file has the old one's permissions. 0, or -1,
- * and then the old file is untouched (a temporary file "PATH.tmp.PID" may be left beside it).
+ * instant, finds the old file or the new one, whole. The new file has the old one's owner and permissions. 0,
+ * or -1, and then the old file is untouched. What fails, or is killed, may leave a temporary file
+ * "PATH.tmp.PID" and, where there was no file, an empty one.
  */
 int configSave(const ConfigDictionary* d, const char* path);

@@ -17,11 +17,13 @@ bool isFlag(std::string_view value) {
   return !value.empty() && std::string_view("1tTyY0fFnN").find(value.front()) != std::string_view::npos;
 }
 
+// The daemon doubles it in 32 bits.
+constexpr std::uint32_t mostSeconds = std::numeric_limits<std::int32_t>::max() / 2;
+
 bool isSeconds(std::string_view value) {
   std::uint32_t seconds = 0;
   const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), seconds);
-  return error == std::errc() && end == value.data() + value.size() &&
-         seconds <= std::numeric_limits<std::int32_t>::max();
+  return error == std::errc() && end == value.data() + value.size() && seconds <= mostSeconds;
 }
 
 bool hasOnly(std::string_view list, std::initializer_list<std::string_view> known) {
@@ -40,8 +42,12 @@ bool isClassList(std::string_view value) {
   return hasOnly(value, {"none", "keyboard", "scsi", "all"});
 }
 
-bool isAnything(std::string_view /*value*/) {
-  return true;
+bool isProgram(std::string_view value) {
+  return !value.empty();
+}
+
+bool isNoDenial(std::string_view value) {
+  return value.empty() || std::string_view("0fFnN").find(value.front()) == std::string_view::npos;
 }
 
 struct KnownKey {
@@ -53,14 +59,14 @@ struct KnownKey {
 constexpr std::array<KnownKey, 10> knownKeys{{
     {"usb:debug", "a list of none, ctrl, generic, keyboard, scsi", isDebugList},
     {"usb:classes", "a list of none, keyboard, scsi, all", isClassList},
-    {"usb:log_to_syslog", "anything", isAnything},
-    {"usb:connect_fail_timeout", "a whole number of seconds", isSeconds},
+    {"usb:log_to_syslog", "looked at (it switches on whatever its value)", isNoDenial},
+    {"usb:connect_fail_timeout", "a whole number of seconds up to 1073741823", isSeconds},
     {"usb:hid_only", "yes or no", isFlag},
     {"usb:block_mass_storage", "yes or no", isFlag},
     {"usb:smartcard", "yes or no", isFlag},
     {"usb:isochronous_enabled", "yes or no", isFlag},
     {"usb:isochronous_user_warning", "yes or no", isFlag},
-    {"apps:quor_usb_rx_generic", "a program", isAnything},
+    {"apps:quor_usb_rx_generic", "a program", isProgram},
 }};
 
 std::optional<std::string> findFault(std::string_view key, std::string_view value) {

@@ -1,15 +1,10 @@
 #include "tools/config_difference.h"
 
-#include <cstdio>
 #include <cstring>
 
 #include "config/entries.h"
-#include "config/load.h"
-#include "config/parse_stream.h"
 
 namespace {
-
-constexpr const char* newText = "the new text";
 
 template <class Test>
 const char* firstKeyWhere(const ConfigDictionary* d, Test test) {
@@ -27,22 +22,12 @@ bool hasSetting(const ConfigDictionary* d, const char* key, const char* value) {
   return present != nullptr && std::strcmp(present, value) == 0;
 }
 
-bool hasEntry(const ConfigDictionary* d, const char* key, const char* value) {
-  return value == nullptr ? iniparser_find_entry(d, key) != 0 : hasSetting(d, key, value);
+bool hasSection(const ConfigDictionary* d, const char* name) {
+  return iniparser_find_entry(d, name) != 0 && iniparser_getstring(d, name, nullptr) == nullptr;
 }
 
-// `d` as the next reader of its INI text will have it; null where that cannot be read.
-ConfigDictionary* writeAndRead(const ConfigDictionary* d) {
-  FILE* stream = std::tmpfile();
-  if (stream == nullptr) {
-    return nullptr;
-  }
-  iniparser_dump_ini(d, stream);
-  std::fflush(stream);
-  std::rewind(stream);
-  ConfigDictionary* read = parseStream(stream, newText);
-  std::fclose(stream);
-  return read;
+bool hasEntry(const ConfigDictionary* d, const char* key, const char* value) {
+  return value == nullptr ? hasSection(d, key) : hasSetting(d, key, value);
 }
 
 }  // namespace
@@ -53,13 +38,7 @@ const char* firstDifference(const ConfigDictionary* d, const ConfigDictionary* o
   });
 }
 
-const char* firstLossInWriting(const ConfigDictionary* d) {
-  ConfigDictionary* read = writeAndRead(d);
-  if (read == nullptr) {
-    return newText;
-  }
-  const char* lost =
-      firstKeyWhere(d, [read](const char* key, const char* value) { return !hasEntry(read, key, value); });
-  configFree(read);
-  return lost;
+const char* firstLoss(const ConfigDictionary* d, const ConfigDictionary* other) {
+  return firstKeyWhere(d,
+                       [other](const char* key, const char* value) { return !hasEntry(other, key, value); });
 }

@@ -8,10 +8,5 @@
  */
 const char* firstDifference(const ConfigDictionary* d, const ConfigDictionary* other);
 
-/**
- * The key of the first setting or section of `d` that would be lost or changed by writing `d` as INI text and
- * reading it again: a setting with ";" in its value, say, or one whose section is not there. "the new text"
- * where nothing could be read again; iniparser has then told the line on standard error. Null when all is
- * well.
- */
-const char* firstLossInWriting(const ConfigDictionary* d);
+/** The same for sections, too: the key of the first entry of `d` that is none, or another, in `other`. */
+const char* firstLoss(const ConfigDictionary* d, const ConfigDictionary* other);

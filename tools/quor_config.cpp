@@ -5,21 +5,22 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 #include <span>
 #include <string_view>
 
 #include "config/edit.h"
-#include "config/load.h"
 #include "config/output.h"
 #include "config/query.h"
-#include "config/save.h"
 #include "tools/config_check.h"
 #include "tools/config_difference.h"
+#include "tools/config_file.h"
 
 namespace {
 
 enum ExitStatus : int { done = 0, notFoundOrDiffers = 1, usageOrFailure = 2 };
+
+// The store cuts the keys of its queries to so many characters.
+constexpr std::size_t longestKey = 255;
 
 constexpr const char* usage =
     "Usage: quor_config [--file PATH] COMMAND\n"
@@ -36,77 +37,25 @@ constexpr const char* usage =
     "  sed               prints a sed script that replaces $section:key$ by its value\n"
     "  check             prints what the USB control daemon would not read as meant\n"
     "\n"
+    "Keys have at most 255 characters, paths 254. What is changed is written anew as a whole: comments\n"
+    "are lost, and a symbolic link is replaced by a file. unset removes a section that has no settings.\n"
+    "\n"
     "Exit status: 0 done, 1 not found or different, 2 wrong usage or failure.\n"
     "The daemon takes a changed policy over at the next device after SIGHUP.\n";
 
-struct Free {
-  void operator()(ConfigDictionary* d) const { configFree(d); }
-};
-using Configuration = std::unique_ptr<ConfigDictionary, Free>;
 using Arguments = std::span<char* const>;
 
 int fail(const char* what, const char* object) {
-  std::fprintf(stderr, "quor_config: %s: %s\n", what, object);
+  tellFault(what, object);
   return usageOrFailure;
 }
 
-// The store tells its failures on standard output, which is for results here. While this lives, they go where
-// the other errors go.
-class StoreTellsOnStandardError {
- public:
-  StoreTellsOnStandardError() : standardOutput_(dup(STDOUT_FILENO)) { dup2(STDERR_FILENO, STDOUT_FILENO); }
-  StoreTellsOnStandardError(const StoreTellsOnStandardError&) = delete;
-  StoreTellsOnStandardError& operator=(const StoreTellsOnStandardError&) = delete;
-  ~StoreTellsOnStandardError() {
-    std::fflush(stdout);
-    close(STDOUT_FILENO);
-    if (standardOutput_ != -1) {
-      dup2(standardOutput_, STDOUT_FILENO);
-      close(standardOutput_);
-    }
-  }
-
- private:
-  int standardOutput_;
-};
-
-Configuration loadFromStore(const char* path) {
-  const StoreTellsOnStandardError redirected;
-  return Configuration(configLoad(path));
-}
-
-int saveToStore(const Configuration& configuration, const char* path) {
-  const StoreTellsOnStandardError redirected;
-  return configSave(configuration.get(), path);
-}
-
-Configuration load(const char* path) {
-  if (access(path, R_OK) != 0) {
-    fail(std::strerror(errno), path);
-    return nullptr;
-  }
-  Configuration loaded = loadFromStore(path);
-  if (loaded == nullptr) {
-    fail("not a configuration file", path);
-  }
-  return loaded;
-}
-
-// What is about to be changed may be a new file.
-Configuration loadOrBegin(const char* path) {
-  return access(path, F_OK) != 0 && errno == ENOENT ? Configuration(dictionary_new(0)) : load(path);
-}
-
-// The INI format has no way to write some values and names; a file must not lose what it was given.
 int save(const Configuration& configuration, const char* path) {
-  if (const char* lost = firstLossInWriting(configuration.get())) {
-    return fail("cannot be written in an INI file", lost);
-  }
-  return saveToStore(configuration, path) == 0 ? static_cast<int>(done) : fail("cannot be saved", path);
+  return saveConfiguration(configuration, path) ? done : usageOrFailure;
 }
 
 int get(const char* path, Arguments arguments) {
-  const Configuration configuration = load(path);
+  const Configuration configuration = loadConfiguration(path);
   if (configuration == nullptr) {
     return usageOrFailure;
   }
@@ -119,7 +68,7 @@ int get(const char* path, Arguments arguments) {
 }
 
 int set(const char* path, Arguments arguments) {
-  const Configuration configuration = loadOrBegin(path);
+  const Configuration configuration = loadOrBeginConfiguration(path);
   if (configuration == nullptr) {
     return usageOrFailure;
   }
@@ -130,7 +79,7 @@ int set(const char* path, Arguments arguments) {
 }
 
 int unset(const char* path, Arguments arguments) {
-  const Configuration configuration = load(path);
+  const Configuration configuration = loadConfiguration(path);
   if (configuration == nullptr) {
     return usageOrFailure;
   }
@@ -142,7 +91,7 @@ int unset(const char* path, Arguments arguments) {
 }
 
 int addSection(const char* path, Arguments arguments) {
-  const Configuration configuration = loadOrBegin(path);
+  const Configuration configuration = loadOrBeginConfiguration(path);
   if (configuration == nullptr) {
     return usageOrFailure;
   }
@@ -153,8 +102,8 @@ int addSection(const char* path, Arguments arguments) {
 }
 
 int merge(const char* path, Arguments arguments) {
-  const Configuration configuration = loadOrBegin(path);
-  const Configuration other = load(arguments[0]);
+  const Configuration configuration = loadOrBeginConfiguration(path);
+  const Configuration other = loadConfiguration(arguments[0]);
   if (configuration == nullptr || other == nullptr) {
     return usageOrFailure;
   }
@@ -163,8 +112,8 @@ int merge(const char* path, Arguments arguments) {
 }
 
 int diff(const char* path, Arguments arguments) {
-  const Configuration configuration = load(path);
-  const Configuration other = load(arguments[0]);
+  const Configuration configuration = loadConfiguration(path);
+  const Configuration other = loadConfiguration(arguments[0]);
   if (configuration == nullptr || other == nullptr) {
     return usageOrFailure;
   }
@@ -175,7 +124,7 @@ int diff(const char* path, Arguments arguments) {
 }
 
 int output(const char* path, int (*print)(const ConfigDictionary*)) {
-  const Configuration configuration = load(path);
+  const Configuration configuration = loadConfiguration(path);
   return configuration == nullptr || print(configuration.get()) != 0 ? usageOrFailure : done;
 }
 
@@ -194,7 +143,7 @@ int check(const char* path, Arguments /*none*/) {
     std::printf("missing: %s\n", path);
     return notFoundOrDiffers;
   }
-  const Configuration configuration = load(path);
+  const Configuration configuration = loadConfiguration(path);
   if (configuration == nullptr) {
     return usageOrFailure;
   }
@@ -208,20 +157,21 @@ int check(const char* path, Arguments /*none*/) {
 struct Command {
   std::string_view name;
   std::size_t arguments;
+  bool beginsWithKey;  // its arguments do
   int (*run)(const char* path, Arguments arguments);
 };
 
 constexpr std::array<Command, 10> commands{{
-    {"get", 1, get},
-    {"set", 2, set},
-    {"unset", 1, unset},
-    {"add-section", 1, addSection},
-    {"merge", 1, merge},
-    {"diff", 1, diff},
-    {"print", 0, print},
-    {"json", 0, json},
-    {"sed", 0, sed},
-    {"check", 0, check},
+    {"get", 1, true, get},
+    {"set", 2, true, set},
+    {"unset", 1, true, unset},
+    {"add-section", 1, false, addSection},
+    {"merge", 1, false, merge},
+    {"diff", 1, false, diff},
+    {"print", 0, false, print},
+    {"json", 0, false, json},
+    {"sed", 0, false, sed},
+    {"check", 0, false, check},
 }};
 
 int refuse() {
@@ -245,6 +195,9 @@ int run(Arguments arguments) {
   const auto* command = std::ranges::find(commands, std::string_view(arguments[0]), &Command::name);
   if (command == commands.end() || arguments.size() - 1 != command->arguments) {
     return refuse();
+  }
+  if (command->beginsWithKey && std::strlen(arguments[1]) > longestKey) {
+    return fail("a key of more than 255 characters", arguments[1]);
   }
   return command->run(path, arguments.subspan(1));
 }

@@ -140,6 +140,19 @@ TEST(ConfigSave, KeepsThePermissions) {
   }
 }
 
+TEST(ConfigSave, KeepsOwnerAndGroup) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can give a file away";
+  }
+  const ConfigFile file(oldContent);
+  ASSERT_EQ(chown(file.name(), 1234, 2345), 0);
+  EXPECT_EQ(configSave(configOf(newContent).get(), file.name()), 0);
+  struct stat status {};
+  ASSERT_EQ(stat(file.name(), &status), 0);
+  EXPECT_EQ(status.st_uid, 1234U);
+  EXPECT_EQ(status.st_gid, 2345U);
+}
+
 TEST(ConfigSave, NamesTheTemporaryFileByAtLeastFiveDigitsOfItsProcess) {
   const ConfigFile file("");
   EXPECT_EQ(temporaryNameFor(file.path(), 7), file.path() + ".tmp.00007");

@@ -13,7 +13,7 @@ const std::string content = "[usb]\nhid_only=1\n[apps]\nx=program\n";
 
 // Nothing is said on standard output, the fault of `key` is told, and the file keeps the content above.
 void expectRefused(const ConfiguredFile& file, const Arguments& arguments, const std::string& key) {
-  EXPECT_EQ(file.run(arguments), failed("cannot be written in an INI file: " + key));
+  EXPECT_EQ(file.run(arguments), failed("nothing saved, INI text cannot hold this: " + key));
   EXPECT_EQ(file.content(), content);
 }
 
@@ -85,10 +85,39 @@ TEST(QuorConfigSet, RefusesMoreThanOneLine) {
   const Outcome outcome = file.run({"set", "usb:x", "1\nno setting"});
   EXPECT_EQ(outcome.end, sim::ProcessEnd::exited(2));
   EXPECT_EQ(outcome.output, "");
-  EXPECT_NE(outcome.errors.find("quor_config: cannot be written in an INI file: the new text\n"),
+  EXPECT_NE(outcome.errors.find("quor_config: nothing saved, this cannot be read: the new text\n"),
             std::string::npos);
   EXPECT_NE(outcome.errors.find("-> no setting"), std::string::npos) << outcome.errors;
   EXPECT_EQ(file.content(), content);
+}
+
+TEST(QuorConfigSet, RefusesToTurnASectionIntoASetting) {
+  const ConfiguredFile file("[a:b]\nc=2\n[a]\nz=3\n");
+  EXPECT_EQ(file.run({"set", "usb:x", "1"}).end, sim::ProcessEnd::exited(2));
+  EXPECT_EQ(file.content(), "[a:b]\nc=2\n[a]\nz=3\n");
+}
+
+TEST(QuorConfigSet, TellsThatItsTextCannotBeCheckedFirst) {
+  const std::string original = "[usb]\n" + std::string(500, '#') + "\nx=" + std::string(500, 'x') + "\n";
+  const ConfiguredFile file(original);
+  sim::ProcessOptions smallFiles;
+  smallFiles.limits = {{RLIMIT_FSIZE, 400}};
+  smallFiles.ignoredSignals = {SIGXFSZ};
+  EXPECT_EQ(quorConfig({"--file", file.path(), "set", "usb:y", "1"}, smallFiles),
+            failed("File too large: temporary file"));
+  EXPECT_EQ(file.content(), original);
+}
+
+TEST(QuorConfig, RefusesKeysOfMoreThan255Characters) {
+  const ConfiguredFile file(content);
+  const std::string longest = "usb:" + std::string(251, 'k');
+  EXPECT_EQ(file.run({"set", longest, "1"}), done());
+  EXPECT_EQ(file.get(longest), done("1\n"));
+  for (const Arguments& arguments :
+       {Arguments{"set", longest + "k", "2"}, {"get", longest + "k"}, {"unset", longest + "k"}}) {
+    EXPECT_EQ(file.run(arguments), failed("a key of more than 255 characters: " + longest + "k"));
+  }
+  EXPECT_EQ(file.run({"unset", longest}), done());
 }
 
 TEST(QuorConfigSet, RefusesALineThatIsTooLong) {

@@ -68,13 +68,42 @@ TEST(QuorConfigCheck, TakesFlagsByTheirFirstCharacter) {
 }
 
 TEST(QuorConfigCheck, TakesSecondsInWholeNumbers) {
-  for (const char* value : {"0", "1", "2147483647"}) {
+  for (const char* value : {"0", "1", "1073741823"}) {
     expectGood("connect_fail_timeout", value);
   }
-  for (const char* value : {"-1", "1.5", "3s", "three", "2147483648", "99999999999", "0x10"}) {
-    expectNot("a whole number of seconds", "connect_fail_timeout", value);
+  for (const char* value : {"-1", "1.5", "3s", "three", "1073741824", "99999999999", "0x10"}) {
+    expectNot("a whole number of seconds up to 1073741823", "connect_fail_timeout", value);
   }
-  expectNot("a whole number of seconds", "connect_fail_timeout", "");
+  expectNot("a whole number of seconds up to 1073741823", "connect_fail_timeout", "");
+}
+
+TEST(QuorConfigCheck, NeedsAProgramForTheGenericWorker) {
+  EXPECT_EQ(checked("[apps]\nquor_usb_rx_generic=\n"),
+            notFoundOrDifferent("not a program: apps:quor_usb_rx_generic = \n"));
+}
+
+TEST(QuorConfigCheck, KnowsThatSyslogCannotBeDenied) {
+  for (const char* value : {"", "1", "yes", "whatever"}) {
+    expectGood("log_to_syslog", value);
+  }
+  for (const char* value : {"0", "false", "No"}) {
+    expectNot("looked at (it switches on whatever its value)", "log_to_syslog", value);
+  }
+}
+
+// The daemon refuses a bad list before it looks at its port, which is bad here.
+bool daemonTakes(const std::string& option) {
+  const Outcome outcome = runProgram({DAEMON_PROGRAM, option, "host", "no port", "high"});
+  return outcome.errors.find("Invalid debug option") == std::string::npos;
+}
+
+TEST(QuorConfigCheck, TakesTheListsThatTheDaemonTakes) {
+  support::inPrivateWorld([] {
+    for (const std::string item : {"", "none", "ctrl", "generic", "keyboard", "scsi", "all", "usb"}) {
+      EXPECT_EQ(checked("[usb]\ndebug=" + item + "\n") == done(), daemonTakes("--debug=" + item)) << item;
+      EXPECT_EQ(checked("[usb]\nclasses=" + item + "\n") == done(), daemonTakes("--class=" + item)) << item;
+    }
+  });
 }
 
 TEST(QuorConfigCheck, KnowsWhoCanDebug) {

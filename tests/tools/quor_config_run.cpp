@@ -16,11 +16,10 @@ sim::ProcessEnd endOf(pid_t process) {
                              : sim::ProcessEnd::exited(WEXITSTATUS(status));
 }
 
-sim::ProcessEnd runTo(const std::string& output, const std::string& errors, const Arguments& arguments,
-                      const sim::ProcessOptions& options) {
+Arguments quorConfigCommand(const Arguments& arguments) {
   Arguments command{QUOR_CONFIG_PROGRAM};
   command.insert(command.end(), arguments.begin(), arguments.end());
-  return endOf(sim::startProcess(command, options, output, errors));
+  return command;
 }
 
 }  // namespace
@@ -41,18 +40,24 @@ Outcome failed(const std::string& fault) {
   return {sim::ProcessEnd::exited(2), "", "quor_config: " + fault + "\n"};
 }
 
-Outcome quorConfig(const Arguments& arguments, const sim::ProcessOptions& options) {
+Outcome runProgram(const Arguments& command, const sim::ProcessOptions& options) {
   const support::TemporaryDirectory directory;
   sim::writeFile(directory / "output", "");
   sim::writeFile(directory / "errors", "");
-  const sim::ProcessEnd end = runTo(directory / "output", directory / "errors", arguments, options);
+  const sim::ProcessEnd end =
+      endOf(sim::startProcess(command, options, directory / "output", directory / "errors"));
   return {end, sim::readFile(directory / "output"), sim::readFile(directory / "errors")};
+}
+
+Outcome quorConfig(const Arguments& arguments, const sim::ProcessOptions& options) {
+  return runProgram(quorConfigCommand(arguments), options);
 }
 
 Outcome quorConfigInto(const std::string& output, const Arguments& arguments) {
   const support::TemporaryDirectory directory;
   sim::writeFile(directory / "errors", "");
-  const sim::ProcessEnd end = runTo(output, directory / "errors", arguments, {});
+  const sim::ProcessEnd end =
+      endOf(sim::startProcess(quorConfigCommand(arguments), {}, output, directory / "errors"));
   return {end, "", sim::readFile(directory / "errors")};
 }
 

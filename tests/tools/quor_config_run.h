@@ -25,7 +25,9 @@ std::ostream& operator<<(std::ostream& out, const Outcome& outcome);
 /** One that tells of the failure `fault` on standard error, after its name. */
 [[nodiscard]] Outcome failed(const std::string& fault);
 
-/** Runs quor_config and waits for its end. */
+/** Runs a program and waits for its end. */
+Outcome runProgram(const Arguments& command, const sim::ProcessOptions& options = {});
+/** The same for quor_config with these arguments. */
 Outcome quorConfig(const Arguments& arguments, const sim::ProcessOptions& options = {});
 /** The same with standard output going to the file `output`, which exists. */
 Outcome quorConfigInto(const std::string& output, const Arguments& arguments);

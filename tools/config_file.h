@@ -1,0 +1,30 @@
+#pragma once
+
+#include <memory>
+
+#include "config/dictionary.h"
+#include "config/load.h"
+
+/*
+ * The file that quor_config works on. What fails is told in a line on standard error.
+ */
+
+struct FreeConfiguration {
+  void operator()(ConfigDictionary* d) const { configFree(d); }
+};
+using Configuration = std::unique_ptr<ConfigDictionary, FreeConfiguration>;
+
+/** Tells "quor_config: WHAT: OBJECT". */
+void tellFault(const char* what, const char* object);
+
+/** The file at `path`; null, and told, where it cannot be had. */
+Configuration loadConfiguration(const char* path);
+
+/** The same, but an empty one where there is no file yet. */
+Configuration loadOrBeginConfiguration(const char* path);
+
+/**
+ * Saves `configuration` at `path`. False, and told, when that fails, and when INI text cannot hold it: a
+ * value with ";", say, or a setting without its section. Then the file is as it was.
+ */
+bool saveConfiguration(const Configuration& configuration, const char* path);
