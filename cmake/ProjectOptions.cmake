@@ -17,9 +17,9 @@ target_compile_options(
             -Wsign-conversion
             -Werror)
 
-# GCC 12 sees overlapping copies in a concatenation of a literal and a temporary string (its bug 105651).
+# Optimising, GCC 12 sees overlapping copies in a concatenation of a literal and a temporary string (its bug 105651).
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-  target_compile_options(project_options INTERFACE -Wno-restrict)
+  target_compile_options(project_options INTERFACE $<$<NOT:$<CONFIG:Debug>>:-Wno-restrict>)
 endif()
 
 # Large files also where `long` has 32 bits: without it readdir and stat fail on big inode numbers.
