@@ -46,11 +46,10 @@ class BusyUnit {
   }
 
   /** The same processes, started by nothing but the two calls. */
-  Seconds forkAndExecAll() {
+  [[nodiscard]] Seconds forkAndExecAll() const {
     const auto start = std::chrono::steady_clock::now();
     for (int i = 1; i <= devices_; ++i) {
-      std::string device = "/sys/devices/platform/usb-host.0/usb1/1-" + std::to_string(i);
-      forkAndExec(device.data());
+      forkAndExec("/sys/devices/platform/usb-host.0/usb1/1-" + std::to_string(i));
     }
     const Seconds taken = std::chrono::steady_clock::now() - start;
     awaitChildren();
@@ -58,14 +57,14 @@ class BusyUnit {
   }
 
  private:
-  static void forkAndExec(char* device) {
+  static void forkAndExec(std::string device) {
     if (fork() == 0) {
       std::array<char, 15> name{"usb_rx_generic"};
       std::array<char, 5> interface { "eth1" };
       std::array<char, 12> hostname{"transmitter"};
       std::array<char, 5> port{"5000"};
       std::array<char*, 6> arguments{name.data(), interface.data(), hostname.data(),
-                                     port.data(), device,           nullptr};
+                                     port.data(), device.data(),    nullptr};
       execvp(arguments[0], arguments.data());
       _exit(1);
     }
@@ -91,7 +90,7 @@ void coldplugBesideForkAndExec(benchmark::State& state) {
   BusyUnit unit(static_cast<int>(state.range(0)));
   Seconds coldplugTime{};
   Seconds forkAndExecTime{};
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     forkAndExecTime += unit.forkAndExecAll();
     const Seconds taken = unit.coldplugAll();
     coldplugTime += taken;
