@@ -52,7 +52,7 @@ std::vector<CommandLine> Policy::change(const PolicyChanges& changes) {
 std::string Policy::summary() const {
   std::vector<std::string> settings;
   for (const auto& [key, value] : values_) {
-    settings.push_back(key + "=" + value);
+    settings.emplace_back(key).append("=").append(value);
   }
   return settings.empty() ? "nothing: every key has its default" : "[usb] " + listOf(settings);
 }
