@@ -17,7 +17,7 @@ struct ClosePipe {
 using CommandPipe = std::unique_ptr<FILE, ClosePipe>;
 
 CommandPipe openPipe(const std::string& command) {
-  CommandPipe pipe(popen(command.c_str(), "r"));
+  CommandPipe pipe(popen(command.c_str(), "r"));  // NOLINT(cert-env33-c): the shell is what is asked for
   if (pipe == nullptr) {
     throwErrno("popen(" + command + ")", errno);
   }
