@@ -225,7 +225,7 @@ TEST(WorkerThatCannotBeExecuted, EndsTheDaemonForADisk) {
 
 TEST(WorkerThatCannotBeExecuted, MayBeTheOneThatTheConfigurationNames) {
   sim::Unit unit;
-  unit.writeConfig("[apps]\nquor_usb_rx_generic = /missing/worker\n");
+  sim::Unit::writeConfig("[apps]\nquor_usb_rx_generic = /missing/worker\n");
   sim::Daemon& daemon = unit.startDaemon(debugging);
   unit.waitUntilServing();
 

@@ -136,8 +136,9 @@ std::optional<SystemCall> SystemCallTrace::currentCall() const {
   if (info.op != PTRACE_SYSCALL_INFO_ENTRY) {
     return std::nullopt;
   }
-  SystemCall call{static_cast<unsigned long>(info.entry.nr), {}};
-  std::copy(std::begin(info.entry.args), std::end(info.entry.args), call.arguments.begin());
+  const auto& entry = info.entry;  // NOLINT(cppcoreguidelines-pro-type-union-access): `op` tells the member
+  SystemCall call{static_cast<unsigned long>(entry.nr), {}};
+  std::copy(std::begin(entry.args), std::end(entry.args), call.arguments.begin());
   return call;
 }
 
