@@ -139,7 +139,7 @@ TEST(DescriptorWalk, FindsWhatIsThereInEveryRecordingCutAtEveryByte) {
 
 TEST(DescriptorWalk, FindsWhatIsThereInEveryShortMixtureOfLengthsAndTypes) {
   const std::string alphabet = bytes({0, 1, 2, 4, 255});
-  constexpr std::size_t mixtures = 5 * 5 * 5 * 5 * 5;
+  constexpr std::size_t mixtures = std::size_t{5} * 5 * 5 * 5 * 5;
   for (std::size_t mixture = 0; mixture < mixtures; ++mixture) {
     std::string data;
     for (std::size_t rest = mixture; rest > 0; rest /= alphabet.size()) {

@@ -61,7 +61,7 @@ std::string reportOfUnprivilegedChild(const std::function<std::string()>& body) 
     report(body, ends[1]);
   }
   close(ends[1]);
-  const std::string text = readToEnd(ends[0]);
+  std::string text = readToEnd(ends[0]);
   close(ends[0]);
   int status = 0;
   requireSuccess(waitpid(child, &status, 0), "waitpid");

@@ -138,7 +138,7 @@ TEST(Start, TakesTheLastArgumentAsTheSpeedOfTheLink) {
 
 TEST(Start, NeedsNoOptionToServeTheUsualSocketWithoutAWord) {
   sim::Unit unit;
-  unit.writeConfig("[usb]\n");
+  sim::Unit::writeConfig("[usb]\n");
   sim::Daemon& daemon = unit.startDaemon({"transmitter", "5000", "full"});
   sim::LinkManager client("/var/run/usb_rx");
 
