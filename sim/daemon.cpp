@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <cctype>
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
 #include <optional>
 #include <sstream>
 #include <utility>
@@ -14,29 +12,17 @@
 #include "sim/error.h"
 #include "sim/files.h"
 #include "sim/process_table.h"
+#include "sim/program.h"
 #include "sim/wait.h"
 
 namespace sim {
 
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr std::size_t linesInTestimony = 40;
 
-std::string programPath() {
-  const char* fromEnvironment = std::getenv("SIM_DAEMON");
-  return fromEnvironment != nullptr ? fromEnvironment : SIM_DAEMON_PROGRAM;
-}
-
 std::vector<std::string> commandFor(const std::vector<std::string>& arguments) {
-  const char* prefix = std::getenv("SIM_DAEMON_PREFIX");
-  std::istringstream words(prefix == nullptr ? "" : prefix);
-  std::vector<std::string> command;
-  for (std::string word; words >> word;) {
-    command.push_back(word);
-  }
-  command.push_back(programPath());
+  std::vector<std::string> command = commandOf("SIM_DAEMON", SIM_DAEMON_PROGRAM);
   command.insert(command.end(), arguments.begin(), arguments.end());
   return command;
 }
@@ -165,12 +151,7 @@ std::vector<pid_t> Daemon::children() const {
 }
 
 std::vector<int> Daemon::openDescriptors() const {
-  std::vector<int> numbers;
-  for (const fs::directory_entry& entry : fs::directory_iterator("/proc/" + std::to_string(pid_) + "/fd")) {
-    numbers.push_back(std::stoi(entry.path().filename()));
-  }
-  std::sort(numbers.begin(), numbers.end());
-  return numbers;
+  return openDescriptorsOf(pid_);
 }
 
 std::string Daemon::tell() {

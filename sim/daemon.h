@@ -25,8 +25,8 @@ namespace sim {
 class Daemon {
  public:
   /**
-   * Starts it. The program is what the environment variable SIM_DAEMON says, else the one of this build;
-   * SIM_DAEMON_PREFIX (words divided by blanks) is put before it, for instance an emulator.
+   * Starts it: the program of this build, unless the environment variable SIM_DAEMON names another; see
+   * commandOf().
    */
   explicit Daemon(std::vector<std::string> arguments, const ProcessOptions& options = {});
   /** Kills it if it still runs. */

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <filesystem>
 
 #include "sim/error.h"
+#include "sim/files.h"
 #include "sim/recording_text.h"
 
 namespace sim {
@@ -43,9 +43,9 @@ DeviceRecording DeviceRecording::load(const std::string& name) {
 
 std::vector<std::string> DeviceRecording::names() {
   std::vector<std::string> all;
-  for (const fs::directory_entry& entry : fs::directory_iterator(folder())) {
-    if (fs::exists(entry.path() / "tree.txt")) {
-      all.push_back(entry.path().filename());
+  for (const fs::path& entry : entriesOf(folder())) {
+    if (fs::exists(entry / "tree.txt")) {
+      all.push_back(entry.filename());
     }
   }
   std::sort(all.begin(), all.end());

@@ -13,6 +13,7 @@
 
 #include "sim/error.h"
 #include "sim/process_handle.h"
+#include "sim/process_table.h"
 
 namespace sim {
 
@@ -25,14 +26,12 @@ constexpr int wantedCapacity = 1024 * 1024;
 
 /** The numbers under which a process has this path open. */
 std::vector<int> descriptorsOf(pid_t process, const std::string& path) {
-  std::vector<int> numbers;
-  std::error_code vanished;
-  for (const fs::directory_entry& entry :
-       fs::directory_iterator("/proc/" + std::to_string(process) + "/fd", vanished)) {
-    if (fs::read_symlink(entry.path(), vanished) == path) {
-      numbers.push_back(std::stoi(entry.path().filename()));
-    }
-  }
+  std::vector<int> numbers = openDescriptorsOf(process);
+  std::erase_if(numbers, [&](int number) {
+    std::error_code vanished;
+    const std::string link = "/proc/" + std::to_string(process) + "/fd/" + std::to_string(number);
+    return fs::read_symlink(link, vanished) != path;
+  });
   return numbers;
 }
 

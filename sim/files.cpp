@@ -1,8 +1,11 @@
 #include "sim/files.h"
 
-#include <filesystem>
+#include <dirent.h>
+
 #include <fstream>
+#include <memory>
 #include <sstream>
+#include <string_view>
 
 #include "sim/error.h"
 
@@ -25,6 +28,21 @@ void writeFile(const std::string& path, const std::string& content) {
   if (!file) {
     throw systemError("writing " + path);
   }
+}
+
+std::vector<std::filesystem::path> entriesOf(const std::filesystem::path& directory) {
+  const std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(directory.c_str()), ::closedir);
+  if (!stream) {
+    throw systemError("opendir(" + directory.string() + ")");
+  }
+  std::vector<std::filesystem::path> entries;
+  while (const dirent* entry = ::readdir(stream.get())) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") {
+      entries.push_back(directory / name);
+    }
+  }
+  return entries;
 }
 
 }  // namespace sim

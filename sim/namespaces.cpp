@@ -57,13 +57,13 @@ void show(const fs::path& from, const fs::path& to) {
 
 /** Shows every entry of `from` in `to`. What this process may not see itself is left out. */
 void mirror(const fs::path& from, const fs::path& to, const std::set<std::string>& except = {}) {
-  for (const fs::directory_entry& entry : fs::directory_iterator(from)) {
-    if (except.contains(entry.path().filename())) {
+  for (const fs::path& entry : entriesOf(from)) {
+    if (except.contains(entry.filename())) {
       continue;
     }
-    const fs::path shown = to / entry.path().filename();
+    const fs::path shown = to / entry.filename();
     try {
-      show(entry.path(), shown);
+      show(entry, shown);
     } catch (const std::runtime_error&) {
       std::error_code ignored;
       fs::remove(shown, ignored);

@@ -1,7 +1,12 @@
 #include "sim/process_table.h"
 
+#include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
+
+#include "sim/error.h"
+#include "sim/files.h"
 
 namespace sim {
 
@@ -61,6 +66,19 @@ std::vector<pid_t> childrenOf(pid_t process) {
     children.push_back(child);
   }
   return children;
+}
+
+std::vector<int> openDescriptorsOf(pid_t process) {
+  std::vector<int> numbers;
+  try {
+    for (const std::filesystem::path& entry : entriesOf(folderOf(process) + "/fd")) {
+      numbers.push_back(std::stoi(entry.filename()));
+    }
+  } catch (const Error&) {
+    return {};
+  }
+  std::sort(numbers.begin(), numbers.end());
+  return numbers;
 }
 
 }  // namespace sim

@@ -29,4 +29,7 @@ struct ProcessAge {
 /** The children of a process with one thread, zombies included; none when it has ended. */
 [[nodiscard]] std::vector<pid_t> childrenOf(pid_t process);
 
+/** The numbers of a process's open descriptors, sorted; none when it has ended. */
+[[nodiscard]] std::vector<int> openDescriptorsOf(pid_t process);
+
 }  // namespace sim

@@ -23,9 +23,9 @@ bool isIn(const fs::path& directory, const fs::path& path) {
 /** The links of one directory. */
 std::vector<fs::path> linksIn(const fs::path& directory) {
   std::vector<fs::path> links;
-  for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
-    if (entry.is_symlink()) {
-      links.push_back(entry.path());
+  for (const fs::path& entry : entriesOf(directory)) {
+    if (fs::is_symlink(entry)) {
+      links.push_back(entry);
     }
   }
   return links;
@@ -33,9 +33,9 @@ std::vector<fs::path> linksIn(const fs::path& directory) {
 
 std::vector<fs::path> directoriesIn(const fs::path& directory) {
   std::vector<fs::path> directories;
-  for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
-    if (entry.is_directory() && !entry.is_symlink()) {
-      directories.push_back(entry.path());
+  for (const fs::path& entry : entriesOf(directory)) {
+    if (fs::symlink_status(entry).type() == fs::file_type::directory) {
+      directories.push_back(entry);
     }
   }
   return directories;

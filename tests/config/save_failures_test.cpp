@@ -15,6 +15,7 @@
 
 #include "config/edit.h"
 #include "config/save.h"
+#include "sim/files.h"
 #include "tests/config/captured_output.h"
 #include "tests/config/loaded_config.h"
 #include "tests/config/save_steps.h"
@@ -91,7 +92,7 @@ TEST(FailedConfigSave, NeedsADirectoryThatMayBeRead) {
     EXPECT_EQ(steps, (Steps{"lock", "unlock"}));
   });
   ASSERT_EQ(chmod(directory.c_str(), 0700), 0);
-  EXPECT_EQ(std::distance(fs::directory_iterator(directory), {}), 1);
+  EXPECT_EQ(sim::entriesOf(directory).size(), 1U);
 }
 
 TEST(FailedConfigSave, NeedsADirectoryThatMayBeWritten) {

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "config/edit.h"
+#include "sim/files.h"
 #include "tests/config/captured_output.h"
 #include "tests/config/loaded_config.h"
 #include "tests/config/save_steps.h"
@@ -48,8 +49,7 @@ bool isSameFile(int fd, const std::string& path) {
 }
 
 std::size_t countOfFilesBeside(const std::string& path) {
-  const fs::directory_iterator files(fs::path(path).parent_path());
-  return static_cast<std::size_t>(std::distance(begin(files), end(files)));
+  return sim::entriesOf(fs::path(path).parent_path()).size();
 }
 
 // The names and arguments of the renames of a scope, which are carried out.

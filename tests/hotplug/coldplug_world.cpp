@@ -1,10 +1,10 @@
 #include "tests/hotplug/coldplug_world.h"
 
 #include <algorithm>
-#include <filesystem>
 
 #include "ctrl/settings.h"
 #include "hotplug/coldplug.h"
+#include "sim/files.h"
 
 namespace {
 
@@ -52,8 +52,8 @@ void inColdplugWorld(const std::function<void(ColdplugWorld&)>& body) {
 
 Lines offersOf(const std::string& directory) {
   Lines offers;
-  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
-    offers.push_back("[rx_ctrl] add " + entry.path().string().substr(4));
+  for (const std::filesystem::path& entry : sim::entriesOf(directory)) {
+    offers.push_back("[rx_ctrl] add " + entry.string().substr(4));
   }
   return offers;
 }
