@@ -4,7 +4,11 @@
 include(CheckCXXSymbolExists)
 
 find_path(INIPARSER_INCLUDE_DIR iniparser.h PATH_SUFFIXES iniparser)
-find_library(INIPARSER_LIBRARY iniparser)
+if(USB_RX_STATIC)
+  find_library(INIPARSER_LIBRARY libiniparser.a)
+else()
+  find_library(INIPARSER_LIBRARY iniparser)
+endif()
 if(NOT INIPARSER_INCLUDE_DIR OR NOT INIPARSER_LIBRARY)
   message(FATAL_ERROR "iniparser was not found: install the package libiniparser-dev (apt-get install libiniparser-dev).")
 endif()

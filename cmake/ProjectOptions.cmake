@@ -39,3 +39,13 @@ if(USB_RX_COVERAGE)
   target_compile_options(project_options INTERFACE --coverage -fprofile-update=atomic)
   target_link_options(project_options INTERFACE --coverage)
 endif()
+
+option(USB_RX_STATIC "Link the programs statically: they then need nothing of the machine that they run on" OFF)
+if(USB_RX_STATIC)
+  target_link_options(project_options INTERFACE -static)
+endif()
+
+# Where size counts, what nothing calls is left out, and so are the names.
+set(size_counts $<CONFIG:MinSizeRel>)
+target_compile_options(project_options INTERFACE $<${size_counts}:-ffunction-sections> $<${size_counts}:-fdata-sections>)
+target_link_options(project_options INTERFACE $<${size_counts}:LINKER:--gc-sections> $<${size_counts}:LINKER:--strip-all>)
