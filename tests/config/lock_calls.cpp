@@ -1,5 +1,7 @@
 #include "tests/config/lock_calls.h"
 
+#include "tests/support/wrapped_names.h"
+
 // The names are the linker's: --wrap=NAME makes calls of NAME calls of __wrap_NAME, and __real_NAME the NAME.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" {
