@@ -11,10 +11,24 @@ namespace {
 
 const std::string content = "[usb]\nhid_only=1\n[apps]\nx=program\n";
 
-// Nothing is said on standard output, the fault of `key` is told, and the file keeps the content above.
-void expectRefused(const ConfiguredFile& file, const Arguments& arguments, const std::string& key) {
-  EXPECT_EQ(file.run(arguments), failed("nothing saved, INI text cannot hold this: " + key));
+// Nothing is said on standard output, the fault is told, and the file keeps the content above.
+void expectRefused(const ConfiguredFile& file, const Outcome& outcome) {
+  EXPECT_EQ(outcome.end, sim::ProcessEnd::exited(2));
+  EXPECT_EQ(outcome.output, "");
+  EXPECT_NE(outcome.errors.find("quor_config: nothing saved, "), std::string::npos) << outcome.errors;
   EXPECT_EQ(file.content(), content);
+}
+
+// An iniparser that quotes what it writes (since 4.2.3) holds more than an older one. With either, nothing is
+// saved that would read as something else.
+void expectHeldOrRefused(const std::string& key, const std::string& value) {
+  const ConfiguredFile file(content);
+  const Outcome outcome = file.run({"set", key, value});
+  if (outcome == done()) {
+    EXPECT_EQ(file.get(key), done(value + "\n"));
+  } else {
+    expectRefused(file, outcome);
+  }
 }
 
 TEST(QuorConfigSet, ChangesASetting) {
@@ -63,25 +77,27 @@ TEST(QuorConfigSet, RefusesAKeyOfNoSectionOnAMissingFile) {
   EXPECT_FALSE(file.exists());
 }
 
-TEST(QuorConfigSet, RefusesValuesThatWouldReadAsOthers) {
-  const ConfiguredFile file(content);
+TEST(QuorConfigSet, SavesNoValueThatWouldReadAsAnother) {
   for (const char* value : {"a;b", "a#b", "#", ";", " a", "a ", "\"a\"", "'a'"}) {
-    expectRefused(file, {"set", "usb:x", value}, "usb:x");
+    expectHeldOrRefused("usb:x", value);
   }
 }
 
-TEST(QuorConfigSet, RefusesKeysThatWouldReadAsOthers) {
+TEST(QuorConfigSet, SavesNoKeyThatWouldReadAsAnother) {
+  for (const char* key : {"usb:a=b", "usb:#a", "us]b:a", ":a"}) {
+    expectHeldOrRefused(key, "1");
+  }
+}
+
+TEST(QuorConfigSet, NamesTheKeyThatIniTextCannotHold) {
   const ConfiguredFile file(content);
-  expectRefused(file, {"set", "usb:a=b", "1"}, "usb:a=b");
-  expectRefused(file, {"set", "usb:#a", "1"}, "usb:#a");
-  expectRefused(file, {"set", "us]b:a", "1"}, "us]b");
-  expectRefused(file, {"set", ":a", "1"}, "");
+  EXPECT_EQ(file.run({"set", "usb:a=b", "1"}), failed("nothing saved, INI text cannot hold this: usb:a=b"));
 }
 
 TEST(QuorConfigSet, RefusesMoreThanOneLine) {
   const ConfiguredFile file(content);
-  expectRefused(file, {"set", "usb:x", "1\ny=2"}, "usb:x");
-  expectRefused(file, {"set", "usb:x", "1\n"}, "usb:x");
+  expectRefused(file, file.run({"set", "usb:x", "1\ny=2"}));
+  expectRefused(file, file.run({"set", "usb:x", "1\n"}));
   const Outcome outcome = file.run({"set", "usb:x", "1\nno setting"});
   EXPECT_EQ(outcome.end, sim::ProcessEnd::exited(2));
   EXPECT_EQ(outcome.output, "");
@@ -143,7 +159,9 @@ TEST(QuorConfigUnset, RemovesASectionWithoutSettings) {
 }
 
 TEST(QuorConfigUnset, RefusesASectionThatHasSettings) {
-  expectRefused(ConfiguredFile(content), {"unset", "usb"}, "usb:hid_only");
+  const ConfiguredFile file(content);
+  EXPECT_EQ(file.run({"unset", "usb"}), failed("nothing saved, INI text cannot hold this: usb:hid_only"));
+  EXPECT_EQ(file.content(), content);
 }
 
 TEST(QuorConfigUnset, FindsNothingToRemove) {
@@ -171,8 +189,14 @@ TEST(QuorConfigAddSection, RefusesANameWithAColon) {
   EXPECT_EQ(file.content(), content);
 }
 
-TEST(QuorConfigAddSection, RefusesANameWithABracket) {
-  expectRefused(ConfiguredFile(content), {"add-section", "a]b"}, "a]b");
+TEST(QuorConfigAddSection, SavesNoNameThatWouldReadAsAnother) {
+  const ConfiguredFile file(content);
+  const Outcome outcome = file.run({"add-section", "a]b"});
+  if (outcome == done()) {
+    EXPECT_NE(file.run({"json"}).output.find("\"a]b\": {"), std::string::npos);
+  } else {
+    expectRefused(file, outcome);
+  }
 }
 
 TEST(QuorConfigMerge, SetsWhatTheOtherSets) {

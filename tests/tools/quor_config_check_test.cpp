@@ -5,6 +5,7 @@
 #include <string>
 
 #include "sim/files.h"
+#include "sim/program.h"
 #include "tests/support/child.h"
 #include "tests/tools/quor_config_run.h"
 
@@ -93,7 +94,9 @@ TEST(QuorConfigCheck, KnowsThatSyslogCannotBeDenied) {
 
 // The daemon refuses a bad list before it looks at its port, which is bad here.
 bool daemonTakes(const std::string& option) {
-  const Outcome outcome = runProgram({DAEMON_PROGRAM, option, "host", "no port", "high"});
+  Arguments command = sim::commandOf("SIM_DAEMON", DAEMON_PROGRAM);
+  command.insert(command.end(), {option, "host", "no port", "high"});
+  const Outcome outcome = runProgram(command);
   return outcome.errors.find("Invalid debug option") == std::string::npos;
 }
 

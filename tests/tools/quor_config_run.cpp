@@ -6,6 +6,7 @@
 #include <ostream>
 
 #include "sim/files.h"
+#include "sim/program.h"
 
 namespace {
 
@@ -17,7 +18,7 @@ sim::ProcessEnd endOf(pid_t process) {
 }
 
 Arguments quorConfigCommand(const Arguments& arguments) {
-  Arguments command{QUOR_CONFIG_PROGRAM};
+  Arguments command = sim::commandOf("SIM_QUOR_CONFIG", QUOR_CONFIG_PROGRAM);
   command.insert(command.end(), arguments.begin(), arguments.end());
   return command;
 }

@@ -78,7 +78,7 @@ std::optional<std::size_t> waitArgument(unsigned long number) {
 }  // namespace
 
 std::optional<std::string> SystemCallTrace::obstacle() {
-  if (std::getenv("SIM_DAEMON_PREFIX") != nullptr) {
+  if (std::getenv("SIM_PROGRAM_PREFIX") != nullptr) {
     return "the daemon runs under another program, whose system calls would be seen";
   }
   const pid_t child = ::fork();
