@@ -2,36 +2,36 @@
 
 #include <cstring>
 #include <ostream>
-#include <sstream>
 
 namespace ulx {
 
-std::string Exception::text() const {
-  std::ostringstream out;
-  print(out);
-  return out.str();
+// The stream's own formatting, `<<` and std::endl, would bring locales into every program that throws.
+void Exception::print(std::ostream& out) const {
+  const std::string bytes = text();
+  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  out.flush();
 }
 
 StrException::StrException(std::string text) : message(std::move(text)) {}
 
-void StrException::print(std::ostream& out) const {
-  out << message << std::endl;
+std::string StrException::text() const {
+  return message + '\n';
 }
 
 StdException::StdException(const std::exception& e) : message(e.what()) {}
 
-void StdException::print(std::ostream& out) const {
-  out << message << std::endl;
+std::string StdException::text() const {
+  return message + '\n';
 }
 
-void UnknownException::print(std::ostream& out) const {
-  out << "Unknown Exception." << std::endl;
+std::string UnknownException::text() const {
+  return "Unknown Exception.\n";
 }
 
 ErrnoException::ErrnoException(std::string where, int code) : errorNumber(code), context(std::move(where)) {}
 
-void ErrnoException::print(std::ostream& out) const {
-  out << std::strerror(errorNumber) << " while " << context << std::endl;
+std::string ErrnoException::text() const {
+  return std::strerror(errorNumber) + (" while " + context) + '\n';
 }
 
 void throwErrno(const std::string& context, int code) {

@@ -19,10 +19,10 @@ class Exception {
   Exception& operator=(const Exception&) = default;
   virtual ~Exception() = default;
 
-  /** Writes the text of the exception and a line end to `out`, and flushes it. */
-  virtual void print(std::ostream& out) const = 0;
-  /** What `print` writes, line end included. */
-  [[nodiscard]] virtual std::string text() const;
+  /** Writes `text()` to `out`, and flushes it. */
+  virtual void print(std::ostream& out) const;
+  /** The text of the exception and a line end. */
+  [[nodiscard]] virtual std::string text() const = 0;
 
   /** The exit status of a program that ends because of this exception. */
   int status = 1;
@@ -32,7 +32,7 @@ class Exception {
 class StrException : public Exception {
  public:
   explicit StrException(std::string message);
-  void print(std::ostream& out) const override;
+  [[nodiscard]] std::string text() const override;
 
   std::string message;
 };
@@ -41,7 +41,7 @@ class StrException : public Exception {
 class StdException : public Exception {
  public:
   explicit StdException(const std::exception& e);
-  void print(std::ostream& out) const override;
+  [[nodiscard]] std::string text() const override;
 
   std::string message;
 };
@@ -49,7 +49,7 @@ class StdException : public Exception {
 /** Something was thrown of which nothing is known. */
 class UnknownException : public Exception {
  public:
-  void print(std::ostream& out) const override;
+  [[nodiscard]] std::string text() const override;
 };
 
 /** A failed call: its error number, and a context that names the call and its object. */
@@ -57,7 +57,7 @@ class ErrnoException : public Exception {
  public:
   ErrnoException(std::string context, int errorNumber);
   /** strerror(errorNumber) + " while " + context. */
-  void print(std::ostream& out) const override;
+  [[nodiscard]] std::string text() const override;
 
   int errorNumber;
   std::string context;
