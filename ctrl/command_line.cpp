@@ -1,17 +1,19 @@
 #include "ctrl/command_line.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
-#include <iostream>
 #include <optional>
 
 #include "ctrl/settings.h"
 #include "ulx/items.h"
+#include "ulx/write_once.h"
 
 namespace {
 
 // Both lists are refused in the words of the debug list.
 [[noreturn]] void refuseItem(std::string_view item) {
-  std::cerr << "Invalid debug option '" << item << "'\n";
+  ulx::writeOnce(STDERR_FILENO, "Invalid debug option '" + std::string(item) + "'\n");
   std::exit(EXIT_FAILURE);
 }
 
@@ -26,9 +28,11 @@ std::optional<std::string_view> valueOf(std::string_view option, std::string_vie
 }  // namespace
 
 void printUsage() {
-  std::cerr << "Usage: usb_rx_ctrl [--class={none,keyboard,scsi,all}] [--debug={ctrl,generic,keyboard,scsi}]"
-               " [--syslog|--stderr] [--keys <inkey> <outkey>]  [--sock=<socketpath>] [--intf=<networkconn>]"
-               " <hostname> <port> <speed>\n";
+  ulx::writeOnce(
+      STDERR_FILENO,
+      "Usage: usb_rx_ctrl [--class={none,keyboard,scsi,all}] [--debug={ctrl,generic,keyboard,scsi}]"
+      " [--syslog|--stderr] [--keys <inkey> <outkey>]  [--sock=<socketpath>] [--intf=<networkconn>]"
+      " <hostname> <port> <speed>\n");
   std::exit(EXIT_FAILURE);
 }
 
