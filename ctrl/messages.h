@@ -1,7 +1,8 @@
 #pragma once
 
-#include <sstream>
 #include <string>
+
+#include "ctrl/message_text.h"
 
 /** The tag of the daemon's own debug messages. */
 inline constexpr const char* ctrlTag = "[rx_ctrl] ";
@@ -31,7 +32,7 @@ class LogMessage {
 
  private:
   int syslogPriority_;
-  std::ostringstream text_;
+  MessageText text_;
 };
 
 /** For the maintainer. It does not ask `settings.debugCtrl`: whoever writes one does. */

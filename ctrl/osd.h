@@ -1,7 +1,8 @@
 #pragma once
 
-#include <sstream>
 #include <string>
+
+#include "ctrl/message_text.h"
 
 /** Where messages to the user go: a fifo that the on-screen display reads. Closed, it takes nothing. */
 struct OsdSink {
@@ -45,5 +46,5 @@ class OsdMessage {
 
  private:
   const OsdSink& sink_;
-  std::ostringstream text_;
+  MessageText text_;
 };
