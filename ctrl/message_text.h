@@ -10,7 +10,7 @@
 
 /**
  * The text of a message under construction. What is inserted reads as in an output stream of the standard
- * library; a stream itself would make the program half as large again.
+ * library; a stream itself would bring its locales into the program.
  */
 class MessageText {
  public:

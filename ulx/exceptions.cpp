@@ -5,7 +5,8 @@
 
 namespace ulx {
 
-// The stream's own formatting, `<<` and std::endl, would bring locales into every program that throws.
+// Not with `<<` and std::endl: formatting brings locales into every static program that throws. For PowerPC
+// the linker cannot leave them out behind these calls either.
 void Exception::print(std::ostream& out) const {
   const std::string bytes = text();
   out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
