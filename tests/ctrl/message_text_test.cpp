@@ -45,8 +45,9 @@ TEST(MessageText, TakesTextsAsAStreamDoes) {
 }
 
 TEST(MessageText, TakesIntegersAsAStreamDoes) {
-  expectReadsAsInAStream(0);
-  expectReadsAsInAStream(-1);
+  for (const int value : {0, -1, 12}) {
+    expectReadsAsInAStream(value);
+  }
   expectReadsAsInAStream(true);
   expectLimitsReadAsInAStream<std::int16_t>();
   expectLimitsReadAsInAStream<std::uint16_t>();
