@@ -5,12 +5,15 @@
 
 namespace ulx {
 
-// Not with `<<` and std::endl: formatting brings locales into every static program that throws. For PowerPC
-// the linker cannot leave them out behind these calls either.
+// Through the stream's buffer: a call of the stream itself would bring all locales of the standard library
+// into every static program that throws, half a megabyte on PowerPC.
 void Exception::print(std::ostream& out) const {
+  if (!out.good()) {
+    return;
+  }
   const std::string bytes = text();
-  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  out.flush();
+  out.rdbuf()->sputn(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  out.rdbuf()->pubsync();
 }
 
 StrException::StrException(std::string text) : message(std::move(text)) {}

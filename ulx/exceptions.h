@@ -19,7 +19,8 @@ class Exception {
   Exception& operator=(const Exception&) = default;
   virtual ~Exception() = default;
 
-  /** Writes `text()` to `out`, and flushes it. */
+  /** Writes `text()` to `out`, unless that has failed, and flushes it. Does not tell when this write fails.
+   */
   virtual void print(std::ostream& out) const;
   /** The text of the exception and a line end. */
   [[nodiscard]] virtual std::string text() const = 0;

@@ -172,6 +172,15 @@ TEST(NamedErrnoExceptions, TakeErrnoWhenTheyAreBuilt) {
   EXPECT_EQ(e.context, "connect()");
 }
 
+TEST(Exception, PrintsNothingOnAStreamThatHasFailed) {
+  std::ostringstream out;
+  out.setstate(std::ios::failbit);
+  ulx::StrException("x").print(out);
+  EXPECT_EQ(out.str(), "");
+  std::ostream without(nullptr);
+  ulx::StrException("x").print(without);
+}
+
 TEST(StrException, PrintsItsMessageAndALineEnd) {
   expectPrintsItsTextAndFlushes(ulx::StrException("Not a device descriptor"), "Not a device descriptor\n");
   expectPrintsItsTextAndFlushes(ulx::StrException(""), "\n");
