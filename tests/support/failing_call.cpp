@@ -1,12 +1,15 @@
 #include "tests/support/failing_call.h"
 
 #include <linux/filter.h>
+#include <linux/net.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
+#include <sys/syscall.h>
 
 #include <array>
 #include <bit>
 #include <cstddef>
+#include <optional>
 #include <span>
 
 namespace support {
@@ -26,28 +29,70 @@ bool install(std::span<sock_filter> steps) {
 
 constexpr std::uint32_t numberPlace = offsetof(seccomp_data, nr);
 
-}  // namespace
+// The system call that the C library makes where it is asked for this one.
+std::uint32_t madeFor(long number) {
+#ifdef SYS_fcntl64
+  if (number == SYS_fcntl) {
+    return SYS_fcntl64;
+  }
+#endif
+  return static_cast<std::uint32_t>(number);
+}
 
-bool failSystemCall(long number, int error) {
+// i386's library makes its socket calls through one system call, socketcall: the first argument tells which
+// it is, and the second leads to its arguments, where no filter can look.
+std::optional<std::uint32_t> socketCallOf([[maybe_unused]] long number) {
+#ifdef __i386__
+  switch (number) {
+    case SYS_listen:
+      return SYS_LISTEN;
+    case SYS_recvfrom:
+      return SYS_RECVFROM;
+    default:
+      break;
+  }
+#endif
+  return std::nullopt;
+}
+
+#ifdef SYS_socketcall
+constexpr long callOfSocketCalls = SYS_socketcall;
+#else
+constexpr long callOfSocketCalls = -1;
+#endif
+
+bool failEveryCall(long number, int error) {
   std::array<sock_filter, 4> steps{{
       BPF_STMT(BPF_LD | BPF_W | BPF_ABS, numberPlace),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<std::uint32_t>(number), 0, 1),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, madeFor(number), 0, 1),
       BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(error)),
       BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
   }};
   return install(steps);
 }
 
-bool failSystemCall(long number, ArgumentIs argument, int error) {
+bool failCallsWith(ArgumentIs argument, long number, int error) {
   std::array<sock_filter, 6> steps{{
       BPF_STMT(BPF_LD | BPF_W | BPF_ABS, numberPlace),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<std::uint32_t>(number), 0, 3),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, madeFor(number), 0, 3),
       BPF_STMT(BPF_LD | BPF_W | BPF_ABS, lowHalfOf(argument.index)),
       BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, argument.value, 0, 1),
       BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(error)),
       BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
   }};
   return install(steps);
+}
+
+}  // namespace
+
+bool failSystemCall(long number, int error) {
+  const std::optional<std::uint32_t> socketCall = socketCallOf(number);
+  return socketCall ? failCallsWith({.index = 0, .value = *socketCall}, callOfSocketCalls, error)
+                    : failEveryCall(number, error);
+}
+
+bool failSystemCall(long number, ArgumentIs argument, int error) {
+  return !socketCallOf(number) && failCallsWith(argument, number, error);
 }
 
 }  // namespace support

@@ -11,8 +11,9 @@ struct ArgumentIs {
 };
 
 /**
- * From now on the system call `number` (SYS_...) fails with `error` in this process, a child of the test,
- * without being carried out. False where the kernel cannot do that.
+ * From now on the system call `number` (SYS_...), or the one that the C library makes in its place, fails
+ * with `error` in this process, a child of the test, without being carried out. False where the kernel cannot
+ * do that.
  */
 [[nodiscard]] bool failSystemCall(long number, int error);
 /** The same for some of these calls only. */

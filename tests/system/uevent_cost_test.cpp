@@ -17,6 +17,11 @@ using Calls = std::vector<unsigned long>;
 
 /** Calls of the allocator and of sanitizers, which depend on the build. */
 bool isOfTheBuild(unsigned long number) {
+#ifdef SYS_mmap2
+  if (number == SYS_mmap2) {
+    return true;
+  }
+#endif
   return number == SYS_brk || number == SYS_mmap || number == SYS_munmap || number == SYS_sigaltstack;
 }
 

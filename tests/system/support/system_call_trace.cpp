@@ -1,5 +1,7 @@
 #include "tests/system/support/system_call_trace.h"
 
+#include <linux/net.h>
+#include <linux/time_types.h>
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
@@ -10,7 +12,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <iterator>
 
 #include "sim/error.h"
@@ -45,6 +46,33 @@ void waitForChildSignal(const sim::Deadline& deadline) {
   const int left = deadline.millisecondsLeft();
   const timespec time{.tv_sec = left / 1000, .tv_nsec = left % 1000 * 1'000'000L};
   ::sigtimedwait(&set, nullptr, &time);
+}
+
+#ifdef __i386__
+/** i386's library makes its socket calls through one. */
+bool isReception(const SystemCall& call) {
+  const unsigned long socketCall = call.arguments.front();
+  return call.number == SYS_socketcall && (socketCall == SYS_RECV || socketCall == SYS_RECVFROM);
+}
+#endif
+
+/** The call under the number that it has where each has its own; arguments are left as they are. */
+SystemCall namedByItself(SystemCall call) {
+#ifdef __i386__
+  if (isReception(call)) {
+    call.number = SYS_recvfrom;
+  }
+#endif
+  return call;
+}
+
+/** Whether the times of the call have 64 bits where `long` has 32. */
+bool takesLongTimes([[maybe_unused]] unsigned long number) {
+#ifdef SYS_clock_nanosleep_time64
+  return number == SYS_clock_nanosleep_time64 || number == SYS_pselect6_time64;
+#else
+  return false;
+#endif
 }
 
 /** Which argument of the call is the time that it sleeps. */
@@ -139,7 +167,7 @@ std::optional<SystemCall> SystemCallTrace::currentCall() const {
   const auto& entry = info.entry;  // NOLINT(cppcoreguidelines-pro-type-union-access): `op` tells the member
   SystemCall call{static_cast<unsigned long>(entry.nr), {}};
   std::copy(std::begin(entry.args), std::end(entry.args), call.arguments.begin());
-  return call;
+  return namedByItself(call);
 }
 
 SystemCall SystemCallTrace::next(const sim::Deadline& deadline) {
@@ -170,7 +198,7 @@ std::optional<double> SystemCallTrace::sleepOf(const SystemCall& call) const {
   if (!argument) {
     return std::nullopt;
   }
-  return secondsAt(call.arguments.at(*argument));
+  return secondsIn(call, *argument);
 }
 
 bool SystemCallTrace::isWait(const SystemCall& call) {
@@ -182,7 +210,7 @@ double SystemCallTrace::runToWait(const sim::Deadline& deadline) {
     const SystemCall call = next(deadline);
     const std::optional<std::size_t> argument = waitArgument(call.number);
     if (argument && call.arguments.at(*argument) != 0) {
-      const double seconds = secondsAt(call.arguments.at(*argument));
+      const double seconds = secondsIn(call, *argument);
       if (seconds > 0) {
         return seconds;
       }
@@ -190,8 +218,15 @@ double SystemCallTrace::runToWait(const sim::Deadline& deadline) {
   }
 }
 
+double SystemCallTrace::secondsIn(const SystemCall& call, std::size_t argument) const {
+  const unsigned long address = call.arguments.at(argument);
+  return takesLongTimes(call.number) ? secondsAt<__kernel_timespec>(address)
+                                     : secondsAt<__kernel_old_timespec>(address);
+}
+
+template <class Time>
 double SystemCallTrace::secondsAt(unsigned long address) const {
-  timespec time{};
+  Time time{};
   const iovec here{&time, sizeof time};
   const iovec there{asPointer(address), sizeof time};
   if (::process_vm_readv(process_, &here, 1, &there, 1, 0) != static_cast<ssize_t>(sizeof time)) {

@@ -50,7 +50,10 @@ class SystemCallTrace {
  private:
   int waitForStop(const sim::Deadline& deadline);
   [[nodiscard]] std::optional<SystemCall> currentCall() const;
-  /** The seconds in the time that the process keeps at `address`. */
+  /** The seconds in the time that an argument of the call leads to. */
+  [[nodiscard]] double secondsIn(const SystemCall& call, std::size_t argument) const;
+  /** The seconds in the time that the process keeps at `address`, which the kernel calls a `Time`. */
+  template <class Time>
   [[nodiscard]] double secondsAt(unsigned long address) const;
 
   pid_t process_;
