@@ -84,7 +84,7 @@ Words splitTreeLine(std::string_view line) {
 
 TreeEntry parseTreeLine(const Lines& lines, std::string_view line) {
   const Words words = splitTreeLine(line);
-  const std::string path(words.path);
+  const std::string path = lines.unescaped(words.path);
   if (path.empty() || path.front() == '/') {
     throw lines.error("a path below /sys is missing");
   }
@@ -92,7 +92,7 @@ TreeEntry parseTreeLine(const Lines& lines, std::string_view line) {
     return {TreeEntry::Kind::Directory, path, {}};
   }
   if (words.kind == "l" && !words.content.empty()) {
-    return {TreeEntry::Kind::Link, path, std::string(words.content)};
+    return {TreeEntry::Kind::Link, path, lines.unescaped(words.content)};
   }
   if (words.kind == "f") {
     return {TreeEntry::Kind::File, path, lines.unescaped(words.content)};
@@ -165,7 +165,7 @@ std::string unescaped(std::string_view text) {
 std::map<std::string, std::string> readAbout(const std::filesystem::path& file) {
   Lines lines(file);
   std::map<std::string, std::string> about;
-  about["description"] = lines.next().value_or("");
+  about["description"] = lines.unescaped(lines.next().value_or(""));
   while (const auto line = lines.next()) {
     const std::size_t colon = line->find(": ");
     if (colon == std::string::npos) {
