@@ -1,0 +1,31 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+#include "sim/line_file.h"
+#include "sim/process.h"
+#include "sim/process_handle.h"
+
+/** The built recorder, run by a person who reads what it says. Works inside a sim::Unit. */
+class RecorderProgram {
+ public:
+  explicit RecorderProgram(const std::vector<std::string>& arguments);
+  /** Kills it when it still runs. */
+  ~RecorderProgram();
+  RecorderProgram(const RecorderProgram&) = delete;
+  RecorderProgram& operator=(const RecorderProgram&) = delete;
+
+  /** Waits until it has said this line. Throws sim::TimedOut. */
+  void waitForLine(const std::string& line);
+  [[nodiscard]] sim::ProcessEnd waitForEnd();
+  /** Everything that it has said on standard error. */
+  [[nodiscard]] std::string said() { return standardError_.text(); }
+
+ private:
+  sim::LineFile standardError_;
+  pid_t pid_;
+  sim::ProcessHandle handle_;
+};
