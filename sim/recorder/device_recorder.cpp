@@ -83,18 +83,25 @@ std::vector<HeardEvent> DeviceRecorder::nextBurst(const std::string& awaited, co
 }
 
 void DeviceRecorder::waitForQuiet(const Deadline& limit) {
-  std::size_t heard = events_.heard().size();
   Deadline quiet(patience_.quiet);
-  while (!quiet.passed()) {
-    serveBackground(quiet);
-    if (events_.heard().size() > heard) {
-      heard = events_.heard().size();
+  // Events may have come unseen while this process did not run: it looks once more when the time is over.
+  for (bool isOver = false; !isOver;) {
+    isOver = quiet.passed();
+    if (takesAnyBefore(quiet)) {
       quiet = Deadline(patience_.quiet);
+      isOver = false;
     }
     if (limit.passed()) {
       throw TimedOut("an end of the events");
     }
   }
+}
+
+/** Whether an event has come; returns at the first happening of any sort. */
+bool DeviceRecorder::takesAnyBefore(const Deadline& deadline) {
+  const std::size_t before = events_.heard().size();
+  serveBackground(deadline);
+  return events_.heard().size() > before;
 }
 
 }  // namespace sim

@@ -48,6 +48,7 @@ class DeviceRecorder {
   [[nodiscard]] std::vector<HeardEvent> burstWith(const std::string& awaited, const Predicate& isAwaited);
   [[nodiscard]] std::vector<HeardEvent> nextBurst(const std::string& awaited, const Deadline& limit);
   void waitForQuiet(const Deadline& limit);
+  [[nodiscard]] bool takesAnyBefore(const Deadline& deadline);
 
   RecorderPatience patience_;
   UeventListener events_;
