@@ -117,20 +117,20 @@ void addLinkOrAttribute(Tree& tree, const std::string& path, const std::string& 
   }
 }
 
-void addWithoutChildren(Tree& tree, const std::string& directory) {
+void addWithoutChildren(Tree& tree, const fs::path& directory) {
   tree.push_back({TreeEntry::Kind::Directory, belowSys(directory), {}});
   for (const std::string& name : namesIn(directory)) {
-    const std::string path = directory + "/" + name;
+    const fs::path path = directory / name;
     if (!isDirectory(path)) {
       addLinkOrAttribute(tree, path, name);
     }
   }
 }
 
-void addWithChildren(Tree& tree, const std::string& directory) {
+void addWithChildren(Tree& tree, const fs::path& directory) {
   tree.push_back({TreeEntry::Kind::Directory, belowSys(directory), {}});
   for (const std::string& name : namesIn(directory)) {
-    const std::string path = directory + "/" + name;
+    const fs::path path = directory / name;
     if (!isDirectory(path)) {
       addLinkOrAttribute(tree, path, name);
     } else if (!isOneOf(leftOut, name)) {
