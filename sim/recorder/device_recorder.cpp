@@ -78,30 +78,24 @@ std::vector<HeardEvent> DeviceRecorder::burstWith(const std::string& awaited, co
 
 std::vector<HeardEvent> DeviceRecorder::nextBurst(const std::string& awaited, const Deadline& limit) {
   waitUntil(awaited, limit, [this] { return !events_.heard().empty(); });
-  waitForQuiet(limit);
-  return events_.take();
-}
-
-void DeviceRecorder::waitForQuiet(const Deadline& limit) {
-  Deadline quiet(patience_.quiet);
-  // Events may have come unseen while this process did not run: it looks once more when the time is over.
-  for (bool isOver = false; !isOver;) {
-    isOver = quiet.passed();
-    if (takesAnyBefore(quiet)) {
-      quiet = Deadline(patience_.quiet);
-      isOver = false;
-    }
+  std::vector<HeardEvent> burst;
+  while (hearsAny(Deadline(patience_.quiet))) {
+    const std::vector<HeardEvent> more = events_.take();
+    burst.insert(burst.end(), more.begin(), more.end());
     if (limit.passed()) {
       throw TimedOut("an end of the events");
     }
   }
+  return burst;
 }
 
-/** Whether an event has come; returns at the first happening of any sort. */
-bool DeviceRecorder::takesAnyBefore(const Deadline& deadline) {
-  const std::size_t before = events_.heard().size();
-  serveBackground(deadline);
-  return events_.heard().size() > before;
+bool DeviceRecorder::hearsAny(const Deadline& deadline) {
+  // An event may have come unseen while this process did not run: it looks once more when the time is over.
+  for (bool isOver = false; !isOver && events_.heard().empty();) {
+    isOver = deadline.passed();
+    serveBackground(deadline);
+  }
+  return !events_.heard().empty();
 }
 
 }  // namespace sim

@@ -47,8 +47,7 @@ class DeviceRecorder {
 
   [[nodiscard]] std::vector<HeardEvent> burstWith(const std::string& awaited, const Predicate& isAwaited);
   [[nodiscard]] std::vector<HeardEvent> nextBurst(const std::string& awaited, const Deadline& limit);
-  void waitForQuiet(const Deadline& limit);
-  [[nodiscard]] bool takesAnyBefore(const Deadline& deadline);
+  [[nodiscard]] bool hearsAny(const Deadline& deadline);
 
   RecorderPatience patience_;
   UeventListener events_;

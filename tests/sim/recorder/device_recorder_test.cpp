@@ -15,7 +15,7 @@
 namespace {
 
 constexpr sim::RecorderPatience patience = {.quiet = 0.02, .limit = 10};
-constexpr sim::RecorderPatience hasty = {.quiet = 0.02, .limit = 0.05};
+constexpr sim::RecorderPatience hasty = {.quiet = 0.02, .limit = 2};
 
 std::vector<std::string> datagramsOf(const std::vector<sim::RecordedEvent>& events) {
   std::vector<std::string> datagrams;
@@ -170,7 +170,7 @@ TEST_F(Recorder, GivesUpWhenTheDeviceStays) {
 }
 
 TEST_F(Recorder, GivesUpWhenItNeverGetsQuiet) {
-  sim::DeviceRecorder impatient({.quiet = 0.2, .limit = 0.5});
+  sim::DeviceRecorder impatient({.quiet = 0.5, .limit = 1});
   unit.plug(mouse);
   const RepeatedAction restless(0.01, [&] { unit.uevents.send(sim::uevent("change", "/battery")); });
 
