@@ -107,6 +107,7 @@ TEST_F(Recorder, CanRecordOneDeviceAfterAnother) {
   for (const sim::DeviceRecording& device : {mouse, disk}) {
     unit.plug(device);
     EXPECT_EQ(plugged(), datagramsOf(device.plugEvents));
+    EXPECT_TRUE(recorder.recording().unplugEvents.empty());
     unit.unplug(device);
     EXPECT_EQ(unplugged(), datagramsOf(device.unplugEvents));
     EXPECT_EQ(recorder.recording().speed, device.speed);
