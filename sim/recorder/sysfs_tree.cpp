@@ -1,16 +1,13 @@
 #include "sim/recorder/sysfs_tree.h"
 
-#include <dirent.h>
-
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <filesystem>
-#include <memory>
 #include <set>
 #include <string_view>
 
 #include "sim/error.h"
+#include "sim/files.h"
 #include "sim/recorder/serial_numbers.h"
 #include "sim/recorder/sysfs_attribute.h"
 
@@ -68,18 +65,15 @@ bool isOneOf(const std::array<std::string_view, size>& names, std::string_view n
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 
+bool isDirectory(const std::string& path) {
+  return fs::is_directory(fs::symlink_status(path));
+}
+
 /** Sorted; empty where there is no such directory (any more). */
-std::vector<std::string> namesIn(const std::string& directory) {
-  const std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(directory.c_str()), ::closedir);
-  if (stream == nullptr && errno != ENOENT && errno != ENOTDIR) {
-    throw systemError("opendir(" + directory + ")");
-  }
+std::vector<std::string> namesIn(const fs::path& directory) {
   std::vector<std::string> names;
-  while (const dirent* entry = stream == nullptr ? nullptr : ::readdir(stream.get())) {
-    const std::string name = static_cast<const char*>(entry->d_name);
-    if (name != "." && name != "..") {
-      names.push_back(name);
-    }
+  for (const fs::path& entry : isDirectory(directory) ? entriesOf(directory) : std::vector<fs::path>{}) {
+    names.push_back(entry.filename());
   }
   std::sort(names.begin(), names.end());
   return names;
@@ -87,10 +81,6 @@ std::vector<std::string> namesIn(const std::string& directory) {
 
 bool isLink(const std::string& path) {
   return fs::is_symlink(fs::symlink_status(path));
-}
-
-bool isDirectory(const std::string& path) {
-  return fs::is_directory(fs::symlink_status(path));
 }
 
 std::string belowSys(const std::string& path) {

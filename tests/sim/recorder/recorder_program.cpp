@@ -7,6 +7,7 @@
 
 #include "sim/error.h"
 #include "sim/files.h"
+#include "sim/program.h"
 #include "sim/wait.h"
 
 namespace {
@@ -15,7 +16,7 @@ constexpr const char* outputFile = "/sim/recorder/stdout";
 constexpr const char* errorFile = "/sim/recorder/stderr";
 
 pid_t start(const std::vector<std::string>& arguments) {
-  std::vector<std::string> command{RECORDER_PROGRAM};
+  std::vector<std::string> command = sim::commandOf("SIM_RECORDER", RECORDER_PROGRAM);
   command.insert(command.end(), arguments.begin(), arguments.end());
   sim::writeFile(outputFile, "");
   return sim::startProcess(command, {}, outputFile, errorFile);
