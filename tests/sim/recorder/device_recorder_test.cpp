@@ -43,6 +43,7 @@ class Recorder : public testing::Test {
 TEST_F(Recorder, BeginsWithTheDeviceWhateverHappenedBefore) {
   unit.uevents.send(sim::uevent("change", "/devices/battery", {{"SUBSYSTEM", "power_supply"}}));
   unit.uevents.add("/devices/card", {{"SUBSYSTEM", "usb"}, {"DEVTYPE", "usb_interface"}});
+  unit.uevents.send(sim::uevent("change", "/devices/usb1/1-7", {{"DEVTYPE", "usb_device"}}));
   unit.plug(mouse);
 
   EXPECT_EQ(plugged(), datagramsOf(mouse.plugEvents));

@@ -74,6 +74,18 @@ TEST_F(RecordedTree, HoldsTheHubWithoutItsOtherDevices) {
   EXPECT_FALSE(hasPath("/sys/bus/usb/devices/1-10"));
 }
 
+TEST_F(RecordedTree, HoldsAllHubsAboveFromTheOutermostOn) {
+  sim::UsbDevice inner;
+  inner.name = "1-1.4";
+  inner.parent = device;
+  const std::vector<std::string> paths = pathsIn(sim::treeOf(unit.sysfs.add(inner)));
+
+  EXPECT_EQ(paths.front(), hub);
+  EXPECT_LT(std::find(paths.begin(), paths.end(), device),
+            std::find(paths.begin(), paths.end(), inner.directory()));
+  EXPECT_NE(std::find(paths.begin(), paths.end(), inner.directory()), paths.end());
+}
+
 TEST_F(RecordedTree, HoldsNothingAboveTheHubs) {
   EXPECT_FALSE(hasPath("/sys/devices/platform/usb-host.0"));
 }
