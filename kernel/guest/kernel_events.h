@@ -1,0 +1,54 @@
+#pragma once
+
+#include <deque>
+#include <map>
+#include <string>
+
+#include "sim/descriptor.h"
+#include "sim/testimony.h"
+#include "sim/wait.h"
+
+namespace guest {
+
+/** One uevent. */
+struct KernelEvent {
+  std::string action;
+  std::string directory;                     ///< "/sys" and the DEVPATH
+  std::map<std::string, std::string> items;  ///< all KEY=VALUE items
+};
+
+/** What an event is awaited by: its action, and one of its items. */
+struct KernelEventSort {
+  std::string action;
+  std::string key;
+  std::string value;
+};
+
+inline const KernelEventSort usbDeviceBound{"bind", "DEVTYPE", "usb_device"};
+inline const KernelEventSort storageNodeAdded{"add", "SUBSYSTEM", "scsi_generic"};
+inline const KernelEventSort hidNodeAdded{"add", "SUBSYSTEM", "usbmisc"};
+
+/** Hears the kernel's uevents beside the daemon, and apart from it: tells when the kernel has done its part.
+ */
+class KernelEvents {
+ public:
+  KernelEvents();
+
+  /** Waits for the next event of this sort behind those that were handed out. */
+  KernelEvent waitFor(const KernelEventSort& sort);
+  /** Waits until the kernel has announced that a directory (beginning with "/sys") has gone. */
+  void waitForRemovalOf(const std::string& directory);
+
+ private:
+  void readAll();
+  [[nodiscard]] std::string tell() const;
+  template <class Predicate>
+  KernelEvent waitForNext(const std::string& awaited, const Predicate& isAwaited);
+
+  sim::Descriptor socket_;
+  sim::Background source_;
+  std::deque<KernelEvent> events_;  ///< heard, not handed out
+  sim::Testimony testimony_;
+};
+
+}  // namespace guest

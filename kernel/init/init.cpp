@@ -1,0 +1,114 @@
+// The first process of an emulated unit: makes the unit's folders, loads the drivers, runs one program and
+// switches the machine off. How the program ended is told in one line, which the machine's keeper looks for.
+
+#include <fcntl.h>
+#include <sys/klog.h>
+#include <sys/mount.h>
+#include <sys/reboot.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "kernel/init/modules.h"
+
+namespace {
+
+constexpr const char* program = "/bin/usb_rx_kernel_tests";
+
+[[noreturn]] void fail(const std::string& what) {
+  throw std::system_error(errno, std::generic_category(), what);
+}
+
+void mountFilesystem(const char* type, const char* folder) {
+  std::filesystem::create_directories(folder);
+  if (::mount(type, folder, type, 0, nullptr) != 0) {
+    fail(std::string("mounting ") + folder);
+  }
+}
+
+void openConsole() {
+  const int console = ::open("/dev/console", O_RDWR);
+  if (console < 0) {
+    fail("opening the console");
+  }
+  for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    ::dup2(console, number);
+  }
+}
+
+void makeSystem() {
+  mountFilesystem("devtmpfs", "/dev");
+  openConsole();
+  mountFilesystem("proc", "/proc");
+  mountFilesystem("sysfs", "/sys");
+  for (const char* folder : {"/tmp", "/sim", "/vel", "/var/run"}) {
+    std::filesystem::create_directories(folder);
+  }
+}
+
+/** The program's exit status, or 128 and the number of the signal that has ended it. */
+int runProgram() {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    std::array<char*, 2> arguments{const_cast<char*>(program), nullptr};
+    ::execv(program, arguments.data());
+    ::_exit(127);
+  }
+  int status = 0;
+  // Processes that have lost their parents end here, too.
+  for (pid_t ended = ::wait(&status); ended != child; ended = ::wait(&status)) {
+    if (ended < 0) {
+      fail("waiting for the program");
+    }
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+/** The kernel says little on the console, and something is wrong. */
+void printKernelMessages() {
+  constexpr int readAll = 3;
+  std::vector<char> messages(1 << 20);
+  const int length = ::klogctl(readAll, messages.data(), static_cast<int>(messages.size()));
+  std::printf("What the kernel has said:\n%.*s\n", length, messages.data());
+}
+
+void live() {
+  makeSystem();
+  loadModules("/modules.list");
+  const int status = runProgram();
+  if (status != EXIT_SUCCESS) {
+    printKernelMessages();
+  }
+  std::printf("guest result: %d\n", status);
+}
+
+[[noreturn]] void switchOff() {
+  std::fflush(stdout);
+  ::sync();
+  ::tcdrain(STDOUT_FILENO);
+  ::reboot(RB_POWER_OFF);
+  while (true) {
+    ::pause();
+  }
+}
+
+}  // namespace
+
+int main() {
+  try {
+    live();
+  } catch (const std::exception& error) {
+    std::printf("the unit does not come up: %s\n", error.what());
+  }
+  switchOff();
+}
