@@ -64,8 +64,8 @@ Desk::Desk() : machine_(thisMachine()) {}
 
 Desk::~Desk() {
   try {
-    for (; !devices_.empty(); devices_.pop_back()) {
-      remove(devices_.back());
+    while (!devices_.empty()) {
+      takeOut(PluggedDevice(devices_.back()));
     }
   } catch (const std::exception& error) {
     // The next test would find devices that it does not know.
@@ -74,33 +74,27 @@ Desk::~Desk() {
   }
 }
 
-PluggedDevice& Desk::plug(const EmulatedDevice& device, const Socket& socket) {
+PluggedDevice Desk::plug(const EmulatedDevice& device, const Socket& socket) {
   const std::string id = nextId();
   execute(device.before, id);
   machine_.execute("device_add", R"({"driver": ")" + device.driver + R"(", "id": ")" + id + R"(", "bus": ")" +
                                      socket.bus + R"(", "port": ")" + socket.port + "\"" +
                                      withId(device.properties, id) + "}");
-  PluggedDevice& plugged =
-      devices_.emplace_back(PluggedDevice{.device = device, .socket = socket, .id = id, .directory = ""});
   execute(device.after, id);
-  plugged.directory = events.waitFor(usbDeviceBound).directory;
-  return plugged;
+  devices_.push_back(
+      {.device = device, .socket = socket, .id = id, .directory = events.waitFor(usbDeviceBound).directory});
+  return devices_.back();
 }
 
-PluggedDevice& Desk::plugBehind(const PluggedDevice& hub, int port, const EmulatedDevice& device) {
-  return plug(device, {hub.socket.bus, hub.socket.port + "." + std::to_string(port)});
+PluggedDevice Desk::plugBehind(const PluggedDevice& outer, int port, const EmulatedDevice& device) {
+  return plug(device, {outer.socket.bus, outer.socket.port + "." + std::to_string(port)});
 }
 
-void Desk::takeOut(PluggedDevice& device) {
-  setAttached(device, "false");
+void Desk::takeOut(const PluggedDevice& device) {
+  machine_.execute("device_del", R"({"id": ")" + device.id + "\"}");
+  machine_.waitUntilDeleted(device.id);
   events.waitForRemovalOf(device.directory);
-  markTakenOut(device);
-}
-
-void Desk::plugAgain(PluggedDevice& device) {
-  setAttached(device, "true");
-  device.directory = events.waitFor(usbDeviceBound).directory;
-  device.isPluggedIn = true;
+  forget(device.directory);
 }
 
 void Desk::execute(const std::vector<MachineCommand>& commands, const std::string& id) {
@@ -109,26 +103,15 @@ void Desk::execute(const std::vector<MachineCommand>& commands, const std::strin
   }
 }
 
-void Desk::setAttached(const PluggedDevice& device, const std::string& value) {
-  machine_.execute("qom-set",
-                   R"({"path": ")" + device.id + R"(", "property": "attached", "value": )" + value + "}");
-}
-
-void Desk::markTakenOut(const PluggedDevice& hub) {
-  for (PluggedDevice& device : devices_) {
-    if ((device.directory + "/").starts_with(hub.directory + "/")) {
-      device.isPluggedIn = false;
+// The machine has deleted what is behind a hub together with the hub.
+void Desk::forget(const std::string& directory) {
+  std::erase_if(devices_, [&](const PluggedDevice& device) {
+    const bool hasGone = (device.directory + "/").starts_with(directory + "/");
+    if (hasGone) {
+      execute(device.device.afterDeletion, device.id);
     }
-  }
-}
-
-void Desk::remove(const PluggedDevice& device) {
-  machine_.execute("device_del", R"({"id": ")" + device.id + "\"}");
-  machine_.waitUntilDeleted(device.id);
-  if (device.isPluggedIn && !device.directory.empty()) {
-    events.waitForRemovalOf(device.directory);
-  }
-  execute(device.device.afterDeletion, device.id);
+    return hasGone;
+  });
 }
 
 }  // namespace guest

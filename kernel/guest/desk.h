@@ -1,6 +1,5 @@
 #pragma once
 
-#include <list>
 #include <string>
 #include <vector>
 
@@ -31,7 +30,6 @@ struct PluggedDevice {
   Socket socket;
   std::string id;         ///< the machine's name of it
   std::string directory;  ///< the device's own, beginning with "/sys/devices/"
-  bool isPluggedIn = true;
 };
 
 /** The user's desk: devices are plugged into the machine and taken out by hand. */
@@ -47,25 +45,22 @@ class Desk {
 
   /** Returns when the kernel has announced the device and everything that it knows of it at once; a disk's
    * nodes follow. */
-  PluggedDevice& plug(const EmulatedDevice& device, const Socket& socket);
+  PluggedDevice plug(const EmulatedDevice& device, const Socket& socket);
   /** The same for a port of a hub that is plugged in. */
-  PluggedDevice& plugBehind(const PluggedDevice& hub, int port, const EmulatedDevice& device);
+  PluggedDevice plugBehind(const PluggedDevice& outer, int port, const EmulatedDevice& device);
 
   /** Returns when the kernel has announced that the device has gone. What is behind a hub goes with it. */
-  void takeOut(PluggedDevice& device);
-  /** Plugs a device that was taken out into the same socket again. */
-  void plugAgain(PluggedDevice& device);
+  void takeOut(const PluggedDevice& device);
 
   KernelEvents events;
 
  private:
   void execute(const std::vector<MachineCommand>& commands, const std::string& id);
-  void setAttached(const PluggedDevice& device, const std::string& value);
-  void markTakenOut(const PluggedDevice& hub);
-  void remove(const PluggedDevice& device);
+  /** Takes away everything at and below a directory from the devices that are plugged in. */
+  void forget(const std::string& directory);
 
   Machine& machine_;
-  std::list<PluggedDevice> devices_;  ///< those behind a hub come after it
+  std::vector<PluggedDevice> devices_;  ///< those behind a hub come after it
 };
 
 }  // namespace guest

@@ -40,9 +40,10 @@ EmulatedDevice tablet() {
 }
 
 EmulatedDevice mediaPlayer() {
+  // The emulator wants an absolute path; this one leads to its working directory.
   return {.driver = "usb-mtp",
           .product = "QEMU filesharing",
-          .properties = R"(, "rootdir": "media", "desc": "media")"};
+          .properties = R"(, "rootdir": "/proc/self/cwd/media", "desc": "media")"};
 }
 
 EmulatedDevice disk() {

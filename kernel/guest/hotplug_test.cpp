@@ -1,14 +1,149 @@
+// Devices that come and go while the daemon runs.
+
+#include <algorithm>
+#include <ostream>
+
 #include "kernel/guest/receiver_unit.h"
 
 namespace guest {
 namespace {
 
-class Hotplug : public ReceiverUnit {};
+struct Sort {
+  std::string name;
+  EmulatedDevice (*device)();
+  Socket (*socket)(int number);
+};
 
-TEST_F(Hotplug, StartsAGenericWorkerForAMouse) {
+std::ostream& operator<<(std::ostream& out, const Sort& sort) {
+  return out << sort.name;
+}
+
+const std::vector<Sort> sorts = {
+    {"Keyboard", keyboard, highSpeedSocket},
+    {"Mouse", mouse, fullSpeedSocket},
+    {"Tablet", tablet, highSpeedSocket},
+    {"MediaPlayer", mediaPlayer, highSpeedSocket},
+    {"FastDisk", disk, highSpeedSocket},
+    {"SlowDisk", disk, fullSpeedSocket},
+    {"TwoDisks", twoDisks, highSpeedSocket},
+    {"UasDisk", uasDisk, highSpeedSocket},
+    {"SmartCardReader", smartCardReader, fullSpeedSocket},
+    {"SerialAdapter", serialAdapter, fullSpeedSocket},
+    {"NetworkAdapter", networkAdapter, fullSpeedSocket},
+};
+
+class Hotplug : public ReceiverUnit {};
+class EverySort : public ReceiverUnit, public testing::WithParamInterface<Sort> {};
+
+INSTANTIATE_TEST_SUITE_P(Devices, EverySort, testing::ValuesIn(sorts),
+                         [](const auto& instance) { return instance.param.name; });
+
+TEST_P(EverySort, IsAttachedAndAnnouncedByItsName) {
   start();
-  const PluggedDevice& plugged = plug(mouse(), fullSpeedSocket(1));
-  EXPECT_EQ(workerOf(plugged.directory).start.arguments, genericWorker(plugged.directory));
+  deliver();
+  const PluggedDevice device = plug(GetParam().device(), GetParam().socket(1));
+  EXPECT_EQ(workerOf(device.directory).start.arguments, genericWorker(device.directory));
+  EXPECT_EQ(display.takeWrites(), Lines{device.device.product + " attached\n"});
+}
+
+class EveryController : public ReceiverUnit, public testing::WithParamInterface<std::string> {};
+
+INSTANTIATE_TEST_SUITE_P(Machine, EveryController, testing::ValuesIn(controllers()),
+                         [](const auto& instance) { return instance.param; });
+
+TEST_P(EveryController, AttachesADeviceAndLetsItGo) {
+  start();
+  const PluggedDevice device = plug(keyboard(), socketOf(GetParam()));
+  sim::Worker& worker = workerOf(device.directory);
+  takeOut(device);
+  worker.exitWith(0);
+  daemon->waitForLine("device " + device.directory + " has gone");
+  EXPECT_TRUE(daemon->children().empty());
+}
+
+TEST_F(Hotplug, AttachesADeviceAgainThatIsPluggedInAgain) {
+  start();
+  const PluggedDevice first = plug(mouse(), fullSpeedSocket(1));
+  sim::Worker& worker = workerOf(first.directory);
+  takeOut(first);
+  worker.exitWith(0);
+  daemon->waitForLine("has gone");
+  const PluggedDevice second = plug(mouse(), fullSpeedSocket(1));
+  EXPECT_EQ(second.directory, first.directory);
+  EXPECT_EQ(workerOf(second.directory).start.arguments, genericWorker(second.directory));
+}
+
+TEST_F(Hotplug, LeavesTheWorkerOfADeviceThatHasGoneToEndByItself) {
+  start();
+  const PluggedDevice device = plug(mouse(), fullSpeedSocket(1));
+  const sim::Worker& worker = workerOf(device.directory);
+  takeOut(device);
+  settleEverySource();
+  EXPECT_EQ(daemon->children(), std::vector<pid_t>{worker.start.pid});
+}
+
+TEST_F(Hotplug, StartsOneWorkerForADeviceHoweverManyEventsItBrings) {
+  start();
+  const PluggedDevice device = plug(keyboard(), fullSpeedSocket(1));
+  settleEverySource();
+  workerOf(device.directory);
+  EXPECT_EQ(workers.count(), 1U);
+  EXPECT_TRUE(daemon->hasLine("[rx_ctrl] bind " + device.directory.substr(4)));
+}
+
+TEST_F(Hotplug, StartsNoWorkerForAHub) {
+  start();
+  plug(hub(), fullSpeedSocket(1));
+  EXPECT_TRUE(daemon->hasLine("[rx_ctrl] this is a hub device"));
+  EXPECT_TRUE(daemon->children().empty());
+}
+
+TEST_F(Hotplug, AttachesADeviceBehindAHub) {
+  start();
+  const PluggedDevice outer = plug(hub(), fullSpeedSocket(1));
+  const PluggedDevice device = desk.plugBehind(outer, 2, mouse());
+  settle();
+  EXPECT_TRUE(
+      device.directory.ends_with("-1/" + outer.directory.substr(outer.directory.rfind('/') + 1) + ".2"));
+  EXPECT_EQ(workerOf(device.directory).start.arguments, genericWorker(device.directory));
+}
+
+TEST_F(Hotplug, AttachesADeviceBehindTwoHubs) {
+  start();
+  const PluggedDevice outer = plug(hub(), fullSpeedSocket(1));
+  const PluggedDevice inner = desk.plugBehind(outer, 1, hub());
+  const PluggedDevice device = desk.plugBehind(inner, 3, keyboard());
+  settle();
+  EXPECT_TRUE(device.directory.starts_with(inner.directory + "/"));
+  EXPECT_EQ(workerOf(device.directory).start.arguments, genericWorker(device.directory));
+}
+
+TEST_F(Hotplug, SeesEverythingGoThatIsBehindAHub) {
+  constexpr int count = 6;
+  start();
+  const PluggedDevice outer = plug(hub(), fullSpeedSocket(1));
+  for (int port = 1; port <= count; ++port) {
+    desk.plugBehind(outer, port, mouse());
+  }
+  settle();
+  std::vector<sim::Worker*> started;
+  for (int i = 0; i < count; ++i) {
+    started.push_back(&workers.waitForWorker());
+  }
+  takeOut(outer);
+  for (sim::Worker* worker : started) {
+    worker->exitWith(0);
+    daemon->waitForLine(" has gone");
+  }
+  EXPECT_TRUE(daemon->children().empty());
+}
+
+TEST_F(Hotplug, UsesTheProgramThatIsConfiguredForGenericWorkers) {
+  sim::installWorkerStandin("/opt/other/worker");
+  configure("\n[apps]\nquor_usb_rx_generic = /opt/other/worker\n");
+  start();
+  const PluggedDevice device = plug(mouse(), fullSpeedSocket(1));
+  EXPECT_EQ(workerOf(device.directory).program(), "/opt/other/worker");
 }
 
 }  // namespace

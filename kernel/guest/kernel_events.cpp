@@ -65,7 +65,7 @@ KernelEvent KernelEvents::waitForNext(const std::string& awaited, const Predicat
     return found != events_.end();
   });
   KernelEvent event = *found;
-  events_.erase(events_.begin(), found + 1);
+  events_.erase(found);
   return event;
 }
 

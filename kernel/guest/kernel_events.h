@@ -34,7 +34,7 @@ class KernelEvents {
  public:
   KernelEvents();
 
-  /** Waits for the next event of this sort behind those that were handed out. */
+  /** Waits for an event of this sort; hands out the oldest that was not handed out before. */
   KernelEvent waitFor(const KernelEventSort& sort);
   /** Waits until the kernel has announced that a directory (beginning with "/sys") has gone. */
   void waitForRemovalOf(const std::string& directory);

@@ -45,8 +45,8 @@ Machine::Machine(const std::string& port) : port_(::open(port.c_str(), O_RDWR | 
 void Machine::execute(const std::string& command, const std::string& arguments) {
   const std::string id = std::to_string(++commands_);
   lines_.clear();
-  send(R"({"execute": ")" + command + R"(", "arguments": )" + arguments + R"(, "id": )" + id + "}\n");
-  const std::string answer = waitForLineWith("\"id\": " + id + "}", "");
+  send(R"({"execute": ")" + command + R"(", "arguments": )" + arguments + R"(, "id": ")" + id + "\"}\n");
+  const std::string answer = waitForLineWith(R"("id": ")" + id + "\"", "");
   if (!contains(answer, R"("return": )")) {
     throw sim::Error("the machine does not carry out " + command + " " + arguments + ": " + answer);
   }

@@ -73,13 +73,13 @@ sim::LinkManager& ReceiverUnit::deliver(const std::string& speed) {
   return *managers_.back();
 }
 
-PluggedDevice& ReceiverUnit::plug(const EmulatedDevice& device, const Socket& socket) {
-  PluggedDevice& plugged = desk.plug(device, socket);
+PluggedDevice ReceiverUnit::plug(const EmulatedDevice& device, const Socket& socket) {
+  PluggedDevice plugged = desk.plug(device, socket);
   settle();
   return plugged;
 }
 
-void ReceiverUnit::takeOut(PluggedDevice& device) {
+void ReceiverUnit::takeOut(const PluggedDevice& device) {
   desk.takeOut(device);
   settle();
 }

@@ -16,6 +16,9 @@ namespace guest {
 
 using Lines = std::vector<std::string>;
 
+/** No line on the display. */
+inline const Lines nothing;
+
 /**
  * A receiver unit that is this whole system: the daemon meets the kernel's own sysfs and uevents. Devices are
  * on the desk; workers, display and link manager are those of the simulated unit. When a test ends,
@@ -41,9 +44,9 @@ class ReceiverUnit : public testing::Test {
   sim::LinkManager& deliver(const std::string& speed = "high");
 
   /** Plugs a device in and waits until the daemon has handled it. */
-  PluggedDevice& plug(const EmulatedDevice& device, const Socket& socket);
+  PluggedDevice plug(const EmulatedDevice& device, const Socket& socket);
   /** Waits until the daemon has seen the device go, too. */
-  void takeOut(PluggedDevice& device);
+  void takeOut(const PluggedDevice& device);
   /** Waits for the node by which a disk's commands are sent, and for the daemon to have handled it. */
   std::string storageNode();
 

@@ -1,0 +1,91 @@
+// A desk full of devices before the daemon starts.
+
+#include <algorithm>
+#include <iostream>
+#include <set>
+#include <sstream>
+
+#include "kernel/guest/receiver_unit.h"
+#include "sim/files.h"
+
+namespace guest {
+namespace {
+
+/** The value of a line "NAME:\tVALUE kB" of /proc/PID/status. */
+int kilobytesOf(pid_t process, const std::string& name) {
+  std::istringstream lines(sim::readFile("/proc/" + std::to_string(process) + "/status"));
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with(name + ":")) {
+      return std::stoi(line.substr(name.size() + 1));
+    }
+  }
+  return 0;
+}
+
+/** Ten devices: a hub with three devices behind it, six others. */
+class FullDesk : public ReceiverUnit {
+ protected:
+  FullDesk() {
+    const PluggedDevice outer = desk.plug(hub(), fullSpeedSocket(1));
+    generic.insert(desk.plugBehind(outer, 1, mouse()).directory);
+    generic.insert(desk.plugBehind(outer, 2, serialAdapter()).directory);
+    generic.insert(desk.plugBehind(outer, 3, smartCardReader()).directory);
+    generic.insert(desk.plug(networkAdapter(), fullSpeedSocket(2)).directory);
+    generic.insert(desk.plug(mediaPlayer(), highSpeedSocket(1)).directory);
+    generic.insert(desk.plug(tablet(), highSpeedSocket(2)).directory);
+    keyboardDirectory = desk.plug(keyboard(), highSpeedSocket(3)).directory;
+    diskDirectory = desk.plug(disk(), highSpeedSocket(4)).directory;
+    storage = desk.events.waitFor(storageNodeAdded).directory;
+    desk.plug(speaker(), fullSpeedSocket(3));
+  }
+
+  /** The devices and nodes of this many workers. */
+  std::set<std::string> served(std::size_t count) {
+    std::set<std::string> devices;
+    while (devices.size() < count && devices.insert(workers.waitForWorker().device()).second) {
+    }
+    return devices;
+  }
+
+  std::set<std::string> generic;  ///< devices for the generic worker under all circumstances
+  std::string keyboardDirectory;
+  std::string diskDirectory;
+  std::string storage;  ///< the disk's node
+};
+
+TEST_F(FullDesk, HasAWorkerForEachAdmittedDeviceAndNoneForHubs) {
+  start();
+  generic.insert({keyboardDirectory, diskDirectory});
+  EXPECT_EQ(daemon->children().size(), generic.size());
+  EXPECT_EQ(served(generic.size()), generic);
+  EXPECT_EQ(display.takeWrites(),
+            Lines{"QEMU USB Audio is not supported because it has isochronous endpoints\n"});
+}
+
+TEST_F(FullDesk, HasItsDiskServedByAWorkerOfItsOwn) {
+  start({"--class=scsi"});
+  generic.insert({keyboardDirectory, storage});
+  EXPECT_EQ(daemon->children().size(), generic.size());
+  EXPECT_EQ(served(generic.size()), generic);
+}
+
+TEST_F(FullDesk, LosesItsKeyboardToAClassThatHasNoNodesHere) {
+  start({"--class=all"});
+  generic.insert(storage);
+  EXPECT_EQ(daemon->children().size(), generic.size());
+  EXPECT_EQ(served(generic.size()), generic);
+}
+
+TEST_F(FullDesk, TakesLittleMemory) {
+  constexpr int limit = 4096;  // kB
+  start({"--class=scsi"});
+  const int resident = kilobytesOf(daemon->pid(), "VmRSS");
+  const int peak = kilobytesOf(daemon->pid(), "VmHWM");
+  std::cout << "Resident memory after coldplug of ten devices: " << resident << " kB, at most " << peak
+            << " kB\n";
+  EXPECT_GT(resident, 0);
+  EXPECT_LT(peak, limit);
+}
+
+}  // namespace
+}  // namespace guest
