@@ -1,6 +1,5 @@
 // A desk full of devices before the daemon starts.
 
-#include <algorithm>
 #include <iostream>
 #include <set>
 #include <sstream>

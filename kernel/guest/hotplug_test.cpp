@@ -1,7 +1,8 @@
 // Devices that come and go while the daemon runs.
 
-#include <algorithm>
+#include <csignal>
 #include <ostream>
+#include <set>
 
 #include "kernel/guest/receiver_unit.h"
 
@@ -136,6 +137,24 @@ TEST_F(Hotplug, SeesEverythingGoThatIsBehindAHub) {
     daemon->waitForLine(" has gone");
   }
   EXPECT_TRUE(daemon->children().empty());
+}
+
+TEST_F(Hotplug, CatchesUpWithWhatHasHappenedWhileTheDaemonWasBusy) {
+  start();
+  daemon->signal(SIGSTOP);
+  const PluggedDevice gone = desk.plug(mouse(), fullSpeedSocket(1));
+  const std::set<std::string> here{desk.plug(keyboard(), fullSpeedSocket(2)).directory,
+                                   desk.plug(tablet(), highSpeedSocket(1)).directory,
+                                   desk.plug(disk(), highSpeedSocket(2)).directory};
+  desk.takeOut(gone);
+  daemon->signal(SIGCONT);
+  settle();
+  EXPECT_EQ(daemon->children().size(), here.size());
+  std::set<std::string> served;
+  for (std::size_t i = 0; i < here.size(); ++i) {
+    served.insert(workers.waitForWorker().device());
+  }
+  EXPECT_EQ(served, here);
 }
 
 TEST_F(Hotplug, UsesTheProgramThatIsConfiguredForGenericWorkers) {

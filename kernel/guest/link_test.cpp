@@ -1,8 +1,9 @@
 // The link to the Transmitter: its parameters and its speed.
 
-#include <csignal>
+#include <algorithm>
 
 #include "kernel/guest/receiver_unit.h"
+#include "sim/files.h"
 
 namespace guest {
 namespace {
@@ -47,6 +48,33 @@ TEST_F(Link, ThatDropsToFullSpeedGivesHighSpeedDevicesUpAndKeepsTheOthers) {
   settleEverySource();
   EXPECT_TRUE(ofSlow.isRunning());
   EXPECT_EQ(daemon->children(), std::vector<pid_t>{ofSlow.start.pid});
+}
+
+// The rule looks for "480" only.
+TEST_F(Link, OfFullSpeedTakesADeviceOfSuperSpeed) {
+  const std::vector<std::string> types = controllers();
+  if (std::find(types.begin(), types.end(), "xhci") == types.end()) {
+    GTEST_SKIP() << "this machine has no xHCI controller";
+  }
+  start({}, "full");
+  const PluggedDevice device = plug(disk(), socketOf("xhci"));
+  EXPECT_EQ(sim::readFile(device.directory + "/speed"), "5000\n");
+  EXPECT_EQ(workerOf(device.directory).start.arguments, genericWorker(device.directory));
+  EXPECT_EQ(display.takeWrites(), nothing);
+}
+
+// A disk's node has no speed that could be asked for.
+TEST_F(Link, ThatDropsToFullSpeedEndsADaemonThatServesADisk) {
+  start({"--class=scsi"});
+  plug(disk(), highSpeedSocket(1));
+  const std::string node = storageNode();
+  workerOf(node);
+  sim::LinkManager manager;
+  sim::LinkParameters parameters;
+  parameters.speed = "full";
+  manager.configure(parameters);
+  EXPECT_EQ(daemon->waitForExit(), sim::ProcessEnd::exited(1));
+  EXPECT_TRUE(daemon->hasLine("No such file or directory while open(\"" + node + "/speed\")"));
 }
 
 TEST_F(Link, ThatBecomesFastTakesAHighSpeedDeviceThatIsPluggedInAgain) {

@@ -56,6 +56,12 @@ void makeSystem() {
   }
 }
 
+void setUnitsEnvironment() {
+  ::setenv("SIM_DAEMON", "/bin/usb_rx_ctrl", 1);
+  ::setenv("SIM_WORKER", "/bin/usb_rx_worker_standin", 1);
+  ::setenv("SIM_TIME_FACTOR", "4", 1);  // an emulated machine is slow
+}
+
 /** The program's exit status, or 128 and the number of the signal that has ended it. */
 int runProgram() {
   const pid_t child = ::fork();
@@ -84,6 +90,7 @@ void printKernelMessages() {
 
 void live() {
   makeSystem();
+  setUnitsEnvironment();
   loadModules("/modules.list");
   const int status = runProgram();
   if (status != EXIT_SUCCESS) {
