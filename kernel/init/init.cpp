@@ -10,7 +10,6 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -66,8 +65,7 @@ void setUnitsEnvironment() {
 int runProgram() {
   const pid_t child = ::fork();
   if (child == 0) {
-    std::array<char*, 2> arguments{const_cast<char*>(program), nullptr};
-    ::execv(program, arguments.data());
+    ::execl(program, program, nullptr);
     ::_exit(127);
   }
   int status = 0;

@@ -1,0 +1,11 @@
+# Finds GoogleTest: the target `GTest::gtest_main`.
+
+if(NOT TARGET GTest::gtest_main)
+  if(CMAKE_CROSSCOMPILING)
+    # Debian's GoogleTest library is of the building machine's architecture.
+    add_subdirectory(/usr/src/googletest googletest EXCLUDE_FROM_ALL)
+  else()
+    find_package(GTest REQUIRED)
+  endif()
+endif()
+find_package(Threads REQUIRED)
