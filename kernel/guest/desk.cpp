@@ -30,6 +30,10 @@ std::string nextId() {
   return "device" + std::to_string(++made);
 }
 
+bool isBehind(const PluggedDevice& device, const PluggedDevice& outer) {
+  return !outer.directory.empty() && device.directory.starts_with(outer.directory + "/");
+}
+
 std::string withId(std::string text, const std::string& id) {
   for (std::size_t at = text.find('@'); at != std::string::npos; at = text.find('@', at + id.size())) {
     text.replace(at, 1, id);
@@ -80,9 +84,9 @@ PluggedDevice Desk::plug(const EmulatedDevice& device, const Socket& socket) {
   machine_.execute("device_add", R"({"driver": ")" + device.driver + R"(", "id": ")" + id + R"(", "bus": ")" +
                                      socket.bus + R"(", "port": ")" + socket.port + "\"" +
                                      withId(device.properties, id) + "}");
+  devices_.push_back({.device = device, .socket = socket, .id = id, .directory = {}});
   execute(device.after, id);
-  devices_.push_back(
-      {.device = device, .socket = socket, .id = id, .directory = events.waitFor(usbDeviceBound).directory});
+  devices_.back().directory = events.waitFor(usbDeviceBound).directory;
   return devices_.back();
 }
 
@@ -93,8 +97,10 @@ PluggedDevice Desk::plugBehind(const PluggedDevice& outer, int port, const Emula
 void Desk::takeOut(const PluggedDevice& device) {
   machine_.execute("device_del", R"({"id": ")" + device.id + "\"}");
   machine_.waitUntilDeleted(device.id);
-  events.waitForRemovalOf(device.directory);
-  forget(device.directory);
+  if (!device.directory.empty()) {
+    events.waitForRemovalOf(device.directory);
+  }
+  forget(device);
 }
 
 void Desk::execute(const std::vector<MachineCommand>& commands, const std::string& id) {
@@ -104,9 +110,9 @@ void Desk::execute(const std::vector<MachineCommand>& commands, const std::strin
 }
 
 // The machine has deleted what is behind a hub together with the hub.
-void Desk::forget(const std::string& directory) {
+void Desk::forget(const PluggedDevice& taken) {
   std::erase_if(devices_, [&](const PluggedDevice& device) {
-    const bool hasGone = (device.directory + "/").starts_with(directory + "/");
+    const bool hasGone = device.id == taken.id || isBehind(device, taken);
     if (hasGone) {
       execute(device.device.afterDeletion, device.id);
     }

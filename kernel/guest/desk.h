@@ -29,7 +29,7 @@ struct PluggedDevice {
   EmulatedDevice device;
   Socket socket;
   std::string id;         ///< the machine's name of it
-  std::string directory;  ///< the device's own, beginning with "/sys/devices/"
+  std::string directory;  ///< the device's own, beginning with "/sys/devices/"; empty before the kernel tells
 };
 
 /** The user's desk: devices are plugged into the machine and taken out by hand. */
@@ -56,8 +56,8 @@ class Desk {
 
  private:
   void execute(const std::vector<MachineCommand>& commands, const std::string& id);
-  /** Takes away everything at and below a directory from the devices that are plugged in. */
-  void forget(const std::string& directory);
+  /** Takes the device, and what was behind it, away from those that are plugged in. */
+  void forget(const PluggedDevice& taken);
 
   Machine& machine_;
   std::vector<PluggedDevice> devices_;  ///< those behind a hub come after it

@@ -128,6 +128,7 @@ TEST_F(Hotplug, SeesEverythingGoThatIsBehindAHub) {
   }
   settle();
   std::vector<sim::Worker*> started;
+  started.reserve(count);
   for (int i = 0; i < count; ++i) {
     started.push_back(&workers.waitForWorker());
   }

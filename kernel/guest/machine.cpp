@@ -14,6 +14,9 @@ namespace guest {
 
 namespace {
 
+/** A byte at which the monitor gives up a text that it has heard in part. */
+constexpr const char* startAnew = "\xff\n";
+
 /** Without echo, and with reads that take what is there: the monitor must not hear its own words. */
 void makeRaw(const sim::Descriptor& port) {
   termios settings{};
@@ -23,7 +26,7 @@ void makeRaw(const sim::Descriptor& port) {
   ::cfmakeraw(&settings);
   settings.c_cc[VMIN] = 0;
   settings.c_cc[VTIME] = 0;
-  if (::tcsetattr(port.get(), TCSANOW, &settings) != 0) {
+  if (::tcsetattr(port.get(), TCSAFLUSH, &settings) != 0) {
     throw sim::systemError("tcsetattr(monitor)");
   }
 }
@@ -39,6 +42,7 @@ Machine::Machine(const std::string& port) : port_(::open(port.c_str(), O_RDWR | 
     throw sim::systemError("open(" + port + ")");
   }
   makeRaw(port_);
+  send(startAnew);  // its greeting may have been echoed before that, or a part of it
   execute("qmp_capabilities", "{}");
 }
 

@@ -25,9 +25,15 @@ inline const Lines nothing;
  * everything is taken out and every worker has ended.
  */
 class ReceiverUnit : public testing::Test {
+ public:
+  ~ReceiverUnit() override;
+  ReceiverUnit(const ReceiverUnit&) = delete;
+  ReceiverUnit& operator=(const ReceiverUnit&) = delete;
+  ReceiverUnit(ReceiverUnit&&) = delete;
+  ReceiverUnit& operator=(ReceiverUnit&&) = delete;
+
  protected:
   ReceiverUnit();
-  ~ReceiverUnit() override;
 
   /** Replaces the section "usb" of the configuration. Without this there is no configuration. */
   static void configure(const std::string& usbSettings);
