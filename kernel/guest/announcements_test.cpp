@@ -11,7 +11,7 @@ namespace {
 class Announcements : public ReceiverUnit {
  protected:
   /** Those of `expected` that the daemon has heard, in the order in which it has heard them. */
-  Lines heardOf(const Lines& expected) const {
+  [[nodiscard]] Lines heardOf(const Lines& expected) const {
     const Lines messages = daemon->messages();
     Lines heard;
     std::copy_if(messages.begin(), messages.end(), std::back_inserter(heard),
