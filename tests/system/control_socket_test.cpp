@@ -133,6 +133,7 @@ TEST_F(ControlSocket, CannotTakeThePlaceOfADirectory) {
 
 TEST_F(ControlSocket, QueuesAsManyClientsAsABacklogOfFiveAllows) {
   startAtUsualPath();
+  unit.waitUntilServing();
   HeldDaemon held(unit);
   std::vector<sim::Descriptor> queued;
   for (sim::Descriptor client = tryToConnect(usualPath); client.isOpen(); client = tryToConnect(usualPath)) {

@@ -8,7 +8,7 @@
  */
 class HeldDaemon {
  public:
-  /** Returns when the daemon waits. Its port must not be 0. */
+  /** Returns when the daemon waits. It must be serving, and its port must not be 0. */
   explicit HeldDaemon(sim::Unit& unit);
 
   /** The silent client asks for the link parameters and is answered; the daemon's next round begins. */
