@@ -18,8 +18,12 @@ need_packages() {
   fi
   printf '== Installing %s\n' "${missing[*]}"
   export DEBIAN_FRONTEND=noninteractive
-  apt-get update -qq || printf 'Going on with the package lists that are there.\n' >&2
+  refresh_package_lists
   apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+refresh_package_lists() {
+  apt-get update -qq || printf 'Going on with the package lists that are there.\n' >&2
 }
 
 # What every build of the project needs.

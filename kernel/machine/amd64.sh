@@ -36,9 +36,9 @@ fetch_kernel() {
 prepare_kernel() {
   local package
   package=$(kernel_package)
-  if [ -z "$package" ]; then
-    printf 'The package lists name no kernel; get them by: apt-get update\n' >&2
-    return 1
+  if [ -z "$package" ] || [ ! -d "$1/$package" ]; then
+    refresh_package_lists # the mirror may hold another one by now
+    package=$(kernel_package)
   fi
   kernel_folder=$1/$package
   kernel_release=${package#linux-image-}

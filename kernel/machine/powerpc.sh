@@ -24,33 +24,48 @@ make_kernel() {
   nice make -C "$kernel_source" ARCH=powerpc CROSS_COMPILE=powerpc-linux-gnu- -j "$(nproc)" "$@"
 }
 
-# Builds the kernel in the current folder.
+# folder_of_kernel CACHE: prints a path named after the version of the sources and the configuration.
+folder_of_kernel() {
+  local version
+  version=$(apt-cache show --no-all-versions "$kernel_source" 2>/dev/null | sed -n 's/^Version: //p')
+  printf '%s/powerpc-%s-%s' "$1" "$version" "$(sha256sum "$kernel_config" | cut -c 1-8)"
+}
+
+# Builds the kernel in the current folder, whose path has no blanks: the kernel's makefiles allow none.
 build_kernel() {
   printf '== Fetching %s\n' "$kernel_source"
   apt-get download -qq -o APT::Sandbox::User=root "$kernel_source"
   dpkg-deb --fsys-tarfile "$kernel_source"_*.deb | tar -xO "./usr/src/$kernel_source.tar.xz" | tar -xJ
   printf '== Building a kernel, this once (some minutes)\n'
   make_kernel KCONFIG_ALLCONFIG="$kernel_config" allnoconfig >/dev/null
-  make_kernel vmlinux 2>make.log | count_files
+  make_kernel vmlinux 2>make.log | count_files || tell_failed_build
   powerpc-linux-gnu-strip -o vmlinux "$kernel_source/vmlinux"
 }
 
-# prepare_kernel CACHE: provides the compiler and the kernel, the latter in a folder named by the version of the sources and by the configuration;
-# sets kernel_release and kernel_image.
+tell_failed_build() {
+  printf 'The kernel was not built:\n' >&2
+  tail -n 20 make.log >&2
+  return 1
+}
+
+# prepare_kernel CACHE: provides the compiler and the kernel; sets kernel_release and kernel_image.
 prepare_kernel() {
-  local version folder
+  local folder work
   prepare_target powerpc
-  version=$(apt-cache show --no-all-versions "$kernel_source" | sed -n 's/^Version: //p')
-  folder=$1/powerpc-$version-$(sha256sum "$kernel_config" | cut -c 1-8)
-  kernel_release="$version for powerpc"
+  folder=$(folder_of_kernel "$1")
+  if [ ! -d "$folder" ]; then
+    refresh_package_lists # the mirror may hold another version by now
+    folder=$(folder_of_kernel "$1")
+  fi
+  kernel_release=${folder##*/}
   kernel_image=$folder/vmlinux
-  [ ! -f "$kernel_image" ] || return 0
-  rm -rf "$folder" "$folder.part"
+  [ ! -d "$folder" ] || return 0
+  work=$(mktemp -d)
+  (cd "$work" && build_kernel)
   mkdir -p "$folder.part"
-  (cd "$folder.part" && build_kernel)
-  mkdir "$folder"
-  mv "$folder.part/vmlinux" "$folder/"
-  rm -rf "$folder.part"
+  mv "$work/vmlinux" "$folder.part/"
+  mv "$folder.part" "$folder"
+  rm -r "$work"
 }
 
 # This kernel has no modules.
