@@ -15,7 +15,7 @@ prepare_target() {
 
 # Lets apt install libraries for another architecture beside this machine's own.
 need_architecture() {
-  if ! dpkg --print-foreign-architectures | grep -qx "$1"; then
+  if [ "$(id -u)" -eq 0 ] && ! dpkg --print-foreign-architectures | grep -qx "$1"; then
     printf '== Adding the architecture %s to apt\n' "$1"
     dpkg --add-architecture "$1"
   fi
@@ -25,37 +25,45 @@ need_architecture() {
 # package of this one and can parse an open stream.
 iniparser_version=4.2.6
 iniparser_sha256=50be6754755ffe15cd5de4a26425b6ea571266efc7619e5986122e5349b3b0a9
-iniparser_built=build/powerpc-libraries/usr
+powerpc_libraries=build/powerpc-libraries # where cmake/toolchains/powerpc.cmake looks
 
 need_powerpc_iniparser() {
-  [ ! -e "$iniparser_built/lib/libiniparser.a" ] || return 0
+  local part=$powerpc_libraries.part
+  [ "$(cat "$powerpc_libraries/iniparser" 2>/dev/null)" != "$iniparser_version" ] || return 0
   printf '== Building iniparser %s for powerpc\n' "$iniparser_version"
   need_packages xz-utils
-  local work
-  work=$(mktemp -d)
-  fetch_iniparser "$work"
-  compile_iniparser "$work"
-  rm -r "$work"
+  rm -rf "$powerpc_libraries" "$part"
+  mkdir -p "$part/source"
+  fetch_iniparser "$part/source"
+  compile_iniparser "$part/source" "$part/usr"
+  rm -r "$part/source"
+  printf '%s\n' "$iniparser_version" >"$part/iniparser"
+  mv "$part" "$powerpc_libraries"
 }
 
-# From the same mirror as this machine's own packages.
+# fetch_iniparser FOLDER: from the same mirror as this machine's own packages.
 fetch_iniparser() {
   local mirror
-  mirror=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' | grep -v security | head -n 1)
+  # shellcheck disable=SC2016 # apt replaces it
+  mirror=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Origin: Debian' 'Component: main' |
+    grep -v security | head -n 1)
   /usr/lib/apt/apt-helper -o APT::Sandbox::User=root download-file \
-    "${mirror}pool/main/i/iniparser/iniparser_$iniparser_version.orig.tar.xz" "$1/iniparser.tar.xz" \
+    "${mirror}pool/main/i/iniparser/iniparser_$iniparser_version.orig.tar.xz" "$1.tar.xz" \
     "SHA256:$iniparser_sha256" >/dev/null
-  tar -C "$1" -xf "$1/iniparser.tar.xz" --strip-components=1
+  tar -C "$1" -xf "$1.tar.xz" --strip-components=1
+  rm "$1.tar.xz"
 }
 
+# compile_iniparser SOURCES FOLDER
 compile_iniparser() {
-  mkdir -p "$iniparser_built/lib" "$iniparser_built/include/iniparser"
-  cp "$1"/src/*.h "$iniparser_built/include/iniparser"
+  mkdir -p "$2/lib" "$2/include/iniparser"
+  cp "$1"/src/*.h "$2/include/iniparser"
   (
     cd "$1"
     powerpc-linux-gnu-gcc -Os -ffunction-sections -fdata-sections -fPIC -c src/*.c
-    powerpc-linux-gnu-gcc -shared -Wl,-soname,libiniparser.so.4 -o libiniparser.so ./*.o
+    powerpc-linux-gnu-gcc -shared -Wl,-soname,libiniparser.so.4 -o libiniparser.so.4 ./*.o
     powerpc-linux-gnu-ar rcs libiniparser.a ./*.o
   )
-  cp "$1/libiniparser.so" "$1/libiniparser.a" "$iniparser_built/lib"
+  cp "$1/libiniparser.so.4" "$1/libiniparser.a" "$2/lib"
+  ln -s libiniparser.so.4 "$2/lib/libiniparser.so"
 }
