@@ -261,7 +261,7 @@ TEST(UeventSocket, ThrowsWhenADatagramIsThereButCannotBeTaken) {
     const NetlinkClientSocket socket;
     sim::UeventSender().send("A=b");
     if (!support::failSystemCall(SYS_recvfrom, support::ArgumentIs{.index = 3, .value = 0}, EIO)) {
-      GTEST_SKIP() << "no seccomp filters here";
+      GTEST_SKIP() << "no filter can tell this call from others here";
     }
     EXPECT_EQ(support::contextThrownBy<ulx::IOError>([&socket] { (void)socket.recvfrom(); }),
               failedReceive(socket.fd()));

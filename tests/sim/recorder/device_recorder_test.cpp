@@ -88,7 +88,7 @@ TEST_F(Recorder, DropsWhatTheDeviceAnnouncesByItselfBeforeItIsTakenOut) {
   unit.plug(mouse);
   recorder.recordPlug();
   unit.uevents.send(sim::uevent("change", mouse.devpath(), {{"DISK_MEDIA_CHANGE", "1"}}));
-  const TimedAction later(1, [&] { unit.unplug(mouse); });
+  const TimedAction later(2, [&] { unit.unplug(mouse); });
 
   EXPECT_EQ(unplugged(), datagramsOf(mouse.unplugEvents));
 }
