@@ -16,7 +16,7 @@ namespace {
 sim::DeviceRecording recordingOf(const EmulatedDevice& device, const Socket& socket,
                                  const std::string& name) {
   Desk desk;
-  sim::DeviceRecorder recorder;
+  sim::DeviceRecorder recorder({.quiet = 0.5, .limit = 60});
   const PluggedDevice plugged = desk.plug(device, socket);
   recorder.recordPlug();
   desk.takeOut(plugged);
