@@ -27,6 +27,7 @@ std::vector<std::string> environmentOf(pid_t process) {
 
 std::vector<int> numbersOf(const std::vector<sim::OpenDescriptor>& descriptors) {
   std::vector<int> numbers;
+  numbers.reserve(descriptors.size());
   for (const sim::OpenDescriptor& descriptor : descriptors) {
     numbers.push_back(descriptor.number);
   }
