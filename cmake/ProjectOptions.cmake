@@ -1,51 +1,44 @@
-# What every target of the project is compiled with: link `project_options`.
+# What every target of the project is compiled and linked with. Targets link `project_options` privately, so nothing of
+# this reaches another project that links one of the libraries.
+
+set(CMAKE_CXX_EXTENSIONS OFF)
 
 add_library(project_options INTERFACE)
 target_compile_features(project_options INTERFACE cxx_std_20)
-set(CMAKE_CXX_EXTENSIONS OFF)
 
-# Sources include each other as "folder/name.h".
-target_include_directories(project_options INTERFACE ${PROJECT_SOURCE_DIR})
+# Large files also where `long` has 32 bits: without it readdir and stat fail on big inode numbers.
+# Time of 64 bits there too: after January 2038 the clock would stand still.
+set(wide_types _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+target_compile_definitions(project_options INTERFACE ${wide_types})
 
-target_compile_options(
-  project_options
-  INTERFACE -Wall
-            -Wextra
-            -Wpedantic
-            -Wshadow
-            -Wconversion
-            -Wsign-conversion
-            -Werror)
+# The presets turn warnings into errors; whoever builds without a preset only sees them.
+target_compile_options(project_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion)
 
 # Optimising, GCC 12 sees overlapping copies in a concatenation of a literal and a temporary string (its bug 105651).
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   target_compile_options(project_options INTERFACE $<$<NOT:$<CONFIG:Debug>>:-Wno-restrict>)
 endif()
 
-# Large files also where `long` has 32 bits: without it readdir and stat fail on big inode numbers.
-# Time of 64 bits there too: after January 2038 the clock would stand still.
-target_compile_definitions(project_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
-
 option(USB_RX_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 if(USB_RX_SANITIZE)
   # Not vptr: that check opens a pipe, and some tests leave the daemon without a free descriptor.
   target_compile_options(project_options INTERFACE -fsanitize=address,undefined -fno-sanitize=vptr
                                                    -fno-sanitize-recover=all -fno-omit-frame-pointer)
-  target_link_options(project_options INTERFACE -fsanitize=address,undefined)
+  add_link_options(-fsanitize=address,undefined)
 endif()
 
 option(USB_RX_COVERAGE "Build for line coverage with gcov" OFF)
 if(USB_RX_COVERAGE)
   target_compile_options(project_options INTERFACE --coverage -fprofile-update=atomic)
-  target_link_options(project_options INTERFACE --coverage)
+  add_link_options(--coverage)
 endif()
 
 option(USB_RX_STATIC "Link the programs statically: they then need nothing of the machine that they run on" OFF)
 if(USB_RX_STATIC)
-  target_link_options(project_options INTERFACE -static)
+  add_link_options(-static)
 endif()
 
 # Where size counts, what nothing calls is left out, and so are the names.
 set(size_counts $<CONFIG:MinSizeRel>)
 target_compile_options(project_options INTERFACE $<${size_counts}:-ffunction-sections> $<${size_counts}:-fdata-sections>)
-target_link_options(project_options INTERFACE $<${size_counts}:LINKER:--gc-sections> $<${size_counts}:LINKER:--strip-all>)
+add_link_options($<${size_counts}:LINKER:--gc-sections> $<${size_counts}:LINKER:--strip-all>)

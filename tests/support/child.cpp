@@ -1,4 +1,4 @@
-#include "tests/support/child.h"
+#include "support/child.h"
 
 #include <gtest/gtest.h>
 #include <linux/capability.h>

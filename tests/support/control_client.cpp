@@ -1,4 +1,4 @@
-#include "tests/support/control_client.h"
+#include "support/control_client.h"
 
 #include <sys/socket.h>
 #include <sys/un.h>

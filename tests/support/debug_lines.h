@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/output.h"
+#include "support/output.h"
 
 namespace support {
 

@@ -1,4 +1,4 @@
-#include "tests/support/descriptors.h"
+#include "support/descriptors.h"
 
 #include <fcntl.h>
 #include <sys/resource.h>

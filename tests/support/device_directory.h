@@ -3,7 +3,7 @@
 #include <string>
 
 #include "sim/files.h"
-#include "tests/support/temporary_directory.h"
+#include "support/temporary_directory.h"
 
 namespace support {
 

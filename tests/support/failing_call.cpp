@@ -1,4 +1,4 @@
-#include "tests/support/failing_call.h"
+#include "support/failing_call.h"
 
 #include <linux/filter.h>
 #include <linux/net.h>

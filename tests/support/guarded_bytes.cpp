@@ -1,4 +1,4 @@
-#include "tests/support/guarded_bytes.h"
+#include "support/guarded_bytes.h"
 
 #include <sys/mman.h>
 #include <unistd.h>

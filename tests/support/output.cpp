@@ -1,4 +1,4 @@
-#include "tests/support/output.h"
+#include "support/output.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "tests/support/test_ctrl.h"
+#include "support/test_ctrl.h"
 
 #include <unistd.h>
 

@@ -4,9 +4,9 @@
 #include <vector>
 
 #include "ctrl/rx_ctrl.h"
-#include "tests/support/output.h"
-#include "tests/support/restored_settings.h"
-#include "tests/support/temporary_directory.h"
+#include "support/output.h"
+#include "support/restored_settings.h"
+#include "support/temporary_directory.h"
 
 namespace support {
 

@@ -1,4 +1,4 @@
-#include "tests/support/unprivileged_child.h"
+#include "support/unprivileged_child.h"
 
 #include <linux/capability.h>
 #include <sys/syscall.h>

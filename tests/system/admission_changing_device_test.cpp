@@ -2,8 +2,8 @@
 
 #include <filesystem>
 
-#include "tests/system/support/admission_check.h"
-#include "tests/system/support/held_attribute.h"
+#include "system/support/admission_check.h"
+#include "system/support/held_attribute.h"
 
 namespace {
 

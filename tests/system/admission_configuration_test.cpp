@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "tests/system/support/admission_check.h"
+#include "system/support/admission_check.h"
 
 namespace {
 

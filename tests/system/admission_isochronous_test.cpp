@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "tests/system/support/admission_check.h"
+#include "system/support/admission_check.h"
 
 namespace {
 

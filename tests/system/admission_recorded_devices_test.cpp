@@ -4,7 +4,7 @@
 #include <set>
 
 #include "sim/recording_views.h"
-#include "tests/system/support/admission_check.h"
+#include "system/support/admission_check.h"
 
 namespace {
 

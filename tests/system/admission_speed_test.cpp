@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "tests/system/support/admission_check.h"
-#include "tests/system/support/control_messages.h"
+#include "system/support/admission_check.h"
+#include "system/support/control_messages.h"
 
 namespace {
 

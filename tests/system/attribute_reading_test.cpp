@@ -11,8 +11,8 @@
 
 #include "sim/descriptor.h"
 #include "sim/error.h"
-#include "tests/system/support/attached_devices.h"
-#include "tests/system/support/hotplug.h"
+#include "system/support/attached_devices.h"
+#include "system/support/hotplug.h"
 
 namespace {
 

@@ -7,11 +7,11 @@
 #include <vector>
 
 #include "sim/unit.h"
-#include "tests/system/support/attached_devices.h"
-#include "tests/system/support/eventually.h"
-#include "tests/system/support/held_daemon.h"
-#include "tests/system/support/process_state.h"
-#include "tests/system/support/stopped_daemon.h"
+#include "system/support/attached_devices.h"
+#include "system/support/eventually.h"
+#include "system/support/held_daemon.h"
+#include "system/support/process_state.h"
+#include "system/support/stopped_daemon.h"
 
 namespace {
 

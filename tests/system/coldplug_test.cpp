@@ -9,10 +9,10 @@
 #include <vector>
 
 #include "sim/recording_views.h"
-#include "tests/system/support/attached_devices.h"
-#include "tests/system/support/held_attribute.h"
-#include "tests/system/support/hotplug.h"
-#include "tests/system/support/last_words.h"
+#include "system/support/attached_devices.h"
+#include "system/support/held_attribute.h"
+#include "system/support/hotplug.h"
+#include "system/support/last_words.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "sim/unit.h"
-#include "tests/system/support/attached_devices.h"
+#include "system/support/attached_devices.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "sim/error.h"
-#include "tests/system/support/control_messages.h"
-#include "tests/system/support/eventually.h"
+#include "system/support/control_messages.h"
+#include "system/support/eventually.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "tests/system/support/control_messages.h"
-#include "tests/system/support/eventually.h"
+#include "system/support/control_messages.h"
+#include "system/support/eventually.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "sim/error.h"
-#include "tests/system/support/control_messages.h"
-#include "tests/system/support/eventually.h"
-#include "tests/system/support/held_daemon.h"
+#include "system/support/control_messages.h"
+#include "system/support/eventually.h"
+#include "system/support/held_daemon.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 
 #include <filesystem>
 
-#include "tests/system/support/control_messages.h"
-#include "tests/system/support/eventually.h"
-#include "tests/system/support/worker_launch.h"
+#include "system/support/control_messages.h"
+#include "system/support/eventually.h"
+#include "system/support/worker_launch.h"
 
 namespace {
 

@@ -3,10 +3,10 @@
 #include <csignal>
 
 #include "sim/files.h"
-#include "tests/system/support/control_messages.h"
-#include "tests/system/support/eventually.h"
-#include "tests/system/support/process_state.h"
-#include "tests/system/support/worker_launch.h"
+#include "system/support/control_messages.h"
+#include "system/support/eventually.h"
+#include "system/support/process_state.h"
+#include "system/support/worker_launch.h"
 
 namespace {
 

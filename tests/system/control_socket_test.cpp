@@ -9,8 +9,8 @@
 
 #include "sim/error.h"
 #include "sim/files.h"
-#include "tests/system/support/control_messages.h"
-#include "tests/system/support/held_daemon.h"
+#include "system/support/control_messages.h"
+#include "system/support/held_daemon.h"
 
 namespace {
 

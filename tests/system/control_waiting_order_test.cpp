@@ -10,8 +10,8 @@
 
 #include "sim/error.h"
 #include "sim/wait.h"
-#include "tests/system/support/control_messages.h"
-#include "tests/system/support/eventually.h"
+#include "system/support/control_messages.h"
+#include "system/support/eventually.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <ostream>
 #include <string>
 
-#include "tests/system/support/attached_devices.h"
-#include "tests/system/support/hotplug.h"
+#include "system/support/attached_devices.h"
+#include "system/support/hotplug.h"
 
 namespace {
 

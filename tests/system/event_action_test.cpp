@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "tests/system/support/hotplug.h"
+#include "system/support/hotplug.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <cstdlib>
 
 #include "sim/unit.h"
-#include "tests/system/support/control_messages.h"
-#include "tests/system/support/made_up_devices.h"
-#include "tests/system/support/ordinary_user.h"
+#include "system/support/control_messages.h"
+#include "system/support/made_up_devices.h"
+#include "system/support/ordinary_user.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "sim/unit.h"
-#include "tests/system/support/attached_devices.h"
-#include "tests/system/support/process_state.h"
+#include "system/support/attached_devices.h"
+#include "system/support/process_state.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 
 #include "sim/unit.h"
 #include "sim/wait.h"
-#include "tests/system/support/attached_devices.h"
-#include "tests/system/support/process_state.h"
+#include "system/support/attached_devices.h"
+#include "system/support/process_state.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 
 #include <string>
 
-#include "tests/system/support/attached_devices.h"
-#include "tests/system/support/held_attribute.h"
-#include "tests/system/support/hotplug.h"
+#include "system/support/attached_devices.h"
+#include "system/support/held_attribute.h"
+#include "system/support/hotplug.h"
 
 namespace {
 

@@ -5,10 +5,10 @@
 #include <functional>
 #include <string>
 
-#include "tests/system/support/attached_devices.h"
-#include "tests/system/support/held_attribute.h"
-#include "tests/system/support/hotplug.h"
-#include "tests/system/support/system_call_trace.h"
+#include "system/support/attached_devices.h"
+#include "system/support/held_attribute.h"
+#include "system/support/hotplug.h"
+#include "system/support/system_call_trace.h"
 
 namespace {
 

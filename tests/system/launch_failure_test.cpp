@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "tests/system/support/control_messages.h"
-#include "tests/system/support/worker_launch.h"
+#include "system/support/control_messages.h"
+#include "system/support/worker_launch.h"
 
 namespace {
 

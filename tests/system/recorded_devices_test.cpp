@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "sim/recording_views.h"
-#include "tests/system/support/hotplug.h"
+#include "system/support/hotplug.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "sim/unit.h"
-#include "tests/system/support/attached_devices.h"
-#include "tests/system/support/process_state.h"
-#include "tests/system/support/stopped_daemon.h"
+#include "system/support/attached_devices.h"
+#include "system/support/process_state.h"
+#include "system/support/stopped_daemon.h"
 
 namespace {
 

@@ -9,11 +9,11 @@
 #include <vector>
 
 #include "sim/unit.h"
-#include "tests/system/support/attached_devices.h"
-#include "tests/system/support/eventually.h"
-#include "tests/system/support/held_attribute.h"
-#include "tests/system/support/process_state.h"
-#include "tests/system/support/system_call_trace.h"
+#include "system/support/attached_devices.h"
+#include "system/support/eventually.h"
+#include "system/support/held_attribute.h"
+#include "system/support/process_state.h"
+#include "system/support/system_call_trace.h"
 
 namespace {
 

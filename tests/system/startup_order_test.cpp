@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "sim/unit.h"
-#include "tests/system/support/attached_devices.h"
-#include "tests/system/support/eventually.h"
-#include "tests/system/support/last_words.h"
-#include "tests/system/support/process_state.h"
+#include "system/support/attached_devices.h"
+#include "system/support/eventually.h"
+#include "system/support/last_words.h"
+#include "system/support/process_state.h"
 
 namespace {
 

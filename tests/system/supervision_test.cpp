@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "tests/system/support/attached_devices.h"
-#include "tests/system/support/eventually.h"
-#include "tests/system/support/hotplug.h"
-#include "tests/system/support/last_words.h"
-#include "tests/system/support/process_state.h"
-#include "tests/system/support/stopped_daemon.h"
+#include "system/support/attached_devices.h"
+#include "system/support/eventually.h"
+#include "system/support/hotplug.h"
+#include "system/support/last_words.h"
+#include "system/support/process_state.h"
+#include "system/support/stopped_daemon.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/system/support/hotplug.h"
-#include "tests/system/support/system_call_trace.h"
+#include "system/support/hotplug.h"
+#include "system/support/system_call_trace.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "sim/error.h"
-#include "tests/system/support/hotplug.h"
+#include "system/support/hotplug.h"
 
 using namespace std::string_literals;
 

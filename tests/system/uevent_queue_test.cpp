@@ -13,8 +13,8 @@
 
 #include "sim/descriptor.h"
 #include "sim/files.h"
-#include "tests/system/support/held_attribute.h"
-#include "tests/system/support/hotplug.h"
+#include "system/support/held_attribute.h"
+#include "system/support/hotplug.h"
 
 namespace {
 

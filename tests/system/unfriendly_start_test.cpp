@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "sim/unit.h"
-#include "tests/system/support/attached_devices.h"
-#include "tests/system/support/eventually.h"
-#include "tests/system/support/process_state.h"
+#include "system/support/attached_devices.h"
+#include "system/support/eventually.h"
+#include "system/support/process_state.h"
 
 namespace {
 

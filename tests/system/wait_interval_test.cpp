@@ -6,9 +6,9 @@
 #include <string>
 
 #include "sim/unit.h"
-#include "tests/system/support/attached_devices.h"
-#include "tests/system/support/process_state.h"
-#include "tests/system/support/system_call_trace.h"
+#include "system/support/attached_devices.h"
+#include "system/support/process_state.h"
+#include "system/support/system_call_trace.h"
 
 namespace {
 

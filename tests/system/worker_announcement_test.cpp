@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "sim/recording_views.h"
-#include "tests/system/support/control_messages.h"
-#include "tests/system/support/worker_launch.h"
+#include "system/support/control_messages.h"
+#include "system/support/worker_launch.h"
 
 namespace {
 

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "sim/files.h"
-#include "tests/system/support/control_messages.h"
-#include "tests/system/support/eventually.h"
-#include "tests/system/support/worker_launch.h"
+#include "system/support/control_messages.h"
+#include "system/support/eventually.h"
+#include "system/support/worker_launch.h"
 
 namespace {
 

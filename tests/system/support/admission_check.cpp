@@ -1,4 +1,4 @@
-#include "tests/system/support/admission_check.h"
+#include "system/support/admission_check.h"
 
 #include <algorithm>
 #include <csignal>

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "sim/unit.h"
-#include "tests/system/support/made_up_devices.h"
+#include "system/support/made_up_devices.h"
 
 /** What became of a device that was plugged in. */
 struct Decision {

@@ -1,4 +1,4 @@
-#include "tests/system/support/attached_devices.h"
+#include "system/support/attached_devices.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "tests/system/support/control_messages.h"
+#include "system/support/control_messages.h"
 
 std::string askForParameters(sim::Unit& unit) {
   sim::LinkManager client = unit.connect();

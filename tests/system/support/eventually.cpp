@@ -1,4 +1,4 @@
-#include "tests/system/support/eventually.h"
+#include "system/support/eventually.h"
 
 #include "sim/error.h"
 #include "sim/wait.h"

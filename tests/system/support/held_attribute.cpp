@@ -1,4 +1,4 @@
-#include "tests/system/support/held_attribute.h"
+#include "system/support/held_attribute.h"
 
 #include <fcntl.h>
 #include <sys/inotify.h>

@@ -1,9 +1,9 @@
-#include "tests/system/support/held_daemon.h"
+#include "system/support/held_daemon.h"
 
 #include <cstddef>
 
-#include "tests/system/support/eventually.h"
-#include "tests/system/support/process_state.h"
+#include "system/support/eventually.h"
+#include "system/support/process_state.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "tests/system/support/hotplug.h"
+#include "system/support/hotplug.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "tests/system/support/last_words.h"
+#include "system/support/last_words.h"
 
 #include <gtest/gtest.h>
 

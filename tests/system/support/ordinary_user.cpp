@@ -1,4 +1,4 @@
-#include "tests/system/support/ordinary_user.h"
+#include "system/support/ordinary_user.h"
 
 #include <sched.h>
 #include <sys/prctl.h>

@@ -1,11 +1,11 @@
-#include "tests/system/support/process_state.h"
+#include "system/support/process_state.h"
 
 #include <csignal>
 #include <filesystem>
 #include <sstream>
 
 #include "sim/files.h"
-#include "tests/system/support/eventually.h"
+#include "system/support/eventually.h"
 
 namespace {
 

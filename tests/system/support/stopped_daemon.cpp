@@ -1,8 +1,8 @@
-#include "tests/system/support/stopped_daemon.h"
+#include "system/support/stopped_daemon.h"
 
 #include <csignal>
 
-#include "tests/system/support/process_state.h"
+#include "system/support/process_state.h"
 
 StoppedDaemon::StoppedDaemon(sim::Unit& unit) : daemon_(unit.daemon()) {
   settleEverySource(unit);

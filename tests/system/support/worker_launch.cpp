@@ -1,4 +1,4 @@
-#include "tests/system/support/worker_launch.h"
+#include "system/support/worker_launch.h"
 
 void WorkerLaunch::startWith(const Arguments& options, const sim::ProcessOptions& world) {
   startFor({"transmitter", "5000", "high"}, options, world);

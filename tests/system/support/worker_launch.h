@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "sim/unit.h"
-#include "tests/system/support/made_up_devices.h"
+#include "system/support/made_up_devices.h"
 
 using Arguments = std::vector<std::string>;
 

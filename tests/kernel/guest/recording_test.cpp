@@ -1,0 +1,63 @@
+// What the recorder makes of a real kernel's devices.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "kernel/guest/desk.h"
+#include "sim/device_recording.h"
+#include "tools/recorder/device_recorder.h"
+#include "tools/recorder/recording_output.h"
+
+namespace guest {
+namespace {
+
+/** Plugs the device in and takes it out again, and reads back what was written of that. */
+sim::DeviceRecording recordingOf(const EmulatedDevice& device, const Socket& socket,
+                                 const std::string& name) {
+  Desk desk;
+  sim::DeviceRecorder recorder({.quiet = 0.5, .limit = 60});
+  const PluggedDevice plugged = desk.plug(device, socket);
+  recorder.recordPlug();
+  desk.takeOut(plugged);
+  recorder.recordUnplug();
+  sim::writeRecording(recorder.recording(), sim::kernelRelease(), "/tmp/" + name);
+  ::setenv("SIM_DEVICES", "/tmp", 1);
+  return sim::DeviceRecording::load(name);
+}
+
+/** The bytes of a recorded file of the device's own directory; none where there is no such file. */
+std::string contentOf(const sim::DeviceRecording& recording, const std::string& name) {
+  const std::string path = recording.directory.substr(std::string("/sys/").size()) + "/" + name;
+  for (const sim::TreeEntry& entry : recording.tree) {
+    if (entry.path == path) {
+      return entry.content;
+    }
+  }
+  return {};
+}
+
+std::string headerOf(const sim::RecordedEvent& event) {
+  return event.datagram.substr(0, event.datagram.find('\0'));
+}
+
+TEST(Recording, HoldsADiskWithItsNodeAndItsEvents) {
+  const sim::DeviceRecording recording = recordingOf(disk(), highSpeedSocket(1), "disk");
+  EXPECT_EQ(recording.product, "QEMU USB HARDDRIVE");
+  EXPECT_EQ(recording.speed, "480");
+  EXPECT_EQ(recording.nodes("sg").size(), 1U);
+  EXPECT_EQ(contentOf(recording, "bDeviceClass"), "00\n");
+  EXPECT_TRUE(contentOf(recording, "descriptors").starts_with("\x12\x01"));
+  EXPECT_EQ(headerOf(recording.plugEvents.front()), "add@" + recording.devpath());
+  EXPECT_EQ(headerOf(recording.unplugEvents.back()), "remove@" + recording.devpath());
+}
+
+TEST(Recording, HoldsAKeyboardOfFullSpeed) {
+  const sim::DeviceRecording recording = recordingOf(keyboard(), fullSpeedSocket(1), "keyboard");
+  EXPECT_EQ(recording.product, "QEMU USB Keyboard");
+  EXPECT_EQ(recording.speed, "12");
+  EXPECT_EQ(recording.nodes("hiddev").size(), 1U);
+}
+
+}  // namespace
+}  // namespace guest

@@ -1,0 +1,98 @@
+// The recorder's program, from outside.
+
+#include "unit/tools/recorder/recorder_program.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "sim/files.h"
+#include "sim/recording_text.h"
+#include "sim/unit.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* devices = "/sim/devices";
+const std::string usage = "Usage: usb_rx_recorder FOLDER NAME [DESCRIPTION]\n";
+
+class RecorderAtWork : public testing::Test {
+ protected:
+  sim::Unit unit;
+  sim::DeviceRecording mouse = sim::DeviceRecording::load("mouse-fs");
+
+  RecorderAtWork() { fs::create_directory(devices); }
+
+  /** Does what the program says. */
+  sim::ProcessEnd recordMouse(RecorderProgram& program) {
+    program.waitForLine("Plug the device in.");
+    unit.plug(mouse);
+    program.waitForLine("Take it out.");
+    unit.unplug(mouse);
+    return program.waitForEnd();
+  }
+};
+
+TEST_F(RecorderAtWork, RecordsTheDeviceThatIsPluggedInAndTakenOutWhenItSaysSo) {
+  RecorderProgram program({devices, "new", "a mouse, full speed"});
+
+  EXPECT_EQ(recordMouse(program), sim::ProcessEnd::exited(0));
+  EXPECT_EQ(
+      program.said(),
+      "Plug the device in.\nTake it out.\nRecorded in /sim/devices/new. Look through it for anything that "
+      "nobody else need know before you pass it on.\n");
+  EXPECT_EQ(sim::readAbout("/sim/devices/new/about.txt")["description"], "a mouse, full speed");
+  EXPECT_EQ(sim::readTree("/sim/devices/new/tree.txt").size(), mouse.tree.size());
+  EXPECT_EQ(sim::readEvents("/sim/devices/new/plug.txt").size(), mouse.plugEvents.size());
+  EXPECT_EQ(sim::readEvents("/sim/devices/new/unplug.txt").size(), mouse.unplugEvents.size());
+}
+
+TEST_F(RecorderAtWork, DescribesADeviceByItsProductTextWhereNobodyDoes) {
+  RecorderProgram program({devices, "new"});
+
+  EXPECT_EQ(recordMouse(program), sim::ProcessEnd::exited(0));
+  EXPECT_EQ(sim::readAbout("/sim/devices/new/about.txt")["description"], mouse.product);
+}
+
+TEST_F(RecorderAtWork, WritesNothingOfADeviceThatIsTakenOutTooEarly) {
+  RecorderProgram program({devices, "new"});
+  program.waitForLine("Plug the device in.");
+  unit.plug(mouse);
+  unit.unplug(mouse);
+
+  EXPECT_EQ(program.waitForEnd(), sim::ProcessEnd::exited(1));
+  EXPECT_EQ(program.said(),
+            "Plug the device in.\nusb_rx_recorder: the device was taken out before everything was quiet: " +
+                mouse.devpath() + "\n");
+  EXPECT_FALSE(fs::exists("/sim/devices/new"));
+}
+
+TEST_F(RecorderAtWork, AsksForNothingWhenTheNameIsTaken) {
+  sim::writeFile("/sim/devices/old/about.txt", "somebody's\n");
+  RecorderProgram program({devices, "old"});
+
+  EXPECT_EQ(program.waitForEnd(), sim::ProcessEnd::exited(1));
+  EXPECT_EQ(program.said(), "usb_rx_recorder: there is something of that name already: /sim/devices/old\n");
+  EXPECT_EQ(sim::readFile("/sim/devices/old/about.txt"), "somebody's\n");
+}
+
+class WrongUseOfTheRecorder : public testing::TestWithParam<std::vector<std::string>> {};
+
+TEST_P(WrongUseOfTheRecorder, IsToldTheRightOne) {
+  const sim::Unit unit;
+  RecorderProgram program(GetParam());
+
+  EXPECT_EQ(program.waitForEnd(), sim::ProcessEnd::exited(2));
+  EXPECT_EQ(program.said(), usage);
+}
+
+INSTANTIATE_TEST_SUITE_P(CommandLines, WrongUseOfTheRecorder,
+                         testing::Values(std::vector<std::string>{}, std::vector<std::string>{devices},
+                                         std::vector<std::string>{devices, "a", "b", "c"},
+                                         std::vector<std::string>{devices, ""},
+                                         std::vector<std::string>{devices, ".."},
+                                         std::vector<std::string>{devices, "a/b"}));
+
+}  // namespace

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "sim/device_recording.h"
+#include "tools/recorder/uevent_listener.h"
+
+namespace sim {
+
+/** How long a recorder waits, in seconds. */
+struct RecorderPatience {
+  double quiet = 2;    ///< without any event: then the kernel has done everything
+  double limit = 300;  ///< for somebody to plug the device in or take it out, and for that quiet
+};
+
+/**
+ * Records a device that is plugged into this machine (or unit) and taken out again: its events and what /sys
+ * shows of it. It hears the device from the moment that it is made:
+ *
+ *   sim::DeviceRecorder recorder;
+ *   recorder.recordPlug();    // meanwhile somebody plugs the device in
+ *   recorder.recordUnplug();  // meanwhile somebody takes it out
+ *   sim::writeRecording(recorder.recording(), sim::kernelRelease(), "devices/speaker");
+ *
+ * Both throw TimedOut when nobody does, and Error when events were lost.
+ */
+class DeviceRecorder {
+ public:
+  explicit DeviceRecorder(const RecorderPatience& patience = {}) : patience_(patience) {}
+
+  /**
+   * Waits until a USB device has been plugged in and everything is quiet again; writes its tree down. Of
+   * several new devices it is the first one, which is the hub that the others are behind. Throws Error when
+   * it was taken out too early, or when something of it may not be read.
+   */
+  void recordPlug();
+  /** Waits until that device has been taken out and everything is quiet again. */
+  void recordUnplug();
+
+  /** What has been recorded so far; without name and description. */
+  [[nodiscard]] const DeviceRecording& recording() const { return recording_; }
+
+ private:
+  using Predicate = std::function<bool(const HeardEvent&)>;
+
+  [[nodiscard]] std::vector<HeardEvent> burstWith(const std::string& awaited, const Predicate& isAwaited);
+  [[nodiscard]] std::vector<HeardEvent> nextBurst(const std::string& awaited, const Deadline& limit);
+  [[nodiscard]] bool hearsAny(const Deadline& deadline);
+
+  RecorderPatience patience_;
+  UeventListener events_;
+  DeviceRecording recording_;
+};
+
+}  // namespace sim
