@@ -87,7 +87,7 @@ void onHangup(int /*signal*/) {
   policyReloadRequested = 1;
 }
 
-// Whoever started the daemon may have left the signal blocked.
+// The program that started the daemon may have left the signal blocked.
 void unblock(int signal) {
   sigset_t set;
   sigemptyset(&set);
@@ -112,9 +112,7 @@ void installHangupHandler() {
   sigemptyset(&action.sa_mask);
   sigaction(SIGHUP, &action, nullptr);
   unblock(SIGHUP);
-  if (settings.debugCtrl) {
-    DebugMessage(ctrlTag) << "setup signal hansler";  // spelt so for good
-  }
+  logDebug("setup signal hansler");  // spelt so for good
 }
 
 void ignoreBrokenPipes() {

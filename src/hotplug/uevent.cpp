@@ -13,7 +13,7 @@ UEvent parseUEvent(std::string_view datagram) {
   return event;
 }
 
-UEvent addEventOf(const std::string& sysfsPath) {
+UEvent makeAddEvent(const std::string& sysfsPath) {
   constexpr std::string_view mountPoint = "/sys";
   return {{"ACTION", "add"}, {"DEVPATH", sysfsPath.substr(mountPoint.size())}};
 }

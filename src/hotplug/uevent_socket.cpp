@@ -57,8 +57,7 @@ std::string NetlinkClientSocket::recvfrom() const {
     ulx::throwErrno("recvfrom(" + name() + ")", errno);
   }
   if (received != size) {
-    // cppcheck-suppress unusedScopedObject
-    ErrorMessage("warning, NetlinkClientSocket::recvfrom length disagrees with peek\n");
+    logError("warning, NetlinkClientSocket::recvfrom length disagrees with peek\n");
   }
   return datagram;
 }

@@ -2,7 +2,7 @@
 
 #include <boost/lexical_cast.hpp>
 
-#include "control/socket_path.h"
+#include "ctrl/link.h"
 
 namespace {
 
