@@ -1,6 +1,7 @@
 #include "tools/config_check.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstdint>
 #include <limits>

@@ -8,7 +8,9 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "config/dictionary.h"
 #include "config/edit.h"
 #include "config/output.h"
 #include "config/query.h"

@@ -8,11 +8,13 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 
 #include "ctrl/link.h"
 #include "ctrl/messages.h"
 #include "ulx/exceptions.h"
+#include "ulx/file_descriptor.h"
 
 namespace {
 

@@ -1,7 +1,9 @@
 #include <boost/lexical_cast.hpp>
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <memory>
 #include <string>
 

@@ -33,6 +33,7 @@
 #include "hotplug/coldplug.h"
 #include "hotplug/sysfs.h"
 #include "hotplug/uevent_handler.h"
+#include "ulx/file_descriptor.h"
 #include "ulx/wait.h"
 #include "workers/launch.h"
 #include "workers/supervision.h"

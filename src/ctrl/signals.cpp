@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <string>
 
 #include "ctrl/messages.h"
 #include "ctrl/settings.h"

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstddef>
 #include <string_view>
 
 #include "ctrl/device_classes.h"

@@ -6,6 +6,7 @@
 #include "ctrl/messages.h"
 #include "hotplug/descriptor_kind.h"
 #include "hotplug/sysfs.h"
+#include "hotplug/uevent.h"
 #include "hotplug/uevent_handler.h"
 #include "ulx/directory.h"
 #include "ulx/path.h"

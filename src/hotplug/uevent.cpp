@@ -1,5 +1,7 @@
 #include "hotplug/uevent.h"
 
+#include <cstddef>
+
 #include "ulx/items.h"
 
 UEvent parseUEvent(std::string_view datagram) {

@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 
 #include <cerrno>
+#include <cstddef>
 
 #include "ctrl/messages.h"
 #include "ulx/exceptions.h"

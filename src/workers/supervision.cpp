@@ -1,5 +1,6 @@
 #include "workers/supervision.h"
 
+#include <sys/types.h>
 #include <sys/wait.h>
 
 #include <cerrno>

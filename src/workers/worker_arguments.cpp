@@ -2,6 +2,8 @@
 
 #include <boost/lexical_cast.hpp>
 
+#include <cstddef>
+
 #include "ctrl/link.h"
 
 namespace {
