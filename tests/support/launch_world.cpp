@@ -1,28 +1,25 @@
-#include "unit/workers/launch_world.h"
+#include "support/launch_world.h"
+
+#include <sys/wait.h>
 
 #include <cstdlib>
 
 #include "control/socket_path.h"
+
+namespace support {
 
 LaunchWorld::LaunchWorld() {
   setenv("PATH", "/sim/bin", 1);
   for (const char* name : {"usb_rx_scsi", "usb_rx_keyboard", "usb_rx_generic"}) {
     sim::installWorkerStandin(std::string("/sim/bin/") + name);
   }
-  ctrl->socketPath = defaultSocketPath;
+  ctrl_->socketPath = defaultSocketPath;
 }
 
-std::string LaunchWorld::plugHiddev() const {
-  const std::string node = device.path() + "/node";
-  device.write("node/dev", "180:96\n");
-  device.write("interface/bInterfaceClass", "03\n");
-  std::filesystem::create_directory_symlink("../interface", node + "/device");
-  return node;
+LaunchWorld::~LaunchWorld() {
+  board_.endAll();
+  while (waitpid(-1, nullptr, WNOHANG) > 0) {
+  }
 }
 
-void inLaunchWorld(const std::function<void(LaunchWorld&)>& body) {
-  support::inPrivateWorld([&body] {
-    LaunchWorld world;
-    body(world);
-  });
-}
+}  // namespace support

@@ -1,29 +1,29 @@
 #pragma once
 
-#include <filesystem>
-#include <functional>
 #include <memory>
 #include <string>
 
 #include "sim/workers.h"
-#include "support/child.h"
 #include "support/device_directory.h"
+#include "support/private_world.h"
 #include "support/test_ctrl.h"
 
+namespace support {
+
 /** A private world with a stand-in for each worker on the path, the daemon's state, and one device. */
-struct LaunchWorld {
+class LaunchWorld : public PrivateWorld {
+ protected:
   LaunchWorld();
+  /** Collects the workers, lest a later test of the process meets them. */
+  ~LaunchWorld() override;
 
   /** How the next worker was started; they come in the order of their starts. */
-  [[nodiscard]] sim::WorkerStart nextStart() { return board.waitForWorker().start; }
-  void connectClient() { ctrl->controlConnection = std::make_unique<ControlConnection>(-1); }
-  /** Makes a keyboard's HID device node 180:96, two levels below the device; its directory. */
-  [[nodiscard]] std::string plugHiddev() const;
+  [[nodiscard]] sim::WorkerStart nextStart() { return board_.waitForWorker().start; }
+  void connectClient() { ctrl_->controlConnection = std::make_unique<ControlConnection>(-1); }
 
-  sim::WorkerBoard board;
-  support::TestCtrl ctrl;
-  support::DeviceDirectory device;
+  sim::WorkerBoard board_;
+  TestCtrl ctrl_;
+  DeviceDirectory device_;
 };
 
-/** Runs `body` in such a world, in a child of the test. */
-void inLaunchWorld(const std::function<void(LaunchWorld&)>& body);
+}  // namespace support
