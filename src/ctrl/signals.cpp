@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <string>
 
 #include "ctrl/messages.h"
 #include "ctrl/settings.h"
@@ -87,7 +88,7 @@ void onHangup(int /*signal*/) {
   policyReloadRequested = 1;
 }
 
-// Whoever started the daemon may have left the signal blocked.
+// The program that started the daemon may have left the signal blocked.
 void unblock(int signal) {
   sigset_t set;
   sigemptyset(&set);
@@ -112,9 +113,7 @@ void installHangupHandler() {
   sigemptyset(&action.sa_mask);
   sigaction(SIGHUP, &action, nullptr);
   unblock(SIGHUP);
-  if (settings.debugCtrl) {
-    DebugMessage(ctrlTag) << "setup signal hansler";  // spelt so for good
-  }
+  logDebug("setup signal hansler");  // spelt so for good
 }
 
 void ignoreBrokenPipes() {
