@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "support/unprivileged_child.h"
+#include "support/child.h"
 #include "unit/config/captured_output.h"
 #include "unit/config/config_file.h"
 #include "unit/config/loaded_config.h"

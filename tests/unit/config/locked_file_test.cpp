@@ -11,7 +11,7 @@
 #include <string>
 
 #include "support/temporary_directory.h"
-#include "support/unprivileged_child.h"
+#include "support/child.h"
 #include "unit/config/captured_output.h"
 #include "unit/config/config_file.h"
 #include "unit/config/lock_calls.h"

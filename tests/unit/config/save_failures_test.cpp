@@ -19,7 +19,6 @@
 #include "support/child.h"
 #include "support/descriptors.h"
 #include "support/temporary_directory.h"
-#include "support/unprivileged_child.h"
 #include "unit/config/captured_output.h"
 #include "unit/config/loaded_config.h"
 #include "unit/config/save_steps.h"

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "support/temporary_directory.h"
-#include "support/unprivileged_child.h"
+#include "support/child.h"
 #include "unit/ulx/caught.h"
 #include "unit/ulx/descriptor_limit.h"
 #include "unit/ulx/descriptor_state.h"

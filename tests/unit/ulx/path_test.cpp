@@ -8,7 +8,7 @@
 #include <filesystem>
 
 #include "support/temporary_directory.h"
-#include "support/unprivileged_child.h"
+#include "support/child.h"
 #include "unit/ulx/caught.h"
 
 namespace {

@@ -10,7 +10,7 @@
 #include <optional>
 
 #include "support/temporary_directory.h"
-#include "support/unprivileged_child.h"
+#include "support/child.h"
 #include "unit/ulx/caught.h"
 
 namespace {
