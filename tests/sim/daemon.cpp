@@ -19,7 +19,7 @@ namespace sim {
 
 namespace {
 
-constexpr std::size_t linesInTestimony = 40;
+constexpr std::size_t linesInReport = 40;
 
 std::vector<std::string> commandFor(const std::vector<std::string>& arguments) {
   std::vector<std::string> command = commandOf("SIM_DAEMON", SIM_DAEMON_PROGRAM);
@@ -61,7 +61,7 @@ Daemon::Daemon(std::vector<std::string> arguments, const ProcessOptions& options
     : arguments_(std::move(arguments)),
       folder_(folderOfNextDaemon()),
       standardError_(folder_ + "/stderr"),
-      testimony_([this] { return tell(); }) {
+      stateReport_([this] { return describe(); }) {
   writeFile(folder_ + "/stdout", "");
   pid_ = startProcess(commandFor(arguments_), options, folder_ + "/stdout", folder_ + "/stderr");
   process_ = ProcessHandle(pid_);
@@ -101,7 +101,7 @@ std::string Daemon::waitForLine(const std::string& text, const Deadline& deadlin
     found = nextLineWith(text);
     if (!found && !wasRunning) {
       throw Error("the daemon ended (" + toText(*end_) + ") without the line \"" + text + "\"\n" +
-                  allTestimonies());
+                  allStateReports());
     }
     return found.has_value();
   });
@@ -154,9 +154,9 @@ std::vector<int> Daemon::openDescriptors() const {
   return openDescriptorsOf(pid_);
 }
 
-std::string Daemon::tell() {
+std::string Daemon::describe() {
   const std::vector<std::string>& all = lines();
-  const std::size_t first = all.size() > linesInTestimony ? all.size() - linesInTestimony : 0;
+  const std::size_t first = all.size() > linesInReport ? all.size() - linesInReport : 0;
   std::string text = isRunning() ? "the daemon runs" : "the daemon has ended: " + toText(*end_);
   text += "; the last lines of its standard error:\n";
   for (std::size_t i = first; i < all.size(); ++i) {

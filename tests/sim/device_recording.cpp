@@ -25,8 +25,8 @@ std::vector<RecordedEvent> eventsIfRecorded(const fs::path& file) {
 
 }  // namespace
 
-DeviceRecording DeviceRecording::load(const std::string& name) {
-  const fs::path place = fs::path(folder()) / name;
+DeviceRecording loadRecording(const std::string& name) {
+  const fs::path place = fs::path(recordingsFolder()) / name;
   if (!fs::is_directory(place)) {
     throw Error("there is no recorded device " + place.string());
   }
@@ -41,9 +41,9 @@ DeviceRecording DeviceRecording::load(const std::string& name) {
           eventsIfRecorded(place / "unplug.txt")};
 }
 
-std::vector<std::string> DeviceRecording::names() {
+std::vector<std::string> recordingNames() {
   std::vector<std::string> all;
-  for (const fs::path& entry : entriesOf(folder())) {
+  for (const fs::path& entry : entriesOf(recordingsFolder())) {
     if (fs::exists(entry / "tree.txt")) {
       all.push_back(entry.filename());
     }
@@ -52,7 +52,7 @@ std::vector<std::string> DeviceRecording::names() {
   return all;
 }
 
-std::string DeviceRecording::folder() {
+std::string recordingsFolder() {
   const char* fromEnvironment = std::getenv("SIM_DEVICES");
   return fromEnvironment != nullptr ? fromEnvironment : SIM_DEVICES_FOLDER;
 }
@@ -64,7 +64,7 @@ std::string DeviceRecording::devpath() const {
 std::vector<std::string> DeviceRecording::nodes(const std::string& prefix) const {
   std::vector<std::string> found;
   for (const TreeEntry& entry : tree) {
-    if (entry.kind == TreeEntry::Kind::Directory && isNumbered(fs::path(entry.path).filename(), prefix) &&
+    if (entry.kind == TreeEntry::Kind::directory && isNumbered(fs::path(entry.path).filename(), prefix) &&
         owns(entry.path)) {
       found.push_back("/sys/" + entry.path);
     }

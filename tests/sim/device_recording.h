@@ -7,7 +7,7 @@ namespace sim {
 
 /** One entry of a recorded sysfs tree. */
 struct TreeEntry {
-  enum class Kind { Directory, Link, File };
+  enum class Kind { directory, link, file };
 
   Kind kind;
   std::string path;     ///< below /sys, without a leading slash
@@ -35,13 +35,6 @@ struct DeviceRecording {
   std::vector<RecordedEvent> plugEvents;
   std::vector<RecordedEvent> unplugEvents;
 
-  /** Reads one recording. Throws Error, which names file and line where a file is at fault. */
-  static DeviceRecording load(const std::string& name);
-  /** The names of all recordings, sorted. */
-  static std::vector<std::string> names();
-  /** The folder of the recordings: the environment variable SIM_DEVICES, else the project's own. */
-  static std::string folder();
-
   /** What stands in the events of the device itself: `directory` without "/sys". */
   [[nodiscard]] std::string devpath() const;
   /** The physical directories of its nodes named `prefix` and a number ("hiddev", "sg"), in the tree's order.
@@ -50,5 +43,12 @@ struct DeviceRecording {
   /** Whether this path below /sys is the device's directory or lies in it. */
   [[nodiscard]] bool owns(const std::string& path) const;
 };
+
+/** Reads one recording of recordingsFolder(). Throws Error, which names file and line where a file is at fault. */
+[[nodiscard]] DeviceRecording loadRecording(const std::string& name);
+/** The names of all recordings, sorted. */
+[[nodiscard]] std::vector<std::string> recordingNames();
+/** The folder of the recordings: the environment variable SIM_DEVICES, else the project's own. */
+[[nodiscard]] std::string recordingsFolder();
 
 }  // namespace sim

@@ -89,16 +89,16 @@ TreeEntry parseTreeLine(const Lines& lines, std::string_view line) {
     throw lines.error("a path below /sys is missing");
   }
   if (words.kind == "d") {
-    return {TreeEntry::Kind::Directory, path, {}};
+    return {TreeEntry::Kind::directory, path, {}};
   }
   if (words.kind == "l" && !words.content.empty()) {
-    return {TreeEntry::Kind::Link, path, lines.unescaped(words.content)};
+    return {TreeEntry::Kind::link, path, lines.unescaped(words.content)};
   }
   if (words.kind == "f") {
-    return {TreeEntry::Kind::File, path, lines.unescaped(words.content)};
+    return {TreeEntry::Kind::file, path, lines.unescaped(words.content)};
   }
   if (words.kind == "b") {
-    return {TreeEntry::Kind::File, path, bytesFromHex(lines, words.content)};
+    return {TreeEntry::Kind::file, path, bytesFromHex(lines, words.content)};
   }
   throw lines.error("expected d PATH, l PATH TARGET, f PATH CONTENT or b PATH HEX");
 }

@@ -72,11 +72,11 @@ std::string attributeLine(const TreeEntry& attribute) {
 
 std::string treeLine(const TreeEntry& entry) {
   switch (entry.kind) {
-    case TreeEntry::Kind::Directory:
+    case TreeEntry::Kind::directory:
       return "d " + escapedPath(entry.path);
-    case TreeEntry::Kind::Link:
+    case TreeEntry::Kind::link:
       return "l " + escapedPath(entry.path) + " " + escaped(entry.content);
-    case TreeEntry::Kind::File:
+    case TreeEntry::Kind::file:
       return attributeLine(entry);
   }
   throw Error("an entry of no kind: " + entry.path);

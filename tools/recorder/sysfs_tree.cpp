@@ -88,13 +88,13 @@ std::string belowSys(const std::string& path) {
 }
 
 void addLink(Tree& tree, const std::string& path) {
-  tree.push_back({TreeEntry::Kind::Link, belowSys(path), fs::read_symlink(path)});
+  tree.push_back({TreeEntry::Kind::link, belowSys(path), fs::read_symlink(path)});
 }
 
 void addAttribute(Tree& tree, const std::string& path, const std::string& name) {
   const std::optional<std::string> content = readAttribute(path);
   if (content) {
-    tree.push_back({TreeEntry::Kind::File, belowSys(path),
+    tree.push_back({TreeEntry::Kind::file, belowSys(path),
                     name == "uevent" ? withoutSerialNumbers(*content, '\n') : *content});
   }
 }
@@ -108,7 +108,7 @@ void addLinkOrAttribute(Tree& tree, const std::string& path, const std::string& 
 }
 
 void addWithoutChildren(Tree& tree, const fs::path& directory) {
-  tree.push_back({TreeEntry::Kind::Directory, belowSys(directory), {}});
+  tree.push_back({TreeEntry::Kind::directory, belowSys(directory), {}});
   for (const std::string& name : namesIn(directory)) {
     const fs::path path = directory / name;
     if (!isDirectory(path)) {
@@ -118,7 +118,7 @@ void addWithoutChildren(Tree& tree, const fs::path& directory) {
 }
 
 void addWithChildren(Tree& tree, const fs::path& directory) {
-  tree.push_back({TreeEntry::Kind::Directory, belowSys(directory), {}});
+  tree.push_back({TreeEntry::Kind::directory, belowSys(directory), {}});
   for (const std::string& name : namesIn(directory)) {
     const fs::path path = directory / name;
     if (!isDirectory(path)) {
@@ -154,7 +154,7 @@ std::vector<std::string> linkFolders() {
 std::set<std::string> directoriesOf(const Tree& tree) {
   std::set<std::string> directories;
   for (const TreeEntry& entry : tree) {
-    if (entry.kind == TreeEntry::Kind::Directory) {
+    if (entry.kind == TreeEntry::Kind::directory) {
       directories.insert("/sys/" + entry.path);
     }
   }

@@ -23,7 +23,7 @@ sim::DeviceRecording recordingOf(const EmulatedDevice& device, const Socket& soc
   recorder.recordUnplug();
   sim::writeRecording(recorder.recording(), sim::kernelRelease(), "/tmp/" + name);
   ::setenv("SIM_DEVICES", "/tmp", 1);
-  return sim::DeviceRecording::load(name);
+  return sim::loadRecording(name);
 }
 
 /** The bytes of a recorded file of the device's own directory; none where there is no such file. */

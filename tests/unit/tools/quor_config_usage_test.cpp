@@ -196,7 +196,7 @@ TEST(QuorConfig, FailsWhereItsOutputCannotBeWritten) {
 TEST(QuorConfig, FailsWithoutAStandardOutput) {
   const ConfiguredFile file("[usb]\nx=1\n");
   sim::ProcessOptions closed;
-  closed.standardOutput = sim::ProcessOptions::Output::Closed;
+  closed.standardOutput = sim::ProcessOptions::Output::closed;
   EXPECT_EQ(quorConfig({"--file", file.path(), "get", "usb:x"}, closed),
             failed("Bad file descriptor: standard output"));
 }
@@ -204,7 +204,7 @@ TEST(QuorConfig, FailsWithoutAStandardOutput) {
 TEST(QuorConfig, FailsWhereNobodyReadsItsOutput) {
   const ConfiguredFile file("[usb]\nx=1\n");
   sim::ProcessOptions broken;
-  broken.standardOutput = sim::ProcessOptions::Output::BrokenPipe;
+  broken.standardOutput = sim::ProcessOptions::Output::brokenPipe;
   broken.ignoredSignals = {SIGPIPE};
   EXPECT_EQ(quorConfig({"--file", file.path(), "json"}, broken), failed("Broken pipe: standard output"));
 }
@@ -212,7 +212,7 @@ TEST(QuorConfig, FailsWhereNobodyReadsItsOutput) {
 TEST(QuorConfig, NeedsNoStandardOutputForAChange) {
   const ConfiguredFile file("[usb]\nx=1\n");
   sim::ProcessOptions closed;
-  closed.standardOutput = sim::ProcessOptions::Output::Closed;
+  closed.standardOutput = sim::ProcessOptions::Output::closed;
   EXPECT_EQ(quorConfig({"--file", file.path(), "set", "usb:x", "2"}, closed), done());
   EXPECT_EQ(file.get("usb:x"), done("2\n"));
 }

@@ -20,7 +20,7 @@ struct LaunchWorld {
   /** Makes a keyboard's HID device node 180:96, two levels below the device; its directory. */
   [[nodiscard]] std::string plugHiddev() const;
 
-  sim::WorkerBoard board;
+  sim::Workers board;
   support::TestCtrl ctrl;
   support::DeviceDirectory device;
 };

@@ -27,7 +27,7 @@ std::vector<std::string> datagramsOf(const std::vector<sim::RecordedEvent>& even
 class Recorder : public testing::Test {
  protected:
   sim::Unit unit;
-  sim::DeviceRecording mouse = sim::DeviceRecording::load("mouse-fs");
+  sim::DeviceRecording mouse = sim::loadRecording("mouse-fs");
   sim::DeviceRecorder recorder{patience};
 
   std::vector<std::string> plugged() {
@@ -51,7 +51,7 @@ TEST_F(Recorder, BeginsWithTheDeviceWhateverHappenedBefore) {
 }
 
 TEST_F(Recorder, TakesTheOutermostOfSeveralNewDevices) {
-  const sim::DeviceRecording hub = sim::DeviceRecording::load("hub-hub-kbd");
+  const sim::DeviceRecording hub = sim::loadRecording("hub-hub-kbd");
   unit.plug(hub);
   recorder.recordPlug();
 
@@ -104,7 +104,7 @@ TEST_F(Recorder, BeginsTheUnplugWithTheDevice) {
 }
 
 TEST_F(Recorder, CanRecordOneDeviceAfterAnother) {
-  const sim::DeviceRecording disk = sim::DeviceRecording::load("storage-ss");
+  const sim::DeviceRecording disk = sim::loadRecording("storage-ss");
   for (const sim::DeviceRecording& device : {mouse, disk}) {
     unit.plug(device);
     EXPECT_EQ(plugged(), datagramsOf(device.plugEvents));

@@ -21,7 +21,7 @@ const std::string usage = "Usage: usb_rx_recorder FOLDER NAME [DESCRIPTION]\n";
 class RecorderAtWork : public testing::Test {
  protected:
   sim::Unit unit;
-  sim::DeviceRecording mouse = sim::DeviceRecording::load("mouse-fs");
+  sim::DeviceRecording mouse = sim::loadRecording("mouse-fs");
 
   RecorderAtWork() { fs::create_directory(devices); }
 

@@ -74,11 +74,11 @@ TEST_F(WrittenRecording, KeepsOddTextsOfTheDevice) {
 }
 
 TEST_F(WrittenRecording, HasALineForEachEntryOfTheTree) {
-  recording_.tree = {{TreeEntry::Kind::Directory, "devices/1-1", ""},
-                     {TreeEntry::Kind::File, "devices/1-1/descriptors", "\x12\x01\x00\xff"s},
-                     {TreeEntry::Kind::Link, "devices/1-1/driver", "../../bus/usb/drivers/usb"},
-                     {TreeEntry::Kind::File, "devices/1-1/product", " Mouse \n"},
-                     {TreeEntry::Kind::File, "devices/1-1/uevent", ""}};
+  recording_.tree = {{TreeEntry::Kind::directory, "devices/1-1", ""},
+                     {TreeEntry::Kind::file, "devices/1-1/descriptors", "\x12\x01\x00\xff"s},
+                     {TreeEntry::Kind::link, "devices/1-1/driver", "../../bus/usb/drivers/usb"},
+                     {TreeEntry::Kind::file, "devices/1-1/product", " Mouse \n"},
+                     {TreeEntry::Kind::file, "devices/1-1/uevent", ""}};
   write();
 
   EXPECT_EQ(textOf("tree.txt"),
@@ -91,9 +91,9 @@ TEST_F(WrittenRecording, HasALineForEachEntryOfTheTree) {
 
 TEST_F(WrittenRecording, KeepsBlanksInPathsAndLinks) {
   const std::string odd = "devices/an odd\\name";
-  recording_.tree = {{TreeEntry::Kind::Directory, odd, ""},
-                     {TreeEntry::Kind::File, odd + "/name", "x y\n"},
-                     {TreeEntry::Kind::Link, odd + "/to it", "../an odd\\name"}};
+  recording_.tree = {{TreeEntry::Kind::directory, odd, ""},
+                     {TreeEntry::Kind::file, odd + "/name", "x y\n"},
+                     {TreeEntry::Kind::link, odd + "/to it", "../an odd\\name"}};
   write();
   const std::vector<TreeEntry> read = sim::readTree(folder_ + "/tree.txt");
 

@@ -28,8 +28,8 @@ constexpr sim::RecorderPatience patience = {.quiet = 0.02, .limit = 10};
 
 std::vector<std::string> namesOfRemovableDevices() {
   std::vector<std::string> names;
-  for (const std::string& name : sim::DeviceRecording::names()) {
-    if (!sim::DeviceRecording::load(name).unplugEvents.empty()) {
+  for (const std::string& name : sim::recordingNames()) {
+    if (!sim::loadRecording(name).unplugEvents.empty()) {
       names.push_back(name);
     }
   }
@@ -55,9 +55,9 @@ sim::DeviceRecording recordedInUnit(const sim::DeviceRecording& device) {
 
 /** The recording of this name in another folder than the usual one. */
 sim::DeviceRecording loadedFrom(const std::string& devices, const std::string& name) {
-  const std::string usual = sim::DeviceRecording::folder();
+  const std::string usual = sim::recordingsFolder();
   ::setenv("SIM_DEVICES", devices.c_str(), 1);
-  sim::DeviceRecording recording = sim::DeviceRecording::load(name);
+  sim::DeviceRecording recording = sim::loadRecording(name);
   ::setenv("SIM_DEVICES", usual.c_str(), 1);
   return recording;
 }
@@ -82,8 +82,8 @@ Texts aboutIn(const std::string& folder) {
 class DeviceRecordedAnew : public testing::TestWithParam<std::string> {};
 
 TEST_P(DeviceRecordedAnew, IsAsItWasRecordedBefore) {
-  const std::string oldFolder = fs::path(sim::DeviceRecording::folder()) / GetParam();
-  const sim::DeviceRecording old = sim::DeviceRecording::load(GetParam());
+  const std::string oldFolder = fs::path(sim::recordingsFolder()) / GetParam();
+  const sim::DeviceRecording old = sim::loadRecording(GetParam());
   const support::TemporaryDirectory devices;
   const std::string newFolder = devices / GetParam();
 
