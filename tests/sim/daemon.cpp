@@ -32,11 +32,6 @@ std::string folderOfNextDaemon() {
   return "/sim/daemon-" + std::to_string(++started);
 }
 
-ProcessEnd endOf(int waitStatus) {
-  return WIFSIGNALED(waitStatus) ? ProcessEnd::killedBy(WTERMSIG(waitStatus))
-                                 : ProcessEnd::exited(WEXITSTATUS(waitStatus));
-}
-
 std::string toText(const ProcessEnd& end) {
   std::ostringstream text;
   text << end;
@@ -77,7 +72,7 @@ Daemon::~Daemon() {
 bool Daemon::isRunning() {
   int status = 0;
   if (!end_ && ::waitpid(pid_, &status, WNOHANG) == pid_) {
-    end_ = endOf(status);
+    end_ = ProcessEnd::of(status);
   }
   return !end_;
 }

@@ -144,6 +144,10 @@ bool enterWorld(const ProcessOptions& options, const std::string& outputFile, co
 
 }  // namespace
 
+ProcessEnd ProcessEnd::of(int waitStatus) {
+  return WIFSIGNALED(waitStatus) ? killedBy(WTERMSIG(waitStatus)) : exited(WEXITSTATUS(waitStatus));
+}
+
 std::ostream& operator<<(std::ostream& out, const ProcessEnd& end) {
   if (end.signal) {
     return out << "signal " << *end.signal;

@@ -18,6 +18,8 @@ struct ProcessEnd {
 
   static ProcessEnd exited(int status) { return {status, std::nullopt}; }
   static ProcessEnd killedBy(int signal) { return {std::nullopt, signal}; }
+  /** From a status of waitpid(). */
+  static ProcessEnd of(int waitStatus);
   bool operator==(const ProcessEnd&) const = default;
 };
 
