@@ -21,7 +21,7 @@ class LaunchWorld : public PrivateWorld {
   [[nodiscard]] sim::WorkerStart nextStart() { return board_.waitForWorker().start; }
   void connectClient() { ctrl_->controlConnection = std::make_unique<ControlConnection>(-1); }
 
-  sim::WorkerBoard board_;
+  sim::Workers board_;
   TestCtrl ctrl_;
   DeviceDirectory device_;
 };
