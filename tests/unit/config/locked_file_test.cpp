@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
 #include <cstddef>
 #include <cstdio>
 #include <filesystem>
@@ -172,17 +171,6 @@ TEST(LockedFile, IsTriedAHundredTimesWithASleepAfterEachWhenTheRequestMayNotBloc
 TEST(LockedFile, IsTriedTwentyTimesWithoutASleepWhenTheRequestMayBlock) {
   const ConfigFile file("");
   expectRefused(file.path(), "r", impossibleLock, everyBlockingAttempt, repeated(lockFailure, 100));
-}
-
-TEST(LockedFile, IsTriedForATenthOfASecond) {
-  const ConfigFile file("");
-  const LockHolder holder(file.path(), LOCK_SH);
-  const support::CapturedStandardOutput output;
-  const auto start = std::chrono::steady_clock::now();
-  EXPECT_EQ(openLocked(file.path(), "r", LOCK_EX | LOCK_NB), nullptr);
-  const auto passed = std::chrono::steady_clock::now() - start;
-  EXPECT_GE(passed, std::chrono::milliseconds(100));
-  EXPECT_LT(passed, std::chrono::seconds(20));
 }
 
 TEST(LockedFile, IsOpenedWhenItsLockIsReleasedBeforeTheLastAttempt) {
