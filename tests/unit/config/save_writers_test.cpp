@@ -111,7 +111,7 @@ void saveAndDie(Store& store, const SaveSteps::Step& before, const SaveSteps::St
   store.expectWhole();
 }
 
-TEST(SaveCrash, BeforeTheRenameLeavesTheOldFile) {
+TEST(SaveWriters, KilledBeforeTheRenameLeaveTheOldFile) {
   inMemory([](Store& store) {
     for (const char* step : {"lock", "fsync file"}) {
       saveAndDie(store, dieAt(step), liveOn);
@@ -122,7 +122,7 @@ TEST(SaveCrash, BeforeTheRenameLeavesTheOldFile) {
   });
 }
 
-TEST(SaveCrash, AfterTheRenameLeavesTheNewFile) {
+TEST(SaveWriters, KilledAfterTheRenameLeaveTheNewFile) {
   inMemory([](Store& store) {
     const auto anew = [&store] { store.save(store.first); };
     saveAndDie(store, liveOn, dieAt("rename"));
@@ -156,7 +156,7 @@ int saveAndKillAfter(const Store& store, std::chrono::microseconds duration) {
   return statusOf(writer);
 }
 
-TEST(SaveCrash, AtAnyMomentLeavesAWholeFreeFile) {
+TEST(SaveWriters, KilledAtAnyMomentLeaveAWholeFreeFile) {
   const auto seed = std::random_device()();
   inMemory([seed](Store& store) {
     SCOPED_TRACE("seed " + std::to_string(seed));
@@ -177,7 +177,7 @@ bool hasEnded(pid_t child, int& status) {
   return waitpid(child, &status, WNOHANG) == child;
 }
 
-TEST(SaveCrash, IsNotNeededForReadersToSeeOnlyWholeFiles) {
+TEST(SaveWriters, ShowReadersOnlyWholeFiles) {
   inMemory([](Store& store) {
     const pid_t writer = startProcess([&store] {
       for (int i = 0; i < 500; ++i) {
@@ -196,7 +196,7 @@ TEST(SaveCrash, IsNotNeededForReadersToSeeOnlyWholeFiles) {
   });
 }
 
-TEST(SaveCrash, OfNeitherOfTwoWritersLeavesTheFileOfOneOfThem) {
+TEST(SaveWriters, LeaveTheFileOfOneOfThemWhenThereAreTwo) {
   inMemory([](Store& store) {
     const auto save = [&store](const Config& config) {
       return startProcess([&store, &config] {
