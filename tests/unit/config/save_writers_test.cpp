@@ -1,26 +1,25 @@
 // Writers that are killed, and readers beside a writer. Locks and renames are the kernel's work and need no
-// real disk: the files lie in memory, and the saves do not synchronise the whole machine's disks, which would
-// take most of the time.
+// disk: the files are in memory, and the saves do not synchronise the machine's disks, which would take most
+// of the time.
 
 #include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <chrono>
 #include <csignal>
-#include <cstdio>
+#include <cstdint>
 #include <cstdlib>
 #include <functional>
 #include <random>
 #include <string>
-#include <vector>
 
 #include "config/edit.h"
 #include "config/save.h"
 #include "support/child.h"
-#include "unit/config/loaded_config.h"
+#include "ulx/pipe.h"
+#include "unit/config/config_file.h"
 #include "unit/config/save_steps.h"
 
 namespace {
@@ -34,7 +33,7 @@ Config contentFull(const std::string& value, int settings) {
   return config;
 }
 
-/** A file in memory that holds the one or the other of two contents. */
+// A file in memory that holds the one or the other of two contents.
 class Store {
  public:
   Store() { save(first); }
@@ -46,11 +45,11 @@ class Store {
   }
 
   void expectWhole() {
-    const Config present = load(file_);
+    const Config present = load(file_.path());
     ASSERT_NE(present, nullptr);
-    const Entries found = entriesOf(present);
+    const std::string found = entriesOf(present);
     const bool isFirst = found == firstEntries_;
-    ASSERT_TRUE(isFirst || found == secondEntries_) << found.size() << " entries";
+    ASSERT_TRUE(isFirst || found == secondEntries_) << found;
     ++(isFirst ? timesFirst : timesSecond);
   }
 
@@ -63,8 +62,8 @@ class Store {
 
  private:
   ConfigFile file_{""};
-  Entries firstEntries_ = entriesOf(first);
-  Entries secondEntries_ = entriesOf(second);
+  std::string firstEntries_ = entriesOf(first);
+  std::string secondEntries_ = entriesOf(second);
 };
 
 void inMemory(const std::function<void(Store&)>& body) {
@@ -112,7 +111,7 @@ void saveAndDie(Store& store, const SaveSteps::Step& before, const SaveSteps::St
   store.expectWhole();
 }
 
-TEST(SavingWriter, LeavesTheOldFileWhenItIsKilledBeforeTheRename) {
+TEST(SaveWriters, KilledBeforeTheRenameLeaveTheOldFile) {
   inMemory([](Store& store) {
     for (const char* step : {"lock", "fsync file"}) {
       saveAndDie(store, dieAt(step), liveOn);
@@ -123,7 +122,7 @@ TEST(SavingWriter, LeavesTheOldFileWhenItIsKilledBeforeTheRename) {
   });
 }
 
-TEST(SavingWriter, LeavesTheNewFileWhenItIsKilledAfterTheRename) {
+TEST(SaveWriters, KilledAfterTheRenameLeaveTheNewFile) {
   inMemory([](Store& store) {
     const auto anew = [&store] { store.save(store.first); };
     saveAndDie(store, liveOn, dieAt("rename"));
@@ -137,49 +136,34 @@ TEST(SavingWriter, LeavesTheNewFileWhenItIsKilledAfterTheRename) {
   });
 }
 
-// It says when it starts, then saves until it is killed.
-class EndlessWriter {
- public:
-  explicit EndlessWriter(const Store& store) {
-    std::array<int, 2> ends{};
-    if (pipe(ends.data()) != 0) {
-      std::abort();
+// Saves without end in a process that is killed so long after its start. Returns how it ended,
+// as waitpid does.
+int saveAndKillAfter(const Store& store, std::chrono::microseconds duration) {
+  ulx::Pipe started;
+  const pid_t writer = startProcess([&] {
+    started.writeEnd.writeByte(1);
+    for (;;) {
+      store.save(store.second);
+      store.save(store.first);
     }
-    process_ = startProcess([&store, &ends] {
-      static_cast<void>(write(ends[1], "", 1));
-      for (;;) {
-        store.save(store.second);
-        store.save(store.first);
-      }
-    });
-    close(ends[1]);
-    char started = 0;
-    static_cast<void>(read(ends[0], &started, 1));
-    close(ends[0]);
+  });
+  std::uint8_t byte = 0;
+  started.readEnd.readByte(byte);
+  const auto end = std::chrono::steady_clock::now() + duration;
+  while (std::chrono::steady_clock::now() < end) {  // a sleep is not that exact
   }
+  kill(writer, SIGKILL);
+  return statusOf(writer);
+}
 
-  /** How it ended, as waitpid tells. */
-  [[nodiscard]] int killAfter(std::chrono::microseconds duration) const {
-    const auto end = std::chrono::steady_clock::now() + duration;
-    while (std::chrono::steady_clock::now() < end) {  // a sleep is not that exact
-    }
-    kill(process_, SIGKILL);
-    return statusOf(process_);
-  }
-
- private:
-  pid_t process_ = -1;
-};
-
-TEST(SavingWriter, LeavesAWholeFreeFileWheneverItIsKilled) {
+TEST(SaveWriters, KilledAtAnyMomentLeaveAWholeFreeFile) {
   const auto seed = std::random_device()();
   inMemory([seed](Store& store) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
     std::uniform_int_distribution<int> lifetime(0, 3000);
     for (int i = 0; i < 500 && !testing::Test::HasFailure(); ++i) {
-      const EndlessWriter writer(store);
-      const int status = writer.killAfter(std::chrono::microseconds(lifetime(random)));
+      const int status = saveAndKillAfter(store, std::chrono::microseconds(lifetime(random)));
       ASSERT_TRUE(WIFSIGNALED(status)) << "a save has failed";
       store.expectFree();
       store.expectWhole();
@@ -193,7 +177,7 @@ bool hasEnded(pid_t child, int& status) {
   return waitpid(child, &status, WNOHANG) == child;
 }
 
-TEST(SavingWriter, ShowsReadersOnlyWholeFiles) {
+TEST(SaveWriters, ShowReadersOnlyWholeFiles) {
   inMemory([](Store& store) {
     const pid_t writer = startProcess([&store] {
       for (int i = 0; i < 500; ++i) {
@@ -212,7 +196,7 @@ TEST(SavingWriter, ShowsReadersOnlyWholeFiles) {
   });
 }
 
-TEST(SavingWriters, LeaveTheFileOfTheOneOrTheOther) {
+TEST(SaveWriters, LeaveTheFileOfOneOfThemWhenThereAreTwo) {
   inMemory([](Store& store) {
     const auto save = [&store](const Config& config) {
       return startProcess([&store, &config] {
