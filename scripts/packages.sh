@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2034 # what is not used here is used by the scripts that source it
 # Sourced by the other scripts. Installs Debian packages that are not there yet.
 
 # A package may be there for several architectures: one line for each.
@@ -19,11 +20,16 @@ need_packages() {
   printf '== Installing %s\n' "${missing[*]}"
   export DEBIAN_FRONTEND=noninteractive
   refresh_package_lists
-  apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+  apt_get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# apt-get, waiting while something else installs packages.
+apt_get() {
+  apt-get -o DPkg::Lock::Timeout=600 "$@"
 }
 
 refresh_package_lists() {
-  apt-get update -qq || printf 'Going on with the package lists that are there.\n' >&2
+  apt_get update -qq || printf 'Going on with the package lists that are there.\n' >&2
 }
 
 # What every build of the project needs.
