@@ -6,7 +6,7 @@ is_installed() {
   dpkg-query -W -f='${db:Status-Status}\n' "$1" 2>/dev/null | grep -qx installed
 }
 
-# need_packages NAME...: installs what is missing; says what, and asks nothing.
+# need_packages NAME...: installs what is missing; prints what, and asks nothing.
 need_packages() {
   local missing=() name
   for name in "$@"; do
@@ -29,7 +29,7 @@ apt_get() {
 }
 
 refresh_package_lists() {
-  apt_get update -qq || printf 'Going on with the package lists that are there.\n' >&2
+  apt_get update -qq || printf 'The package lists could not be refreshed; continuing with those that are there.\n' >&2
 }
 
 # What every build of the project needs.
