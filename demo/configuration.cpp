@@ -19,19 +19,17 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* genericWorkerKey = "apps:quor_usb_rx_generic";
-constexpr const char* defaultValue = "default";
 
 struct Run {
-  int status;
+  int status = 0;
   Words output;
 };
 
-Run runConfigurator(const Words& arguments) {
+Run runConfigurator(Words command) {
   constexpr const char* outputFile = "/sim/quor_config";
-  Words command = {DEMO_CONFIGURATOR};
-  command.insert(command.end(), arguments.begin(), arguments.end());
+  command.insert(command.begin(), DEMO_CONFIGURATOR);
   sim::writeFile(outputFile, "");
-  Run run{};
+  Run run;
   if (::waitpid(sim::startProcess(command, {}, outputFile, outputFile), &run.status, 0) == -1) {
     throw sim::systemError("waitpid()");
   }
@@ -40,18 +38,6 @@ Run runConfigurator(const Words& arguments) {
     run.output.push_back(line);
   }
   return run;
-}
-
-/** A key may go without its section. */
-std::string fullKey(const std::string& name) {
-  const Words& keys = Unit::configurationKeys();
-  const auto key = std::find_if(keys.begin(), keys.end(), [&name](const std::string& full) {
-    return full == name || full.substr(full.find(':') + 1) == name;
-  });
-  if (key == keys.end()) {
-    throw sim::Error("there is no key " + name + "; help lists them");
-  }
-  return *key;
 }
 
 /** So that the daemon finds it. A program of the host's would not report to the unit. */
@@ -67,67 +53,65 @@ void installGenericWorker(sim::Unit& unit, const std::string& program) {
 }  // namespace
 
 const Words& Unit::configurationKeys() {
-  static const Words keys = {"usb:debug",
-                             "usb:classes",
-                             "usb:log_to_syslog",
-                             "usb:connect_fail_timeout",
-                             "usb:hid_only",
+  static const Words keys = {genericWorkerKey,
                              "usb:block_mass_storage",
-                             "usb:smartcard",
+                             "usb:classes",
+                             "usb:connect_fail_timeout",
+                             "usb:debug",
+                             "usb:hid_only",
                              "usb:isochronous_enabled",
                              "usb:isochronous_user_warning",
-                             genericWorkerKey};
+                             "usb:log_to_syslog",
+                             "usb:smartcard"};
   return keys;
 }
 
 std::optional<std::string> Unit::configured(const std::string& key) {
   const Run run = runConfigurator({"get", key});
-  return run.status == 0 ? std::optional(run.output.empty() ? "" : run.output.front()) : std::nullopt;
+  return run.status == 0 && !run.output.empty() ? std::optional(run.output.front()) : std::nullopt;
 }
 
-void Unit::configure(const Settings& changes) {
-  for (const auto& [name, value] : changes) {
-    const std::string key = fullKey(name);
-    if (value == defaultValue && !configured(key)) {
-      continue;
-    }
-    if (value != defaultValue && key == genericWorkerKey) {
-      installGenericWorker(unit_, value);
-    }
-    const Words command = value == defaultValue ? Words{"unset", key} : Words{"set", key, value};
-    log_.line(Tag::Config, "quor_config " + typed(command));
-    if (runConfigurator(command).status != 0) {
-      throw sim::Error("quor_config did not do what it was asked for");
-    }
+void Unit::configure(const std::string& key, const std::string& value) {
+  const Words& keys = configurationKeys();
+  if (std::find(keys.begin(), keys.end(), key) == keys.end()) {
+    throw sim::Error("there is no key " + key + "; help lists them");
   }
-  logConfiguration();
-  if (daemonRuns()) {
-    unit_.daemon().signal(SIGHUP);
-    log_.line(Tag::Config, "SIGHUP tells the daemon to read it before the next device");
+  const bool isRemoved = value == "default";
+  if (isRemoved && !configured(key)) {
+    return;
   }
-  report();
+  if (!isRemoved && key == genericWorkerKey) {
+    installGenericWorker(unit_, value);
+  }
+  const Words command = isRemoved ? Words{"unset", key} : Words{"set", key, value};
+  log_.line("config", "quor_config " + typed(command));
+  if (runConfigurator(command).status != 0) {
+    throw sim::Error("quor_config did not do what it was asked for");
+  }
 }
 
 void Unit::logConfiguration() {
-  std::map<std::string, std::string> sections;
-  Words keys = configurationKeys();
-  std::sort(keys.begin(), keys.end());
-  for (const std::string& key : keys) {
+  std::string text;
+  std::string section;
+  for (const std::string& key : configurationKeys()) {
     if (const std::optional<std::string> value = configured(key)) {
       const std::size_t colon = key.find(':');
-      std::string& section = sections[key.substr(0, colon)];
-      section += (section.empty() ? " " : ", ") + key.substr(colon + 1) + "=" + *value;
+      const bool isFirst = std::exchange(section, key.substr(0, colon)) != key.substr(0, colon);
+      text += (isFirst ? " [" + section + "] " : ", ") + key.substr(colon + 1) + "=" + *value;
     }
   }
-  std::string text;
-  for (const auto& [section, settings] : sections) {
-    text += " [" + section + "]" + settings;
-  }
-  log_.line(Tag::Config,
-            "/vel/quor.conf says:" + (text.empty() ? " nothing: every key has its default" : text));
+  log_.line("config", "/vel/quor.conf says:" + (text.empty() ? " nothing: every key has its default" : text));
   for (const std::string& fault : text.empty() ? Words{} : runConfigurator({"check"}).output) {
-    log_.line(Tag::Config, "quor_config check: " + fault);
+    log_.line("config", "quor_config check: " + fault);
   }
+}
+
+void Unit::announceConfiguration() {
+  if (daemonRuns()) {
+    unit_.daemon().signal(SIGHUP);
+    log_.line("config", "SIGHUP tells the daemon to read it before the next device");
+  }
+  report();
 }
 
 }  // namespace demo

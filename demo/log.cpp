@@ -1,10 +1,14 @@
 #include "demo/log.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <cctype>
 #include <cstdio>
-#include <ostream>
+#include <cstdlib>
+#include <iostream>
+#include <map>
 #include <sstream>
 #include <utility>
 
@@ -12,38 +16,17 @@ namespace demo {
 
 namespace {
 
-constexpr const char* bold = "1";
-constexpr const char* boldUnderlined = "1;4";
-constexpr const char* usualColour = "";
-constexpr const char* continuationIndent = "   ";
+constexpr std::size_t aboutColumns = 10;
 
-struct Look {
-  Tag tag;
-  const char* name;
-  const char* tagColour;
-  const char* textColour;
+struct Colours {
+  std::string about;
+  std::string text;
 };
 
-constexpr std::array<Look, 10> looks{{{Tag::Uevent, "uevent", "36", usualColour},
-                                      {Tag::Daemon, "daemon", "2", "2"},
-                                      {Tag::Message, "daemon", "2", "2"},
-                                      {Tag::Worker, "worker", "34", "34"},
-                                      {Tag::Display, "display", "33", "1;33"},
-                                      {Tag::Link, "link", "35", usualColour},
-                                      {Tag::Config, "config", "35", usualColour},
-                                      {Tag::Ok, "ok", "32", "32"},
-                                      {Tag::Failed, "FAILED", "1;31", "1;31"},
-                                      {Tag::Error, "error", "31", usualColour}}};
-
-const Look& lookOf(Tag tag) {
-  return *std::find_if(looks.begin(), looks.end(), [tag](const Look& look) { return look.tag == tag; });
-}
-
-std::string column(std::string name) {
-  constexpr std::size_t width = 8;
-  name.resize(width, ' ');
-  return name + "| ";
-}
+const std::map<std::string, Colours> coloursOf = {
+    {"uevent", {"36", ""}},      {"daemon", {"2", "2"}},       {"worker", {"34", "34"}},
+    {"display", {"33", "1;33"}}, {"link", {"35", ""}},         {"config", {"35", ""}},
+    {"ok", {"32", "32"}},        {"FAILED", {"1;31", "1;31"}}, {"error", {"31", ""}}};
 
 /** Control characters are shown as \xNN. */
 std::string printable(const std::string& text) {
@@ -57,7 +40,7 @@ std::string printable(const std::string& text) {
   return shown;
 }
 
-/** What stands between blanks, in parts of at most `longest` characters, which end with a slash if they can. */
+/** What stands between blanks; a longer word in parts, which end with a slash if they can. */
 Words partsOf(const std::string& text, std::size_t longest) {
   Words parts;
   std::istringstream words(text);
@@ -73,69 +56,90 @@ Words partsOf(const std::string& text, std::size_t longest) {
   return parts;
 }
 
-bool needsQuotes(unsigned char c) {
-  return std::isalnum(c) == 0 && std::string("_@%+=:,./-").find(static_cast<char>(c)) == std::string::npos;
-}
-
 }  // namespace
 
-std::string nameOf(Tag tag) {
-  return lookOf(tag).name;
+Words wordsOf(const std::string& line) {
+  Words words;
+  bool inWord = false;
+  bool inQuotes = false;
+  for (const char c : line) {
+    const bool isBlank = c == ' ' && !inQuotes;
+    if (!isBlank && !inWord) {
+      words.emplace_back();
+    }
+    inWord = !isBlank;
+    inQuotes = inQuotes != (c == '\'');
+    if (inWord && c != '\'') {
+      words.back() += c;
+    }
+  }
+  return words;
 }
 
-void Log::title(const std::string& text) {
-  plain("\n" + coloured("== " + text + " ==", bold));
+std::string typed(const Words& words) {
+  std::string line;
+  for (const std::string& word : words) {
+    const bool isPlain = !word.empty() && word.find_first_of(" '\"\\$*?<>|&;()") == std::string::npos;
+    line += (line.empty() ? "" : " ") + (isPlain ? word : "'" + word + "'");
+  }
+  return line;
 }
 
-void Log::headline(const std::string& text) {
-  plain("\n" + coloured(text, boldUnderlined));
+Log::Log(std::size_t columns, std::size_t longestWord) : columns_(columns), longestWord_(longestWord) {
+  const char* noColour = std::getenv("NO_COLOR");
+  isColoured_ = ::isatty(STDOUT_FILENO) == 1 && (noColour == nullptr || *noColour == '\0');
 }
 
-void Log::line(Tag tag, const std::string& text) {
-  const Look& look = lookOf(tag);
-  put({column(look.name), look.tagColour, look.textColour}, column(""), text);
+void Log::title(const std::string& text) const {
+  plain("\n" + coloured("== " + text + " ==", "1") + "\n");
 }
 
-void Log::event(Tag tag, const std::string& text) {
-  line(tag, text);
-  events_.push_back({tag, text});
+void Log::headline(const std::string& text) const {
+  plain("\n" + coloured(text, "1;4") + "\n");
 }
 
-std::vector<Event> Log::takeEvents() {
+void Log::line(const std::string& about, const std::string& text) const {
+  const Colours& colours = coloursOf.at(about);
+  std::string left = about;
+  for (const std::string& line : wrapped(text, textColumns())) {
+    left.resize(aboutColumns - 2, ' ');
+    plain(coloured(left + "| ", colours.about) + coloured(line, colours.text) + "\n");
+    left.clear();
+  }
+}
+
+void Log::event(const std::string& about, const std::string& text) {
+  line(about, text);
+  events_.push_back({about, text});
+}
+
+std::vector<Line> Log::takeEvents() {
   return std::exchange(events_, {});
 }
 
-void Log::item(const std::string& left, const std::string& text) {
-  put({left, usualColour, usualColour}, std::string(left.size(), ' '), text);
-}
-
-void Log::put(const Style& style, const std::string& continuation, const std::string& text) {
-  std::string left = style.left;
-  for (const std::string& line : wrapped(printable(text), layout_.columns - left.size())) {
-    plain(coloured(left, style.leftColour) + coloured(line, style.textColour));
-    left = continuation;
+void Log::item(const std::string& left, const std::string& text) const {
+  std::string beginning = left;
+  for (const std::string& line : wrapped(text, columns_ - left.size())) {
+    plain(beginning + line + "\n");
+    beginning.assign(left.size(), ' ');
   }
 }
 
 void Log::plain(const std::string& text) {
-  out_ << text << std::endl;
-}
-
-void Log::begin(const std::string& text) {
-  out_ << coloured(text, bold) << std::flush;
+  std::cout << text << std::flush;
 }
 
 std::size_t Log::textColumns() const {
-  return layout_.columns - column("").size();
+  return columns_ - aboutColumns;
 }
 
 Words Log::wrapped(const std::string& text, std::size_t columns) const {
   Words lines;
-  for (const std::string& part : partsOf(text, layout_.longestWord)) {
+  for (const std::string& part : partsOf(printable(text), longestWord_)) {
     if (lines.empty()) {
       lines.push_back(part);
     } else if (lines.back().size() + 1 + part.size() > columns) {
-      lines.push_back(continuationIndent + part);
+      lines.push_back("   " + part);
     } else {
       lines.back() += " " + part;
     }
@@ -143,19 +147,8 @@ Words Log::wrapped(const std::string& text, std::size_t columns) const {
   return lines;
 }
 
-std::string Log::coloured(const std::string& text, const char* colour) const {
-  return !layout_.coloured || colour == std::string()
-             ? text
-             : std::string("\033[") + colour + "m" + text + "\033[0m";
-}
-
-std::string typed(const Words& command) {
-  std::string text;
-  for (const std::string& argument : command) {
-    const bool isQuoted = argument.empty() || std::any_of(argument.begin(), argument.end(), needsQuotes);
-    text += (text.empty() ? "" : " ") + (isQuoted ? "'" + argument + "'" : argument);
-  }
-  return text;
+std::string Log::coloured(const std::string& text, const std::string& colour) const {
+  return !isColoured_ || colour.empty() ? text : "\033[" + colour + "m" + text + "\033[0m";
 }
 
 }  // namespace demo

@@ -1,72 +1,51 @@
 // Shows the daemon at work on a simulated unit: scenes that are checked as they go, or a prompt.
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
 
 #include "demo/prompt.h"
 #include "demo/scenes.h"
+#include "sim/contract.h"
 
 namespace demo {
 
 namespace {
 
-constexpr Layout sceneLayout = {false, 100, 100};
+constexpr const char* introduction =
+    "The daemon on a simulated unit: recorded devices come and go, and each step is checked.\n"
+    "The left column tells who acts: the kernel (uevent), the daemon in its debug messages, the workers,\n"
+    "the display at the user's desk, those who use the control socket (link), the administrator (config).\n"
+    "Left out is what the daemon says of events that it takes no interest in.\n";
 
-constexpr std::array introduction = {
-    "The daemon on a simulated unit: recorded devices come and go, and each step is checked.",
-    "The left column tells who acts: the kernel (uevent), the daemon in its debug messages, the workers,",
-    "the display at the user's desk, those who use the control socket (link), the administrator (config).",
-    "Left out is what the daemon says of events that it takes no interest in."};
-
-Words textsOf(const std::vector<Event>& events, Tag tag) {
-  Words texts;
-  for (const Event& event : events) {
-    if (event.tag == tag) {
-      texts.push_back(event.text);
-    }
-  }
-  if (tag == Tag::Display) {
-    std::sort(texts.begin(), texts.end());  // what comes first there is left open
-  }
-  return texts;
+/** Who acts first is left open, and so is what the display shows first. */
+std::vector<Line> comparable(std::vector<Line> lines) {
+  std::stable_sort(lines.begin(), lines.end(), [](const Line& a, const Line& b) {
+    return a.about != b.about ? a.about < b.about : a.about == "display" && a.text < b.text;
+  });
+  return lines;
 }
 
-bool contains(const Words& all, const Words& expected) {
-  auto next = expected.begin();
-  for (const std::string& text : all) {
-    next += next != expected.end() && *next == text ? 1 : 0;
+/** Returns what is wrong with the events; nothing if they are as expected. */
+std::string findFault(const Step& step, std::vector<Line> seen) {
+  std::erase_if(seen, [&step](const Line& line) {
+    return line.text.starts_with(contract::debug::tag) &&
+           std::find(step.seen.begin(), step.seen.end(), line) == step.seen.end();
+  });
+  seen = comparable(seen);
+  const std::vector<Line> expected = comparable(step.seen);
+  const auto [missing, other] = std::mismatch(expected.begin(), expected.end(), seen.begin(), seen.end());
+  if (missing == expected.end() && other == seen.end()) {
+    return "";
   }
-  return next == expected.end();
+  const auto shown = [](auto line, auto end) {
+    return line == end ? "nothing else" : line->about + " \"" + line->text + "\"";
+  };
+  return "expected " + shown(missing, expected.end()) + "; there was " + shown(other, seen.end());
 }
 
-std::string listOf(const Words& texts) {
-  std::string list;
-  for (const std::string& text : texts) {
-    list += (list.empty() ? "\"" : ", \"") + text + "\"";
-  }
-  return list.empty() ? "nothing" : list;
-}
-
-/** The first difference, for a person; empty if there is none. */
-std::string differenceBetween(const std::vector<Event>& expected, const std::vector<Event>& seen) {
-  for (const Tag tag : {Tag::Daemon, Tag::Worker, Tag::Display, Tag::Link, Tag::Message}) {
-    const Words wanted = textsOf(expected, tag);
-    const Words found = textsOf(seen, tag);
-    if (tag == Tag::Message ? !contains(found, wanted) : found != wanted) {
-      return nameOf(tag) + ": expected " + listOf(wanted) + "; there was " + listOf(found);
-    }
-  }
-  return "";
-}
-
-/** Returns what is wrong; empty if all went as expected. */
 std::string carryOut(const Step& step, Unit& unit, Log& log) {
-  log.takeEvents();
   try {
     for (const std::string& command : step.commands) {
       carryOutCommand(command, unit, log);
@@ -74,57 +53,45 @@ std::string carryOut(const Step& step, Unit& unit, Log& log) {
   } catch (const std::exception& error) {
     return std::string("this step could not be done: ") + error.what();
   }
-  return differenceBetween(step.seen, log.takeEvents());
+  return findFault(step, log.takeEvents());
 }
 
 /** Ends with the first step that does not go as expected; returns whether all did. */
-bool showScenes(Log& log) {
-  std::size_t count = 0;
-  const std::vector<Scene> all = scenes();
-  for (const Scene& scene : all) {
-    count += scene.steps.size();
-  }
-  const std::string ofAll = " of " + std::to_string(count) + " steps went as expected";
-  std::size_t done = 0;
-  for (const Scene& scene : all) {
+bool showScenes() {
+  Log log(100, 100);
+  Log::plain(introduction);
+  std::size_t steps = 0;
+  int done = 0;
+  std::string fault;
+  for (const Scene& scene : scenes()) {
+    steps += scene.steps.size();
+    if (!fault.empty()) {
+      continue;
+    }
     log.title(scene.title);
     Unit unit(log);
-    for (const Step& step : scene.steps) {
-      log.headline(std::to_string(done + 1) + ". " + step.headline);
-      const std::string fault = carryOut(step, unit, log);
-      log.line(fault.empty() ? Tag::Ok : Tag::Failed, fault.empty() ? step.outcome : fault);
-      if (!fault.empty()) {
-        log.headline(std::to_string(done) + ofAll + "; the one above did not, and ends the demo.");
-        return false;
-      }
-      ++done;
+    for (auto step = scene.steps.begin(); step != scene.steps.end() && fault.empty(); ++step) {
+      log.headline(std::to_string(done + 1) + ". " + step->headline);
+      fault = carryOut(*step, unit, log);
+      log.line(fault.empty() ? "ok" : "FAILED", fault.empty() ? step->outcome : fault);
+      done += fault.empty() ? 1 : 0;
     }
   }
-  log.headline(std::to_string(done) + ofAll + ".");
-  return true;
-}
-
-Log logWith(Layout layout) {
-  const char* noColour = std::getenv("NO_COLOR");
-  layout.coloured = ::isatty(STDOUT_FILENO) == 1 && (noColour == nullptr || *noColour == '\0');
-  return {std::cout, layout};
+  log.headline(std::to_string(done) + " of " + std::to_string(steps) + " steps went as expected" +
+               (fault.empty() ? "." : "; the one above did not, and ends the demo."));
+  return fault.empty();
 }
 
 int run(const Words& arguments) {
+  if (arguments.empty()) {
+    return showScenes() ? EXIT_SUCCESS : EXIT_FAILURE;
+  }
   if (arguments == Words{"--interactive"}) {
-    Log log = logWith(promptLayout);
-    runPrompt(log);
+    runPrompt();
     return EXIT_SUCCESS;
   }
-  if (!arguments.empty()) {
-    std::cerr << "Usage: usb_rx_demo [--interactive]\n";
-    return 2;
-  }
-  Log log = logWith(sceneLayout);
-  for (const char* line : introduction) {
-    log.plain(line);
-  }
-  return showScenes(log) ? EXIT_SUCCESS : EXIT_FAILURE;
+  std::cerr << "Usage: usb_rx_demo [--interactive]\n";
+  return 2;
 }
 
 }  // namespace

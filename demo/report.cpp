@@ -1,7 +1,6 @@
 // How the unit's log comes about: what the daemon writes, its workers, the display, the answers to queries.
 
 #include <algorithm>
-#include <cctype>
 #include <iterator>
 #include <sstream>
 #include <string_view>
@@ -23,13 +22,8 @@ std::string tagged(const std::string& text) {
 
 /** "ACTION /DEVPATH", and no more: with this line the daemon begins to handle a uevent. */
 bool namesUevent(const std::string& line) {
-  std::istringstream words(line);
-  std::string tag;
-  std::string action;
-  std::string devpath;
-  words >> tag >> action >> devpath;
-  return std::all_of(action.begin(), action.end(), [](unsigned char c) { return std::islower(c) != 0; }) &&
-         devpath.starts_with('/') && line == tagged(debug::event(action, devpath));
+  const Words words = wordsOf(line);
+  return words.size() == 3 && words[2].starts_with('/') && line == tagged(debug::event(words[1], words[2]));
 }
 
 bool namesSubsystem(const std::string& line) {
@@ -54,39 +48,21 @@ Words withoutPassedOver(const Words& lines) {
   return kept;
 }
 
-/** The sysfs path for which this line says that a worker is started. */
-std::optional<std::string> pathOfStartedWorker(const std::string& line) {
-  const std::string keyboard = debug::startingKeyboard("", "");
-  for (const std::string& text :
-       {debug::startingGeneric(""), debug::startingScsi(""), keyboard.substr(0, keyboard.find(" ("))}) {
-    const std::string beginning = tagged(text);
-    if (line.starts_with(beginning)) {
-      const std::string path = line.substr(beginning.size());
-      return path.substr(0, path.find(" ("));  // a keyboard's device number follows
-    }
-  }
-  return std::nullopt;
-}
-
 /** Keeps the first component of a path and as many of the last ones as fit. */
 std::string shortened(const std::string& path, std::size_t columns) {
-  if (path.size() <= columns) {
-    return path;
-  }
   std::size_t rest = path.find('/', 1);
   const std::string beginning = path.substr(0, rest) + "/...";
   while (rest != std::string::npos && beginning.size() + path.size() - rest > columns) {
     rest = path.find('/', rest + 1);
   }
-  return beginning + path.substr(std::min(rest, path.rfind('/')));
+  return path.size() <= columns ? path : beginning + path.substr(std::min(rest, path.rfind('/')));
 }
 
 std::string describe(const std::string& datagram, std::size_t columns) {
-  constexpr std::size_t actionColumns = sizeof "remove ";
-  const std::size_t at = datagram.find('@');
-  std::string action = datagram.substr(0, at) + " ";
-  action.resize(std::max(action.size(), actionColumns - 1), ' ');
-  return action + shortened(std::string(datagram.c_str()).substr(at + 1), columns - action.size());
+  const std::string head = datagram.c_str();
+  std::string action = head.substr(0, head.find('@'));
+  action.resize(sizeof "remove", ' ');
+  return action + shortened(head.substr(head.find('@') + 1), columns - action.size());
 }
 
 /** Whether a whole device has come or gone, as against interfaces, nodes and changes. */
@@ -96,26 +72,15 @@ bool isArrivalOrDeparture(const std::string& datagram) {
          (datagram.starts_with("add@") || datagram.starts_with("remove@"));
 }
 
-std::string numbered(const NumberedWorker& worker) {
-  return "#" + std::to_string(worker.number) + " " + worker.worker->program();
-}
-
-std::optional<std::string> answerByNow(sim::LinkManager& client) {
-  try {
-    return client.receive(sim::Deadline(0));
-  } catch (const sim::TimedOut&) {
-    return std::nullopt;
-  }
+std::string nameOf(const Worker& worker) {
+  return "#" + std::to_string(worker.number) + " " + worker.process->program();
 }
 
 }  // namespace
 
-/** Returns when the daemon has handled all uevents sent before, or has ended. */
-void Unit::settle() {
+void Unit::awaitDaemon(const std::function<void()>& await) {
   try {
-    if (daemonRuns()) {
-      unit_.settle();
-    }
+    await();
   } catch (const sim::Error&) {
     if (daemonRuns()) {
       throw;
@@ -123,29 +88,40 @@ void Unit::settle() {
   }
 }
 
-/** Logs the uevent with what came of it, or only counts it if nothing did. */
-void Unit::reportUevent(const std::string& datagram) {
-  settle();
-  const Words all = takeMessages();
-  const Words ofInterest = withoutPassedOver(all);
-  if (ofInterest.empty() && !isArrivalOrDeparture(datagram)) {
-    ++ueventsCounted_;
-    return;
+void Unit::settle() {
+  if (daemonRuns()) {
+    awaitDaemon([this] { unit_.settle(); });
   }
-  logCountedUevents();
-  log_.line(Tag::Uevent, describe(datagram, log_.textColumns()));
-  ueventLogged_ = true;
-  logMessages(ofInterest.empty() ? all : ofInterest);
-  logDisplay();
 }
 
-void Unit::logCountedUevents() {
-  const int count = std::exchange(ueventsCounted_, 0);
-  if (count > 0) {
-    log_.line(Tag::Uevent, (ueventLogged_ ? "... and " : "") + std::to_string(count) +
-                               (ueventLogged_ ? " more" : "") + (count == 1 ? " event" : " events") +
-                               " of its interfaces and nodes");
+/** Logs uevents with what comes of them, and only counts those of which nothing does. */
+void Unit::send(const std::vector<sim::RecordedEvent>& events) {
+  int passedOver = 0;
+  bool isLogged = false;
+  const auto logPassedOver = [&] {
+    const std::string count = std::to_string(passedOver);
+    if (std::exchange(passedOver, 0) > 0) {
+      log_.line("uevent", (isLogged ? "... and " + count + " more" : count) +
+                              (count == "1" ? " event" : " events") + " of its interfaces and nodes");
+    }
+  };
+  for (const sim::RecordedEvent& event : events) {
+    unit_.uevents.send(event.datagram);
+    settle();
+    const Words all = takeMessages();
+    const Words ofInterest = withoutPassedOver(all);
+    if (ofInterest.empty() && !isArrivalOrDeparture(event.datagram)) {
+      ++passedOver;
+      continue;
+    }
+    logPassedOver();
+    isLogged = true;
+    log_.line("uevent", describe(event.datagram, log_.textColumns()));
+    logMessages(ofInterest.empty() ? all : ofInterest);
+    logDisplay();
   }
+  logPassedOver();
+  report();
 }
 
 void Unit::report() {
@@ -174,12 +150,10 @@ bool Unit::hasNews() {
 
 Words Unit::takeMessages() {
   Words taken;
-  const Words none;
-  const Words& lines = following_ ? unit_.daemon().lines() : none;
-  for (; linesTaken_ < lines.size(); ++linesTaken_) {
-    std::string line = sim::messageOf(lines[linesTaken_]);
+  while (following_ && linesTaken_ < unit_.daemon().lines().size()) {
+    const std::string line = sim::messageOf(unit_.daemon().lines()[linesTaken_++]);
     if (!line.empty() && !isOfTheUnitItself(line)) {
-      taken.push_back(std::move(line));
+      taken.push_back(line);
     }
   }
   return taken;
@@ -187,35 +161,32 @@ Words Unit::takeMessages() {
 
 void Unit::logMessages(const Words& messages) {
   for (const std::string& message : messages) {
-    log_.event(Tag::Message, message);
-    if (const std::optional<std::string> device = pathOfStartedWorker(message)) {
-      logStartOfWorker(*device);
+    log_.event("daemon", message);
+    const Words words = wordsOf(message);
+    if (message.starts_with(tagged("starting usb_rx_"))) {  // "... for PATH"
+      // Workers are handed out in the order of their starts, and so are the daemon's messages.
+      sim::Worker& process = unit_.workers.waitForWorker();
+      workers_.push_back({++workersStarted_, words.at(4), &process});
+      log_.event("worker",
+                 "#" + std::to_string(workersStarted_) + " starts: " + typed(process.start.arguments));
     }
   }
-}
-
-void Unit::logStartOfWorker(const std::string& device) {
-  // Workers are handed out in the order of their starts, and so are the daemon's messages.
-  sim::Worker& worker = unit_.workers.waitForWorker();
-  workers_.push_back({++workersStarted_, device, &worker});
-  log_.event(Tag::Worker,
-             "#" + std::to_string(workersStarted_) + " starts: " + typed(worker.start.arguments));
 }
 
 void Unit::logEndedWorkers(const std::string& how) {
-  const Workers all = workers_;
-  for (const NumberedWorker& each : all) {
-    if (!each.worker->isRunning()) {
-      logEndOfWorker(each, how);
+  const std::vector<Worker> all = workers_;
+  for (const Worker& each : all) {
+    if (!each.process->isRunning()) {
+      logEnd(each, how);
     }
   }
 }
 
-void Unit::logEndOfWorker(NumberedWorker ended, const std::string& how) {
-  ended.worker->waitForEnd();
-  log_.event(Tag::Worker, numbered(ended) + " has ended" + how);
-  std::erase_if(workers_, [&ended](const NumberedWorker& other) { return other.number == ended.number; });
-  const sim::WorkerStart& start = ended.worker->start;
+void Unit::logEnd(Worker ended, const std::string& how) {
+  ended.process->waitForEnd();
+  log_.event("worker", nameOf(ended) + " has ended" + how);
+  std::erase_if(workers_, [&ended](const Worker& each) { return each.number == ended.number; });
+  const sim::WorkerStart& start = ended.process->start;
   if (daemonRuns() && start.parent == unit_.daemon().pid()) {
     const sim::Background wakeAtEndOfDaemon(endOfDaemon(), [] {});
     sim::waitUntil("the daemon to take notice of the end of a worker", {}, [&] {
@@ -227,19 +198,20 @@ void Unit::logEndOfWorker(NumberedWorker ended, const std::string& how) {
 
 void Unit::logAnswers() {
   queries_.remove_if([this](sim::LinkManager& client) {
-    const std::optional<std::string> answer = answerByNow(client);
-    if (answer) {
-      log_.event(Tag::Link,
-                 answer->empty() ? "receives nothing; the connection ends" : "receives \"" + *answer + "\"");
+    try {
+      const std::string answer = client.receive(sim::Deadline(0));
+      log_.event("link",
+                 answer.empty() ? "receives nothing; the connection ends" : "receives \"" + answer + "\"");
+      return true;
+    } catch (const sim::TimedOut&) {
+      return false;
     }
-    return answer.has_value();
   });
 }
 
 void Unit::logDisplay() {
-  for (std::string text : unit_.display.takeWrites()) {
-    text.resize(text.size() - (text.ends_with('\n') ? 1 : 0));
-    log_.event(Tag::Display, "[" + text + "]");
+  for (const std::string& text : unit_.display.takeWrites()) {
+    log_.event("display", "[" + text.substr(0, text.size() - (text.ends_with('\n') ? 1 : 0)) + "]");
   }
 }
 
@@ -250,15 +222,15 @@ void Unit::logEndOfDaemon() {
   following_ = false;
   std::ostringstream end;
   end << unit_.daemon().waitForExit();
-  log_.event(Tag::Daemon, "has ended with " + end.str());
-  for (const NumberedWorker& each : workers_) {
-    if (each.worker->start.parentDeathSignal != 0) {
-      each.worker->waitForEnd();
+  log_.event("daemon", "has ended with " + end.str());
+  for (const Worker& each : workers_) {
+    if (each.process->start.parentDeathSignal != 0) {
+      each.process->waitForEnd();
     }
   }
   logEndedWorkers(" with the daemon");
-  for (const NumberedWorker& each : workers_) {
-    log_.event(Tag::Worker, numbered(each) + " runs on");
+  for (const Worker& each : workers_) {
+    log_.event("worker", nameOf(each) + " runs on");
   }
 }
 

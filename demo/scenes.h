@@ -1,17 +1,14 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "demo/log.h"
 
 namespace demo {
 
 struct Step {
-  std::string headline;     ///< what is done, in plain words
-  Words commands;           ///< the same as one types it at the prompt
-  std::vector<Event> seen;  ///< all that must come of it; the daemon may have more messages
-  std::string outcome;      ///< that, in plain words
+  std::string headline;    ///< what is done, in plain words
+  Words commands;          ///< the same as one types it at the prompt
+  std::vector<Line> seen;  ///< all that must come of it; the daemon may have more messages
+  std::string outcome;     ///< that, in plain words
 };
 
 /** Each scene has a unit of its own, on which nothing is plugged in at first. */

@@ -1,27 +1,21 @@
 #pragma once
 
+#include <functional>
 #include <list>
 #include <map>
 #include <optional>
 #include <string>
-#include <utility>
 
 #include "demo/log.h"
 #include "sim/unit.h"
 
 namespace demo {
 
-/** A worker under the number by which a person calls it. */
-struct NumberedWorker {
-  int number;
+struct Worker {
+  int number;          ///< by which a person calls it
   std::string device;  ///< the sysfs path for which it was started
-  sim::Worker* worker;
+  sim::Worker* process;
 };
-
-using Workers = std::vector<NumberedWorker>;
-
-/** Keys of the configuration and their new values. */
-using Settings = std::vector<std::pair<std::string, std::string>>;
 
 /**
  * A simulated unit with a log. What is done to it returns when the daemon has dealt with it and all that came
@@ -44,9 +38,11 @@ class Unit {
   static const Words& configurationKeys();
   /** What the file says of a key. */
   [[nodiscard]] static std::optional<std::string> configured(const std::string& key);
-  /** Sets keys, or unsets those whose value is "default", and sends SIGHUP. */
-  void configure(const Settings& changes);
+  /** Sets a key, or removes it if the value is "default". */
+  void configure(const std::string& key, const std::string& value);
   void logConfiguration();
+  /** Sends SIGHUP. */
+  void announceConfiguration();
 
   /** The link manager delivers these link parameters and stays connected. */
   void deliverLink(const std::string& parameters);
@@ -60,7 +56,7 @@ class Unit {
   /** Waits until the daemon has ended this worker. */
   void awaitEndOfWorker(int number);
   /** Those that were started and whose end was not logged yet. */
-  [[nodiscard]] const Workers& workers() const { return workers_; }
+  [[nodiscard]] const std::vector<Worker>& workers() const { return workers_; }
 
   /** Logs all that has happened since the last time. */
   void report();
@@ -72,21 +68,19 @@ class Unit {
  private:
   [[nodiscard]] bool daemonRuns() { return following_ && unit_.daemon().isRunning(); }
   void demandDaemon();
+  /** Calls a function that waits for the daemon; its end will do, too. */
+  void awaitDaemon(const std::function<void()>& await);
+  /** Returns when the daemon has handled all uevents sent before, or has ended. */
   void settle();
-
-  void layOut(const sim::DeviceRecording& recording);
   void send(const std::vector<sim::RecordedEvent>& events);
-  void reportUevent(const std::string& datagram);
-  void logCountedUevents();
-  [[nodiscard]] std::string freePort(const sim::DeviceRecording& recording) const;
+  [[nodiscard]] sim::DeviceRecording atFreePort(const sim::DeviceRecording& recording) const;
+  [[nodiscard]] Worker worker(int number) const;
 
   [[nodiscard]] Words takeMessages();
   void logMessages(const Words& messages);
-  void logStartOfWorker(const std::string& device);
   void logEndedWorkers(const std::string& how);
-  /** Waits until the daemon has taken notice, too. */
-  void logEndOfWorker(NumberedWorker ended, const std::string& how);
-  [[nodiscard]] NumberedWorker worker(int number) const;
+  /** Waits for it, and for the daemon to take notice. */
+  void logEnd(Worker ended, const std::string& how);
   void logAnswers();
   void logDisplay();
   void logEndOfDaemon();
@@ -96,12 +90,10 @@ class Unit {
   std::map<std::string, sim::DeviceRecording> devices_;  ///< plugged in, by name or path
   std::optional<sim::LinkManager> linkManager_;          ///< has delivered link parameters
   std::list<sim::LinkManager> queries_;                  ///< not answered yet
-  Workers workers_;
+  std::vector<Worker> workers_;
   int workersStarted_ = 0;
   bool following_ = false;  ///< a daemon was started, and its end was not logged yet
   std::size_t linesTaken_ = 0;
-  int ueventsCounted_ = 0;
-  bool ueventLogged_ = false;  ///< of the device that is coming or going
 };
 
 }  // namespace demo
