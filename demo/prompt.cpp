@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <memory>
 
 #include "sim/error.h"
 #include "sim/wait.h"
@@ -111,14 +112,13 @@ char** complete(const char* word, int start, int /*end*/) {
 LineOrEnd readEditedLine() {
   rl_getc_function = readKey;
   rl_attempted_completion_function = complete;
-  char* const text = readline(prompt().log.isColoured() ? boldPrompt : plainPrompt);
+  const std::unique_ptr<char, decltype(&std::free)> text(
+      readline(prompt().log.isColoured() ? boldPrompt : plainPrompt), &std::free);
   if (text == nullptr) {
     return std::nullopt;
   }
-  add_history(text);
-  std::string line = text;
-  std::free(text);
-  return line;
+  add_history(text.get());
+  return text.get();
 }
 
 }  // namespace

@@ -59,7 +59,7 @@ std::string shortened(const std::string& path, std::size_t columns) {
 }
 
 std::string describe(const std::string& datagram, std::size_t columns) {
-  const std::string head = datagram.c_str();
+  const std::string head = datagram.substr(0, datagram.find('\0'));
   std::string action = head.substr(0, head.find('@'));
   action.resize(sizeof "remove", ' ');
   return action + shortened(head.substr(head.find('@') + 1), columns - action.size());

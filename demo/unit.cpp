@@ -79,7 +79,7 @@ void Unit::plug(const std::string& device) {
   unit_.sysfs.layOut(recording);
   // A kernel announces nothing that is not there; the recorded trees leave some out.
   for (const sim::RecordedEvent& event : recording.plugEvents) {
-    const std::string head = event.datagram.c_str();
+    const std::string head = event.datagram.substr(0, event.datagram.find('\0'));
     const std::string directory = "/sys" + head.substr(head.find('@') + 1);
     if (!fs::exists(directory)) {
       unit_.sysfs.makeDirectory(directory);
