@@ -90,6 +90,12 @@ void policy(const Call& call) {
   if (call.words.size() % 2 == 0) {
     throw sim::Error("a key needs a value; default removes it");
   }
+  const Words& keys = Unit::configurationKeys();
+  for (std::size_t i = 1; i < call.words.size(); i += 2) {
+    if (std::find(keys.begin(), keys.end(), call.words[i]) == keys.end()) {
+      throw sim::Error("there is no key " + call.words[i] + "; help lists them");
+    }
+  }
   for (std::size_t i = 1; i < call.words.size(); i += 2) {
     call.unit.configure(call.words[i], call.words[i + 1]);
   }

@@ -2,7 +2,6 @@
 
 #include <sys/wait.h>
 
-#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <sstream>
@@ -72,10 +71,6 @@ std::optional<std::string> Unit::configured(const std::string& key) {
 }
 
 void Unit::configure(const std::string& key, const std::string& value) {
-  const Words& keys = configurationKeys();
-  if (std::find(keys.begin(), keys.end(), key) == keys.end()) {
-    throw sim::Error("there is no key " + key + "; help lists them");
-  }
   const bool isRemoved = value == "default";
   if (isRemoved && !configured(key)) {
     return;
