@@ -1,5 +1,5 @@
 #include <algorithm>
-#include <array>
+#include <iterator>
 
 #include "demo/prompt.h"
 #include "sim/error.h"

@@ -101,9 +101,9 @@ void Log::headline(const std::string& text) const {
 void Log::line(const std::string& about, const std::string& text) const {
   const Colours& colours = coloursOf.at(about);
   std::string left = about;
-  for (const std::string& line : wrapped(text, textColumns())) {
+  for (const std::string& part : wrapped(text, textColumns())) {
     left.resize(aboutColumns - 2, ' ');
-    plain(coloured(left + "| ", colours.about) + coloured(line, colours.text) + "\n");
+    plain(coloured(left + "| ", colours.about) + coloured(part, colours.text) + "\n");
     left.clear();
   }
 }
@@ -119,8 +119,8 @@ std::vector<Line> Log::takeEvents() {
 
 void Log::item(const std::string& left, const std::string& text) const {
   std::string beginning = left;
-  for (const std::string& line : wrapped(text, columns_ - left.size())) {
-    plain(beginning + line + "\n");
+  for (const std::string& part : wrapped(text, columns_ - left.size())) {
+    plain(beginning + part + "\n");
     beginning.assign(left.size(), ' ');
   }
 }

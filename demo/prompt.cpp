@@ -118,7 +118,7 @@ LineOrEnd readEditedLine() {
     return std::nullopt;
   }
   add_history(text.get());
-  return text.get();
+  return std::string(text.get());
 }
 
 }  // namespace
