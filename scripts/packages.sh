@@ -36,7 +36,7 @@ refresh_package_lists() {
 build_packages=(cmake g++ libboost-dev libiniparser-dev ninja-build)
 
 # What the tests need besides.
-test_packages=(libgmock-dev libgtest-dev)
+test_packages=(libedit-dev libgmock-dev libgtest-dev)
 
 # build PRESET [TARGET...]: configures and builds, quietly while all is well.
 build() {
