@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-#include "control/socket_path.h"
+#include "ctrl/link.h"
 
 namespace support {
 
