@@ -14,7 +14,7 @@ int configSet(ConfigDictionary* d, const char* key, const char* value) {
   if (value == nullptr) {
     return iniparser_set(d, key, nullptr);
   }
-  // A copy: `value` may be the dictionary's own text of this key, which iniparser frees first.
+  // The copy is for a `value` that is the dictionary's own text of this key: iniparser frees that one first.
   return iniparser_set(d, key, std::string(value).c_str());
 }
 
@@ -39,7 +39,7 @@ int configMerge(ConfigDictionary* to, const ConfigDictionary* from) {
   }
   forEachEntry(from, [to](const char* key, const char* value) {
     if (value != nullptr) {
-      configSet(to, key, value);  // refuses keys without ":"
+      configSet(to, key, value);  // adds nothing for a key without ":"
     }
   });
   return 0;

@@ -2,19 +2,26 @@
 
 #include "config/dictionary.h"
 
-/** Sets `key`, "section:key", making its section where it is missing. 0, or -1 for a key without ":" or a
- * null `d`. */
+/**
+ * Sets `key`, "section:key", and adds its section if that is missing. Returns 0, or -1 for a key without ":"
+ * or for a null `d`.
+ */
 int configSet(ConfigDictionary* d, const char* key, const char* value);
 
-/** Makes a section. 0, or -1 for a name with ":" or a null `d`. */
+/** Adds a section. Returns 0, or -1 for a name with ":" or for a null `d`. */
 int configAddSection(ConfigDictionary* d, const char* name);
 
-/** Removes an entry; one that is not there is no error. 0, or -1 for a null `d`. */
+/** Removes an entry; a missing entry is no error. Returns 0, or -1 for a null `d`. */
 int configUnset(ConfigDictionary* d, const char* key);
 
-/** Sets each setting of `from` in `to`; sections of `from` without settings are not made. 0, or -1 for a null
- * one. */
+/**
+ * Sets each setting of `from` in `to`, but adds no section for which `from` has no settings. Returns 0, or -1
+ * for a null dictionary.
+ */
 int configMerge(ConfigDictionary* to, const ConfigDictionary* from);
 
-/** How many entries are sections; -1 for a null `d`. */
+/**
+ * Returns the number of sections, or -1 for a null `d`. Nothing in this project calls it: it is
+ * for other programs.
+ */
 int configSectionCount(const ConfigDictionary* d);

@@ -3,10 +3,10 @@
 #include "config/dictionary.h"
 
 /**
- * Reads the file at `path` under a shared lock; the caller owns the result. Null when the file cannot be
- * opened or locked, or is not an INI file; what iniparser finds wrong with it is told on standard error.
+ * Reads the file at `path` under a shared lock; the caller owns the result. Returns null when the file cannot
+ * be opened or locked, or is no INI file. iniparser prints the faults of such a file to standard error.
  */
 ConfigDictionary* configLoad(const char* path);
 
-/** Frees `d`. 0, or -1 when `d` is null. */
+/** Frees `d`. Returns 0, or -1 for a null `d`. */
 int configFree(ConfigDictionary* d);

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 #include <ctime>
 
@@ -19,7 +20,7 @@ bool isDirectory(FILE* stream) {
   return fstat(fileno(stream), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// fopen opens a directory for reading, but nothing can be read from it.
+// fopen succeeds for reading a directory, but each read from it fails.
 FILE* openFile(const char* path, const char* mode) {
   FILE* stream = std::fopen(path, mode);
   if (stream != nullptr && isDirectory(stream)) {
@@ -52,7 +53,7 @@ FILE* configOpenLocked(const char* path, const char* mode, int lockOp) {
   for (int attempt = 1; attempt <= lastAttempt; ++attempt) {
     FILE* stream = openFile(path, mode);
     if (stream == nullptr) {
-      // The quote stays open, as this line has always been.
+      // The closing quote is missing: programs in the field match the line in this form.
       std::printf("Config failed to open file '%s\n", path);
       return nullptr;
     }

@@ -3,21 +3,21 @@
 #include "config/dictionary.h"
 
 /*
- * Outputs of a dictionary to standard output. Each returns 0, or -1 for a null dictionary.
+ * These functions print dictionaries to standard output. Each returns 0, or -1 for a null dictionary.
  */
 
-/** The INI text. */
+/** Prints the INI text. */
 int configPrint(const ConfigDictionary* d);
 
 /**
- * One line for each setting that differs, in the order of the dictionaries: "- key [old:]" for one that is
- * missing in `newer`, "c key [old:new]" for one that has another value, then "+ key [:new]" for each new one.
+ * Prints one line for each setting that differs. First, in the order of `older`: "- key [old:]" if it is
+ * missing in `newer`, "c key [old:new]" if its value differs. Then, in the order of `newer`: "+ key [:new]"
+ * if it is missing in `older`.
  */
 int configDiff(const ConfigDictionary* older, const ConfigDictionary* newer);
 
-/** An object of sections, each an object of texts. Names and values are printed as they are, without
- * escaping. */
+/** Prints a JSON object of sections, each an object of strings. Names and values are not escaped. */
 int configPrintJson(const ConfigDictionary* d);
 
-/** A sed script that puts the value of each setting in the place of its key between dollar signs. */
+/** Prints a sed script that replaces "$section:key$" by the value of that setting. Nothing is escaped. */
 int configPrintSed(const ConfigDictionary* d);

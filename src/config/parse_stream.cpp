@@ -10,22 +10,23 @@ ConfigDictionary* parseStream(FILE* stream, const char* path) {
 
 #include <array>
 #include <cstdarg>
+#include <cstddef>
 #include <cstring>
 #include <string_view>
 
-// This iniparser only loads by name. The one name that is sure to lead to the open, locked file, and not to
-// another that a writer has moved to its path meanwhile, is the descriptor's own under /proc. So /proc has to
-// be mounted and one more descriptor to be free; otherwise iniparser tells that it cannot open the file.
+// Before version 4.2, iniparser loads files by name only. A writer may have moved another file to the path by
+// now; the descriptor's name under /proc always leads to the open, locked file. This needs a mounted /proc
+// and one more free descriptor, otherwise iniparser prints that it cannot open the file.
 namespace {
 
 constexpr std::size_t descriptorPathSize = 32;
-constexpr std::size_t messageSize = 2048;  // holds a line of the file, which iniparser limits to 1024
+constexpr std::size_t messageSize = 2048;  // fits any line of the file: ASCIILINESZ of iniparser is 1024
 
 std::array<char, descriptorPathSize> descriptorPath{};
 const char* filePath = nullptr;
 
-// Prints iniparser's message with the file's own path where it names the descriptor's.
-int tellParseError(const char* format, ...) {
+// Prints iniparser's message with the file's path in place of the descriptor's name.
+int printParseError(const char* format, ...) {
   std::array<char, messageSize> message{};
   std::va_list arguments;
   va_start(arguments, format);
@@ -46,7 +47,7 @@ int tellParseError(const char* format, ...) {
 ConfigDictionary* parseStream(FILE* stream, const char* path) {
   std::snprintf(descriptorPath.data(), descriptorPath.size(), "/proc/self/fd/%d", fileno(stream));
   filePath = path;
-  iniparser_set_error_callback(tellParseError);
+  iniparser_set_error_callback(printParseError);
   ConfigDictionary* parsed = iniparser_load(descriptorPath.data());
   iniparser_set_error_callback(nullptr);
   return parsed;

@@ -5,7 +5,8 @@
 #include "config/dictionary.h"
 
 /**
- * Parses the file that `stream` has open; `path` is its name in messages. Null when it is not an INI file or
- * memory runs out, told on standard error. Whether `stream` has moved afterwards is open.
+ * Parses the open file of `stream`; `path` is its name in messages. The caller owns the result. Returns
+ * null when it is no INI file or memory runs out, after messages on standard error. The position of
+ * `stream` is then undefined.
  */
 ConfigDictionary* parseStream(FILE* stream, const char* path);

@@ -14,7 +14,7 @@ using Key = std::array<char, 256>;
   return key;
 }
 
-// iniparser's conversions take every entry for a setting, but a section has no text.
+// iniparser's conversions treat a section like a setting, but it has no text.
 bool hasText(const ConfigDictionary* d, const Key& key) {
   return iniparser_getstring(d, key.data(), nullptr) != nullptr;
 }

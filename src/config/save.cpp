@@ -13,17 +13,17 @@
 
 namespace {
 
-// Holds every path that can be locked, and what is added to it.
+// Holds every path that configOpenLocked accepts, with the suffix of a temporary file.
 using Path = std::array<char, 300>;
 
 int openDirectoryOf(const char* path) {
-  Path copy{};  // dirname may write to it
+  Path copy{};  // dirname(3) may modify it
   std::snprintf(copy.data(), copy.size(), "%s", path);
   return open(dirname(copy.data()), O_RDONLY);
 }
 
-// Whoever may read and write the file may do so after a save, and nobody else. What fails here is not this
-// process's to give, or is none of the file system's.
+// A save does not change who may read and write the file. Failures are ignored: the process may lack the
+// right to give files away, and not every file system has owners.
 void copyOwnerAndPermissions(int from, int to) {
   struct stat status {};
   if (fstat(from, &status) == 0) {
@@ -32,7 +32,7 @@ void copyOwnerAndPermissions(int from, int to) {
   }
 }
 
-// On disk when it returns true.
+// The file is on disk when this returns true.
 bool writeDurably(const ConfigDictionary* d, FILE* stream) {
   iniparser_dump_ini(d, stream);
   return std::ferror(stream) == 0 && std::fflush(stream) == 0 && fsync(fileno(stream)) == 0;
@@ -49,7 +49,7 @@ bool writeTemporary(const ConfigDictionary* d, const char* temporary, int presen
   return written;
 }
 
-// Only a whole new file takes the old one's place; then the change of the directory is made durable too.
+// Only a complete new file replaces the old one. Afterwards the change of the directory is made durable too.
 bool replace(const ConfigDictionary* d, const char* path, int present, int directory) {
   Path temporary{};
   std::snprintf(temporary.data(), temporary.size(), "%s.tmp.%05d", path, static_cast<int>(getpid()));

@@ -3,9 +3,9 @@
 #include "config/dictionary.h"
 
 /**
- * Puts `d` in the place of the file at `path`, under an exclusive lock: whoever reads, and a crash at any
- * instant, finds the old file or the new one, whole. The new file has the old one's owner and permissions. 0,
- * or -1, and then the old file is untouched. What fails, or is killed, may leave a temporary file
- * "PATH.tmp.PID" and, where there was no file, an empty one.
+ * Replaces the file at `path` by `d`, under an exclusive lock. Readers see either the old file or the whole
+ * new one, also after a crash at any moment. The new file has the owner and permissions of the old one.
+ * Returns 0, or -1 with the old file unchanged. A failed or killed save may leave a temporary file
+ * "PATH.tmp.PID", and an empty file if there was none.
  */
 int configSave(const ConfigDictionary* d, const char* path);

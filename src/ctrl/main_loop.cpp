@@ -7,11 +7,13 @@
  * of the others to change.
  *
  * The wait has no limit in effect, unless workers have been restarted: then 3 seconds without any event end
- * the streak of restarts. What blocks otherwise is the handling of a uevent (up to a little over 3 seconds
- * until sysfs says what a device is), the look after the device of an ended worker (150 ms where it is still
- * there), a control client that connects and sends nothing, a writer that holds the configuration's lock, and
- * a reader of standard error that does not read. Meanwhile uevents wait in the socket's buffer and ended
- * workers in the pipe.
+ * the streak of restarts. This is what blocks otherwise:
+ *  - the handling of a uevent, up to a little over 3 seconds until sysfs says what a device is;
+ *  - the look after the device of an ended worker, 150 ms where it is still there;
+ *  - a control client that connects and sends nothing;
+ *  - a writer that holds the configuration's lock;
+ *  - a reader of standard error that does not read.
+ * Meanwhile uevents wait in the socket's buffer and ended workers in the pipe.
  *
  * Two signal handlers run at any instant. That of SIGCHLD writes one byte to a pipe, so that a worker that
  * ends just before the wait is not slept over; that of SIGHUP sets a flag that the next admission check

@@ -39,9 +39,8 @@ class StandardDescriptors {
   }
 };
 
-// The SIGCHLD handler writes to it and the main loop reads from it. It exists before main, so that the
-// handler finds it whenever it runs, and it holds no heap memory, so that the handler may end the program at
-// any instant.
+// The SIGCHLD handler writes to it and the main loop reads from it. It exists before main, so the handler
+// finds it at any time. It holds no heap memory, so the handler may end the program at any instant.
 class ChildExitPipe {
  public:
   // Nobody is there yet to catch what fails here.

@@ -6,8 +6,8 @@
 
 /*
  * Whether its descriptors make a device one that a worker of its own kind serves. The tests over a path read
- * a "descriptors" file: they throw the exception of a failed open or read, ulx::FileDescriptor::EndOfFile
- * when it has fewer than 18 bytes, and the bare text "Not a device descriptor" when another one begins it.
+ * a "descriptors" file and throw the exception of a failed open or read. A file of fewer than 18 bytes throws
+ * ulx::FileDescriptor::EndOfFile, one that begins otherwise the bare text "Not a device descriptor".
  */
 
 /** A keyboard: every interface is HID with the keyboard protocol (boot interface or not). A device without

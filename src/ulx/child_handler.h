@@ -4,12 +4,12 @@
 
 namespace ulx {
 
-/** A handler of SIGCHLD that is told how the child ended (sigaction(2), SA_SIGINFO). */
+/** A handler of SIGCHLD; `info` says how the child ended (sigaction(2), SA_SIGINFO). */
 using ChildHandler = void (*)(int signal, siginfo_t* info, void* context);
 
 /**
- * Installs `handler` for SIGCHLD: ended children only, not stopped or continued ones; no signal is blocked
- * while it runs besides SIGCHLD itself. Throws "sigaction(SIGCHLD)".
+ * Installs `handler` for SIGCHLD. It runs for ended children only, not for stopped or continued ones. While
+ * it runs, only SIGCHLD itself is blocked. Throws "sigaction(SIGCHLD)".
  */
 void installChildHandler(ChildHandler handler);
 

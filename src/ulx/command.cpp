@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
 #include <memory>
 #include <utility>
@@ -17,7 +18,7 @@ struct ClosePipe {
 using CommandPipe = std::unique_ptr<FILE, ClosePipe>;
 
 CommandPipe openPipe(const std::string& command) {
-  CommandPipe pipe(popen(command.c_str(), "r"));  // NOLINT(cert-env33-c): the shell is what is asked for
+  CommandPipe pipe(popen(command.c_str(), "r"));  // NOLINT(cert-env33-c): the caller asks for the shell
   if (pipe == nullptr) {
     throwErrno("popen(" + command + ")", errno);
   }
@@ -48,7 +49,7 @@ int closePipe(CommandPipe pipe) {
   return waitStatus;
 }
 
-// The layout of a wait status: the signal in the low seven bits, the exit code in the eight above the lowest.
+// In a wait status, bits 0 to 6 hold the signal, bits 8 to 15 the exit code (glibc's <bits/waitstatus.h>).
 int decode(int waitStatus) {
   constexpr unsigned signalBits = 0x7F;
   constexpr unsigned codeShift = 8;
@@ -70,7 +71,7 @@ std::string run_cmd(const std::string& command) {
   int status = 0;
   std::string output = captureCommand(command, status);
   if (status != 0) {
-    // "exitted": callers in the field look for the word as it has always been spelt.
+    // "exitted": programs in the field search for the word in this spelling.
     throw StrException("run_cmd(" + command + ") exitted with status " + std::to_string(status));
   }
   return output;

@@ -1,12 +1,14 @@
 #include "ulx/exceptions.h"
 
+#include <cerrno>
 #include <cstring>
 #include <ostream>
+#include <utility>
 
 namespace ulx {
 
-// Through the stream's buffer: a call of the stream itself would bring all locales of the standard library
-// into every static program that throws, half a megabyte on PowerPC.
+// It writes through the stream's buffer. A call of the stream itself would link all locales of the standard
+// library into every static program that throws: half a megabyte on PowerPC.
 void Exception::print(std::ostream& out) const {
   if (!out.good()) {
     return;
@@ -33,6 +35,8 @@ std::string UnknownException::text() const {
 }
 
 ErrnoException::ErrnoException(std::string where, int code) : errorNumber(code), context(std::move(where)) {}
+
+ErrnoException::ErrnoException(std::string where) : ErrnoException(std::move(where), errno) {}
 
 std::string ErrnoException::text() const {
   return std::strerror(errorNumber) + (" while " + context) + '\n';

@@ -1,14 +1,13 @@
 #pragma once
 
-#include <cerrno>
 #include <exception>
 #include <iosfwd>
 #include <string>
 #include <utility>
 
 /**
- * The exceptions of the utility library. A failed system call is thrown as the class of its error
- * number; nothing returns an error code. Objects are thrown by value and own their texts.
+ * The exceptions of the utility library. A failed system call is thrown as the class of its error number;
+ * nothing returns an error code. Objects are thrown by value and own their texts.
  */
 namespace ulx {
 
@@ -19,8 +18,7 @@ class Exception {
   Exception& operator=(const Exception&) = default;
   virtual ~Exception() = default;
 
-  /** Writes `text()` to `out`, unless that has failed, and flushes it. Does not tell when this write fails.
-   */
+  /** Writes `text()` to `out` and flushes it, unless `out` has failed. A failed write is not reported. */
   virtual void print(std::ostream& out) const;
   /** The text of the exception and a line end. */
   [[nodiscard]] virtual std::string text() const = 0;
@@ -29,7 +27,7 @@ class Exception {
   int status = 1;
 };
 
-/** An error told in words. */
+/** An error described by a message. */
 class StrException : public Exception {
  public:
   explicit StrException(std::string message);
@@ -47,7 +45,7 @@ class StdException : public Exception {
   std::string message;
 };
 
-/** Something was thrown of which nothing is known. */
+/** A thrown object of an unknown type. */
 class UnknownException : public Exception {
  public:
   [[nodiscard]] std::string text() const override;
@@ -62,37 +60,106 @@ class ErrnoException : public Exception {
 
   int errorNumber;
   std::string context;
+
+ protected:
+  /** Records the thread's current errno. */
+  explicit ErrnoException(std::string context);
 };
 
-/**
- * The class of one error number, so that a handler can name the failure it expects. It records the
- * thread's errno as it is at construction, not `code`: calls that return their error number (the POSIX
- * thread calls) may therefore carry a stale number in the right class.
+/*
+ * One class for each of these error numbers, so that a handler can name the failure it expects. Each records
+ * the thread's errno at its construction. The POSIX thread calls return their error number and leave errno
+ * alone: their exceptions have the right class, but may carry a stale number.
  */
-template <int code>
-class NamedErrnoException : public ErrnoException {
+
+/** ENOENT */
+class NoSuchFileOrDirectory : public ErrnoException {
  public:
-  explicit NamedErrnoException(std::string where) : ErrnoException(std::move(where), errno) {}
+  explicit NoSuchFileOrDirectory(std::string where) : ErrnoException(std::move(where)) {}
 };
 
-using NoSuchFileOrDirectory = NamedErrnoException<ENOENT>;
-using InterruptedSysCall = NamedErrnoException<EINTR>;
-using IOError = NamedErrnoException<EIO>;
-using WouldBlock = NamedErrnoException<EAGAIN>;
-using DeviceOrResourceBusy = NamedErrnoException<EBUSY>;
-using NoSuchDevice = NamedErrnoException<ENODEV>;
-using InvalidArgument = NamedErrnoException<EINVAL>;
-using BrokenPipe = NamedErrnoException<EPIPE>;
-using NoDataAvailable = NamedErrnoException<ENODATA>;
-using Overflow = NamedErrnoException<EOVERFLOW>;
-using ConnectionReset = NamedErrnoException<ECONNRESET>;
-using TimedOut = NamedErrnoException<ETIMEDOUT>;
-using ConnectionRefused = NamedErrnoException<ECONNREFUSED>;
-using HostUnreachable = NamedErrnoException<EHOSTUNREACH>;
+/** EINTR */
+class InterruptedSysCall : public ErrnoException {
+ public:
+  explicit InterruptedSysCall(std::string where) : ErrnoException(std::move(where)) {}
+};
+
+/** EIO */
+class IOError : public ErrnoException {
+ public:
+  explicit IOError(std::string where) : ErrnoException(std::move(where)) {}
+};
+
+/** EAGAIN */
+class WouldBlock : public ErrnoException {
+ public:
+  explicit WouldBlock(std::string where) : ErrnoException(std::move(where)) {}
+};
+
+/** EBUSY */
+class DeviceOrResourceBusy : public ErrnoException {
+ public:
+  explicit DeviceOrResourceBusy(std::string where) : ErrnoException(std::move(where)) {}
+};
+
+/** ENODEV */
+class NoSuchDevice : public ErrnoException {
+ public:
+  explicit NoSuchDevice(std::string where) : ErrnoException(std::move(where)) {}
+};
+
+/** EINVAL */
+class InvalidArgument : public ErrnoException {
+ public:
+  explicit InvalidArgument(std::string where) : ErrnoException(std::move(where)) {}
+};
+
+/** EPIPE */
+class BrokenPipe : public ErrnoException {
+ public:
+  explicit BrokenPipe(std::string where) : ErrnoException(std::move(where)) {}
+};
+
+/** ENODATA */
+class NoDataAvailable : public ErrnoException {
+ public:
+  explicit NoDataAvailable(std::string where) : ErrnoException(std::move(where)) {}
+};
+
+/** EOVERFLOW */
+class Overflow : public ErrnoException {
+ public:
+  explicit Overflow(std::string where) : ErrnoException(std::move(where)) {}
+};
+
+/** ECONNRESET */
+class ConnectionReset : public ErrnoException {
+ public:
+  explicit ConnectionReset(std::string where) : ErrnoException(std::move(where)) {}
+};
+
+/** ETIMEDOUT */
+class TimedOut : public ErrnoException {
+ public:
+  explicit TimedOut(std::string where) : ErrnoException(std::move(where)) {}
+};
+
+/** ECONNREFUSED */
+class ConnectionRefused : public ErrnoException {
+ public:
+  explicit ConnectionRefused(std::string where) : ErrnoException(std::move(where)) {}
+};
+
+/** EHOSTUNREACH */
+class HostUnreachable : public ErrnoException {
+ public:
+  explicit HostUnreachable(std::string where) : ErrnoException(std::move(where)) {}
+};
 
 /**
- * Throws the class that names `code` (Linux error numbers), or a plain ErrnoException that carries `code`
- * where none does. `context` names the call as it is written, with its object: open("/vel/quor.conf").
+ * Throws the class that stands for `code`, an error number of Linux. Where none does, it throws
+ * a plain ErrnoException that carries `code`. `context` names the call as it is written, with
+ * its object: open("/vel/quor.conf").
  */
 [[noreturn]] void throwErrno(const std::string& context, int code);
 

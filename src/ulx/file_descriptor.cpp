@@ -1,6 +1,7 @@
 #include "ulx/file_descriptor.h"
 
 #include <fcntl.h>
+#include <sys/types.h>
 #include <unistd.h>
 
 #include <array>
@@ -24,7 +25,7 @@ int openPath(const std::string& path, int flags) {
 
 }  // namespace
 
-// Adopting comes first, so that the descriptor is closed when marking it fails.
+// The delegated constructor has run by then, so a failed setCloseOnExec() closes the descriptor.
 FileDescriptor::FileDescriptor(const std::string& path, int flags)
     : FileDescriptor(openPath(path, flags), path, true) {
   setCloseOnExec();

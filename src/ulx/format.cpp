@@ -1,6 +1,7 @@
 #include "ulx/format.h"
 
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>

@@ -5,8 +5,8 @@
 namespace ulx {
 
 /**
- * Calls `use` with each item of `text`, from the first to the last. An item ends at `separator` or at the end
- * of the text: an empty text has none, and a separator at its end adds none.
+ * Calls `use(std::string_view)` for each item of `text`, in order. An item ends at `separator` or at the end
+ * of the text. An empty text has no item, and a separator at the end adds none.
  */
 template <class Use>
 void forEachItem(std::string_view text, char separator, Use use) {

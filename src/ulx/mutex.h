@@ -4,7 +4,7 @@
 
 namespace ulx {
 
-/** A POSIX mutex with default attributes. Its calls throw the class of the error number they return. */
+/** A POSIX mutex with default attributes. Throws the class of the error number that a call returns. */
 class Mutex {
  public:
   /** Throws "pthread_mutex_init()". */
@@ -22,7 +22,7 @@ class Mutex {
   pthread_mutex_t mutex_{};
 };
 
-/** Holds a mutex for the length of a scope. The mutex must outlive it. */
+/** Holds a mutex during its scope. The mutex must outlive it. */
 class MutexLock {
  public:
   explicit MutexLock(Mutex& mutex);

@@ -4,7 +4,7 @@
 
 namespace ulx {
 
-/** Whether something is at `path`, symbolic links followed. Throws stat(PATH) where that cannot be told. */
+/** Whether `path` exists, with symbolic links followed. Throws stat(PATH) when that cannot be found out. */
 bool pathExists(const std::string& path);
 
 }  // namespace ulx

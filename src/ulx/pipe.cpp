@@ -4,19 +4,23 @@
 
 #include <cerrno>
 
+#include "ulx/exceptions.h"
+
 namespace ulx {
 namespace {
 
 std::array<int, 2> makePipe() {
-  std::array<int, 2> fds{};
-  if (::pipe(fds.data()) == -1) {
+  std::array<int, 2> ends{};
+  if (::pipe(ends.data()) == -1) {
     throwErrno("pipe()", errno);
   }
-  return fds;
+  return ends;
 }
 
 }  // namespace
 
-Pipe::Pipe() : fds_(makePipe()), writeEnd(fds_[1], true), readEnd(fds_[0], true) {}
+Pipe::Pipe() : Pipe(makePipe()) {}
+
+Pipe::Pipe(const std::array<int, 2>& ends) : writeEnd(ends[1], true), readEnd(ends[0], true) {}
 
 }  // namespace ulx

@@ -6,18 +6,18 @@
 
 namespace ulx {
 
-/** A pipe that owns both of its ends. */
+/** A pipe that owns both its ends. */
 class Pipe {
  public:
   /** Throws "pipe()". */
   Pipe();
 
- private:
-  std::array<int, 2> fds_;  // as pipe(2) gives them: read end, write end
-
- public:
   FileDescriptor writeEnd;
   FileDescriptor readEnd;
+
+ private:
+  /** `ends` as pipe(2) returns them: the read end, then the write end. */
+  explicit Pipe(const std::array<int, 2>& ends);
 };
 
 }  // namespace ulx

@@ -2,7 +2,7 @@
 
 namespace ulx {
 
-/** Sleeps for `seconds`, whole however often a signal interrupts it. Throws "nanosleep". */
+/** Sleeps for `seconds` in full: after a signal it sleeps the rest. Throws "nanosleep". */
 void sleepSeconds(double seconds);
 
 }  // namespace ulx

@@ -1,8 +1,11 @@
 #include "ulx/wait.h"
 
+#include <sys/types.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <ctime>
 
 #include "ulx/exceptions.h"
 

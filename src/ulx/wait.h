@@ -5,9 +5,9 @@
 
 namespace ulx {
 
-/** The descriptors that one wait watches. Plain: callers copy it. Descriptors go up to FD_SETSIZE - 1. */
+/** The descriptors of one wait, up to FD_SETSIZE - 1. A plain record that callers may copy. */
 struct FdSetRecord {
-  /** Watches `fd` for reading. A number that no fd_set can hold throws "select()" with EINVAL. */
+  /** Adds `fd` to `readSet`. Throws "select()" with EINVAL for a number that no fd_set can hold. */
   void addReader(int fd);
 
   fd_set readSet{};
@@ -17,17 +17,17 @@ struct FdSetRecord {
 };
 
 /**
- * Waits until a descriptor of `sets` is ready or `timeout` has passed (null: without limit). Returns the
- * lowest ready descriptor, whatever set it is in, or -1 on time-out. A signal does not end the wait;
- * `timeout` is reduced by the time spent. `sets` is left with what is ready. Throws "select()"; EINVAL when
- * `maxFd` is more than an fd_set holds.
+ * Waits until a descriptor of `sets` is ready or `timeout` has passed (null: no limit). Returns the lowest
+ * ready descriptor of all three sets, or -1 after the time-out. Signals do not end the wait. Reduces
+ * `timeout` by the time spent, and leaves only the ready descriptors in `sets`. Throws "select()", with
+ * EINVAL when an fd_set cannot hold `maxFd`.
  */
 int waitReady(FdSetRecord& sets, timeval* timeout);
 
-/** waitReady on a copy of `sets` for up to `seconds`. */
+/** waitReady on a copy of `sets`, for up to `seconds`. */
 int waitForFd(const FdSetRecord& sets, float seconds);
 
-/** Whether any descriptor of `sets` is ready now. */
+/** Whether any descriptor of `sets` is ready now. Throws "select()". */
 bool pollFd(const FdSetRecord& sets);
 
 }  // namespace ulx

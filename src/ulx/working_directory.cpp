@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
 
 #include "ulx/exceptions.h"
 
@@ -37,7 +38,7 @@ DirectoryVisit::DirectoryVisit(const std::string& path) : saved_(currentDirector
 
 DirectoryVisit::~DirectoryVisit() {
   if (away_ && ::chdir(saved_.c_str()) == -1) {
-    // Whatever ended the visit early is told by its own exception.
+    // The exception that ended the visit early reports its own cause.
   }
 }
 

@@ -7,20 +7,20 @@ namespace ulx {
 /** Throws "chdir()". */
 void changeDirectory(const std::string& path);
 
-/** The working directory with every symbolic link resolved, however long. Throws "getcwd()". */
+/** The path of the working directory without symbolic links, of any length. Throws "getcwd()". */
 std::string currentDirectory();
 
-/** A stay in another directory: back in the old one at the end of the scope. */
+/** Changes to another directory during its scope, then back to the old one. */
 class DirectoryVisit {
  public:
-  /** Throws "getcwd()" or "chdir()"; the working directory is then as before. */
+  /** Changes to `path`. Throws "getcwd()" or "chdir()", and the working directory is then unchanged. */
   explicit DirectoryVisit(const std::string& path);
   DirectoryVisit(const DirectoryVisit&) = delete;
   DirectoryVisit& operator=(const DirectoryVisit&) = delete;
-  /** Goes back if `leave` was not called; a failure is then lost, since another exception is on its way. */
+  /** Changes back if `leave` was not called. A failure is not reported: another exception is in flight. */
   ~DirectoryVisit();
 
-  /** Goes back. Throws "chdir()" when the old directory cannot be reached any more. */
+  /** Changes back. Throws "chdir()" when the old directory cannot be entered any more. */
   void leave();
 
  private:

@@ -1,5 +1,6 @@
 #include "ulx/write_once.h"
 
+#include <sys/types.h>
 #include <unistd.h>
 
 #include <cerrno>

@@ -5,9 +5,8 @@
 namespace ulx {
 
 /**
- * One write of `bytes` whose outcome does not matter: what a full, closed or readerless descriptor does not
- * take is lost. Resumed when a signal interrupts it before anything is written. May be called by a signal
- * handler.
+ * Writes `bytes` with one write(2) and ignores its outcome: bytes that `fd` does not take are lost. Repeated
+ * when a signal interrupts it before the first byte. Safe in signal handlers.
  */
 void writeOnce(int fd, std::string_view bytes);
 

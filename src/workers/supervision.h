@@ -7,7 +7,7 @@
  * anew, by the way of a new device. The display shows a device that cannot work, and, after a run of quick
  * failures, that devices wait for the Transmitter.
  *
- * Throws "waitpid()", stat(PATH) for a device that cannot be looked for, and what reading the name of a device
- * throws whose name is to be shown.
+ * Throws "waitpid()", and stat(PATH) for a device that cannot be looked for. Throws what reading the name of a
+ * device throws, where the name is to be shown.
  */
 void reapWorkers(RxCtrl& ctrl);

@@ -5,9 +5,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 
-#include "unit/ulx/caught.h"
+#include "support/thrown.h"
 #include "unit/ulx/library_calls.h"
 
 namespace {
@@ -24,53 +25,43 @@ void record(int signal, siginfo_t* info, void* /*context*/) {
   lastStatus = info->si_status;
 }
 
-// Installs `record`, and takes it away at the end of the test.
-class ChildHandlerTest : public testing::Test {
+// `record` is installed during each test.
+class ChildHandler : public testing::Test {
  protected:
-  void SetUp() override {
+  ChildHandler() {
     sigaction(SIGCHLD, nullptr, &old_);
     calls = 0;
     ulx::installChildHandler(record);
   }
-  void TearDown() override { sigaction(SIGCHLD, &old_, nullptr); }
+  ~ChildHandler() override { sigaction(SIGCHLD, &old_, nullptr); }
+
+  static void awaitEnd(pid_t child) {
+    while (waitpid(child, nullptr, 0) == -1 && errno == EINTR) {
+    }
+  }
 
  private:
   struct sigaction old_ {};
 };
 
-// A child that waits for its end.
-pid_t startChild() {
-  const pid_t child = fork();
-  if (child == 0) {
-    pause();
-    _exit(EXIT_FAILURE);
-  }
-  return child;
-}
-
-bool isEmpty(const sigset_t& mask) {
-  bool empty = true;
-  for (int signal = 1; signal < NSIG; ++signal) {
-    empty = empty && sigismember(&mask, signal) != 1;
-  }
-  return empty;
-}
-
-TEST_F(ChildHandlerTest, IsToldHowAChildExited) {
+TEST_F(ChildHandler, GetsTheExitCodeOfAChild) {
   const pid_t child = fork();
   if (child == 0) {
     _exit(42);
   }
-  while (waitpid(child, nullptr, 0) == -1 && errno == EINTR) {
-  }
+  awaitEnd(child);
   EXPECT_EQ(calls, 1);
   EXPECT_EQ(lastSignal, SIGCHLD);
   EXPECT_EQ(lastCode, CLD_EXITED);
   EXPECT_EQ(lastStatus, 42);
 }
 
-TEST_F(ChildHandlerTest, HearsOfNoStopButOfTheKillingSignal) {
-  const pid_t child = startChild();
+TEST_F(ChildHandler, RunsForTheKillingSignalButNotForAStop) {
+  const pid_t child = fork();
+  if (child == 0) {
+    pause();
+    _exit(EXIT_FAILURE);
+  }
   int status = 0;
   kill(child, SIGSTOP);
   ASSERT_EQ(waitpid(child, &status, WUNTRACED), child);
@@ -78,29 +69,30 @@ TEST_F(ChildHandlerTest, HearsOfNoStopButOfTheKillingSignal) {
   ASSERT_EQ(waitpid(child, &status, WCONTINUED), child);
   EXPECT_EQ(calls, 0);
   kill(child, SIGKILL);
-  while (waitpid(child, nullptr, 0) == -1 && errno == EINTR) {
-  }
+  awaitEnd(child);
   EXPECT_EQ(calls, 1);
   EXPECT_EQ(lastCode, CLD_KILLED);
   EXPECT_EQ(lastStatus, SIGKILL);
 }
 
-TEST_F(ChildHandlerTest, IsInstalledWithItsFlagsAndAnEmptyMask) {
+TEST_F(ChildHandler, IsInstalledWithItsFlagsAndAnEmptyMask) {
   struct sigaction installed {};
   ASSERT_EQ(sigaction(SIGCHLD, nullptr, &installed), 0);
   EXPECT_EQ(installed.sa_sigaction, record);
   constexpr int everyFlag = SA_NOCLDSTOP | SA_NOCLDWAIT | SA_SIGINFO | SA_ONSTACK | SA_RESTART | SA_NODEFER;
   EXPECT_EQ(installed.sa_flags & everyFlag, SA_NOCLDSTOP | SA_SIGINFO);
-  EXPECT_TRUE(isEmpty(installed.sa_mask));
+  for (int signal = 1; signal < NSIG; ++signal) {
+    EXPECT_NE(sigismember(&installed.sa_mask, signal), 1) << signal;
+  }
 }
 
-TEST_F(ChildHandlerTest, NamesTheCallThatFailed) {
+TEST_F(ChildHandler, ThatCannotBeInstalledIsThrown) {
   const support::Replaced failing(library::sigaction, [](int, const struct sigaction*, struct sigaction*) {
     errno = EINVAL;
     return -1;
   });
-  const auto e = caught<ulx::InvalidArgument>([] { ulx::installChildHandler(record); });
-  EXPECT_EQ(e.text(), "Invalid argument while sigaction(SIGCHLD)\n");
+  EXPECT_EQ(support::caught<ulx::InvalidArgument>([] { ulx::installChildHandler(record); }).text(),
+            "Invalid argument while sigaction(SIGCHLD)\n");
 }
 
 }  // namespace

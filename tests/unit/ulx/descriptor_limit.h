@@ -2,19 +2,14 @@
 
 #include <sys/resource.h>
 
-#include <cerrno>
+#include "support/descriptors.h"
 
-#include "unit/ulx/caught.h"
-
-/** Lets no descriptor with the number `limit` or a higher one be opened, during a scope. */
+/** Lets `count` more descriptors be opened, during a scope. */
 class DescriptorLimit {
  public:
-  explicit DescriptorLimit(int limit) {
-    // The sanitizer needs descriptors when it meets a class for the first time; it meets this one here.
-    textCaught([] { ulx::throwErrno("", EMFILE); });
+  explicit DescriptorLimit(int count) {
     getrlimit(RLIMIT_NOFILE, &old_);
-    const rlimit lower{.rlim_cur = static_cast<rlim_t>(limit), .rlim_max = old_.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &lower);
+    support::limitFurtherDescriptors(count);
   }
   DescriptorLimit(const DescriptorLimit&) = delete;
   DescriptorLimit& operator=(const DescriptorLimit&) = delete;

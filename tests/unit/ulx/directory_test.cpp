@@ -3,265 +3,196 @@
 #include <dirent.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
-#include "support/temporary_directory.h"
 #include "support/child.h"
-#include "unit/ulx/caught.h"
+#include "support/descriptors.h"
+#include "support/temporary_directory.h"
+#include "support/thrown.h"
 #include "unit/ulx/descriptor_limit.h"
-#include "unit/ulx/descriptor_state.h"
 #include "unit/ulx/library_calls.h"
 
 namespace {
 
+namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
+using Iterator = ulx::Directory::const_iterator;
 
+static_assert(std::input_iterator<Iterator>);
+static_assert(std::is_same_v<std::iter_value_t<Iterator>, std::string>);
 // Each open stream has one owner.
-static_assert(!std::is_copy_constructible_v<ulx::Directory::const_iterator>);
-static_assert(!std::is_copy_assignable_v<ulx::Directory::const_iterator>);
+static_assert(!std::is_copy_constructible_v<Iterator> && !std::is_copy_assignable_v<Iterator>);
 
-/** A directory with files in it. */
-class Files {
- public:
-  explicit Files(const Names& names) {
+class Directory : public testing::Test {
+ protected:
+  void makeFiles(const Names& names) const {
     for (const std::string& name : names) {
-      std::ofstream(directory_ / name) << name;
+      std::ofstream(path(name)) << name;
     }
   }
   [[nodiscard]] const std::string& path() const { return directory_.path(); }
-  [[nodiscard]] std::string operator/(const std::string& name) const { return directory_ / name; }
+  [[nodiscard]] std::string path(const std::string& name) const { return directory_ / name; }
+  [[nodiscard]] Iterator begin() const { return ulx::Directory(path()).begin(); }
+  static Iterator end() { return ulx::Directory::end(); }
+
+  static Names entriesOf(const std::string& path) {
+    Names entries;
+    for (const std::string& entry : ulx::Directory(path)) {
+      entries.push_back(entry);
+    }
+    return entries;
+  }
 
  private:
   support::TemporaryDirectory directory_;
 };
 
-Names entriesOf(const std::string& path) {
-  Names entries;
-  for (const std::string& entry : ulx::Directory(path)) {
-    entries.push_back(entry);
-  }
-  return entries;
+TEST_F(Directory, HasTheFullPathOfEachEntryOfAnyNameAndType) {
+  makeFiles({"...", "..a", ".hidden", "file"});
+  fs::create_directories(path("directory/below"));
+  fs::create_symlink("file", path("link"));
+  fs::create_symlink("missing", path("dangling"));
+  ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
+  Names entries = entriesOf(path());
+  std::sort(entries.begin(), entries.end());
+  EXPECT_EQ(entries, (Names{path("..."), path("..a"), path(".hidden"), path("dangling"), path("directory"),
+                            path("fifo"), path("file"), path("link")}));
 }
 
-std::set<std::string> entrySetOf(const std::string& path) {
-  const Names entries = entriesOf(path);
-  return {entries.begin(), entries.end()};
+TEST_F(Directory, TakesItsPathAsItIs) {
+  makeFiles({"a"});
+  EXPECT_EQ(entriesOf(path() + "/"), Names{path() + "//a"});
+  EXPECT_EQ(entriesOf(path() + "/./"), Names{path() + "/.//a"});
 }
 
-const auto end = ulx::Directory::end;
-
-void begin(const std::string& path) {
-  static_cast<void>(ulx::Directory(path).begin());
-}
-
-struct CloseStream {
-  void operator()(DIR* stream) const { closedir(stream); }
-};
-
-// The names as the system gives them, "." and ".." too.
-Names namesAsRead(const std::string& path) {
-  const std::unique_ptr<DIR, CloseStream> stream(opendir(path.c_str()));
-  Names names;
-  while (const dirent* entry = readdir(stream.get())) {
-    names.emplace_back(entry->d_name);
-  }
-  return names;
-}
-
-TEST(Directory, GivesTheFullPathOfEachEntry) {
-  const Files files({"a", "b"});
-  EXPECT_EQ(entrySetOf(files.path()), (std::set<std::string>{files / "a", files / "b"}));
-}
-
-TEST(Directory, TakesItsPathAsItIs) {
-  const Files files({"a"});
-  EXPECT_EQ(entriesOf(files.path() + "/"), Names{files.path() + "//a"});
-  EXPECT_EQ(entriesOf(files.path() + "/./"), Names{files.path() + "/.//a"});
-}
-
-TEST(Directory, KeepsTheOrderInWhichTheSystemGivesTheEntries) {
-  Names names;
+TEST_F(Directory, KeepsTheOrderOfTheKernel) {
   for (int i = 0; i < 300; ++i) {
-    names.push_back("entry" + std::to_string(i * 7919 % 1000));
+    makeFiles({"entry" + std::to_string(i * 7919 % 1000)});
   }
-  const Files files(names);
   Names expected;
-  for (const std::string& name : namesAsRead(files.path())) {
-    if (name != "." && name != "..") {
-      expected.push_back(files / name);
+  const std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(path().c_str()), closedir);
+  while (const dirent* entry = readdir(stream.get())) {
+    if (entry->d_name[0] != '.') {
+      expected.push_back(path(entry->d_name));
     }
   }
-  EXPECT_EQ(entriesOf(files.path()), expected);
+  EXPECT_EQ(entriesOf(path()), expected);
 }
 
-TEST(Directory, GivesHiddenEntries) {
-  const Files files({".hidden", "...", "..a"});
-  EXPECT_EQ(entrySetOf(files.path()),
-            (std::set<std::string>{files / ".hidden", files / "...", files / "..a"}));
-}
-
-TEST(Directory, GivesEntriesOfEveryType) {
-  const Files files({"file"});
-  std::filesystem::create_directory(files / "directory");
-  std::filesystem::create_symlink("file", files / "link");
-  std::filesystem::create_symlink("missing", files / "dangling");
-  ASSERT_EQ(mkfifo((files / "fifo").c_str(), 0600), 0);
-  EXPECT_EQ(entrySetOf(files.path()),
-            (std::set<std::string>{files / "file", files / "directory", files / "link", files / "dangling",
-                                   files / "fifo"}));
-}
-
-TEST(Directory, DoesNotGoBelowItsEntries) {
-  const Files files({});
-  std::filesystem::create_directories(files / "a/b");
-  EXPECT_EQ(entriesOf(files.path()), Names{files / "a"});
-}
-
-TEST(Directory, BeginsAtItsEndWhenItIsEmpty) {
-  const support::TemporaryDirectory empty;
-  const ulx::Directory directory(empty.path());
-  EXPECT_TRUE(directory.begin() == end());
-  EXPECT_FALSE(directory.begin() != end());
-}
-
-TEST(Directory, IsUnlikeItsEndUntilItIsExhausted) {
-  const Files files({"a", "b"});
-  const ulx::Directory directory(files.path());
-  auto entry = directory.begin();
+TEST_F(Directory, IsAtItsEndAfterTheLastEntryAndStaysThere) {
+  makeFiles({"a", "b"});
+  auto entry = begin();
   EXPECT_TRUE(entry != end());
   ++entry;
   EXPECT_TRUE(entry != end());
-  ++entry;
-  EXPECT_FALSE(entry != end());
-  EXPECT_TRUE(entry == end());
+  EXPECT_TRUE(++entry == end());
   EXPECT_TRUE(end() == entry);
+  EXPECT_FALSE(entry != end());
+  entry++;
+  EXPECT_TRUE(entry == end());
 }
 
-TEST(Directory, StaysAtItsEnd) {
-  const Files files({"a"});
-  const ulx::Directory directory(files.path());
-  auto entry = directory.begin();
-  EXPECT_TRUE(++ ++entry == end());
-}
-
-TEST(Directory, AnyTwoEndsAreEqual) {
-  EXPECT_TRUE(end() == end());
-  EXPECT_TRUE(ulx::Directory::const_iterator() == end());
-}
-
-TEST(Directory, TwoExhaustedIteratorsAreEqual) {
-  const support::TemporaryDirectory one;
+TEST_F(Directory, HasEqualEnds) {
   const support::TemporaryDirectory other;
-  const auto first = ulx::Directory(one.path()).begin();
-  const auto second = ulx::Directory(other.path()).begin();
-  EXPECT_TRUE(first == second);
+  EXPECT_TRUE(begin() == end());
+  EXPECT_TRUE(begin() == ulx::Directory(other.path()).begin());
+  EXPECT_TRUE(Iterator() == end());
 }
 
-// The bare text that a comparison throws, "" when there is a result.
-std::string textThrownByComparing(const ulx::Directory::const_iterator& one,
-                                  const ulx::Directory::const_iterator& other) {
-  try {
-    static_cast<void>(one == other);
-  } catch (const char* text) {
-    return text;
+TEST_F(Directory, ThrowsABareTextWhenTwoIteratorsOnEntriesAreCompared) {
+  makeFiles({"a"});
+  const auto one = begin();
+  const auto other = begin();
+  for (const Iterator* compared : {&one, &other}) {
+    EXPECT_EQ(support::bareTextThrownBy([&] { static_cast<void>(one == *compared); }),
+              "Cannot compare these Directory::const_iterators");
   }
-  return "";
 }
 
-TEST(Directory, ThrowsABareTextWhenTwoIteratorsOnEntriesAreCompared) {
-  const Files one({"a"});
-  const Files other({"a"});
-  const auto first = ulx::Directory(one.path()).begin();
-  const auto second = ulx::Directory(other.path()).begin();
-  EXPECT_EQ(textThrownByComparing(first, second), "Cannot compare these Directory::const_iterators");
-  EXPECT_EQ(textThrownByComparing(first, first), "Cannot compare these Directory::const_iterators");
-}
-
-TEST(Directory, IsOpenedByBeginOnly) {
-  const ulx::Directory directory("/no/such");
-  const auto e = caught<ulx::NoSuchFileOrDirectory>([&] { static_cast<void>(directory.begin()); });
-  EXPECT_EQ(e.context, "opendir(/no/such)");
-  EXPECT_EQ(e.text(), "No such file or directory while opendir(/no/such)\n");
-}
-
-TEST(Directory, IsOpenedAnewByEachBegin) {
-  const Files files({"a"});
-  const ulx::Directory directory(files.path());
-  EXPECT_EQ(*directory.begin(), files / "a");
-  std::filesystem::rename(files / "a", files / "b");
-  EXPECT_EQ(*directory.begin(), files / "b");
-}
-
-TEST(Directory, ThrowsForAFileInItsPlace) {
-  const Files files({"a"});
-  const auto e = caught<ulx::ErrnoException>([&] { begin(files / "a"); });
-  EXPECT_EQ(e.context, "opendir(" + (files / "a") + ")");
-  EXPECT_EQ(e.errorNumber, ENOTDIR);
-}
-
-TEST(Directory, ThrowsWhereItMayNotBeRead) {
-  const Files files({"a"});
-  ASSERT_EQ(chmod(files.path().c_str(), 0300), 0);
-  EXPECT_EQ(support::reportOfUnprivilegedChild([&] { return textCaught([&] { begin(files.path()); }); }),
-            "Permission denied while opendir(" + files.path() + ")");
-}
-
-TEST(Directory, ThrowsWithoutAFreeDescriptor) {
-  const Files files({"a"});
-  std::string text;
+TEST_F(Directory, GoesOnWhereAMovedIteratorStood) {
+  makeFiles({"a", "b"});
+  const Names entries = entriesOf(path());
+  const int next = support::nextDescriptor();
   {
-    const DescriptorLimit none(nextDescriptor());
-    text = textCaught([&] { begin(files.path()); });
+    auto first = begin();
+    auto second = std::move(first);
+    EXPECT_EQ(*second, entries[0]);
+    Iterator third;
+    third = std::move(second);
+    EXPECT_EQ(*third, entries[0]);
+    EXPECT_EQ(*++third, entries[1]);
   }
-  EXPECT_EQ(text, "Too many open files while opendir(" + files.path() + ")");
+  EXPECT_FALSE(support::isOpen(next));
 }
 
-TEST(Directory, EndsQuietlyWhereItCannotBeReadAnyFurther) {
-  const Files files({"a", "b", "c"});
+TEST_F(Directory, IsOpenedByEachBegin) {
+  const ulx::Directory directory(path("later"));
+  EXPECT_EQ(support::caught<ulx::NoSuchFileOrDirectory>([&] { return directory.begin(); }).text(),
+            "No such file or directory while opendir(" + path("later") + ")\n");
+  fs::create_directory(path("later"));
+  makeFiles({"later/a"});
+  EXPECT_EQ(*directory.begin(), path("later/a"));
+  fs::rename(path("later/a"), path("later/b"));
+  EXPECT_EQ(*directory.begin(), path("later/b"));
+}
+
+TEST_F(Directory, ThrowsForAFileInItsPlace) {
+  makeFiles({"a"});
+  EXPECT_EQ(support::caught<ulx::ErrnoException>([&] { entriesOf(path("a")); }).text(),
+            "Not a directory while opendir(" + path("a") + ")\n");
+}
+
+TEST_F(Directory, ThrowsWhereItMayNotBeRead) {
+  ASSERT_EQ(chmod(path().c_str(), 0300), 0);
+  support::inChild([this] {
+    support::dropPrivileges();
+    EXPECT_EQ(support::caught<ulx::ErrnoException>([this] { return begin(); }).text(),
+              "Permission denied while opendir(" + path() + ")\n");
+  });
+}
+
+TEST_F(Directory, ThrowsWithoutAFreeDescriptor) {
+  const DescriptorLimit none(0);
+  EXPECT_EQ(support::caught<ulx::ErrnoException>([this] { return begin(); }).text(),
+            "Too many open files while opendir(" + path() + ")\n");
+}
+
+TEST_F(Directory, EndsQuietlyAtAReadError) {
+  makeFiles({"a", "b", "c"});
   int reads = 0;
   const support::Replaced<dirent*(DIR*)> reading(library::readdir, [&](DIR* stream) -> dirent* {
     dirent* entry = library::readdir.real(stream);
     while (entry != nullptr && *entry->d_name == '.') {
       entry = library::readdir.real(stream);
     }
-    if (++reads <= 2) {
-      return entry;
-    }
     errno = EIO;
-    return nullptr;
+    return ++reads <= 2 ? entry : nullptr;
   });
-  EXPECT_EQ(entriesOf(files.path()).size(), 2U);
+  EXPECT_EQ(entriesOf(path()).size(), 2U);
   EXPECT_EQ(reads, 3);
 }
 
-TEST(Directory, StaysOpenUntilItsIteratorGoes) {
-  const Files files({"a"});
-  const int next = nextDescriptor();
+TEST_F(Directory, StaysOpenUntilItsIteratorGoesAndIsClosedInPrograms) {
+  makeFiles({"a"});
+  const int next = support::nextDescriptor();
   {
-    auto entry = ulx::Directory(files.path()).begin();
-    EXPECT_TRUE(isOpen(next));
-    ++entry;
-    EXPECT_TRUE(entry == end());
-    EXPECT_TRUE(isOpen(next));
+    auto entry = begin();
+    EXPECT_TRUE(support::isCloseOnExec(next));
+    EXPECT_TRUE(++entry == end());
+    EXPECT_TRUE(support::isOpen(next));
   }
-  EXPECT_FALSE(isOpen(next));
-}
-
-TEST(Directory, IsNotPassedOnToPrograms) {
-  const Files files({"a"});
-  const int next = nextDescriptor();
-  const auto entry = ulx::Directory(files.path()).begin();
-  EXPECT_TRUE(isCloseOnExec(next));
+  EXPECT_FALSE(support::isOpen(next));
 }
 
 }  // namespace

@@ -1,71 +1,74 @@
-#include "ulx/exceptions.h"
+#include <cerrno>
+
+namespace ulx {
+class WouldBlock;  // the named classes can be declared ahead
+}
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
-#include <cerrno>
-#include <cstring>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <ostream>
 #include <sstream>
 #include <stdexcept>
 #include <streambuf>
+#include <string>
 #include <type_traits>
 
+#include "support/thrown.h"
+#include "ulx/exceptions.h"
 #include "ulx/file_descriptor.h"
-#include "unit/ulx/caught.h"
 
 namespace {
 
-// The facts of one thrown exception that a table can hold.
-struct Thrown {
-  int errorNumber;
-  std::string text;
-};
-
-void throwWithErrno(int code, int errorNumber) {
-  errno = errorNumber;
-  ulx::throwErrno("x", code);
+// The exception that throwErrno throws for `code`, whose class is `Expected`, while the thread's errno is another.
+template <class Expected>
+ulx::ErrnoException thrownFor(int code, int threadErrno) {
+  return support::caught<Expected>([&] {
+    errno = threadErrno;
+    ulx::throwErrno("x", code);
+  });
 }
 
-template <class Expected>
-Thrown throwAs(int code, int errorNumber) {
-  const auto e = caught<Expected>([&] { throwWithErrno(code, errorNumber); });
-  return {e.errorNumber, e.text()};
+template <class Named>
+ulx::ErrnoException thrownAs(int code, int threadErrno) {
+  static_assert(std::is_base_of_v<ulx::ErrnoException, Named>);
+  static_assert(sizeof(Named) == sizeof(ulx::ErrnoException), "it holds nothing of its own");
+  static_assert(std::is_constructible_v<Named, std::string> && !std::is_convertible_v<std::string, Named>);
+  return thrownFor<Named>(code, threadErrno);
 }
 
 struct NamedCase {
   int code;
-  Thrown (*throwIt)(int code, int errorNumber);
-  std::string text;
+  ulx::ErrnoException (*thrownAs)(int code, int threadErrno);
+  const char* text;
 };
 
-const std::array<NamedCase, 14> namedCases{{
-    {2, throwAs<ulx::NoSuchFileOrDirectory>, "No such file or directory while x\n"},
-    {4, throwAs<ulx::InterruptedSysCall>, "Interrupted system call while x\n"},
-    {5, throwAs<ulx::IOError>, "Input/output error while x\n"},
-    {11, throwAs<ulx::WouldBlock>, "Resource temporarily unavailable while x\n"},
-    {16, throwAs<ulx::DeviceOrResourceBusy>, "Device or resource busy while x\n"},
-    {19, throwAs<ulx::NoSuchDevice>, "No such device while x\n"},
-    {22, throwAs<ulx::InvalidArgument>, "Invalid argument while x\n"},
-    {32, throwAs<ulx::BrokenPipe>, "Broken pipe while x\n"},
-    {61, throwAs<ulx::NoDataAvailable>, "No data available while x\n"},
-    {75, throwAs<ulx::Overflow>, "Value too large for defined data type while x\n"},
-    {104, throwAs<ulx::ConnectionReset>, "Connection reset by peer while x\n"},
-    {110, throwAs<ulx::TimedOut>, "Connection timed out while x\n"},
-    {111, throwAs<ulx::ConnectionRefused>, "Connection refused while x\n"},
-    {113, throwAs<ulx::HostUnreachable>, "No route to host while x\n"},
+// The numbers are Linux's, those of most architectures (<asm-generic/errno.h>).
+constexpr std::array<NamedCase, 14> namedCases{{
+    {2, thrownAs<ulx::NoSuchFileOrDirectory>, "No such file or directory while x\n"},
+    {4, thrownAs<ulx::InterruptedSysCall>, "Interrupted system call while x\n"},
+    {5, thrownAs<ulx::IOError>, "Input/output error while x\n"},
+    {11, thrownAs<ulx::WouldBlock>, "Resource temporarily unavailable while x\n"},
+    {16, thrownAs<ulx::DeviceOrResourceBusy>, "Device or resource busy while x\n"},
+    {19, thrownAs<ulx::NoSuchDevice>, "No such device while x\n"},
+    {22, thrownAs<ulx::InvalidArgument>, "Invalid argument while x\n"},
+    {32, thrownAs<ulx::BrokenPipe>, "Broken pipe while x\n"},
+    {61, thrownAs<ulx::NoDataAvailable>, "No data available while x\n"},
+    {75, thrownAs<ulx::Overflow>, "Value too large for defined data type while x\n"},
+    {104, thrownAs<ulx::ConnectionReset>, "Connection reset by peer while x\n"},
+    {110, thrownAs<ulx::TimedOut>, "Connection timed out while x\n"},
+    {111, thrownAs<ulx::ConnectionRefused>, "Connection refused while x\n"},
+    {113, thrownAs<ulx::HostUnreachable>, "No route to host while x\n"},
 }};
 
 bool isNamed(int code) {
   return std::any_of(namedCases.begin(), namedCases.end(),
                      [code](const NamedCase& named) { return named.code == code; });
 }
-
-template <class Named>
-constexpr bool isDirectErrnoClass = std::is_base_of_v<ulx::ErrnoException, Named> &&
-                                    sizeof(Named) == sizeof(ulx::ErrnoException);
 
 // Counts how often what was written is passed on.
 class FlushCounter : public std::stringbuf {
@@ -79,100 +82,67 @@ class FlushCounter : public std::stringbuf {
   }
 };
 
-void expectPrintsItsTextAndFlushes(const ulx::Exception& e, const std::string& text) {
+void expectPrintsAndFlushes(const ulx::Exception& e, const std::string& text) {
   FlushCounter buffer;
   std::ostream out(&buffer);
   e.print(out);
   EXPECT_EQ(buffer.str(), text);
   EXPECT_EQ(e.text(), text);
   EXPECT_GE(buffer.flushes, 1);
+  EXPECT_EQ(e.status, 1);
 }
 
-TEST(ThrowErrno, ThrowsTheClassThatNamesTheCode) {
+TEST(ExceptionsOfErrno, AreOfTheClassThatNamesTheCode) {
   for (const NamedCase& named : namedCases) {
     SCOPED_TRACE(named.code);
-    const Thrown thrown = named.throwIt(named.code, named.code);
-    EXPECT_EQ(thrown.errorNumber, named.code);
-    EXPECT_EQ(thrown.text, named.text);
+    const ulx::ErrnoException e = named.thrownAs(named.code, named.code);
+    EXPECT_EQ(e.errorNumber, named.code);
+    expectPrintsAndFlushes(e, named.text);
   }
 }
 
-TEST(ThrowErrno, ThrowsAPlainErrnoExceptionForEveryOtherCode) {
+TEST(ExceptionsOfErrno, ArePlainForEveryOtherCode) {
+  constexpr int least = std::numeric_limits<int>::min();
+  constexpr int greatest = std::numeric_limits<int>::max();
   for (int code = -1; code <= 134; ++code) {
-    if (isNamed(code)) {
-      continue;
+    if (!isNamed(code)) {
+      EXPECT_EQ(thrownFor<ulx::ErrnoException>(code, code).errorNumber, code);
     }
-    SCOPED_TRACE(code);
-    EXPECT_EQ(throwAs<ulx::ErrnoException>(code, code).errorNumber, code);
   }
-  for (const int code : {std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}) {
-    EXPECT_EQ(throwAs<ulx::ErrnoException>(code, code).errorNumber, code);
-  }
+  EXPECT_EQ(thrownFor<ulx::ErrnoException>(least, least).errorNumber, least);
+  EXPECT_EQ(thrownFor<ulx::ErrnoException>(greatest, greatest).errorNumber, greatest);
 }
 
-TEST(ThrowErrno, RecordsTheThreadsErrnoInANamedClassWhateverTheCode) {
+TEST(ExceptionsOfErrno, RecordTheThreadsErrnoInANamedClassForAnyCode) {
   for (const NamedCase& named : namedCases) {
     SCOPED_TRACE(named.code);
-    const Thrown thrown = named.throwIt(named.code, ENOTTY);
-    EXPECT_EQ(thrown.errorNumber, ENOTTY);
-    EXPECT_EQ(thrown.text, "Inappropriate ioctl for device while x\n");
+    const ulx::ErrnoException e = named.thrownAs(named.code, ENOTTY);
+    EXPECT_EQ(e.errorNumber, ENOTTY);
+    EXPECT_EQ(e.text(), "Inappropriate ioctl for device while x\n");
   }
 }
 
-TEST(ThrowErrno, RecordsTheCodeWhereNoClassNamesItWhateverErrnoIs) {
-  const Thrown thrown = throwAs<ulx::ErrnoException>(ENOMEM, ENOENT);
-  EXPECT_EQ(thrown.errorNumber, ENOMEM);
-  EXPECT_EQ(thrown.text, "Cannot allocate memory while x\n");
+TEST(ExceptionsOfErrno, RecordTheCodeInThePlainClassForAnyErrno) {
+  const ulx::ErrnoException e = thrownFor<ulx::ErrnoException>(ENOMEM, ENOENT);
+  EXPECT_EQ(e.errorNumber, ENOMEM);
+  EXPECT_EQ(e.text(), "Cannot allocate memory while x\n");
 }
 
-TEST(ThrowErrno, ThrowsWhatIsCaughtAsItsClassAsErrnoExceptionAndAsException) {
-  EXPECT_THROW(ulx::throwErrno("x", ENOENT), ulx::NoSuchFileOrDirectory);
-  EXPECT_THROW(ulx::throwErrno("x", ENOENT), ulx::ErrnoException);
-  EXPECT_THROW(ulx::throwErrno("x", ENOENT), ulx::Exception);
-}
-
-TEST(ThrowErrno, TakesWouldBlockForTryAgain) {
-  EXPECT_EQ(EWOULDBLOCK, EAGAIN);
-  EXPECT_THROW(ulx::throwErrno("x", EWOULDBLOCK), ulx::WouldBlock);
-}
-
-TEST(ThrowErrno, KeepsTheContextBeyondTheCallersString) {
+TEST(ExceptionsOfErrno, OutliveTheContextOfTheCaller) {
   auto context = std::make_unique<std::string>("open(\"/vel/quor.conf\")");
-  const auto e = caught<ulx::NoSuchFileOrDirectory>([&] {
-    errno = ENOENT;
-    ulx::throwErrno(*context, ENOENT);
-  });
+  const auto e = support::caught<ulx::NoSuchFileOrDirectory>([&] { ulx::throwErrno(*context, ENOENT); });
   context.reset();
   EXPECT_EQ(e.context, "open(\"/vel/quor.conf\")");
-  EXPECT_EQ(e.text(), "No such file or directory while open(\"/vel/quor.conf\")\n");
 }
 
-TEST(NamedErrnoExceptions, AreErrnoExceptionsWithNothingOfTheirOwn) {
-  EXPECT_TRUE(isDirectErrnoClass<ulx::NoSuchFileOrDirectory>);
-  EXPECT_TRUE(isDirectErrnoClass<ulx::InterruptedSysCall>);
-  EXPECT_TRUE(isDirectErrnoClass<ulx::IOError>);
-  EXPECT_TRUE(isDirectErrnoClass<ulx::WouldBlock>);
-  EXPECT_TRUE(isDirectErrnoClass<ulx::DeviceOrResourceBusy>);
-  EXPECT_TRUE(isDirectErrnoClass<ulx::NoSuchDevice>);
-  EXPECT_TRUE(isDirectErrnoClass<ulx::InvalidArgument>);
-  EXPECT_TRUE(isDirectErrnoClass<ulx::BrokenPipe>);
-  EXPECT_TRUE(isDirectErrnoClass<ulx::NoDataAvailable>);
-  EXPECT_TRUE(isDirectErrnoClass<ulx::Overflow>);
-  EXPECT_TRUE(isDirectErrnoClass<ulx::ConnectionReset>);
-  EXPECT_TRUE(isDirectErrnoClass<ulx::TimedOut>);
-  EXPECT_TRUE(isDirectErrnoClass<ulx::ConnectionRefused>);
-  EXPECT_TRUE(isDirectErrnoClass<ulx::HostUnreachable>);
-}
-
-TEST(NamedErrnoExceptions, TakeErrnoWhenTheyAreBuilt) {
+TEST(ExceptionsOfErrno, TakeErrnoAtTheirConstruction) {
   errno = EPIPE;
   const ulx::TimedOut e("connect()");
   errno = 0;
-  EXPECT_EQ(e.errorNumber, EPIPE);
-  EXPECT_EQ(e.context, "connect()");
+  EXPECT_EQ(e.text(), "Broken pipe while connect()\n");
 }
 
-TEST(Exception, PrintsNothingOnAStreamThatHasFailed) {
+TEST(Exceptions, PrintNothingOnAStreamThatHasFailed) {
   std::ostringstream out;
   out.setstate(std::ios::failbit);
   ulx::StrException("x").print(out);
@@ -181,62 +151,40 @@ TEST(Exception, PrintsNothingOnAStreamThatHasFailed) {
   ulx::StrException("x").print(without);
 }
 
-TEST(StrException, PrintsItsMessageAndALineEnd) {
-  expectPrintsItsTextAndFlushes(ulx::StrException("Not a device descriptor"), "Not a device descriptor\n");
-  expectPrintsItsTextAndFlushes(ulx::StrException(""), "\n");
+TEST(Exceptions, PrintTheirTextAndALineEnd) {
+  expectPrintsAndFlushes(ulx::StrException("Not a device descriptor"), "Not a device descriptor\n");
+  expectPrintsAndFlushes(ulx::StrException(""), "\n");
+  expectPrintsAndFlushes(ulx::UnknownException(), "Unknown Exception.\n");
+  expectPrintsAndFlushes(ulx::FileDescriptor::EndOfFile(), "EOF\n");
+  expectPrintsAndFlushes(ulx::ErrnoException("bind()", EADDRINUSE), "Address already in use while bind()\n");
+  expectPrintsAndFlushes(ulx::ErrnoException("", 0), "Success while \n");
+  expectPrintsAndFlushes(ulx::ErrnoException("x", 4711), "Unknown error 4711 while x\n");
 }
 
-TEST(StdException, KeepsWhatAStandardExceptionSaysBeyondItsLife) {
+TEST(Exceptions, KeepTheTextOfAStandardExceptionBeyondItsLife) {
   auto original = std::make_unique<std::out_of_range>("no such place");
   const ulx::StdException e(*original);
   original.reset();
   EXPECT_EQ(e.message, "no such place");
-  expectPrintsItsTextAndFlushes(e, "no such place\n");
+  expectPrintsAndFlushes(e, "no such place\n");
 }
 
-TEST(UnknownException, PrintsThatItIsUnknown) {
-  expectPrintsItsTextAndFlushes(ulx::UnknownException(), "Unknown Exception.\n");
+TEST(Exceptions, CarryAStatusOfTheirOwn) {
+  class Fatal : public ulx::StrException {
+   public:
+    Fatal() : StrException("x") { status = 3; }
+  };
+  try {
+    throw Fatal();
+  } catch (const ulx::Exception& e) {
+    EXPECT_EQ(e.status, 3);
+    EXPECT_EQ(e.text(), "x\n");
+  }
 }
 
-TEST(ErrnoException, PrintsTheSystemsMessageAndTheContext) {
-  expectPrintsItsTextAndFlushes(ulx::ErrnoException("bind()", EADDRINUSE),
-                                "Address already in use while bind()\n");
-  expectPrintsItsTextAndFlushes(ulx::ErrnoException("", 0), "Success while \n");
-}
-
-TEST(ErrnoException, PrintsANumberThatTheSystemDoesNotKnow) {
-  expectPrintsItsTextAndFlushes(ulx::ErrnoException("x", 4711), "Unknown error 4711 while x\n");
-}
-
-TEST(EndOfFile, IsAWordAndNoErrorNumber) {
-  expectPrintsItsTextAndFlushes(ulx::FileDescriptor::EndOfFile(), "EOF\n");
+TEST(Exceptions, OfAnEarlyEndAreNoErrnoExceptions) {
   EXPECT_TRUE((std::is_base_of_v<ulx::StrException, ulx::FileDescriptor::EndOfFile>));
   EXPECT_FALSE((std::is_base_of_v<ulx::ErrnoException, ulx::FileDescriptor::EndOfFile>));
-}
-
-TEST(Exceptions, EndTheProgramWithStatusOneUnlessToldOtherwise) {
-  EXPECT_EQ(ulx::StrException("x").status, 1);
-  EXPECT_EQ(ulx::StdException(std::runtime_error("x")).status, 1);
-  EXPECT_EQ(ulx::UnknownException().status, 1);
-  EXPECT_EQ(ulx::ErrnoException("x", 7).status, 1);
-  EXPECT_EQ(ulx::FileDescriptor::EndOfFile().status, 1);
-  errno = ENODEV;
-  EXPECT_EQ(ulx::NoSuchDevice("x").status, 1);
-}
-
-// An error of its own kind, with a status of its own.
-class Fatal : public ulx::StrException {
- public:
-  Fatal() : StrException("x") { status = 3; }
-};
-
-TEST(Exceptions, CarryTheirStatusToWhoeverCatchesThem) {
-  EXPECT_EQ(caught<Fatal>([] { throw Fatal(); }).status, 3);
-}
-
-TEST(Exceptions, AreSeenThroughTheirBaseAsWhatTheyAre) {
-  const std::unique_ptr<ulx::Exception> e = std::make_unique<ulx::ErrnoException>("x", EACCES);
-  EXPECT_EQ(e->text(), "Permission denied while x\n");
 }
 
 }  // namespace

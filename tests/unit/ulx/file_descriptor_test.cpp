@@ -5,39 +5,45 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <optional>
+#include <string>
 #include <type_traits>
 #include <vector>
 
-#include "support/temporary_directory.h"
 #include "support/child.h"
-#include "unit/ulx/caught.h"
+#include "support/descriptors.h"
+#include "support/temporary_directory.h"
+#include "support/thrown.h"
 #include "unit/ulx/descriptor_limit.h"
-#include "unit/ulx/descriptor_state.h"
 #include "unit/ulx/library_calls.h"
 
 namespace {
+
+using support::isCloseOnExec;
+using support::isOpen;
+
+// A descriptor has one owner, and no virtual functions.
+static_assert(!std::is_copy_constructible_v<ulx::FileDescriptor>);
+static_assert(!std::is_copy_assignable_v<ulx::FileDescriptor>);
+static_assert(!std::is_polymorphic_v<ulx::FileDescriptor>);
 
 int openNull() {
   return open("/dev/null", O_RDWR);
 }
 
-mode_t modeOf(const std::string& path) {
-  struct stat status {};
-  return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : 0;
-}
-
-// Creates a file under a file mode creation mask.
 mode_t modeOfNewFile(mode_t mask) {
   const support::TemporaryDirectory directory;
   const mode_t old = umask(mask);
   const ulx::FileDescriptor created(directory / "new", O_CREAT | O_WRONLY);
   umask(old);
-  return modeOf(directory / "new");
+  struct stat status {};
+  return stat((directory / "new").c_str(), &status) == 0 ? status.st_mode & 07777U : 0;
 }
 
+template <class Expected = ulx::ErrnoException>
 std::string textOfFailedOpen(const std::string& path, int flags) {
-  return textCaught([&] { const ulx::FileDescriptor opened(path, flags); });
+  return support::caught<Expected>([&] { const ulx::FileDescriptor opened(path, flags); }).text();
 }
 
 TEST(FileDescriptor, IsNamedByThePathItOpened) {
@@ -55,25 +61,20 @@ TEST(FileDescriptor, IsNamedByTheNumberItAdopted) {
   EXPECT_EQ(ulx::FileDescriptor(-1, false).name(), "fd-1");
 }
 
-TEST(FileDescriptor, OpensAsTheFlagsSay) {
+TEST(FileDescriptor, IsOpenedWithTheFlags) {
   const ulx::FileDescriptor opened("/dev/null", O_WRONLY | O_NONBLOCK | O_APPEND);
-  const int flags = fcntl(opened.fd(), F_GETFL);
-  EXPECT_EQ(flags & O_ACCMODE, O_WRONLY);
-  EXPECT_NE(flags & O_NONBLOCK, 0);
-  EXPECT_NE(flags & O_APPEND, 0);
+  EXPECT_EQ(fcntl(opened.fd(), F_GETFL) & (O_ACCMODE | O_NONBLOCK | O_APPEND),
+            O_WRONLY | O_NONBLOCK | O_APPEND);
 }
 
-TEST(FileDescriptor, CreatesFilesThatEverybodyMayReadAndWriteWithinTheMask) {
+TEST(FileDescriptor, CreatesFilesOfMode0666WithinTheMask) {
   EXPECT_EQ(modeOfNewFile(0), 0666U);
   EXPECT_EQ(modeOfNewFile(027), 0640U);
 }
 
-TEST(FileDescriptor, KeepsWhatItOpenedFromExecutedPrograms) {
+TEST(FileDescriptor, ClosesInExecutedProgramsWhatItOpenedAndOtherwiseOnRequest) {
   const ulx::FileDescriptor opened("/dev/null", O_RDONLY);
   EXPECT_TRUE(isCloseOnExec(opened.fd()));
-}
-
-TEST(FileDescriptor, LeavesTheFlagsOfWhatItAdopted) {
   const ulx::FileDescriptor adopted(openNull(), true);
   EXPECT_FALSE(isCloseOnExec(adopted.fd()));
   adopted.setCloseOnExec();
@@ -81,13 +82,13 @@ TEST(FileDescriptor, LeavesTheFlagsOfWhatItAdopted) {
 }
 
 TEST(FileDescriptor, NamesTheDescriptorThatCannotBeMarked) {
-  const auto e = caught<ulx::ErrnoException>([] { ulx::FileDescriptor(-1, false).setCloseOnExec(); });
-  EXPECT_EQ(e.context, "fcntl(\"fd-1\",F_SETFD,FD_CLOEXEC)");
-  EXPECT_EQ(e.text(), "Bad file descriptor while fcntl(\"fd-1\",F_SETFD,FD_CLOEXEC)\n");
+  EXPECT_EQ(
+      support::caught<ulx::ErrnoException>([] { ulx::FileDescriptor(-1, false).setCloseOnExec(); }).text(),
+      "Bad file descriptor while fcntl(\"fd-1\",F_SETFD,FD_CLOEXEC)\n");
 }
 
 TEST(FileDescriptor, ClosesWhatItOpenedButCouldNotMark) {
-  const int next = nextDescriptor();
+  const int next = support::nextDescriptor();
   const support::Replaced failing(library::fcntl, [](int fd, int command, long argument) {
     if (command != F_SETFD) {
       return library::fcntl.real(fd, command, argument);
@@ -95,75 +96,51 @@ TEST(FileDescriptor, ClosesWhatItOpenedButCouldNotMark) {
     errno = EINVAL;
     return -1;
   });
-  const auto e =
-      caught<ulx::InvalidArgument>([] { const ulx::FileDescriptor opened("/dev/null", O_RDONLY); });
-  EXPECT_EQ(e.context, "fcntl(\"/dev/null\",F_SETFD,FD_CLOEXEC)");
-  EXPECT_EQ(nextDescriptor(), next);
+  EXPECT_EQ(textOfFailedOpen<ulx::InvalidArgument>("/dev/null", O_RDONLY),
+            "Invalid argument while fcntl(\"/dev/null\",F_SETFD,FD_CLOEXEC)\n");
+  EXPECT_EQ(support::nextDescriptor(), next);
 }
 
-TEST(FileDescriptor, NamesThePathThatIsNotThere) {
-  const support::TemporaryDirectory directory;
-  const std::string path = directory / "missing";
-  const auto e =
-      caught<ulx::NoSuchFileOrDirectory>([&] { const ulx::FileDescriptor opened(path, O_RDONLY); });
-  EXPECT_EQ(e.errorNumber, ENOENT);
-  EXPECT_EQ(e.text(), "No such file or directory while open(\"" + path + "\")\n");
+TEST(FileDescriptor, NamesThePathThatCannotBeOpened) {
+  EXPECT_EQ(textOfFailedOpen<ulx::NoSuchFileOrDirectory>("/no/such", O_RDONLY),
+            "No such file or directory while open(\"/no/such\")\n");
+  EXPECT_EQ(textOfFailedOpen<ulx::NoSuchFileOrDirectory>("", O_RDONLY),
+            "No such file or directory while open(\"\")\n");
+  EXPECT_EQ(textOfFailedOpen("/dev", O_WRONLY), "Is a directory while open(\"/dev\")\n");
+  EXPECT_EQ(textOfFailedOpen("/dev/null/x", O_RDONLY), "Not a directory while open(\"/dev/null/x\")\n");
+  EXPECT_EQ(textOfFailedOpen("/dev", O_CREAT | O_EXCL | O_RDONLY), "File exists while open(\"/dev\")\n");
 }
 
-TEST(FileDescriptor, TellsWhyAPathCannotBeOpened) {
-  EXPECT_EQ(textOfFailedOpen("/dev", O_WRONLY), "Is a directory while open(\"/dev\")");
-  EXPECT_EQ(textOfFailedOpen("/dev/null/x", O_RDONLY), "Not a directory while open(\"/dev/null/x\")");
-  EXPECT_EQ(textOfFailedOpen("/dev", O_CREAT | O_EXCL | O_RDONLY), "File exists while open(\"/dev\")");
-  EXPECT_EQ(textOfFailedOpen("", O_RDONLY), "No such file or directory while open(\"\")");
-}
-
-TEST(FileDescriptor, TellsThatNobodyReadsAFifo) {
-  const support::TemporaryDirectory directory;
-  const std::string path = directory / "fifo";
-  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-  EXPECT_EQ(textOfFailedOpen(path, O_WRONLY | O_NONBLOCK),
-            "No such device or address while open(\"" + path + "\")");
-}
-
-TEST(FileDescriptor, TellsThatAPathIsForbidden) {
+TEST(FileDescriptor, NamesThePathThatIsForbidden) {
   const support::TemporaryDirectory directory;
   const std::string path = directory / "locked";
   close(creat(path.c_str(), 0));
-  EXPECT_EQ(support::reportOfUnprivilegedChild([&] { return textOfFailedOpen(path, O_RDONLY); }),
-            "Permission denied while open(\"" + path + "\")");
+  support::inChild([&] {
+    support::dropPrivileges();
+    EXPECT_EQ(textOfFailedOpen(path, O_RDONLY), "Permission denied while open(\"" + path + "\")\n");
+  });
 }
 
-TEST(FileDescriptor, TellsThatThereAreNoMoreDescriptors) {
-  std::string text;
-  {
-    const DescriptorLimit none(0);
-    text = textOfFailedOpen("/dev/null", O_RDONLY);
-  }
-  EXPECT_EQ(text, "Too many open files while open(\"/dev/null\")");
+TEST(FileDescriptor, CannotOpenMoreThanTheLimit) {
+  const DescriptorLimit none(0);
+  EXPECT_EQ(textOfFailedOpen("/dev/null", O_RDONLY), "Too many open files while open(\"/dev/null\")\n");
 }
 
-TEST(FileDescriptor, ClosesWhatItOpened) {
+TEST(FileDescriptor, ClosesWhatItOpenedAndWhatItOwns) {
   std::optional<ulx::FileDescriptor> opened(std::in_place, "/dev/null", O_RDONLY);
-  const int fd = opened->fd();
+  std::optional<ulx::FileDescriptor> owner(std::in_place, openNull(), true);
+  const int openedFd = opened->fd();
+  const int ownedFd = owner->fd();
   opened.reset();
-  EXPECT_FALSE(isOpen(fd));
+  owner.reset();
+  EXPECT_FALSE(isOpen(openedFd));
+  EXPECT_FALSE(isOpen(ownedFd));
 }
 
-TEST(FileDescriptor, ClosesWhatItOwns) {
-  const int fd = openNull();
-  { const ulx::FileDescriptor owner(fd, true); }
-  EXPECT_FALSE(isOpen(fd));
-}
-
-TEST(FileDescriptor, LeavesOpenWhatItDoesNotOwn) {
+TEST(FileDescriptor, LeavesOpenWhatItDoesNotOwnOrHasReleased) {
   const int fd = openNull();
   { const ulx::FileDescriptor borrower(fd, false); }
   EXPECT_TRUE(isOpen(fd));
-  close(fd);
-}
-
-TEST(FileDescriptor, LeavesOpenWhatItGaveAway) {
-  const int fd = openNull();
   {
     ulx::FileDescriptor giver(fd, true);
     EXPECT_EQ(giver.release(), fd);
@@ -172,7 +149,7 @@ TEST(FileDescriptor, LeavesOpenWhatItGaveAway) {
   close(fd);
 }
 
-TEST(FileDescriptor, EndsQuietlyWhenSomebodyElseClosedItsDescriptor) {
+TEST(FileDescriptor, EndsQuietlyWhenItsDescriptorWasClosedElsewhere) {
   const int fd = openNull();
   EXPECT_NO_THROW({
     const ulx::FileDescriptor owner(fd, true);
@@ -180,7 +157,7 @@ TEST(FileDescriptor, EndsQuietlyWhenSomebodyElseClosedItsDescriptor) {
   });
 }
 
-TEST(FileDescriptor, ClosesItsDescriptorBeforeItsMutexGoes) {
+TEST(FileDescriptor, ClosesItsDescriptorBeforeItDestroysItsMutex) {
   std::vector<std::string> calls;
   const int fd = openNull();
   {
@@ -198,25 +175,9 @@ TEST(FileDescriptor, ClosesItsDescriptorBeforeItsMutexGoes) {
   EXPECT_EQ(calls, (std::vector<std::string>{"close", "destroy"}));
 }
 
-TEST(FileDescriptor, NamesTheMutexThatItCannotMake) {
-  std::string text;
-  {
-    const support::Replaced failing(library::mutexInit,
-                                    [](pthread_mutex_t*, const pthread_mutexattr_t*) { return ENOMEM; });
-    text = textCaught([] { const ulx::FileDescriptor adopted(STDERR_FILENO, false); });
-  }
-  EXPECT_EQ(text, "Cannot allocate memory while pthread_mutex_init()");
-}
-
-TEST(FileDescriptor, DoesNotSerialiseWritesUnlessTold) {
+TEST(FileDescriptor, DoesNotSerialiseWritesByDefault) {
   EXPECT_FALSE(ulx::FileDescriptor("/dev/null", O_WRONLY).serialiseWrites);
   EXPECT_FALSE(ulx::FileDescriptor(STDERR_FILENO, false).serialiseWrites);
-}
-
-TEST(FileDescriptor, HasOneOwner) {
-  EXPECT_FALSE(std::is_copy_constructible_v<ulx::FileDescriptor>);
-  EXPECT_FALSE(std::is_copy_assignable_v<ulx::FileDescriptor>);
-  EXPECT_FALSE(std::is_polymorphic_v<ulx::FileDescriptor>);
 }
 
 }  // namespace

@@ -4,15 +4,14 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstddef>
 #include <string>
 #include <vector>
 
 #include "support/temporary_directory.h"
+#include "support/thrown.h"
 #include "ulx/file_descriptor.h"
 #include "ulx/pipe.h"
-#include "unit/ulx/caught.h"
-#include "unit/ulx/descriptor_state.h"
-#include "unit/ulx/held_mutexes.h"
 #include "unit/ulx/interrupting_timer.h"
 #include "unit/ulx/library_calls.h"
 
@@ -20,7 +19,7 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-// Records what is written and the locks around it, and lets no write take more than three bytes.
+// Records the writes and the locks around them during a scope. A write takes at most three bytes.
 class WritesInThrees {
  public:
   [[nodiscard]] const Texts& calls() const { return calls_; }
@@ -43,14 +42,6 @@ class WritesInThrees {
                                                    }};
 };
 
-Texts callsOfWriteAll(const std::string& text, bool serialise) {
-  ulx::FileDescriptor target(-1, false);
-  target.serialiseWrites = serialise;
-  const WritesInThrees writes;
-  target.writeAll(text.data(), text.size());
-  return writes.calls();
-}
-
 Texts callsOfWrite(const std::string& text, bool serialise) {
   ulx::FileDescriptor target(-1, false);
   target.serialiseWrites = serialise;
@@ -59,27 +50,40 @@ Texts callsOfWrite(const std::string& text, bool serialise) {
   return writes.calls();
 }
 
-void ignoreBrokenPipes() {
-  std::signal(SIGPIPE, SIG_IGN);
+Texts callsOfWriteAll(const std::string& text, bool serialise) {
+  ulx::FileDescriptor target(-1, false);
+  target.serialiseWrites = serialise;
+  const WritesInThrees writes;
+  target.writeAll(text.data(), text.size());
+  return writes.calls();
 }
 
-// Fills the pipe until it takes no further byte.
-void fillUp(const ulx::Pipe& pipe) {
-  const int flags = fcntl(pipe.writeEnd.fd(), F_GETFL);
-  setNonBlocking(pipe.writeEnd.fd());
-  const std::string page(4096, 'x');
-  while (write(pipe.writeEnd.fd(), page.data(), page.size()) > 0) {
+void setNonBlocking(int fd) {
+  fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) | O_NONBLOCK);
+}
+
+// A pipe that takes no further byte: a write waits.
+class FullPipe : public ulx::Pipe {
+ public:
+  FullPipe() {
+    const int flags = fcntl(writeEnd.fd(), F_GETFL);
+    setNonBlocking(writeEnd.fd());
+    const std::string page(4096, 'x');
+    while (write(writeEnd.fd(), page.data(), page.size()) > 0) {
+    }
+    fcntl(writeEnd.fd(), F_SETFL, flags);
   }
-  fcntl(pipe.writeEnd.fd(), F_SETFL, flags);
-}
+};
 
-TEST(Write, PutsTheBytesAndGivesTheirCount) {
+TEST(FileDescriptorWriting, PutsTheBytesAndReturnsTheirCount) {
   ulx::Pipe pipe;
   EXPECT_EQ(pipe.writeEnd.write("a\0b", 3), 3U);
   EXPECT_EQ(pipe.readEnd.readSome(), std::string("a\0b", 3));
+  pipe.writeEnd.writeByte(0xfe);
+  EXPECT_EQ(pipe.readEnd.readSome(), "\xfe");
 }
 
-TEST(Write, WritesOnceAndTellsHowMuchWasTaken) {
+TEST(FileDescriptorWriting, IsOneWriteThatReturnsHowMuchWasTaken) {
   ulx::FileDescriptor target(-1, false);
   std::size_t count = 0;
   {
@@ -90,73 +94,66 @@ TEST(Write, WritesOnceAndTellsHowMuchWasTaken) {
   EXPECT_EQ(callsOfWrite("0123456789", false), (Texts{"012"}));
 }
 
-TEST(Write, NamesTheDescriptorThatIsNone) {
-  const auto e = caught<ulx::ErrnoException>([] { ulx::FileDescriptor(-1, false).write("x", 1); });
-  EXPECT_EQ(e.errorNumber, EBADF);
-  EXPECT_EQ(e.text(), "Bad file descriptor while write(\"fd-1\")\n");
+TEST(FileDescriptorWriting, NamesWhatCannotBeWritten) {
+  const auto textOfFailedWrite = [](ulx::FileDescriptor&& to) {
+    return support::caught<ulx::ErrnoException>([&] { to.writeByte('x'); }).text();
+  };
+  EXPECT_EQ(textOfFailedWrite(ulx::FileDescriptor(-1, false)), "Bad file descriptor while write(\"fd-1\")\n");
+  EXPECT_EQ(textOfFailedWrite(ulx::FileDescriptor("/dev/full", O_WRONLY)),
+            "No space left on device while write(\"/dev/full\")\n");
 }
 
-TEST(Write, NamesThePathThatIsFull) {
-  ulx::FileDescriptor full("/dev/full", O_WRONLY);
-  EXPECT_EQ(textCaught([&] { full.write("x", 1); }), "No space left on device while write(\"/dev/full\")");
-}
-
-TEST(Write, ThrowsBrokenPipeWhenNobodyReads) {
-  ignoreBrokenPipes();
+TEST(FileDescriptorWriting, ThrowsBrokenPipeWithoutAReader) {
+  const auto old = std::signal(SIGPIPE, SIG_IGN);
   ulx::Pipe pipe;
   close(pipe.readEnd.release());
-  const auto e = caught<ulx::BrokenPipe>([&] { pipe.writeEnd.write("x", 1); });
-  EXPECT_EQ(e.errorNumber, EPIPE);
-  EXPECT_EQ(e.context, "write(\"" + pipe.writeEnd.name() + "\")");
+  EXPECT_EQ(support::caught<ulx::BrokenPipe>([&] { pipe.writeEnd.write("x", 1); }).text(),
+            "Broken pipe while write(\"" + pipe.writeEnd.name() + "\")\n");
+  std::signal(SIGPIPE, old);
 }
 
-TEST(Write, ThrowsWouldBlockWhereThereIsNoRoom) {
-  ulx::Pipe pipe;
-  fillUp(pipe);
+TEST(FileDescriptorWriting, ThrowsWouldBlockWithoutRoom) {
+  FullPipe pipe;
   setNonBlocking(pipe.writeEnd.fd());
   EXPECT_THROW(pipe.writeEnd.write("x", 1), ulx::WouldBlock);
 }
 
-TEST(Write, IsEndedByASignal) {
-  ulx::Pipe pipe;
-  fillUp(pipe);
+TEST(FileDescriptorWriting, IsEndedByASignal) {
+  FullPipe pipe;
   const InterruptingTimer timer;
-  const auto e = caught<ulx::InterruptedSysCall>([&] { pipe.writeEnd.write("x", 1); });
-  EXPECT_EQ(e.errorNumber, EINTR);
-  EXPECT_EQ(e.text(), "Interrupted system call while write(\"" + pipe.writeEnd.name() + "\")\n");
+  EXPECT_EQ(support::caught<ulx::InterruptedSysCall>([&] { pipe.writeEnd.write("x", 1); }).text(),
+            "Interrupted system call while write(\"" + pipe.writeEnd.name() + "\")\n");
+  EXPECT_THROW(pipe.writeEnd.writeAll("abc", 3), ulx::InterruptedSysCall);
 }
 
-TEST(Write, TakesNoLockUnlessWritesAreSerialised) {
+TEST(FileDescriptorWriting, IsLockedOnlyWhenWritesAreSerialised) {
   EXPECT_EQ(callsOfWrite("abc", false), (Texts{"abc"}));
-}
-
-TEST(Write, IsMadeUnderTheLockWhenWritesAreSerialised) {
   EXPECT_EQ(callsOfWrite("abc", true), (Texts{"lock", "abc", "unlock"}));
 }
 
-TEST(Write, GivesTheLockBackWhenItFails) {
+TEST(FileDescriptorWriting, UnlocksWhenItFails) {
   ulx::FileDescriptor target(-1, false);
   target.serialiseWrites = true;
-  const HeldMutexes held;
-  const std::string text = textCaught([&] { target.write("x", 1); });
-  const int after = held.count();
-  EXPECT_EQ(text, "Bad file descriptor while write(\"fd-1\")");
-  EXPECT_EQ(after, 0);
+  int held = 0;
+  const support::Replaced locking(library::mutexLock, [&](pthread_mutex_t* mutex) {
+    ++held;
+    return library::mutexLock.real(mutex);
+  });
+  const support::Replaced unlocking(library::mutexUnlock, [&](pthread_mutex_t* mutex) {
+    --held;
+    return library::mutexUnlock.real(mutex);
+  });
+  EXPECT_THROW(target.write("x", 1), ulx::ErrnoException);
+  EXPECT_EQ(held, 0);
 }
 
-TEST(WriteAll, GoesOnWhereAPartialWriteEnded) {
+TEST(FileDescriptorWriting, OfAllGoesOnAfterAPartialWrite) {
   EXPECT_EQ(callsOfWriteAll("0123456789", false), (Texts{"012", "345", "678", "9"}));
-}
-
-TEST(WriteAll, LocksEachWriteByItselfWhenWritesAreSerialised) {
   EXPECT_EQ(callsOfWriteAll("01234", true), (Texts{"lock", "012", "unlock", "lock", "34", "unlock"}));
-}
-
-TEST(WriteAll, WritesNothingWhereNothingIsGiven) {
   EXPECT_EQ(callsOfWriteAll("", true), Texts());
 }
 
-TEST(WriteAll, PutsEveryByteInOrder) {
+TEST(FileDescriptorWriting, OfAllPutsEveryByteInOrder) {
   const support::TemporaryDirectory directory;
   std::string bytes(100'000, '\0');
   std::generate(bytes.begin(), bytes.end(),
@@ -165,7 +162,7 @@ TEST(WriteAll, PutsEveryByteInOrder) {
   EXPECT_EQ(ulx::FileDescriptor(directory / "file", O_RDONLY).readAll(), bytes);
 }
 
-TEST(WriteAll, ThrowsWhatEndsItTooEarlyWithTheRestUnwritten) {
+TEST(FileDescriptorWriting, OfAllLeavesTheRestUnwrittenWhenItThrows) {
   ulx::Pipe pipe;
   setNonBlocking(pipe.writeEnd.fd());
   const std::string bytes(1'000'000, 'x');
@@ -174,24 +171,6 @@ TEST(WriteAll, ThrowsWhatEndsItTooEarlyWithTheRestUnwritten) {
   const std::string written = pipe.readEnd.readAll();
   EXPECT_GT(written.size(), 0U);
   EXPECT_LT(written.size(), bytes.size());
-}
-
-TEST(WriteAll, IsEndedByASignal) {
-  ulx::Pipe pipe;
-  fillUp(pipe);
-  const InterruptingTimer timer;
-  EXPECT_THROW(pipe.writeEnd.writeAll("abc", 3), ulx::InterruptedSysCall);
-}
-
-TEST(WriteByte, PutsOneByte) {
-  ulx::Pipe pipe;
-  pipe.writeEnd.writeByte(0xfe);
-  EXPECT_EQ(pipe.readEnd.readSome(), "\xfe");
-}
-
-TEST(WriteByte, ThrowsAsAnyWrite) {
-  ulx::FileDescriptor full("/dev/full", O_WRONLY);
-  EXPECT_EQ(textCaught([&] { full.writeByte(0); }), "No space left on device while write(\"/dev/full\")");
 }
 
 }  // namespace

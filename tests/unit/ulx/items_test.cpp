@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -15,29 +16,17 @@ Items itemsOf(std::string_view text, char separator = ',') {
   return found;
 }
 
-TEST(ForEachItem, GivesTheItemsInOrder) {
+TEST(Items, EndAtTheGivenSeparator) {
   EXPECT_EQ(itemsOf("one,two,three"), (Items{"one", "two", "three"}));
-}
-
-TEST(ForEachItem, GivesATextWithoutSeparatorWhole) {
+  EXPECT_EQ(itemsOf("a,b:c", ':'), (Items{"a,b", "c"}));
   EXPECT_EQ(itemsOf("one two"), Items{"one two"});
 }
 
-TEST(ForEachItem, GivesNothingOfAnEmptyText) {
-  EXPECT_EQ(itemsOf(""), Items());
-}
-
-TEST(ForEachItem, GivesEmptyItemsBeforeSeparators) {
+TEST(Items, MayBeEmptyBeforeASeparatorOnly) {
   EXPECT_EQ(itemsOf(",one,,two"), (Items{"", "one", "", "two"}));
-  EXPECT_EQ(itemsOf(","), Items{""});
-}
-
-TEST(ForEachItem, GivesNoItemAfterASeparatorAtTheEnd) {
   EXPECT_EQ(itemsOf("one,two,"), (Items{"one", "two"}));
-}
-
-TEST(ForEachItem, EndsItemsAtTheGivenSeparatorOnly) {
-  EXPECT_EQ(itemsOf("a,b:c", ':'), (Items{"a,b", "c"}));
+  EXPECT_EQ(itemsOf(","), Items{""});
+  EXPECT_EQ(itemsOf(""), Items());
 }
 
 }  // namespace

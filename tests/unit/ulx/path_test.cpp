@@ -6,18 +6,19 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <string>
 
-#include "support/temporary_directory.h"
 #include "support/child.h"
-#include "unit/ulx/caught.h"
+#include "support/temporary_directory.h"
+#include "support/thrown.h"
 
 namespace {
 
 std::string textOfFailedTest(const std::string& path) {
-  return textCaught([&] { ulx::pathExists(path); });
+  return support::caught<ulx::ErrnoException>([&] { ulx::pathExists(path); }).text();
 }
 
-TEST(PathExists, IsTrueForWhateverIsThere) {
+TEST(Path, ExistsWhereAFileOrADirectoryOrALinkToOneIs) {
   const support::TemporaryDirectory directory;
   close(creat((directory / "file").c_str(), 0));
   std::filesystem::create_symlink("file", directory / "link");
@@ -27,43 +28,33 @@ TEST(PathExists, IsTrueForWhateverIsThere) {
   EXPECT_TRUE(ulx::pathExists("/dev/null"));
 }
 
-TEST(PathExists, IsFalseWhereNothingIs) {
+TEST(Path, DoesNotExistWithoutAFileOrBelowAFileOrBehindADanglingLink) {
   const support::TemporaryDirectory directory;
+  std::filesystem::create_symlink("missing", directory / "link");
   EXPECT_FALSE(ulx::pathExists(directory / "missing"));
   EXPECT_FALSE(ulx::pathExists(directory / "missing/further"));
+  EXPECT_FALSE(ulx::pathExists(directory / "link"));
+  EXPECT_FALSE(ulx::pathExists("/dev/null/x"));
   EXPECT_FALSE(ulx::pathExists(""));
 }
 
-TEST(PathExists, IsFalseForALinkThatLeadsNowhere) {
+TEST(Path, IsNamedWhenStatFails) {
   const support::TemporaryDirectory directory;
-  std::filesystem::create_symlink("missing", directory / "link");
-  EXPECT_FALSE(ulx::pathExists(directory / "link"));
+  const std::string circle = directory / "circle";
+  std::filesystem::create_symlink("circle", circle);
+  EXPECT_EQ(textOfFailedTest(circle), "Too many levels of symbolic links while stat(" + circle + ")\n");
+  const std::string tooLong = "/" + std::string(256, 'x');
+  EXPECT_EQ(textOfFailedTest(tooLong), "File name too long while stat(" + tooLong + ")\n");
 }
 
-TEST(PathExists, IsFalseBelowAFile) {
-  EXPECT_FALSE(ulx::pathExists("/dev/null/x"));
-}
-
-TEST(PathExists, NamesThePathThatLeadsInACircle) {
-  const support::TemporaryDirectory directory;
-  const std::string path = directory / "circle";
-  std::filesystem::create_symlink("circle", path);
-  const auto e = caught<ulx::ErrnoException>([&] { ulx::pathExists(path); });
-  EXPECT_EQ(e.context, "stat(" + path + ")");
-  EXPECT_EQ(e.text(), "Too many levels of symbolic links while stat(" + path + ")\n");
-}
-
-TEST(PathExists, NamesThePathThatIsTooLong) {
-  const std::string path = "/" + std::string(256, 'x');
-  EXPECT_EQ(textOfFailedTest(path), "File name too long while stat(" + path + ")");
-}
-
-TEST(PathExists, NamesThePathThatIsForbidden) {
+TEST(Path, IsNamedWhenItIsForbidden) {
   const support::TemporaryDirectory directory;
   const std::string locked = directory / "locked";
   ASSERT_EQ(mkdir(locked.c_str(), 0), 0);
-  EXPECT_EQ(support::reportOfUnprivilegedChild([&] { return textOfFailedTest(locked + "/x"); }),
-            "Permission denied while stat(" + locked + "/x)");
+  support::inChild([&] {
+    support::dropPrivileges();
+    EXPECT_EQ(textOfFailedTest(locked + "/x"), "Permission denied while stat(" + locked + "/x)\n");
+  });
 }
 
 }  // namespace

@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
-#include "unit/ulx/caught.h"
+#include "support/descriptors.h"
+#include "support/thrown.h"
 #include "unit/ulx/descriptor_limit.h"
-#include "unit/ulx/descriptor_state.h"
 
 namespace {
 
@@ -17,30 +17,23 @@ TEST(Pipe, LeadsFromItsWriteEndToItsReadEnd) {
   EXPECT_EQ(pipe.readEnd.readSome(), "abc");
 }
 
-TEST(Pipe, NamesItsEndsByTheirNumbers) {
-  const ulx::Pipe pipe;
-  EXPECT_EQ(pipe.writeEnd.name(), "fd" + std::to_string(pipe.writeEnd.fd()));
-  EXPECT_EQ(pipe.readEnd.name(), "fd" + std::to_string(pipe.readEnd.fd()));
-}
-
-TEST(Pipe, ClosesBothEnds) {
+TEST(Pipe, OwnsItsEndsAndNamesThemByTheirNumbers) {
   std::optional<ulx::Pipe> pipe(std::in_place);
   const int writeEnd = pipe->writeEnd.fd();
   const int readEnd = pipe->readEnd.fd();
+  EXPECT_EQ(pipe->writeEnd.name(), "fd" + std::to_string(writeEnd));
+  EXPECT_EQ(pipe->readEnd.name(), "fd" + std::to_string(readEnd));
   pipe.reset();
-  EXPECT_FALSE(isOpen(writeEnd));
-  EXPECT_FALSE(isOpen(readEnd));
+  EXPECT_FALSE(support::isOpen(writeEnd));
+  EXPECT_FALSE(support::isOpen(readEnd));
 }
 
 TEST(Pipe, NeedsTwoDescriptors) {
-  const int next = nextDescriptor();
-  std::string text;
-  {
-    const DescriptorLimit one(next + 1);
-    text = textCaught([] { const ulx::Pipe pipe; });
-  }
-  EXPECT_EQ(text, "Too many open files while pipe()");
-  EXPECT_EQ(nextDescriptor(), next);
+  const int next = support::nextDescriptor();
+  const DescriptorLimit one(1);
+  EXPECT_EQ(support::caught<ulx::ErrnoException>([] { const ulx::Pipe pipe; }).text(),
+            "Too many open files while pipe()\n");
+  EXPECT_EQ(support::nextDescriptor(), next);
 }
 
 }  // namespace

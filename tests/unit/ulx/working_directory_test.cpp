@@ -5,35 +5,45 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <filesystem>
 #include <optional>
+#include <string>
+#include <system_error>
 
-#include "support/temporary_directory.h"
 #include "support/child.h"
-#include "unit/ulx/caught.h"
+#include "support/temporary_directory.h"
+#include "support/thrown.h"
 
 namespace {
 
-// A test starts in a directory of its own, and goes back where the program was.
-class WorkingDirectory : public testing::Test {
+namespace fs = std::filesystem;
+
+// A test starts in a directory of its own and ends where the program was.
+class WorkingDirectoryTest : public testing::Test {
  protected:
   void SetUp() override { ASSERT_EQ(chdir(start().c_str()), 0); }
   void TearDown() override { ASSERT_EQ(fchdir(old_), 0); }
-  ~WorkingDirectory() override { close(old_); }
+  ~WorkingDirectoryTest() override { close(old_); }
 
-  [[nodiscard]] std::string start() const { return std::filesystem::canonical(directory_.path()); }
+  [[nodiscard]] std::string start() const { return fs::canonical(directory_.path()); }
 
-  // Makes the directory and gives its path.
   [[nodiscard]] std::string make(const std::string& name) const {
-    std::filesystem::create_directory(start() + "/" + name);
+    fs::create_directory(start() + "/" + name);
     return start() + "/" + name;
   }
 
-  // Where the program is, by nobody's word but the system's.
-  static std::string here() { return std::filesystem::read_symlink("/proc/self/cwd"); }
+  void goToADirectoryAndRemoveIt() const {
+    fs::current_path(make("gone"));
+    fs::remove(start() + "/gone");
+  }
 
-  // Goes deeper until the working directory's path has `length` characters; gives that path.
+  // The working directory as the kernel names it.
+  static std::string here() { return fs::read_symlink("/proc/self/cwd"); }
+
+  // Goes deeper until the working directory's path has `length` characters; returns that path.
   static std::string descendTo(std::size_t length) {
     constexpr std::size_t longestName = 255;
     std::string path = here();
@@ -57,11 +67,11 @@ class WorkingDirectory : public testing::Test {
   int old_ = open(".", O_RDONLY);
 };
 
-using ChangeDirectory = WorkingDirectory;
-using CurrentDirectory = WorkingDirectory;
-using DirectoryVisit = WorkingDirectory;
+using WorkingDirectoryChange = WorkingDirectoryTest;
+using WorkingDirectoryPath = WorkingDirectoryTest;
+using WorkingDirectoryVisit = WorkingDirectoryTest;
 
-TEST_F(ChangeDirectory, GoesThere) {
+TEST_F(WorkingDirectoryChange, LeadsThere) {
   const std::string target = make("target");
   ulx::changeDirectory(target);
   EXPECT_EQ(here(), target);
@@ -69,50 +79,37 @@ TEST_F(ChangeDirectory, GoesThere) {
   EXPECT_EQ(here(), start());
 }
 
-TEST_F(ChangeDirectory, StaysWhereItCannotGo) {
-  const auto e = caught<ulx::NoSuchFileOrDirectory>([] { ulx::changeDirectory("missing"); });
-  EXPECT_EQ(e.text(), "No such file or directory while chdir()\n");
-  EXPECT_EQ(textCaught([] { ulx::changeDirectory("/dev/null"); }), "Not a directory while chdir()");
+TEST_F(WorkingDirectoryChange, ThatFailsChangesNothing) {
+  EXPECT_EQ(support::caught<ulx::NoSuchFileOrDirectory>([] { ulx::changeDirectory("missing"); }).text(),
+            "No such file or directory while chdir()\n");
+  EXPECT_EQ(support::caught<ulx::ErrnoException>([] { ulx::changeDirectory("/dev/null"); }).text(),
+            "Not a directory while chdir()\n");
   EXPECT_EQ(here(), start());
 }
 
-TEST_F(ChangeDirectory, TellsThatADirectoryIsForbidden) {
-  const std::string locked = make("locked");
-  ASSERT_EQ(chmod(locked.c_str(), 0), 0);
-  const auto change = [&] { return textCaught([&] { ulx::changeDirectory(locked); }); };
-  EXPECT_EQ(support::reportOfUnprivilegedChild(change), "Permission denied while chdir()");
-}
-
-TEST_F(CurrentDirectory, IsThePathWithoutLinks) {
+TEST_F(WorkingDirectoryPath, IsThePathWithoutLinks) {
   const std::string target = make("target");
-  std::filesystem::create_directory_symlink("target", start() + "/link");
+  fs::create_directory_symlink("target", start() + "/link");
   ulx::changeDirectory(start() + "/link");
   EXPECT_EQ(ulx::currentDirectory(), target);
 }
 
-TEST_F(CurrentDirectory, IsWholeWhereThePathJustFitsTheFirstBuffer) {
-  const std::string path = descendTo(255);
-  EXPECT_EQ(ulx::currentDirectory(), path);
+TEST_F(WorkingDirectoryPath, IsWholeAtAnyLength) {
+  // The first buffer holds 255 characters and their end.
+  for (const std::size_t length : {255U, 256U, 5000U}) {
+    const std::string path = descendTo(length);
+    EXPECT_EQ(ulx::currentDirectory(), path);
+    ulx::changeDirectory(start());
+  }
 }
 
-TEST_F(CurrentDirectory, IsWholeWhereThePathJustMissesTheFirstBuffer) {
-  const std::string path = descendTo(256);
-  EXPECT_EQ(ulx::currentDirectory(), path);
+TEST_F(WorkingDirectoryPath, IsAnErrorWhereTheDirectoryIsGone) {
+  goToADirectoryAndRemoveIt();
+  EXPECT_EQ(support::caught<ulx::NoSuchFileOrDirectory>([] { return ulx::currentDirectory(); }).text(),
+            "No such file or directory while getcwd()\n");
 }
 
-TEST_F(CurrentDirectory, IsWholeHoweverLongThePathIs) {
-  const std::string path = descendTo(5000);
-  EXPECT_EQ(ulx::currentDirectory(), path);
-}
-
-TEST_F(CurrentDirectory, IsAnErrorWhereTheDirectoryIsGone) {
-  ulx::changeDirectory(make("gone"));
-  std::filesystem::remove(start() + "/gone");
-  const auto e = caught<ulx::NoSuchFileOrDirectory>([] { const std::string path = ulx::currentDirectory(); });
-  EXPECT_EQ(e.text(), "No such file or directory while getcwd()\n");
-}
-
-TEST_F(DirectoryVisit, IsInTheOtherDirectoryUntilItsScopeEnds) {
+TEST_F(WorkingDirectoryVisit, LastsUntilItsScopeEnds) {
   const std::string target = make("target");
   {
     const ulx::DirectoryVisit visit(target);
@@ -121,7 +118,7 @@ TEST_F(DirectoryVisit, IsInTheOtherDirectoryUntilItsScopeEnds) {
   EXPECT_EQ(here(), start());
 }
 
-TEST_F(DirectoryVisit, GoesBackWhenItsScopeIsLeftByAnException) {
+TEST_F(WorkingDirectoryVisit, EndsWhenAnExceptionEndsItsScope) {
   const std::string target = make("target");
   EXPECT_THROW(
       {
@@ -132,10 +129,9 @@ TEST_F(DirectoryVisit, GoesBackWhenItsScopeIsLeftByAnException) {
   EXPECT_EQ(here(), start());
 }
 
-TEST_F(DirectoryVisit, GoesBackOnceWhenToldToLeave) {
-  const std::string target = make("target");
+TEST_F(WorkingDirectoryVisit, GoesBackOnceWhenItIsLeft) {
   {
-    ulx::DirectoryVisit visit(target);
+    ulx::DirectoryVisit visit(make("target"));
     visit.leave();
     EXPECT_EQ(here(), start());
     ulx::changeDirectory("/");
@@ -143,48 +139,40 @@ TEST_F(DirectoryVisit, GoesBackOnceWhenToldToLeave) {
   EXPECT_EQ(here(), "/");
 }
 
-TEST_F(DirectoryVisit, StaysWhereItCannotGo) {
-  const auto e = caught<ulx::NoSuchFileOrDirectory>([] { const ulx::DirectoryVisit visit("missing"); });
-  EXPECT_EQ(e.context, "chdir()");
+TEST_F(WorkingDirectoryVisit, DoesNotStartWhereItCannotGo) {
+  EXPECT_EQ(
+      support::caught<ulx::NoSuchFileOrDirectory>([] { const ulx::DirectoryVisit visit("missing"); }).context,
+      "chdir()");
   EXPECT_EQ(here(), start());
 }
 
-TEST_F(DirectoryVisit, DoesNotStartWhereItCouldNotComeBack) {
+TEST_F(WorkingDirectoryVisit, DoesNotStartWhereItCouldNotComeBack) {
   const std::string target = make("target");
-  ulx::changeDirectory(make("gone"));
-  std::filesystem::remove(start() + "/gone");
-  const auto e = caught<ulx::NoSuchFileOrDirectory>([&] { const ulx::DirectoryVisit visit(target); });
-  EXPECT_EQ(e.context, "getcwd()");
+  goToADirectoryAndRemoveIt();
+  EXPECT_EQ(
+      support::caught<ulx::NoSuchFileOrDirectory>([&] { const ulx::DirectoryVisit visit(target); }).context,
+      "getcwd()");
   EXPECT_NE(here(), target);
 }
 
-TEST_F(DirectoryVisit, TellsThatTheOldDirectoryIsGoneWhenItLeaves) {
-  const std::string target = make("target");
-  ulx::changeDirectory(make("gone"));
-  ulx::DirectoryVisit visit(target);
-  std::filesystem::remove(start() + "/gone");
-  const auto e = caught<ulx::NoSuchFileOrDirectory>([&] { visit.leave(); });
-  EXPECT_EQ(e.text(), "No such file or directory while chdir()\n");
-  EXPECT_EQ(here(), target);
-}
-
-TEST_F(DirectoryVisit, TriesToLeaveOnce) {
+TEST_F(WorkingDirectoryVisit, IsLeftOnceAlsoWhenTheOldDirectoryIsGone) {
   const std::string old = make("old");
-  ulx::changeDirectory(old);
+  fs::current_path(old);
   std::optional<ulx::DirectoryVisit> visit(std::in_place, make("target"));
-  std::filesystem::remove(old);
-  EXPECT_THROW(visit->leave(), ulx::NoSuchFileOrDirectory);
-  std::filesystem::create_directory(old);
+  fs::remove(old);
+  EXPECT_EQ(support::caught<ulx::NoSuchFileOrDirectory>([&] { visit->leave(); }).text(),
+            "No such file or directory while chdir()\n");
+  fs::create_directory(old);
   visit.reset();
   EXPECT_EQ(here(), start() + "/target");
 }
 
-TEST_F(DirectoryVisit, EndsQuietlyWhenTheOldDirectoryIsGone) {
+TEST_F(WorkingDirectoryVisit, EndsQuietlyWhenTheOldDirectoryIsGone) {
   const std::string target = make("target");
-  ulx::changeDirectory(make("gone"));
+  fs::current_path(make("old"));
   {
     const ulx::DirectoryVisit visit(target);
-    std::filesystem::remove(start() + "/gone");
+    fs::remove(start() + "/old");
   }
   EXPECT_EQ(here(), target);
 }
