@@ -17,7 +17,7 @@ LaunchWorld::LaunchWorld() {
 }
 
 LaunchWorld::~LaunchWorld() {
-  board_.endAll();
+  workers_.endAll();
   while (waitpid(-1, nullptr, WNOHANG) > 0) {
   }
 }

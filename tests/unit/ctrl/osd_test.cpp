@@ -21,12 +21,6 @@ namespace {
 
 using support::Lines;
 
-void fill(int fd) {
-  const std::string page(4096, 'x');
-  while (write(fd, page.data(), page.size()) > 0) {
-  }
-}
-
 /** The place of a fifo as the display has one. */
 class Osd : public testing::Test {
  protected:
@@ -65,15 +59,6 @@ TEST_F(Osd, IsClosedWhereNoFileIsMakesNoneAndStaysClosedWhenTheFifoComes) {
   OsdMessage(sink, "lost");
   EXPECT_FALSE(std::filesystem::exists(path_));
   makeFifo();
-  addReader();
-  OsdMessage(sink, "lost");
-  EXPECT_EQ(content(), "");
-}
-
-TEST_F(Osd, IsClosedWhenTheFifoHasNoReader) {
-  makeFifo();
-  const OsdSink sink(path_.c_str());
-  EXPECT_FALSE(sink.isOpen);
   addReader();
   OsdMessage(sink, "lost");
   EXPECT_EQ(content(), "");
@@ -152,15 +137,6 @@ TEST_F(OsdMessages, AreWrittenAtTheirEndWhichMayBeAnException) {
   EXPECT_EQ(writes(), Lines{"Stick attached\n"});
   EXPECT_THROW(OsdMessage(sink_, "so") << " far" << failToSay(), std::runtime_error);
   EXPECT_EQ(writes(), Lines{"so far\n"});
-}
-
-TEST_F(OsdWithReader, LosesAMessageWithoutWaitingWhenTheFifoIsFull) {
-  const OsdSink sink(path_.c_str());
-  fill(sink.fd);
-  OsdMessage(sink, "lost");
-  EXPECT_EQ(content().find_first_not_of('x'), std::string::npos);
-  OsdMessage(sink, "shown");
-  EXPECT_EQ(content(), "shown\n");
 }
 
 TEST_F(Osd, LosesAMessageWhenTheReaderHasGoneAndShowsTheNextWhenOneIsBack) {

@@ -24,9 +24,6 @@
 
 namespace {
 
-using testing::Eq;
-using testing::ExitedWithCode;
-
 using support::Lines;
 
 constexpr unsigned patience = 20;  // seconds, for what must not block
@@ -74,13 +71,13 @@ std::string targetOf(int fd) {
   return target.data();
 }
 
-class Signals : public testing::Test {
+class SignalsTest : public testing::Test {
  private:
   support::RestoredSettings settings_;
 };
 
-using SignalsOfChildren = Signals;
-using SignalsOfHangups = Signals;
+using SignalsOfChildren = SignalsTest;
+using SignalsOfHangups = SignalsTest;
 
 TEST_F(SignalsOfChildren, MakeEachEndedWorkerAByteInThePipe) {
   support::inChild([] {
@@ -115,18 +112,6 @@ TEST_F(SignalsOfChildren, SayNothingOfAStoppedOrContinuedWorker) {
     ASSERT_EQ(waitpid(worker, nullptr, 0), worker);
     EXPECT_EQ(takeChildExits(), 1U);
   });
-}
-
-void endAWorkerThatCouldNotBeExecuted() {
-  installChildHandler();
-  endWith(42);
-}
-
-TEST_F(SignalsOfChildren, EndTheDaemonForAWorkerThatCouldNotBeExecuted) {
-  EXPECT_EXIT(endAWorkerThatCouldNotBeExecuted(), ExitedWithCode(1), Eq(""));
-  settings.debugCtrl = true;
-  settings.logToSyslog = true;
-  EXPECT_EXIT(endAWorkerThatCouldNotBeExecuted(), ExitedWithCode(1), Eq(contract::error::execFailed));
 }
 
 TEST_F(SignalsOfChildren, NeitherWaitForRoomInThePipeNorDisturbAnErrorNumber) {
@@ -203,7 +188,7 @@ TEST_F(SignalsOfHangups, AreLoggedWithDebuggingThoughTheyCannotBeCaught) {
   });
 }
 
-TEST_F(Signals, OfBrokenPipesOnceIgnoredCostOnlyTheWrite) {
+TEST_F(SignalsTest, OfBrokenPipesOnceIgnoredCostOnlyTheWrite) {
   support::inChild([] {
     std::signal(SIGPIPE, SIG_DFL);
     ignoreBrokenPipes();
@@ -214,7 +199,7 @@ TEST_F(Signals, OfBrokenPipesOnceIgnoredCostOnlyTheWrite) {
   });
 }
 
-TEST_F(Signals, OnceRestoredHaveNoHandlersAndAreNeitherIgnoredNorBlocked) {
+TEST_F(SignalsTest, OnceRestoredHaveNoHandlersAndAreNeitherIgnoredNorBlocked) {
   support::inChild([] {
     ignoreBrokenPipes();
     installChildHandler();

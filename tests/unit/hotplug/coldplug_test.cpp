@@ -16,7 +16,6 @@
 #include "sim/sysfs.h"
 #include "support/launch_world.h"
 #include "support/thrown.h"
-#include "ulx/file_descriptor.h"
 
 namespace {
 
@@ -132,17 +131,6 @@ TEST_F(Coldplug, StartsTheWorkerOfEachKind) {
   }
 }
 
-TEST_F(Coldplug, LeavesEveryDeviceToTheGenericWorkerWhereNoClassIsServed) {
-  sysfs_.add(sim::UsbDevice{});
-  plugKeyboard();
-  plugDisk();
-  EXPECT_EQ(support::logDuring([this] { run(noClasses); }), Lines{}) << "without debugging";
-  EXPECT_EQ(devicesWithWorkers().size(), 3U);
-  for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(nextStart().arguments.front(), "usb_rx_generic");
-  }
-}
-
 TEST_F(Coldplug, OfNothingLogsNothingButThatAPassBegins) {
   EXPECT_EQ(logOf(allClasses), Lines{}) << "without the directories of nodes";
   sysfs_.makeDirectory(hidNodes);
@@ -227,17 +215,6 @@ TEST_F(Coldplug, OffersEveryScsiNodeWhateverItIsOf) {
   EXPECT_EQ(ctrl_->workers.byPath.size(), 2U);
 }
 
-TEST_F(Coldplug, GoesOnBehindADeviceThatCannotBeHandled) {
-  const std::string first = sysfs_.add(sim::UsbDevice{.name = "1-1"});
-  sysfs_.makeLink(usbDevices + "/1-5", "../../../devices/none");
-  sysfs_.add(sim::UsbDevice{.name = "1-6", .descriptors = "short"});
-  const std::string last = sysfs_.add(sim::UsbDevice{.name = "1-7"});
-  const Lines log = logOf(noClasses);
-  EXPECT_EQ(std::count(log.begin(), log.end(), tagged({debug::eventIgnored}).front()), 1);
-  EXPECT_TRUE(devicesWithWorkers().contains(first));
-  EXPECT_TRUE(devicesWithWorkers().contains(last));
-}
-
 TEST_F(Coldplug, GoesOnBehindANodeThatCannotBeServed) {
   const std::string node = plugKeyboard();
   sysfs_.removeAttribute(node, "dev");
@@ -245,18 +222,6 @@ TEST_F(Coldplug, GoesOnBehindANodeThatCannotBeServed) {
   sysfs_.makeLink(scsiNodes + "/sg1", "../../devices/none");
   run(allClasses);
   EXPECT_EQ(devicesWithWorkers(), Names{disk});
-}
-
-TEST_F(Coldplug, EndsWithoutTheDirectoryOfUsbDevices) {
-  plugKeyboard();
-  plugDisk();
-  std::filesystem::remove_all(usbDevices);
-  EXPECT_EQ(support::debugLogDuring([this] {
-              EXPECT_EQ(support::contextThrownBy<ulx::NoSuchFileOrDirectory>([this] { run(allClasses); }),
-                        "opendir(/sys/bus/usb/devices)");
-            }),
-            Lines{});
-  EXPECT_TRUE(ctrl_->workers.byPid.empty());
 }
 
 TEST_F(Coldplug, EndsWhereAClassIsAFileOrCannotBeLookedFor) {
@@ -267,34 +232,6 @@ TEST_F(Coldplug, EndsWhereAClassIsAFileOrCannotBeLookedFor) {
   std::filesystem::remove(hidNodes);
   sim::writeFile(hidNodes, "");
   EXPECT_EQ(support::contextThrownBy([this] { run(keyboardClass); }), "opendir(/sys/class/usb)");
-}
-
-TEST_F(Coldplug, EndsAtAKeyboardsNodeThatCannotBeJudgedBeforeItGetsToDisks) {
-  const std::string keyboard = "/sys/devices/platform/usb-host.0/usb1/1-2";
-  const std::string node = "/sys/class/usb/hiddev0/device";
-  std::string otherDescriptors = sim::keyboardDescriptors();
-  otherDescriptors[1] = 2;
-  plugKeyboard();
-  plugDisk();
-  const auto coldplugging = [this] { run(allClasses); };
-  const Lines log = support::debugLogDuring([&] {
-    sysfs_.removeAttribute(keyboard + "/1-2:1.0", "bInterfaceSubClass");
-    EXPECT_EQ(support::contextThrownBy<ulx::NoSuchFileOrDirectory>(coldplugging),
-              "open(\"" + node + "/bInterfaceSubClass\")");
-    sysfs_.removeAttribute(keyboard, "descriptors");
-    EXPECT_EQ(support::contextThrownBy<ulx::NoSuchFileOrDirectory>(coldplugging),
-              "open(\"" + node + "/../descriptors\")");
-    for (const std::size_t length : {0U, 17U}) {
-      sysfs_.writeAttribute(keyboard, "descriptors", sim::keyboardDescriptors().substr(0, length));
-      EXPECT_THROW(coldplugging(), ulx::FileDescriptor::EndOfFile);
-    }
-    sysfs_.writeAttribute(keyboard, "descriptors", otherDescriptors);
-    EXPECT_EQ(support::bareTextThrownBy(coldplugging), contract::error::notADevice);
-  });
-  EXPECT_EQ(std::count(log.begin(), log.end(), keyboardsBegin), 5);
-  EXPECT_EQ(log.back(), keyboardsBegin);
-  EXPECT_EQ(std::count(log.begin(), log.end(), storageBegins), 0);
-  EXPECT_TRUE(ctrl_->workers.byPid.empty());
 }
 
 }  // namespace

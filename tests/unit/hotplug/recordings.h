@@ -16,7 +16,7 @@ struct Recording {
   std::size_t diskUntil;
 
   [[nodiscard]] std::string descriptors() const {
-    const sim::DeviceRecording recording = sim::DeviceRecording::load(name);
+    const sim::DeviceRecording recording = sim::loadRecording(name);
     const std::string path = recording.directory.substr(std::string("/sys/").size()) + "/descriptors";
     for (const sim::TreeEntry& entry : recording.tree) {
       if (entry.path == path) {

@@ -5,20 +5,15 @@
 #include <sys/wait.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <set>
 #include <string>
 
-#include "ctrl/configuration.h"
-#include "ctrl/configuration_keys.h"
 #include "ctrl/messages.h"
-#include "ctrl/settings.h"
 #include "ctrl/signals.h"
 #include "sim/contract.h"
-#include "sim/files.h"
 #include "support/child.h"
 #include "support/descriptors.h"
 #include "support/launch_world.h"
@@ -31,9 +26,6 @@ namespace {
 
 using support::Lines;
 namespace debug = contract::debug;
-namespace display = contract::display;
-
-const std::string unnamedAttached = display::attached(display::unnamedDevice) + "\n";
 
 class Launch : public support::LaunchWorld {
  protected:
@@ -54,90 +46,17 @@ class Launch : public support::LaunchWorld {
   void launchGeneric() { launchGenericWorker(*ctrl_, device_.path()); }
 };
 
-using LaunchOfADisk = Launch;
-using LaunchOfAKeyboard = Launch;
-using LaunchOfAUsbDevice = Launch;
-
-TEST_F(LaunchOfADisk, StartsItsWorker) {
+TEST_F(Launch, OfAGenericWorkerAloneIsRememberedWithItsTime) {
   launchScsi();
-  EXPECT_EQ(nextStart().arguments, (WorkerArguments{"usb_rx_scsi", "eth1", "host", "5002", device_.path()}));
-}
-
-TEST_F(LaunchOfADisk, ShowsVendorAndModelABlankForNoVendorAndADefaultForNoModel) {
-  launchScsi();
-  EXPECT_EQ(ctrl_.shown(), Lines{" " + unnamedAttached});
-  device_.write("device/model", "Disk\n");
-  launchScsi();
-  EXPECT_EQ(ctrl_.shown(), Lines{display::attached(" Disk") + "\n"});
-  device_.write("device/vendor", "QEMU    \n");
-  launchScsi();
-  EXPECT_EQ(ctrl_.shown(), Lines{display::attached("QEMU     Disk") + "\n"});
-}
-
-TEST_F(LaunchOfAKeyboard, StartsTheWorkerOfItsNode) {
   launchKeyboard();
-  EXPECT_EQ(nextStart().arguments, (WorkerArguments{"usb_rx_keyboard", "eth1", "host", "5001", "180", "96"}));
-}
-
-TEST_F(LaunchOfAKeyboard, ShowsTheNameOfTheDeviceThatTheNodeBelongsTo) {
-  launchKeyboard();
-  EXPECT_EQ(ctrl_.shown(), Lines{unnamedAttached});
-  device_.write("product", "Keyboard\n");
-  launchKeyboard();
-  EXPECT_EQ(ctrl_.shown(), Lines{display::attached("Keyboard") + "\n"});
-}
-
-TEST_F(LaunchOfAKeyboard, WithoutANumberStartsNothing) {
-  EXPECT_EQ(support::contextThrownBy<ulx::NoSuchFileOrDirectory>(
-                [this] { launchKeyboardWorker(*ctrl_, device_.path()); }),
-            "open(\"" + device_.path() + "/dev\")");
-  EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
-  EXPECT_TRUE(ctrl_->workers.byPid.empty());
-  EXPECT_EQ(ctrl_.shown(), Lines{});
-}
-
-TEST_F(LaunchOfAUsbDevice, StartsTheGenericWorker) {
-  launchGeneric();
-  EXPECT_EQ(nextStart().arguments,
-            (WorkerArguments{"usb_rx_generic", "eth1", "host", "5000", device_.path()}));
-}
-
-TEST_F(LaunchOfAUsbDevice, GivesTheWorkerTheKeysAndTheControlSocket) {
-  ctrl_->inkey = "in";
-  ctrl_->outkey = "out";
-  ctrl_->socketPath = "/tmp/s";
-  launchGeneric();
-  EXPECT_EQ(nextStart().arguments, (WorkerArguments{"usb_rx_generic", "--keys", "in", "out", "--sock=/tmp/s",
-                                                    "eth1", "host", "5000", device_.path()}));
-}
-
-TEST_F(LaunchOfAUsbDevice, StartsTheConfiguredProgram) {
-  sim::installWorkerStandin("/sim/opt/gen");
-  sim::writeFile(configurationPath, "[apps]\nquor_usb_rx_generic = /sim/opt/gen\n");
-  requestConfigReload();
-  launchGeneric();
-  EXPECT_EQ(nextStart().arguments.front(), "/sim/opt/gen");
-}
-
-TEST_F(LaunchOfAUsbDevice, IsRememberedWithItsTime) {
+  EXPECT_EQ(ctrl_->lastGenericStart, 0.0);
   const double before = timestampNow();
   launchGeneric();
   EXPECT_GE(ctrl_->lastGenericStart, before);
   EXPECT_LE(ctrl_->lastGenericStart, timestampNow());
 }
 
-TEST_F(LaunchOfAUsbDevice, IsShownWhileThereIsAControlClient) {
-  launchGeneric();
-  EXPECT_EQ(ctrl_.shown(), Lines{}) << "without one";
-  connectClient();
-  launchGeneric();
-  EXPECT_EQ(ctrl_.shown(), Lines{unnamedAttached});
-  device_.write("product", "Stick\n");
-  launchGeneric();
-  EXPECT_EQ(ctrl_.shown(), Lines{display::attached("Stick") + "\n"});
-}
-
-TEST_F(LaunchOfAUsbDevice, WhileAttachingIsBlockedHasATimeoutAndIsNeitherShownNorRemembered) {
+TEST_F(Launch, OfAGenericWorkerWhileAttachingIsBlockedHasATimeoutAndIsNeitherShownNorRemembered) {
   connectClient();
   ctrl_->attachBlocked = true;
   ctrl_->connectFailTimeoutText = "7s";
@@ -147,18 +66,6 @@ TEST_F(LaunchOfAUsbDevice, WhileAttachingIsBlockedHasATimeoutAndIsNeitherShownNo
             (WorkerArguments{"usb_rx_generic", "--timeout", "7s", "eth1", "host", "5000", device_.path()}));
   EXPECT_EQ(ctrl_.shown(), Lines{});
   EXPECT_EQ(ctrl_->lastGenericStart, 1000.0);
-}
-
-TEST_F(Launch, OfDisksAndKeyboardsTakesNothingFromWhatIsOfGenericWorkers) {
-  ctrl_->attachBlocked = true;
-  ctrl_->inkey = "in";
-  ctrl_->outkey = "out";
-  launchScsi();
-  EXPECT_EQ(nextStart().arguments, (WorkerArguments{"usb_rx_scsi", "eth1", "host", "5002", device_.path()}));
-  launchKeyboard();
-  EXPECT_EQ(nextStart().arguments, (WorkerArguments{"usb_rx_keyboard", "eth1", "host", "5001", "180", "96"}));
-  EXPECT_EQ(ctrl_->lastGenericStart, 0.0);
-  EXPECT_EQ(ctrl_.shown().size(), 2U);
 }
 
 TEST_F(Launch, RecordsTheWorkerUnderItsDevice) {
@@ -179,38 +86,6 @@ TEST_F(Launch, IsLoggedWithDebugging) {
                        debug::startingGeneric(device_.path())}));
 }
 
-TEST_F(Launch, PassesOnDebuggingToEachKindByItself) {
-  using Switch = bool Settings::*;
-  for (const Switch debugging : {&Settings::debugScsi, &Settings::debugKeyboard, &Settings::debugGeneric}) {
-    settings = Settings();
-    settings.*debugging = true;
-    launchScsi();
-    EXPECT_EQ(nextStart().arguments.at(1), settings.debugScsi ? "--debug" : "eth1");
-    launchKeyboard();
-    EXPECT_EQ(nextStart().arguments.at(1), settings.debugKeyboard ? "--debug" : "eth1");
-    launchGeneric();
-    EXPECT_EQ(nextStart().arguments.at(1), settings.debugGeneric ? "--debug" : "eth1");
-  }
-}
-
-TEST_F(Launch, PassesOnWhereMessagesGo) {
-  settings.debugScsi = true;
-  for (const bool toSyslog : {true, false}) {
-    settings.logToSyslog = toSyslog;
-    launchScsi();
-    EXPECT_EQ(nextStart().arguments.at(2), toSyslog ? "--syslog" : "--stderr");
-  }
-}
-
-TEST_F(Launch, OfGenericWorkersAloneMakesThemEndWithTheDaemon) {
-  launchGeneric();
-  EXPECT_EQ(nextStart().parentDeathSignal, SIGTERM);
-  launchScsi();
-  EXPECT_EQ(nextStart().parentDeathSignal, 0);
-  launchKeyboard();
-  EXPECT_EQ(nextStart().parentDeathSignal, 0);
-}
-
 // Nobody is its parent any more: the system returns no process.
 TEST_F(Launch, OfAGenericWorkerWhoseDaemonEndsMeanwhileStartsNothing) {
 #ifdef __SANITIZE_ADDRESS__
@@ -221,23 +96,7 @@ TEST_F(Launch, OfAGenericWorkerWhoseDaemonEndsMeanwhileStartsNothing) {
     int status = -1;
     ASSERT_EQ(waitpid(-1, &status, 0), ctrl_->workers.byPath.at(device_.path()));
     EXPECT_EQ(status, 0);
-    EXPECT_EQ(board_.count(), 0U);
-  });
-}
-
-TEST_F(Launch, GivesTheWorkerSignalsAsTheyUsuallyAre) {
-  support::inChild([this] {
-    ignoreBrokenPipes();
-    installChildHandler();
-    sigset_t set;
-    sigemptyset(&set);
-    sigaddset(&set, SIGTERM);
-    sigprocmask(SIG_BLOCK, &set, nullptr);
-    launchGeneric();
-    const sim::WorkerStart start = nextStart();
-    EXPECT_EQ(start.ignoredSignals, std::set<int>{});
-    EXPECT_EQ(start.blockedSignals, std::set<int>{});
-    EXPECT_EQ(start.caughtSignals, std::set<int>{});
+    EXPECT_EQ(workers_.count(), 0U);
   });
 }
 

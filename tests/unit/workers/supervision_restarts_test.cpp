@@ -8,12 +8,9 @@
 #include <cstdint>
 #include <string>
 
-#include "ctrl/configuration_keys.h"
 #include "ctrl/device_classes.h"
-#include "ctrl/settings.h"
 #include "hotplug/uevent_handler.h"
 #include "sim/contract.h"
-#include "sim/files.h"
 #include "support/named_case.h"
 #include "unit/workers/supervision_world.h"
 #include "workers/launch.h"
@@ -108,17 +105,6 @@ TEST_F(SupervisionRestarts, AreRememberedWithTheirTimeAndShownWhileThereIsAContr
   EXPECT_EQ(ctrl_.shown(), attached);
 }
 
-TEST_F(SupervisionRestarts, AreRefusedWhereThePolicyHasChanged) {
-  plugWithWorker();
-  sim::writeFile(configurationPath, "[usb]\nhid_only = 1\n");
-  policyReloadRequested = 1;
-  exitNext(1);
-  EXPECT_EQ(logOfReaping().back(), tagged({debug::unsupported}).front());
-  expectNoWorkers();
-  EXPECT_EQ(ctrl_.shown(), Lines{display::nonHid(product) + "\n"});
-  EXPECT_EQ(ctrl_->restartCount, 2U);
-}
-
 TEST_F(SupervisionRestarts, ThatFailAreForgotten) {
   const std::string device = plugWithWorker();
   exitNext(1);
@@ -137,7 +123,7 @@ TEST_F(SupervisionRestarts, OfTwoThatEndedAtOnceAreThoseOfBothAndCountTogether) 
   EXPECT_EQ(ctrl_->workers.byPid.size(), 2U);
   EXPECT_EQ(ctrl_->restartCount, 4U);
   for (const std::string& device : {first, second}) {
-    EXPECT_TRUE(board_.waitForWorkerOf(device).isRunning());
+    EXPECT_TRUE(workers_.waitForWorkerOf(device).isRunning());
   }
 }
 
@@ -203,17 +189,6 @@ TEST_F(SupervisionRestarts, CountByTwoForEveryOtherStatusAndSignal) {
     killNext(signal);
     reap();
     EXPECT_EQ(ctrl_->restartCount, 2U) << "signal " << signal;
-  }
-  EXPECT_EQ(ctrl_.shown(), Lines{});
-}
-
-TEST_F(SupervisionRestarts, BeginAnewWithEveryFailureWhereThePeriodIsNotANumber) {
-  ctrl_->restartPeriod = restartPeriodOf("abc");
-  plugWithWorker();
-  for (int i = 0; i < 7; ++i) {
-    now_ += microsecond;
-    reapNext(1);
-    EXPECT_EQ(ctrl_->restartCount, 1U);
   }
   EXPECT_EQ(ctrl_.shown(), Lines{});
 }
@@ -284,7 +259,7 @@ TEST_F(SupervisionRestarts, AreNoneOfAnUnconfigurableDeviceWhichIsShown) {
   EXPECT_EQ(ctrl_.shown(), Lines{display::cannotBeConfigured(product) + "\n"});
   expectNoWorkers();
   EXPECT_TRUE(pauses_.empty());
-  EXPECT_EQ(board_.count(), 1U);
+  EXPECT_EQ(workers_.count(), 1U);
   handleUEvent(*ctrl_, makeAddEvent(device), "high");
   EXPECT_TRUE(ctrl_->workers.byPath.contains(device)) << "plugged in anew";
 }

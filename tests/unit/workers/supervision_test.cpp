@@ -5,18 +5,15 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <map>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "sim/contract.h"
 #include "sim/files.h"
-#include "support/descriptors.h"
 #include "support/thrown.h"
 #include "unit/workers/supervision_world.h"
 
@@ -45,7 +42,7 @@ TEST_F(SupervisionReaping, WithoutAnyChildDoesNothing) {
 TEST_F(SupervisionReaping, LeavesRunningWorkersAlone) {
   const std::string device = plugWithWorker();
   EXPECT_EQ(logOfReaping(), Lines{});
-  EXPECT_TRUE(board_.waitForWorker().isRunning());
+  EXPECT_TRUE(workers_.waitForWorker().isRunning());
   EXPECT_TRUE(ctrl_->workers.byPath.contains(device));
 }
 
@@ -66,16 +63,6 @@ TEST_F(SupervisionReaping, LogsTheSignal) {
     EXPECT_EQ(logOfReaping(),
               tagged({debug::terminated(worker), debug::bySignal(signal), debug::gone(device)}));
   }
-}
-
-TEST_F(SupervisionReaping, LogsNothingWithoutDebugging) {
-  const std::string device = plugWithWorker();
-  exitedChild(1);
-  exitedWorker(1, goneDevice);
-  exitNext(28);
-  EXPECT_EQ(support::logDuring([this] { reap(); }), Lines{});
-  EXPECT_EQ(ctrl_->workers.byPid.size(), 1U);
-  EXPECT_EQ(ctrl_->workers.byPath.count(device), 1U);
 }
 
 TEST_F(SupervisionReaping, OfAnUnknownChildIsLoggedAndChangesNothing) {
@@ -112,17 +99,6 @@ TEST_F(SupervisionReaping, ForgetsTheWorkerAndLeavesADeviceToItsLaterOne) {
   EXPECT_EQ(ctrl_->workers.byPath, (std::map<std::string, pid_t>{{goneDevice, 1}}));
 }
 
-TEST_F(SupervisionReaping, CollectsTwoThatEndedAtOnce) {
-  const pid_t first = exitedWorker(0, goneDevice);
-  const pid_t second = exitedWorker(1, "/sys/devices/other");
-  const Lines log = logOfReaping();
-  EXPECT_EQ(log.size(), 6U);
-  for (const pid_t worker : {first, second}) {
-    EXPECT_EQ(std::count(log.begin(), log.end(), tagged({debug::terminated(worker)}).front()), 1);
-  }
-  EXPECT_FALSE(hasChildren());
-}
-
 TEST_F(SupervisionReaping, CollectsAlsoWhatEndsMeanwhile) {
   exitedWorker(0, goneDevice);
   inPause_ = [this] {
@@ -132,18 +108,6 @@ TEST_F(SupervisionReaping, CollectsAlsoWhatEndsMeanwhile) {
   reap();
   EXPECT_FALSE(hasChildren());
   EXPECT_TRUE(ctrl_->workers.byPid.empty());
-}
-
-TEST_F(SupervisionReaping, CollectsTwoHundredAndKeepsNothingOfThem) {
-  const std::set<int> descriptors = support::openDescriptors();
-  for (int i = 0; i < 200; ++i) {
-    exitedWorker(i % 2, "/sys/devices/" + std::to_string(i));
-  }
-  reap();
-  EXPECT_FALSE(hasChildren());
-  EXPECT_TRUE(ctrl_->workers.byPid.empty());
-  EXPECT_TRUE(ctrl_->workers.byPath.empty());
-  EXPECT_EQ(support::openDescriptors(), descriptors);
 }
 
 TEST_F(SupervisionReaping, DoesNotWaitForAChild) {
@@ -195,7 +159,7 @@ TEST_P(SupervisionPresenceUntil, IsSeenToEndAndNotAwaitedAnyLonger) {
   EXPECT_EQ(pauses_, Pauses(GetParam(), 0.05));
   EXPECT_EQ(ctrl_->restartCount, 0U);
   EXPECT_TRUE(ctrl_->workers.byPid.empty());
-  EXPECT_EQ(board_.count(), 1U);
+  EXPECT_EQ(workers_.count(), 1U);
   EXPECT_EQ(ctrl_.shown(), Lines{});
 }
 

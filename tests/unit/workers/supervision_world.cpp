@@ -49,13 +49,13 @@ std::string Supervision::plugWithWorker(const sim::UsbDevice& plugged) {
 }
 
 void Supervision::exitNext(int status) {
-  sim::Worker& worker = board_.waitForWorker();
+  sim::Worker& worker = workers_.waitForWorker();
   worker.exitWith(status);
   waitUntilEnded(worker.start.pid);
 }
 
 void Supervision::killNext(int signal) {
-  sim::Worker& worker = board_.waitForWorker();
+  sim::Worker& worker = workers_.waitForWorker();
   worker.dieBy(signal);
   waitUntilEnded(worker.start.pid);
 }

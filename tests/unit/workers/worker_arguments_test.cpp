@@ -60,7 +60,7 @@ TEST_P(WorkerArgumentsNumber, IsSplitAtItsFirstColon) {
   EXPECT_EQ(parseDeviceNumber(GetParam().text).minor, GetParam().minor);
 }
 
-TEST(WorkerArguments, OfADiskAreTheLinkWithItsSecondNextPortAndTheDevice) {
+TEST(WorkerArgumentsTest, OfADiskAreTheLinkWithItsSecondNextPortAndTheDevice) {
   EXPECT_EQ(scsiArguments(WorkerLog::quiet, transmitter, device),
             (WorkerArguments{"usb_rx_scsi", "eth1", "host", "5002", device}));
   EXPECT_EQ(scsiArguments(WorkerLog::debugToStderr, transmitter, device),
@@ -69,7 +69,7 @@ TEST(WorkerArguments, OfADiskAreTheLinkWithItsSecondNextPortAndTheDevice) {
             (WorkerArguments{"usb_rx_scsi", "--debug", "--syslog", "eth1", "host", "5002", device}));
 }
 
-TEST(WorkerArguments, OfAKeyboardAreTheLinkWithItsNextPortAndTheDeviceNumber) {
+TEST(WorkerArgumentsTest, OfAKeyboardAreTheLinkWithItsNextPortAndTheDeviceNumber) {
   EXPECT_EQ(keyboardArguments(WorkerLog::quiet, transmitter, number),
             (WorkerArguments{"usb_rx_keyboard", "eth1", "host", "5001", "13", "65"}));
   EXPECT_EQ(keyboardArguments(WorkerLog::debugToStderr, transmitter, number),
@@ -124,7 +124,7 @@ TEST_P(WorkerArgumentsGeneric, AreThoseThenTheLinkWithItsPortAndTheDevice) {
   EXPECT_EQ(genericArguments(GetParam().log, GetParam().options, transmitter, device), expected);
 }
 
-TEST(WorkerArguments, KeepThePlaceOfAnEmptyText) {
+TEST(WorkerArgumentsTest, KeepThePlaceOfAnEmptyText) {
   const TransmitterLink unnamed{.interface = "", .hostname = "", .port = 5000};
   EXPECT_EQ(scsiArguments(WorkerLog::quiet, unnamed, ""),
             (WorkerArguments{"usb_rx_scsi", "", "", "5002", ""}));
@@ -134,7 +134,7 @@ TEST(WorkerArguments, KeepThePlaceOfAnEmptyText) {
             (WorkerArguments{"usb_rx_generic", "", "", "5000", ""}));
 }
 
-TEST(WorkerArguments, CountPortsFromZeroAndBeyondTheHighest) {
+TEST(WorkerArgumentsTest, CountPortsFromZeroAndBeyondTheHighest) {
   const TransmitterLink highest{.interface = "eth1", .hostname = "host", .port = 65535};
   EXPECT_EQ(scsiArguments(WorkerLog::quiet, highest, device)[3], "65537");
   EXPECT_EQ(keyboardArguments(WorkerLog::quiet, highest, number)[3], "65536");
