@@ -20,8 +20,7 @@ void inPrivateWorld(const std::function<void()>& body);
 /** inChild, while this system call fails; skips the test where the kernel cannot do that. */
 void inChildWithFailing(const FailingCall& call, const std::function<void()>& body);
 
-/** Takes root's privileges from this process, a child of the test: permissions hold for it as for any user.
- */
+/** Takes root's privileges from this process, a child of the test. Permissions hold for it as for any user. */
 void dropPrivileges();
 
 /** What `body` returns in a child without root's privileges. */

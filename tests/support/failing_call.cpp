@@ -38,8 +38,8 @@ std::uint32_t madeFor(long number) {
   return static_cast<std::uint32_t>(number);
 }
 
-// i386's library makes its socket calls through one system call, socketcall: the first argument tells which
-// it is, and the second leads to its arguments, where no filter can look.
+// i386's library makes its socket calls through one system call, socketcall: the first argument is which
+// of them, and the second leads to its arguments, where no filter can look.
 std::optional<std::uint32_t> socketCallOf([[maybe_unused]] long number) {
 #ifdef __i386__
   switch (number) {

@@ -19,8 +19,8 @@ struct FailingCall {
 };
 
 /**
- * From now on this call, or the one that the C library makes in its place, fails in this process, a child of
- * the test, without being carried out. False where the kernel cannot do that.
+ * From now on this call fails in this process, a child of the test, without being carried out. Where the C
+ * library makes another one in its place, that one fails. False where the kernel cannot do that.
  */
 [[nodiscard]] bool failSystemCall(const FailingCall& call);
 

@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-#include "control/socket_path.h"
+#include "ctrl/link.h"
 
 namespace support {
 
@@ -17,7 +17,7 @@ LaunchWorld::LaunchWorld() {
 }
 
 LaunchWorld::~LaunchWorld() {
-  board_.endAll();
+  workers_.endAll();
   while (waitpid(-1, nullptr, WNOHANG) > 0) {
   }
 }

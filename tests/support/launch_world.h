@@ -18,10 +18,10 @@ class LaunchWorld : public PrivateWorld {
   ~LaunchWorld() override;
 
   /** How the next worker was started; they come in the order of their starts. */
-  [[nodiscard]] sim::WorkerStart nextStart() { return board_.waitForWorker().start; }
+  [[nodiscard]] sim::WorkerStart nextStart() { return workers_.waitForWorker().start; }
   void connectClient() { ctrl_->controlConnection = std::make_unique<ControlConnection>(-1); }
 
-  sim::Workers board_;
+  sim::Workers workers_;
   TestCtrl ctrl_;
   DeviceDirectory device_;
 };

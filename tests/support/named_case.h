@@ -1,12 +1,14 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <string>
+#include <ostream>
 
 namespace support {
 
-/** Names the tests of a table by the `name` of each of its cases. */
-inline constexpr auto byName = [](const auto& info) { return std::string(info.param.name); };
+/** What a table of tests calls one of its cases: its test is listed under this name. */
+struct NamedCase {
+  const char* name;
+
+  friend std::ostream& operator<<(std::ostream& out, const NamedCase& named) { return out << named.name; }
+};
 
 }  // namespace support

@@ -11,8 +11,8 @@
 namespace support {
 
 /**
- * The daemon's state for a test: control socket in a directory of its own, default policy whatever the host
- * is configured for, and a display that the test reads. Settings are the defaults around it.
+ * The daemon's state for a test: control socket in a directory of its own, the default policy (not the
+ * host's), and a display that the test reads. Settings are the defaults around it.
  */
 class TestCtrl {
  public:
@@ -22,7 +22,7 @@ class TestCtrl {
   const RxCtrl* operator->() const { return &ctrl_; }
   RxCtrl& operator*() { return ctrl_; }
 
-  /** What the display was told since the last call, one element for each write. */
+  /** What the display was sent since the last call, one element for each write. */
   [[nodiscard]] std::vector<std::string> shown() const { return display_.writes(); }
 
  private:

@@ -8,17 +8,13 @@
 #include <string>
 #include <vector>
 
-#include "ctrl/settings.h"
-#include "sim/contract.h"
 #include "sim/descriptor.h"
 #include "support/descriptors.h"
-#include "support/output.h"
 #include "unit/control/control_fixture.h"
 
 namespace {
 
 using namespace std::string_literals;
-using support::Lines;
 
 constexpr const char* parameters = "host 5000 full eth1 in out";
 
@@ -35,18 +31,6 @@ TEST_F(ControlRequestsQueries, AnyByteIsAnsweredWithTheLatestParametersAndTheEnd
   EXPECT_TRUE(ctrl_->waitingClients.empty());
 }
 
-TEST_F(ControlRequestsQueries, AreAnsweredWithALineAsItWasReceived) {
-  (void)deliver("host 5000 full   \n");
-  EXPECT_EQ(ask().received(), "host 5000 full   \n");
-}
-
-TEST_F(ControlRequestsQueries, AreAnsweredWithNothingWhereOnlyTheCommandLineHasNamedAPort) {
-  ctrl_->port = 5000;
-  const support::ControlClient client = ask();
-  EXPECT_EQ(client.received(), "");
-  EXPECT_TRUE(client.isDisconnected());
-}
-
 TEST_F(ControlRequestsQueries, LeaveTheParametersAsTheyAreAndNoDescriptorOpen) {
   (void)deliver(parameters);
   const auto before = support::openDescriptors();
@@ -55,29 +39,6 @@ TEST_F(ControlRequestsQueries, LeaveTheParametersAsTheyAreAndNoDescriptorOpen) {
   EXPECT_EQ(ctrl_->hostname, "host");
   EXPECT_EQ(ctrl_->port, 5000);
   EXPECT_EQ(ctrl_->lastRequest, parameters);
-}
-
-TEST_F(ControlRequestsQueries, OfAClientThatHasGoneAreNoError) {
-  (void)deliver(parameters);
-  connectSaying("?").disconnect();
-  EXPECT_EQ(serveControlClient(*ctrl_), 0);
-}
-
-TEST_F(ControlRequestsQueries, AreLoggedWithDebuggingWithoutTheKeys) {
-  (void)deliver(parameters);
-  const support::ControlClient client = connectSaying("?");
-  const support::CapturedStandardError captured;
-  settings.debugCtrl = true;
-  const int descriptor = support::nextDescriptor();
-  EXPECT_EQ(serveControlClient(*ctrl_), 0);
-  EXPECT_EQ(captured.messages(),
-            support::tagged({contract::debug::immediateSend("host 5000 full eth1 *** ***", descriptor)}));
-}
-
-TEST_F(ControlRequestsQueries, AreNotLoggedWithoutDebuggingNorWhileTheyWait) {
-  EXPECT_EQ(support::debugLogDuring([this] { (void)ask(); }), Lines{});
-  ctrl_->port = 5000;
-  EXPECT_EQ(support::logDuring([this] { (void)ask(); }), Lines{});
 }
 
 TEST_F(ControlRequestsQueriesWaiting, AreKeptInTheOrderOfTheirArrivalUntilParametersComeAndThenDismissed) {
@@ -104,23 +65,6 @@ TEST_F(ControlRequestsQueriesWaiting, AreAnsweredWithEveryByteOfTheLine) {
   const std::string line = "host 5000 full eth1 in out\n\0behind"s;
   (void)deliver(line);
   EXPECT_EQ(client.received(), line);
-}
-
-TEST_F(ControlRequestsQueriesWaiting, AreAnsweredThoughAnotherClientHasGone) {
-  support::ControlClient gone = ask();
-  const support::ControlClient client = ask();
-  gone.disconnect();
-  (void)deliver(parameters);
-  EXPECT_GT(served_, 0);
-  EXPECT_EQ(client.received(), parameters);
-}
-
-TEST_F(ControlRequestsQueriesWaiting, WaitOnWhileTheLineSaysThatThePortIsNotKnown) {
-  const support::ControlClient client = ask();
-  (void)deliver("host 0 full eth1 in out");
-  EXPECT_EQ(client.received(), "host 0 full eth1 in out");
-  const support::ControlClient later = ask();
-  EXPECT_FALSE(later.isDisconnected());
 }
 
 /** A client has waited and was answered. The list of waiting clients is not emptied: it keeps its number. */

@@ -29,8 +29,7 @@ std::string linkOf(const RxCtrl& ctrl) {
          ctrl.inkey.value_or("-") + "|" + ctrl.outkey.value_or("-");
 }
 
-struct LineCase {
-  const char* name;
+struct LineCase : support::NamedCase {
   std::string line;
   const char* link;
   LinkKey inkey = {};  // before the line
@@ -42,26 +41,28 @@ class ControlRequestsLine : public ControlRequests, public testing::WithParamInt
 INSTANTIATE_TEST_SUITE_P(
     Of, ControlRequestsLine,
     testing::Values(
-        LineCase{"SixFields", "other 5001 full eth2 KEYIN KEYOUT", "other|5001|full|eth2|KEYIN|KEYOUT"},
-        LineCase{"SevenFields", "other 5001 full eth2 in out more and", "other|5001|full|eth2|in|out"},
-        LineCase{"FiveFields", "other 5001 full eth2 KEY", "other|5001|full|eth2|KEY|-"},
-        LineCase{"FiveFieldsAndEarlierKeys", "other 5001 full eth2 KEY", "other|5001|full|eth2|KEY|out", "in",
+        LineCase{{"SixFields"}, "other 5001 full eth2 KEYIN KEYOUT", "other|5001|full|eth2|KEYIN|KEYOUT"},
+        LineCase{{"SevenFields"}, "other 5001 full eth2 in out more and", "other|5001|full|eth2|in|out"},
+        LineCase{{"FiveFields"}, "other 5001 full eth2 KEY", "other|5001|full|eth2|KEY|-"},
+        LineCase{{"FiveFieldsAndEarlierKeys"},
+                 "other 5001 full eth2 KEY",
+                 "other|5001|full|eth2|KEY|out",
+                 "in",
                  "out"},
-        LineCase{"TwoFields", "other 5001", "other|5001|||in|-", "in"},
-        LineCase{"TwoBytes", " 5", "|5|||-|-"},
-        LineCase{"AnEmptyHostname", " 5001 full eth2 in out", "|5001|full|eth2|in|out"},
-        LineCase{"EmptyFieldsBetweenBlanks", "other 5001   in out", "other|5001|||in|out"},
-        LineCase{"OtherWhiteSpace", "o\tther 5001 full eth2 in out\n", "o\tther|5001|full|eth2|in|out\n"},
-        LineCase{"EmptyKeys", "other 5001 full eth2  ", "other|5001|full|eth2|-|-"},
-        LineCase{"EmptyKeysAfterOthers", "other 5001 full eth2  ", "other|5001|full|eth2|in|out", "in",
-                 "out"},
-        LineCase{"AnEmptyKeyIn", "other 5001 full eth2  OUT", "other|5001|full|eth2|in|OUT", "in", "out"},
-        LineCase{"AnEmptyKeyOut", "other 5001 full eth2 IN ", "other|5001|full|eth2|IN|out", "in", "out"},
-        LineCase{"TheHighestPort", "other 65535 full eth2 in out", "other|65535|full|eth2|in|out"},
-        LineCase{"PortZero", "other 0 full eth2 in out", "other|0|full|eth2|in|out"},
-        LineCase{"APortWithZerosBefore", "other 00080 full eth2 in out", "other|80|full|eth2|in|out"},
-        LineCase{"ANegativePort", "other -1 full eth2 in out", "other|65535|full|eth2|in|out"}),
-    support::byName);
+        LineCase{{"TwoFields"}, "other 5001", "other|5001|||in|-", "in"},
+        LineCase{{"TwoBytes"}, " 5", "|5|||-|-"},
+        LineCase{{"AnEmptyHostname"}, " 5001 full eth2 in out", "|5001|full|eth2|in|out"},
+        LineCase{{"EmptyFieldsBetweenBlanks"}, "other 5001   in out", "other|5001|||in|out"},
+        LineCase{{"OtherWhiteSpace"}, "o\tther 5001 full eth2 in out\n", "o\tther|5001|full|eth2|in|out\n"},
+        LineCase{{"EmptyKeys"}, "other 5001 full eth2  ", "other|5001|full|eth2|-|-"},
+        LineCase{
+            {"EmptyKeysAfterOthers"}, "other 5001 full eth2  ", "other|5001|full|eth2|in|out", "in", "out"},
+        LineCase{{"AnEmptyKeyIn"}, "other 5001 full eth2  OUT", "other|5001|full|eth2|in|OUT", "in", "out"},
+        LineCase{{"AnEmptyKeyOut"}, "other 5001 full eth2 IN ", "other|5001|full|eth2|IN|out", "in", "out"},
+        LineCase{{"TheHighestPort"}, "other 65535 full eth2 in out", "other|65535|full|eth2|in|out"},
+        LineCase{{"PortZero"}, "other 0 full eth2 in out", "other|0|full|eth2|in|out"},
+        LineCase{{"APortWithZerosBefore"}, "other 00080 full eth2 in out", "other|80|full|eth2|in|out"},
+        LineCase{{"ANegativePort"}, "other -1 full eth2 in out", "other|65535|full|eth2|in|out"}));
 
 TEST_P(ControlRequestsLine, ReplacesTheLink) {
   ctrl_->inkey = GetParam().inkey;

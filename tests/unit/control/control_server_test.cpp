@@ -39,18 +39,6 @@ ulx::ErrnoException failureAt(const std::string& path) {
   return support::caught<ulx::ErrnoException>([&path] { const ControlServer server(path); });
 }
 
-// How many clients can connect before the first is accepted.
-std::size_t roomForClients(const std::string& path) {
-  std::vector<sim::Descriptor> clients;
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  path.copy(address.sun_path, longestPath);
-  do {
-    clients.emplace_back(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-  } while (connect(clients.back().get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0);
-  return clients.size() - 1;
-}
-
 class ControlServerTest : public testing::Test {
  protected:
   const support::TemporaryDirectory directory_;
@@ -72,13 +60,6 @@ TEST_F(ControlServerTest, IsAStreamSocketThatWorkersDoNotGet) {
   EXPECT_TRUE(support::isCloseOnExec(server.fd()));
 }
 
-TEST_F(ControlServerTest, LetsAsManyClientsWaitAsABacklogOfFiveDoes) {
-  const ControlServer server(path_);
-  const ControlServer other(directory_ / "other");
-  ASSERT_EQ(listen(other.fd(), 5), 0);
-  EXPECT_EQ(roomForClients(path_), roomForClients(directory_ / "other"));
-}
-
 TEST_F(ControlServerTest, IsClosedAtItsEndAndItsSocketIsReplacedByTheNextRuns) {
   const auto before = support::openDescriptors();
   std::optional<ControlServer> earlier(std::in_place, path_);
@@ -87,20 +68,6 @@ TEST_F(ControlServerTest, IsClosedAtItsEndAndItsSocketIsReplacedByTheNextRuns) {
   EXPECT_TRUE(fs::exists(path_));
   const ControlServer server(path_);
   EXPECT_NO_THROW(support::ControlClient{path_});
-}
-
-TEST_F(ControlServerTest, TakesThePlaceOfAnyFile) {
-  sim::writeFile(path_, "text");
-  const ControlServer server(path_);
-  EXPECT_NO_THROW(support::ControlClient{path_});
-}
-
-TEST_F(ControlServerTest, TakesThePlaceOfALinkAndLeavesWhatItLeadsTo) {
-  sim::writeFile(directory_ / "file", "text");
-  fs::create_symlink("file", path_);
-  const ControlServer server(path_);
-  EXPECT_TRUE(fs::is_socket(fs::symlink_status(path_)));
-  EXPECT_EQ(sim::readFile(directory_ / "file"), "text");
 }
 
 TEST_F(ControlServerTest, CannotTakeThePlaceOfADirectoryNorBeInOneThatIsNotThere) {
@@ -121,12 +88,6 @@ TEST_F(ControlServerTest, CannotBeInADirectoryThatMayNotBeWritten) {
     EXPECT_EQ(e.context, "bind()");
   });
   fs::permissions(directory_.path(), fs::perms::owner_all);
-}
-
-TEST_F(ControlServerTest, MayHaveTheLongestPathThatAnAddressHolds) {
-  const std::string path = pathOfLength(directory_.path(), longestPath);
-  const ControlServer server(path);
-  EXPECT_TRUE(fs::is_socket(path));
 }
 
 TEST_F(ControlServerTest, CannotHaveALongerPathAndLeavesWhatIsThere) {

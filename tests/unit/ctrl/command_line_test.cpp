@@ -2,194 +2,133 @@
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
 #include <string>
 #include <vector>
 
+#include "ctrl/device_classes.h"
+#include "ctrl/link.h"
 #include "ctrl/settings.h"
+#include "sim/contract.h"
+#include "support/named_case.h"
 #include "support/restored_settings.h"
 
 namespace {
 
+using contract::error::invalidItem;
+using contract::error::usage;
 using testing::Eq;
 using testing::ExitedWithCode;
+using Names = std::vector<std::string>;
 
-constexpr const char* usage =
-    "Usage: usb_rx_ctrl [--class={none,keyboard,scsi,all}] [--debug={ctrl,generic,keyboard,scsi}]"
-    " [--syslog|--stderr] [--keys <inkey> <outkey>]  [--sock=<socketpath>] [--intf=<networkconn>]"
-    " <hostname> <port> <speed>\n";
-
-std::string refusalOf(const std::string& item) {
-  return "Invalid debug option '" + item + "'\n";
-}
-
-// The switches that are on.
-std::vector<std::string> debugSwitches() {
-  std::vector<std::string> on;
-  if (settings.debugCtrl) {
-    on.emplace_back("ctrl");
-  }
-  if (settings.debugGeneric) {
-    on.emplace_back("generic");
-  }
-  if (settings.debugKeyboard) {
-    on.emplace_back("keyboard");
-  }
-  if (settings.debugScsi) {
-    on.emplace_back("scsi");
+// The debug settings that are on.
+Names debugSettings() {
+  Names on;
+  for (const DebugWord& word : debugWords) {
+    if (word.setting != nullptr && settings.*word.setting) {
+      on.emplace_back(word.word);
+    }
   }
   return on;
 }
 
-using Names = std::vector<std::string>;
-
-// Owns the arguments, which Options may point into.
-class CommandLine {
- public:
-  CommandLine(std::initializer_list<const char*> arguments) : texts_(arguments.begin(), arguments.end()) {
+class CommandLine : public testing::Test {
+ protected:
+  /** The options of these arguments and the three that every command line ends with. */
+  Options parse(Names arguments, const Names& last = {"host", "5000", "full"}) {
+    texts_ = std::move(arguments);
     texts_.insert(texts_.begin(), "usb_rx_ctrl");
+    texts_.insert(texts_.end(), last.begin(), last.end());
+    pointers_.clear();
     for (std::string& text : texts_) {
       pointers_.push_back(text.data());
     }
-  }
-
-  [[nodiscard]] Options parse() const {
     return parseOptions(static_cast<int>(pointers_.size()), pointers_.data());
   }
 
  private:
-  std::vector<std::string> texts_;
+  support::RestoredSettings settings_;
+  Names texts_;  // which options may point into
   std::vector<char*> pointers_;
 };
 
-class ClassList : public testing::Test {
- private:
-  support::RestoredSettings settings_;
-};
+using CommandLineClasses = CommandLine;
+using CommandLineDebugging = CommandLine;
 
-class DebugList : public ClassList {};
-class CommandLineOptions : public ClassList {};
-
-TEST_F(ClassList, EachWordHasItsBits) {
-  EXPECT_EQ(parseClassList("none"), 0U);
-  EXPECT_EQ(parseClassList("keyboard"), 1U);
-  EXPECT_EQ(parseClassList("scsi"), 2U);
-  EXPECT_EQ(parseClassList("all"), 255U);
+TEST_F(CommandLineClasses, AreBitsThatAddUpAndThatNoneTakesBack) {
+  struct List {
+    const char* text;
+    std::uint32_t classes;
+  };
+  for (const List& list :
+       {List{"none", 0}, List{"keyboard", 1}, List{"scsi", 2}, List{"all", 255}, List{"keyboard,scsi", 3},
+        List{"scsi,keyboard", 3}, List{"scsi,scsi", 2}, List{"all,keyboard", 255}, List{"keyboard,none", 0},
+        List{"scsi,none", 0}, List{"all,none", 0}, List{"keyboard,none,scsi", 2}, List{"none,all", 255},
+        List{"", 0}, List{"keyboard,", 1}}) {
+    EXPECT_EQ(parseClassList(list.text), list.classes) << list.text;
+  }
 }
 
-TEST_F(ClassList, WordsAddUpInAnyOrder) {
-  EXPECT_EQ(parseClassList("keyboard,scsi"), 3U);
-  EXPECT_EQ(parseClassList("scsi,keyboard"), 3U);
-  EXPECT_EQ(parseClassList("scsi,scsi"), 2U);
-  EXPECT_EQ(parseClassList("all,keyboard"), 255U);
-}
-
-TEST_F(ClassList, NoneTakesBackWhatCameBeforeIt) {
-  EXPECT_EQ(parseClassList("keyboard,none"), 0U);
-  EXPECT_EQ(parseClassList("scsi,none"), 0U);
-  EXPECT_EQ(parseClassList("all,none"), 0U);
-  EXPECT_EQ(parseClassList("keyboard,none,scsi"), 2U);
-  EXPECT_EQ(parseClassList("none,all"), 255U);
-}
-
-TEST_F(ClassList, AnEmptyListHasNoClasses) {
-  EXPECT_EQ(parseClassList(""), 0U);
-}
-
-TEST_F(ClassList, ACommaAtTheEndAddsNoItem) {
-  EXPECT_EQ(parseClassList("keyboard,"), 1U);
-}
-
-TEST_F(ClassList, AnyOtherItemIsToldAndEndsTheProgram) {
+TEST_F(CommandLineClasses, OfAnyOtherWordArePrintedAndEndTheProgram) {
   for (const char* item :
        {"Keyboard", "keyboards", "key", "ctrl", "generic", " keyboard", "keyboard ", "3"}) {
-    EXPECT_EXIT(parseClassList(item), ExitedWithCode(1), Eq(refusalOf(item)));
+    EXPECT_EXIT(parseClassList(item), ExitedWithCode(1), Eq(invalidItem(item)));
   }
-}
-
-TEST_F(ClassList, AnEmptyItemIsRefusedByItsEmptyName) {
   for (const char* list : {",", ",keyboard", "keyboard,,scsi", "all,,"}) {
-    EXPECT_EXIT(parseClassList(list), ExitedWithCode(1), Eq(refusalOf("")));
+    EXPECT_EXIT(parseClassList(list), ExitedWithCode(1), Eq(invalidItem("")));
   }
-}
-
-TEST_F(ClassList, TheFirstBadItemIsTheOneThatIsTold) {
-  EXPECT_EXIT(parseClassList("scsi,disk,tape"), ExitedWithCode(1), Eq(refusalOf("disk")));
-}
-
-TEST_F(ClassList, ABadItemIsToldOnStandardErrorAlsoWhenMessagesGoToSyslog) {
   settings.logToSyslog = true;
-  EXPECT_EXIT(parseClassList("disk"), ExitedWithCode(1), Eq(refusalOf("disk")));
+  EXPECT_EXIT(parseClassList("scsi,disk,tape"), ExitedWithCode(1), Eq(invalidItem("disk")))
+      << "the first bad item, on standard error";
 }
 
-TEST_F(DebugList, EachWordSetsItsSwitch) {
+TEST_F(CommandLineDebugging, AddsUpOverSeveralLists) {
   for (const char* word : {"ctrl", "generic", "keyboard", "scsi"}) {
     settings = Settings();
     parseDebugList(word);
-    EXPECT_EQ(debugSwitches(), Names{word});
+    EXPECT_EQ(debugSettings(), Names{word});
   }
+  settings = Settings();
+  for (const char* nothing : {"none", "", "none,"}) {
+    parseDebugList(nothing);
+    EXPECT_EQ(debugSettings(), Names{});
+  }
+  parseDebugList("scsi,ctrl,");
+  parseDebugList("generic,none");
+  EXPECT_EQ(debugSettings(), (Names{"ctrl", "generic", "scsi"}));
 }
 
-TEST_F(DebugList, WordsAddUpOverSeveralLists) {
-  parseDebugList("scsi,ctrl");
-  parseDebugList("generic");
-  EXPECT_EQ(debugSwitches(), (Names{"ctrl", "generic", "scsi"}));
-}
-
-TEST_F(DebugList, NoneChangesNothing) {
-  parseDebugList("none");
-  EXPECT_EQ(debugSwitches(), Names{});
-  parseDebugList("keyboard,none");
-  EXPECT_EQ(debugSwitches(), Names{"keyboard"});
-}
-
-TEST_F(DebugList, AnEmptyListAndACommaAtTheEndAddNothing) {
-  parseDebugList("");
-  EXPECT_EQ(debugSwitches(), Names{});
-  parseDebugList("ctrl,");
-  EXPECT_EQ(debugSwitches(), Names{"ctrl"});
-}
-
-TEST_F(DebugList, AnyOtherItemIsToldAndEndsTheProgram) {
+TEST_F(CommandLineDebugging, OfAnyOtherWordIsPrintedAndEndsTheProgram) {
   for (const char* item : {"all", "Ctrl", "ctrls", " ctrl", "ctrl ", "1"}) {
-    EXPECT_EXIT(parseDebugList(item), ExitedWithCode(1), Eq(refusalOf(item)));
+    EXPECT_EXIT(parseDebugList(item), ExitedWithCode(1), Eq(invalidItem(item)));
   }
-}
-
-TEST_F(DebugList, AnEmptyItemIsRefusedByItsEmptyName) {
   for (const char* list : {",", ",ctrl", "ctrl,,scsi"}) {
-    EXPECT_EXIT(parseDebugList(list), ExitedWithCode(1), Eq(refusalOf("")));
+    EXPECT_EXIT(parseDebugList(list), ExitedWithCode(1), Eq(invalidItem("")));
   }
 }
 
-TEST(Usage, IsWrittenToStandardErrorAndEndsTheProgram) {
-  EXPECT_EXIT(printUsage(), ExitedWithCode(1), Eq(usage));
-}
-
-TEST_F(CommandLineOptions, WithoutAnyTheDefaultsHold) {
-  const Options options = CommandLine{"host", "5000", "full"}.parse();
-  EXPECT_EQ(options.socketPath, "/var/run/usb_rx");
+TEST_F(CommandLine, WithoutOptionsHasTheDefaults) {
+  const Options options = parse({});
+  EXPECT_EQ(options.socketPath, defaultSocketPath);
   EXPECT_EQ(options.interface, "eth1");
-  EXPECT_EQ(options.classes, 0U);
+  EXPECT_EQ(options.classes, noClasses);
   EXPECT_EQ(options.inkey, nullptr);
   EXPECT_EQ(options.outkey, nullptr);
   EXPECT_FALSE(options.debugGiven || options.classGiven || options.logGiven);
   EXPECT_FALSE(settings.logToSyslog);
-  EXPECT_EQ(debugSwitches(), Names{});
+  EXPECT_EQ(debugSettings(), Names{});
 }
 
-TEST_F(CommandLineOptions, TheLastThreeArgumentsAreNeverTaken) {
-  const Options options = CommandLine{"--syslog", "--sock=/s", "--nonsense"}.parse();
+TEST_F(CommandLine, NeverTakesTheLastThreeArguments) {
+  const Options options = parse({}, {"--syslog", "--sock=/s", "--nonsense"});
   EXPECT_FALSE(settings.logToSyslog);
-  EXPECT_EQ(options.socketPath, "/var/run/usb_rx");
+  EXPECT_EQ(options.socketPath, defaultSocketPath);
 }
 
-TEST_F(CommandLineOptions, AllOfThemAreTakenTogether) {
-  const CommandLine line{"--class=scsi", "--debug=ctrl",      "--syslog", "--keys", "in",   "out",
-                         "--sock=/s",    "--intf=connection", "--stderr", "host",   "5000", "full"};
-  const Options options = line.parse();
+TEST_F(CommandLine, TakesAllOptionsTogether) {
+  const Options options = parse({"--class=scsi", "--debug=ctrl", "--syslog", "--keys", "in", "out",
+                                 "--sock=/s", "--intf=connection", "--stderr"});
   EXPECT_EQ(options.classes, 2U);
-  EXPECT_EQ(debugSwitches(), Names{"ctrl"});
+  EXPECT_EQ(debugSettings(), Names{"ctrl"});
   EXPECT_STREQ(options.inkey, "in");
   EXPECT_STREQ(options.outkey, "out");
   EXPECT_EQ(options.socketPath, "/s");
@@ -197,91 +136,81 @@ TEST_F(CommandLineOptions, AllOfThemAreTakenTogether) {
   EXPECT_TRUE(options.debugGiven && options.classGiven && options.logGiven);
 }
 
-TEST_F(CommandLineOptions, AnEmptyListCountsAsGiven) {
-  const Options options = CommandLine{"--class=", "--debug=", "host", "5000", "full"}.parse();
-  EXPECT_TRUE(options.classGiven);
-  EXPECT_TRUE(options.debugGiven);
-  EXPECT_EQ(options.classes, 0U);
-  EXPECT_EQ(debugSwitches(), Names{});
+TEST_F(CommandLine, TakesAnEmptyListForGiven) {
+  const Options options = parse({"--class=", "--debug="});
+  EXPECT_TRUE(options.classGiven && options.debugGiven);
+  EXPECT_EQ(options.classes, noClasses);
+  EXPECT_EQ(debugSettings(), Names{});
 }
 
-TEST_F(CommandLineOptions, ALaterClassListReplacesTheMask) {
-  EXPECT_EQ((CommandLine{"--class=all", "--class=scsi", "host", "5000", "full"}.parse().classes), 2U);
-}
-
-TEST_F(CommandLineOptions, DebugListsAccumulate) {
-  (void)CommandLine{"--debug=ctrl", "--debug=none", "--debug=scsi", "host", "5000", "full"}.parse();
-  EXPECT_EQ(debugSwitches(), (Names{"ctrl", "scsi"}));
-}
-
-TEST_F(CommandLineOptions, TheLaterDestinationOfMessagesHolds) {
-  EXPECT_TRUE((CommandLine{"--stderr", "--syslog", "host", "5000", "full"}.parse().logGiven));
-  EXPECT_TRUE(settings.logToSyslog);
-  EXPECT_TRUE((CommandLine{"--syslog", "--stderr", "host", "5000", "full"}.parse().logGiven));
-  EXPECT_FALSE(settings.logToSyslog);
-}
-
-TEST_F(CommandLineOptions, EitherDestinationCountsAsGiven) {
-  EXPECT_TRUE((CommandLine{"--stderr", "host", "5000", "full"}.parse().logGiven));
-  EXPECT_TRUE((CommandLine{"--syslog", "host", "5000", "full"}.parse().logGiven));
-}
-
-TEST_F(CommandLineOptions, LaterTextsReplaceEarlierOnes) {
+TEST_F(CommandLine, ReplacesAnEarlierOptionByALaterOneExceptForDebugging) {
   const Options options =
-      CommandLine{"--sock=/a", "--intf=eth0", "--sock=/b", "--intf=eth2", "host", "5000", "full"}.parse();
+      parse({"--class=all", "--sock=/a", "--intf=eth0", "--debug=ctrl", "--keys", "a", "b", "--class=scsi",
+             "--sock=/b", "--intf=eth2", "--debug=none", "--debug=scsi", "--keys", "c", "d"});
+  EXPECT_EQ(options.classes, 2U);
   EXPECT_EQ(options.socketPath, "/b");
   EXPECT_EQ(options.interface, "eth2");
+  EXPECT_STREQ(options.inkey, "c");
+  EXPECT_STREQ(options.outkey, "d");
+  EXPECT_EQ(debugSettings(), (Names{"ctrl", "scsi"}));
 }
 
-TEST_F(CommandLineOptions, TextsMayBeEmpty) {
-  const Options options = CommandLine{"--sock=", "--intf=", "host", "5000", "full"}.parse();
-  EXPECT_EQ(options.socketPath, "");
-  EXPECT_EQ(options.interface, "");
-}
-
-TEST_F(CommandLineOptions, TextsAreTakenWhole) {
-  const Options options = CommandLine{"--sock=/a=b --x", "--intf==", "host", "5000", "full"}.parse();
-  EXPECT_EQ(options.socketPath, "/a=b --x");
-  EXPECT_EQ(options.interface, "=");
-}
-
-TEST_F(CommandLineOptions, KeysAreTheTwoArgumentsThatFollowWhateverTheyLookLike) {
-  const CommandLine line{"--keys", "--syslog", "--nonsense", "--intf=eth2", "host", "5000", "full"};
-  const Options options = line.parse();
-  EXPECT_STREQ(options.inkey, "--syslog");
-  EXPECT_STREQ(options.outkey, "--nonsense");
+TEST_F(CommandLine, SendsMessagesToTheLaterDestination) {
+  EXPECT_TRUE(parse({"--syslog"}).logGiven);
+  EXPECT_TRUE(settings.logToSyslog);
+  EXPECT_TRUE(parse({"--syslog", "--stderr"}).logGiven);
   EXPECT_FALSE(settings.logToSyslog);
-  EXPECT_EQ(options.interface, "eth2");
+  EXPECT_TRUE(parse({"--stderr", "--syslog"}).logGiven);
+  EXPECT_TRUE(settings.logToSyslog);
+  EXPECT_TRUE(parse({"--stderr"}).logGiven);
 }
 
-TEST_F(CommandLineOptions, KeysMayBeTakenFromTheLastThreeArguments) {
-  const CommandLine bothThere{"--keys", "host", "5000", "full"};
-  EXPECT_STREQ(bothThere.parse().inkey, "host");
-  EXPECT_STREQ(bothThere.parse().outkey, "5000");
-  const CommandLine oneThere{"--keys", "in", "host", "5000", "full"};
-  EXPECT_STREQ(oneThere.parse().inkey, "in");
-  EXPECT_STREQ(oneThere.parse().outkey, "host");
+TEST_F(CommandLine, TakesTextsWholeAndEmptyOnesToo) {
+  const Options odd = parse({"--sock=/a=b --x", "--intf=="});
+  EXPECT_EQ(odd.socketPath, "/a=b --x");
+  EXPECT_EQ(odd.interface, "=");
+  const Options empty = parse({"--sock=", "--intf="});
+  EXPECT_EQ(empty.socketPath, "");
+  EXPECT_EQ(empty.interface, "");
 }
 
-TEST_F(CommandLineOptions, LaterKeysReplaceEarlierOnes) {
-  const CommandLine line{"--keys", "a", "b", "--keys", "c", "d", "host", "5000", "full"};
-  EXPECT_STREQ(line.parse().inkey, "c");
-  EXPECT_STREQ(line.parse().outkey, "d");
+struct KeysCase : support::NamedCase {
+  Names arguments;
+  const char* inkey;
+  const char* outkey;
+  const char* interface = "eth1";
+};
+
+class CommandLineKeys : public CommandLine, public testing::WithParamInterface<KeysCase> {};
+
+INSTANTIATE_TEST_SUITE_P(From, CommandLineKeys,
+                         testing::Values(KeysCase{{"WhatLooksLikeOptions"},
+                                                  {"--keys", "--syslog", "--nonsense", "--intf=eth2"},
+                                                  "--syslog",
+                                                  "--nonsense",
+                                                  "eth2"},
+                                         KeysCase{{"TheLastThreeArguments"}, {"--keys"}, "host", "5000"},
+                                         KeysCase{{"OneOfTheLastThree"}, {"--keys", "in"}, "in", "host"}));
+
+TEST_P(CommandLineKeys, AreTheTwoArgumentsThatFollow) {
+  const Options options = parse(GetParam().arguments);
+  EXPECT_STREQ(options.inkey, GetParam().inkey);
+  EXPECT_STREQ(options.outkey, GetParam().outkey);
+  EXPECT_FALSE(settings.logToSyslog);
+  EXPECT_EQ(options.interface, GetParam().interface);
 }
 
-TEST_F(CommandLineOptions, AnyOtherArgumentPrintsTheUsage) {
+TEST_F(CommandLine, OfAnyOtherArgumentPrintsTheUsage) {
+  EXPECT_EXIT(printUsage(), ExitedWithCode(1), Eq(usage));
   for (const char* argument : {"--help", "-h", "", "name", "--class", "--debug", "--sock", "--intf",
                                "--syslogs", "--stderr=", "--keys=a", "--Syslog", "-syslog", " --syslog"}) {
-    EXPECT_EXIT((void)(CommandLine{argument, "host", "5000", "full"}.parse()), ExitedWithCode(1), Eq(usage))
-        << "'" << argument << "'";
+    EXPECT_EXIT((void)parse({argument}), ExitedWithCode(1), Eq(usage)) << "'" << argument << "'";
   }
 }
 
-TEST_F(CommandLineOptions, ABadListIsRefused) {
-  EXPECT_EXIT((void)(CommandLine{"--class=disk", "host", "5000", "full"}.parse()), ExitedWithCode(1),
-              Eq(refusalOf("disk")));
-  EXPECT_EXIT((void)(CommandLine{"--debug=ctrl,,scsi", "host", "5000", "full"}.parse()), ExitedWithCode(1),
-              Eq(refusalOf("")));
+TEST_F(CommandLine, OfABadListIsRefused) {
+  EXPECT_EXIT((void)parse({"--class=disk"}), ExitedWithCode(1), Eq(invalidItem("disk")));
+  EXPECT_EXIT((void)parse({"--debug=ctrl,,scsi"}), ExitedWithCode(1), Eq(invalidItem("")));
 }
 
 }  // namespace

@@ -5,218 +5,119 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <memory>
 #include <string>
-#include <vector>
 
-#include "ctrl/rx_ctrl.h"
 #include "ctrl/settings.h"
 #include "ctrl/signals.h"
-#include "sim/uevent_sender.h"
-#include "support/descriptors.h"
+#include "sim/contract.h"
+#include "sim/sysfs.h"
+#include "support/child.h"
+#include "support/control_client.h"
 #include "support/output.h"
+#include "support/private_world.h"
 #include "support/test_ctrl.h"
 #include "support/thrown.h"
 #include "ulx/pipe.h"
-#include "unit/ctrl/main_loop_world.h"
 
 namespace {
 
-using Lines = std::vector<std::string>;
+using support::Lines;
 
-constexpr const char* parameters = "host 5000 high eth1 in out";
+/** The daemon on a unit of its own where no USB device is plugged in. */
+class MainLoop : public support::PrivateWorld {
+ protected:
+  /** Lets the main loop end when this descriptor, the control connection's, becomes readable. */
+  void endBy(int fd) { ctrl_->controlConnection = std::make_unique<ControlConnection>(fd); }
+  /** Lets it end after its first turn: the control connection is at its end. */
+  void endAtOnce() {
+    const ulx::Pipe pipe;
+    endBy(dup(pipe.readEnd.fd()));
+  }
+  void endAfter(time_t seconds, long nanoseconds) {
+    const int timer = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
+    const itimerspec time{.it_interval = {}, .it_value = {.tv_sec = seconds, .tv_nsec = nanoseconds}};
+    ASSERT_EQ(timerfd_settime(timer, 0, &time, nullptr), 0);
+    endBy(timer);
+  }
 
-TEST(MainLoop, EndsWhenTheControlConnectionIsAtItsEnd) {
-  inUnitWithoutDevices([] {
-    support::TestCtrl ctrl;
-    endAtOnce(*ctrl);
-    ctrl->run();
-  });
+  sim::Sysfs sysfs_;
+  support::TestCtrl ctrl_;
+};
+
+TEST_F(MainLoop, EndsWhenTheControlConnectionIsReadableAndDoesNotReadIt) {
+  ulx::Pipe pipe;
+  pipe.writeEnd.writeAll("bye", 3);
+  endBy(pipe.readEnd.fd());
+  ctrl_->run();
+  EXPECT_EQ(pipe.readEnd.readSome(), "bye");
 }
 
-TEST(MainLoop, EndsWhenTheControlConnectionSpeaksAndDoesNotListen) {
-  inUnitWithoutDevices([] {
-    support::TestCtrl ctrl;
-    ulx::Pipe pipe;
-    pipe.writeEnd.writeAll("bye", 3);
-    ctrl->controlConnection = std::make_unique<ControlConnection>(pipe.readEnd.fd());
-    ctrl->run();
-    EXPECT_EQ(pipe.readEnd.readSome(), "bye");
-  });
+TEST_F(MainLoop, LogsWhatItBeginsWithAndNothingWithoutDebugging) {
+  endAtOnce();
+  EXPECT_EQ(support::debugLogDuring([this] { ctrl_->run(); }),
+            support::tagged({contract::debug::hangupHandler, contract::debug::coldplugging,
+                             contract::debug::hotplugging}));
+  EXPECT_EQ(support::logDuring([this] { ctrl_->run(); }), Lines{});
 }
 
-TEST(MainLoop, SaysWhatItBeginsWith) {
-  inUnitWithoutDevices([] {
-    support::TestCtrl ctrl;
-    settings.debugCtrl = true;
-    endAtOnce(*ctrl);
-    const support::CapturedStandardError captured;
-    ctrl->run();
-    EXPECT_EQ(captured.messages(),
-              (Lines{"[rx_ctrl] setup signal hansler", "[rx_ctrl] coldplugging existing devices",
-                     "[rx_ctrl] hotplugging new devices"}));
-  });
-}
-
-TEST(MainLoop, SaysNothingWithoutDebugging) {
-  inUnitWithoutDevices([] {
-    support::TestCtrl ctrl;
-    endAtOnce(*ctrl);
-    const support::CapturedStandardError captured;
-    ctrl->run();
-    EXPECT_EQ(captured.writes(), Lines{});
-  });
-}
-
-TEST(MainLoop, ListensToHangups) {
-  inUnitWithoutDevices([] {
-    support::TestCtrl ctrl;
-    endAtOnce(*ctrl);
-    ctrl->run();
-    raise(SIGHUP);
-    EXPECT_EQ(policyReloadRequested, 1);
-  });
-}
-
-TEST(MainLoop, ReapsWorkersThatHaveEndedAndEmptiesThePipe) {
-  inUnitWithoutDevices([] {
-    support::TestCtrl ctrl;
+TEST_F(MainLoop, ReapsWorkersThatHaveEndedAndEmptiesThePipe) {
+  support::inChild([this] {
     installChildHandler();
     for (int i = 0; i < 3; ++i) {
       const pid_t worker = fork();
       if (worker == 0) {
         _exit(0);
       }
-      ctrl->addWorker(worker, "/sys/devices/" + std::to_string(i));
+      ctrl_->addWorker(worker, "/sys/devices/" + std::to_string(i));
       siginfo_t info{};
       ASSERT_EQ(waitid(P_PID, static_cast<id_t>(worker), &info, WEXITED | WNOWAIT), 0);
     }
-    endAtOnce(*ctrl);
-    ctrl->run();
-    EXPECT_TRUE(ctrl->workers.byPid.empty());
+    endAtOnce();
+    ctrl_->run();
+    EXPECT_TRUE(ctrl_->workers.byPid.empty());
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
     fcntl(childExitReadEnd().fd(), F_SETFL, O_NONBLOCK);
     EXPECT_THROW((void)childExitReadEnd().readSome(), ulx::WouldBlock);
   });
 }
 
-TEST(MainLoop, KeepsTheConnectionThatDeliveredParameters) {
-  inUnitWithoutDevices([] {
-    support::TestCtrl ctrl;
-    deliverParameters(*ctrl, parameters);
-    ctrl->run();
-    ASSERT_NE(ctrl->controlConnection, nullptr);
-    EXPECT_TRUE(support::isOpen(ctrl->controlConnection->fd()));
-  });
+TEST_F(MainLoop, ForgetsTheStartOfTheLastGenericWorkerWithEveryControlClient) {
+  ctrl_->lastGenericStart = 1000.0;
+  endAtOnce();
+  ctrl_->run();
+  EXPECT_EQ(ctrl_->lastGenericStart, 1000.0) << "without a client";
+  const support::ControlClient asking(ctrl_->socketPath);
+  asking.send("?");
+  ctrl_->run();
+  EXPECT_EQ(ctrl_->lastGenericStart, 0.0);
 }
 
-TEST(MainLoop, AConnectionThatIsReplacedStaysOpen) {
-  inUnitWithoutDevices([] {
-    support::TestCtrl ctrl;
-    const support::ControlClient earlier(ctrl->socketPath);
-    earlier.send(parameters);
-    deliverParameters(*ctrl, parameters);
-    ctrl->run();
-    EXPECT_FALSE(earlier.isDisconnected());
-  });
+TEST_F(MainLoop, IsLeftByWhatASourceThrows) {
+  const support::ControlClient client(ctrl_->socketPath);
+  client.send("host port");
+  EXPECT_THROW(ctrl_->run(), boost::bad_lexical_cast);
 }
 
-TEST(MainLoop, EveryControlClientForgetsTheStartOfTheLastGenericWorker) {
-  inUnitWithoutDevices([] {
-    support::TestCtrl ctrl;
-    ctrl->lastGenericStart = 1000.0;
-    const support::ControlClient asking(ctrl->socketPath);
-    asking.send("?");
-    endAtOnce(*ctrl);
-    ctrl->run();
-    EXPECT_EQ(ctrl->lastGenericStart, 0.0);
-  });
+TEST_F(MainLoop, IsLeftWhenADescriptorIsTooHighToBeWatched) {
+  endBy(FD_SETSIZE);
+  EXPECT_EQ(support::contextThrownBy<ulx::InvalidArgument>([this] { ctrl_->run(); }), "select()");
 }
 
-TEST(MainLoop, WithoutAControlClientTheStartOfTheLastGenericWorkerIsKept) {
-  inUnitWithoutDevices([] {
-    support::TestCtrl ctrl;
-    ctrl->lastGenericStart = 1000.0;
-    endAtOnce(*ctrl);
-    ctrl->run();
-    EXPECT_EQ(ctrl->lastGenericStart, 1000.0);
-  });
+TEST_F(MainLoop, ForgetsRestartsAfterThreeQuietSeconds) {
+  ctrl_->restartCount = 10;
+  ctrl_->attachBlocked = true;
+  endAfter(3, 300'000'000);
+  ctrl_->run();
+  EXPECT_EQ(ctrl_->restartCount, 0U);
+  EXPECT_TRUE(ctrl_->attachBlocked);
 }
 
-TEST(MainLoop, ServesUeventsBeforeControlClients) {
-  inUnitWithoutDevices([] {
-    support::TestCtrl ctrl;
-    settings.debugCtrl = true;
-    const support::ControlClient asking(ctrl->socketPath);
-    asking.send("?");
-    sim::UeventSender().remove("/devices/x");
-    endAtOnce(*ctrl);
-    const support::CapturedStandardError captured;
-    ctrl->run();
-    const Lines messages = captured.messages();
-    ASSERT_EQ(messages.size(), 5U);
-    EXPECT_EQ(messages[3], "[rx_ctrl] remove /devices/x");
-    EXPECT_EQ(messages[4].substr(0, 25), "[rx_ctrl] immediate send ");
-  });
-}
-
-TEST(MainLoop, TakesOneUeventATurn) {
-  inUnitWithoutDevices([] {
-    support::TestCtrl ctrl;
-    const sim::UeventSender kernel;
-    kernel.remove("/devices/x");
-    kernel.remove("/devices/y");
-    endAtOnce(*ctrl);
-    ctrl->run();
-    EXPECT_EQ(ctrl->uevents->readUEvent().at("DEVPATH"), "/devices/y");
-  });
-}
-
-TEST(MainLoop, IsLeftByWhateverASourceThrows) {
-  inUnitWithoutDevices([] {
-    support::TestCtrl ctrl;
-    deliverParameters(*ctrl, "host port");
-    EXPECT_THROW(ctrl->run(), boost::bad_lexical_cast);
-  });
-}
-
-TEST(MainLoop, IsLeftWhenADescriptorIsTooHighToBeWatched) {
-  inUnitWithoutDevices([] {
-    support::TestCtrl ctrl;
-    ctrl->controlConnection = std::make_unique<ControlConnection>(FD_SETSIZE);
-    EXPECT_EQ(support::contextThrownBy<ulx::InvalidArgument>([&ctrl] { ctrl->run(); }), "select()");
-  });
-}
-
-// Ends the main loop after so many seconds.
-void endAfter(RxCtrl& ctrl, time_t seconds, long nanoseconds) {
-  const int timer = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
-  const itimerspec time{.it_interval = {}, .it_value = {.tv_sec = seconds, .tv_nsec = nanoseconds}};
-  ASSERT_EQ(timerfd_settime(timer, 0, &time, nullptr), 0);
-  ctrl.controlConnection = std::make_unique<ControlConnection>(timer);
-}
-
-TEST(MainLoop, ForgetsRestartsAfterThreeQuietSeconds) {
-  inUnitWithoutDevices([] {
-    support::TestCtrl ctrl;
-    ctrl->restartCount = 10;
-    ctrl->attachBlocked = true;
-    endAfter(*ctrl, 3, 300'000'000);
-    ctrl->run();
-    EXPECT_EQ(ctrl->restartCount, 0U);
-    EXPECT_TRUE(ctrl->attachBlocked);
-  });
-}
-
-TEST(MainLoop, RemembersRestartsForThreeSeconds) {
-  inUnitWithoutDevices([] {
-    support::TestCtrl ctrl;
-    ctrl->restartCount = 10;
-    endAfter(*ctrl, 2, 700'000'000);
-    ctrl->run();
-    EXPECT_EQ(ctrl->restartCount, 10U);
-  });
+TEST_F(MainLoop, RemembersRestartsForThreeSeconds) {
+  ctrl_->restartCount = 10;
+  endAfter(2, 700'000'000);
+  ctrl_->run();
+  EXPECT_EQ(ctrl_->restartCount, 10U);
 }
 
 }  // namespace

@@ -2,79 +2,87 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/time.h>
+#include <sys/un.h>
+#include <syslog.h>
 #include <unistd.h>
 
+#include <array>
+#include <chrono>
 #include <cmath>
 #include <csignal>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
-#include "ctrl/clock.h"
 #include "ctrl/settings.h"
 #include "sim/descriptor.h"
 #include "support/child.h"
 #include "support/output.h"
+#include "support/private_world.h"
 #include "support/restored_settings.h"
 
 namespace {
 
-using Lines = std::vector<std::string>;
+using support::Lines;
 
-class StandardErrorMessages : public testing::Test {
- private:
-  support::RestoredSettings settings_;
-};
-
-void sayToNobody() {
-  DebugMessage("[rx_ctrl] ") << "lost";
-  ErrorMessage("lost");
+double systemSeconds() {
+  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
-TEST(TimePrefix, IsTheTimeModuloAHundredSecondsWithMilliseconds) {
+TEST(MessagesTime, IsInSecondsSinceTheEpochToTheMicrosecond) {
+  constexpr double microsecond = 2e-6;  // and the rounding of such large numbers
+  const double before = systemSeconds();
+  const double now = timestampNow();
+  EXPECT_GE(now, before - microsecond);
+  EXPECT_LE(now, systemSeconds() + microsecond);
+}
+
+TEST(MessagesTime, IsShownModuloAHundredSecondsWithMillisecondsInSixCharacters) {
   EXPECT_EQ(timePrefix(1'700'000'123.4567), "23.457: ");
   EXPECT_EQ(timePrefix(63.004), "63.004: ");
   EXPECT_EQ(timePrefix(12.345), "12.345: ");
   EXPECT_EQ(timePrefix(199.5), "99.500: ");
-}
-
-TEST(TimePrefix, IsAtLeastSixCharactersWide) {
   EXPECT_EQ(timePrefix(7.125), " 7.125: ");
   EXPECT_EQ(timePrefix(0.0), " 0.000: ");
   EXPECT_EQ(timePrefix(1'700'000'000.0), " 0.000: ");
+  EXPECT_EQ(timePrefix(99.9996), "100.000: ") << "rounded behind the hundred";
 }
 
-TEST(TimePrefix, IsRoundedAfterTheHundredHasBeenTakenOff) {
-  EXPECT_EQ(timePrefix(99.9996), "100.000: ");
+class MessagesToStandardError : public testing::Test {
+ private:
+  support::RestoredSettings settings_;
+};
+
+// What one write consists of behind the digits of its time.
+std::string textOf(const Lines& writes) {
+  EXPECT_EQ(writes.size(), 1U);
+  return writes.empty() ? "" : writes.front().substr(6);
 }
 
-TEST_F(StandardErrorMessages, ADebugMessageIsTimeTagAndTextInOneWrite) {
+TEST_F(MessagesToStandardError, AreTimeTagAndTextInOneWrite) {
   const support::CapturedStandardError captured;
   DebugMessage("[rx_ctrl] ") << "starting " << std::string("worker") << ' ' << 12 << " at " << 2.5;
-  const Lines writes = captured.writes();
-  ASSERT_EQ(writes.size(), 1U);
-  EXPECT_EQ(writes[0].substr(writes[0].find(": ")), ": [rx_ctrl] starting worker 12 at 2.5\n");
-  EXPECT_EQ(writes[0].find(": "), 6U) << writes[0];
-}
-
-TEST_F(StandardErrorMessages, AnErrorMessageIsTimeAndTextInOneWrite) {
-  const support::CapturedStandardError captured;
+  EXPECT_EQ(textOf(captured.writes()), ": [rx_ctrl] starting worker 12 at 2.5\n");
   ErrorMessage("bind() has failed") << ", really";
-  const Lines writes = captured.writes();
-  ASSERT_EQ(writes.size(), 1U);
-  EXPECT_EQ(writes[0].substr(6), ": bind() has failed, really\n");
+  EXPECT_EQ(textOf(captured.writes()), ": bind() has failed, really\n");
+  logError("two\nlines\n");
+  EXPECT_EQ(textOf(captured.writes()), ": two\nlines\n\n") << "with a newline of its own";
 }
 
-TEST_F(StandardErrorMessages, ANewlineOfTheTextsOwnIsKept) {
-  const support::CapturedStandardError captured;
-  ErrorMessage("two\nlines\n");
-  const Lines writes = captured.writes();
-  ASSERT_EQ(writes.size(), 1U);
-  EXPECT_EQ(writes[0].substr(6), ": two\nlines\n\n");
+TEST_F(MessagesToStandardError, AreLoggedByTheDaemonOnlyWhereDebuggingIsOn) {
+  const auto logging = [] { logDebug("worker ", 12, " of ", std::string("device")); };
+  EXPECT_EQ(support::logDuring(logging), Lines{});
+  EXPECT_EQ(support::debugLogDuring(logging), Lines{"[rx_ctrl] worker 12 of device"});
+  EXPECT_EQ(support::logDuring([] { DebugMessage("[rx_ctrl] ") << "text"; }), Lines{"[rx_ctrl] text"})
+      << "the message itself does not look";
 }
 
-TEST_F(StandardErrorMessages, NothingIsWrittenBeforeTheMessageEnds) {
+[[noreturn]] const char* failToSay() {
+  throw std::runtime_error("cannot say");
+}
+
+TEST_F(MessagesToStandardError, AreWrittenAtTheirEndWhichMayBeAnException) {
   const support::CapturedStandardError captured;
   {
     DebugMessage message("[rx_ctrl] ");
@@ -82,9 +90,11 @@ TEST_F(StandardErrorMessages, NothingIsWrittenBeforeTheMessageEnds) {
     EXPECT_EQ(captured.writes(), Lines{});
   }
   EXPECT_EQ(captured.messages(), Lines{"[rx_ctrl] text"});
+  EXPECT_THROW(DebugMessage("[rx_ctrl] ") << "so far" << failToSay(), std::runtime_error);
+  EXPECT_EQ(captured.messages(), Lines{"[rx_ctrl] so far"});
 }
 
-TEST_F(StandardErrorMessages, TheTimeIsThatOfTheMessagesBeginning) {
+TEST_F(MessagesToStandardError, ShowTheTimeOfTheirBeginning) {
   const support::CapturedStandardError captured;
   constexpr double millisecond = 0.001;
   const double before = timestampNow();
@@ -101,37 +111,22 @@ TEST_F(StandardErrorMessages, TheTimeIsThatOfTheMessagesBeginning) {
   EXPECT_LE(sinceBefore, after - before + 2 * millisecond);
 }
 
-TEST_F(StandardErrorMessages, ADebugMessageDoesNotAskWhetherDebuggingIsOn) {
-  settings.debugCtrl = false;
-  const support::CapturedStandardError captured;
-  DebugMessage("[rx_ctrl] ") << "text";
-  EXPECT_EQ(captured.messages(), Lines{"[rx_ctrl] text"});
+void logInVain() {
+  DebugMessage("[rx_ctrl] ") << "lost";
+  ErrorMessage("lost");
 }
 
-[[noreturn]] const char* failToTell() {
-  throw std::runtime_error("cannot tell");
-}
-
-TEST_F(StandardErrorMessages, AnExceptionWhileItIsBuiltStillEmitsWhatIsThere) {
-  const support::CapturedStandardError captured;
-  EXPECT_THROW(DebugMessage("[rx_ctrl] ") << "so far" << failToTell(), std::runtime_error);
-  EXPECT_EQ(captured.messages(), Lines{"[rx_ctrl] so far"});
-}
-
-TEST_F(StandardErrorMessages, AReaderThatHasGoneIsNoError) {
+TEST_F(MessagesToStandardError, AreNoErrorWhereTheReaderHasGoneOrTheDiskIsFull) {
+  const sim::Descriptor full(open("/dev/full", O_WRONLY | O_CLOEXEC));
+  const support::ReplacedStandardError toFullDisk(full.get());
+  EXPECT_NO_THROW(logInVain());
   support::inChild([] {
     std::signal(SIGPIPE, SIG_IGN);
     support::PacketPipe pipe;
     pipe.closeReadEnd();
-    const support::ReplacedStandardError replaced(pipe.writeEnd());
-    EXPECT_NO_THROW(sayToNobody());
+    const support::ReplacedStandardError toNoReader(pipe.writeEnd());
+    EXPECT_NO_THROW(logInVain());
   });
-}
-
-TEST_F(StandardErrorMessages, AFullDiskIsNoError) {
-  const sim::Descriptor full(open("/dev/full", O_WRONLY | O_CLOEXEC));
-  const support::ReplacedStandardError replaced(full.get());
-  EXPECT_NO_THROW(sayToNobody());
 }
 
 // For the signal handler: the third signal lets the reader read.
@@ -154,7 +149,7 @@ void fill(int pipe) {
   fcntl(pipe, F_SETFL, O_DIRECT);
 }
 
-TEST_F(StandardErrorMessages, AMessageThatWaitsForItsReaderIsNotLostToSignals) {
+TEST_F(MessagesToStandardError, AreNotLostToSignalsWhileTheyWaitForTheirReader) {
   support::inChild([] {
     const support::PacketPipe pipe;
     // cppcheck-suppress danglingLifetime
@@ -169,10 +164,60 @@ TEST_F(StandardErrorMessages, AMessageThatWaitsForItsReaderIsNotLostToSignals) {
     ErrorMessage("kept");
     const itimerval never{};
     setitimer(ITIMER_REAL, &never, nullptr);
-    const Lines writes = pipe.writes();
-    ASSERT_EQ(writes.size(), 1U);
-    EXPECT_EQ(writes[0].substr(6), ": kept\n");
+    EXPECT_EQ(textOf(pipe.writes()), ": kept\n");
   });
+}
+
+/** A logger stands where the system's does. */
+class MessagesToSyslog : public support::PrivateWorld {
+ protected:
+  MessagesToSyslog() : logger_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+    settings.logToSyslog = true;
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::string("/dev/log").copy(address.sun_path, sizeof address.sun_path - 1);
+    EXPECT_EQ(bind(logger_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  }
+
+  /** The messages since the last call as "<PRIORITY>" and the text behind the program's name. */
+  [[nodiscard]] Lines logged() const {
+    Lines found;
+    std::array<char, 4096> buffer{};
+    for (ssize_t size = 0; (size = recv(logger_.get(), buffer.data(), buffer.size(), MSG_DONTWAIT)) > 0;) {
+      // "<15>Jan  1 00:00:00 program: text"
+      const std::string line(buffer.data(), static_cast<std::size_t>(size));
+      const std::string name = std::string(program_invocation_short_name) + ": ";
+      const std::size_t nameStart = line.find(name);
+      EXPECT_NE(nameStart, std::string::npos) << line;
+      found.push_back(line.substr(0, line.find('>') + 1) + line.substr(nameStart + name.size()));
+    }
+    return found;
+  }
+  static std::string priority(int severity) { return "<" + std::to_string(LOG_USER | severity) + ">"; }
+
+  support::RestoredSettings settings_;
+  sim::Descriptor logger_;
+};
+
+TEST_F(MessagesToSyslog, AreTagAndTextWithTheirPriorityWithoutATimeAndNowhereElse) {
+  EXPECT_EQ(support::logDuring([] {
+              DebugMessage("[rx_ctrl] ") << "text";
+              ErrorMessage("100%s of %n while bind()");
+            }),
+            Lines{});
+  EXPECT_EQ(logged(),
+            (Lines{priority(LOG_DEBUG) + "[rx_ctrl] text", priority(LOG_ERR) + "100%s of %n while bind()"}));
+}
+
+TEST_F(MessagesToSyslog, AreNoneWhereTheyGoToStandardError) {
+  settings.logToSyslog = false;
+  EXPECT_EQ(support::logDuring([] { ErrorMessage("text"); }), Lines{"text"});
+  EXPECT_EQ(logged(), Lines{});
+}
+
+TEST_F(MessagesToSyslog, AreNoErrorWithoutALogger) {
+  unlink("/dev/log");
+  EXPECT_NO_THROW(ErrorMessage("lost"));
 }
 
 }  // namespace

@@ -6,93 +6,89 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <string>
 
+#include "ctrl/configuration_keys.h"
+#include "ctrl/device_classes.h"
 #include "sim/descriptor.h"
 #include "sim/files.h"
 #include "support/child.h"
 #include "support/control_client.h"
 #include "support/descriptors.h"
-#include "support/temporary_directory.h"
+#include "support/named_case.h"
+#include "support/private_world.h"
 #include "support/thrown.h"
 
 namespace {
 
-constexpr const char* configPath = "/vel/quor.conf";
-constexpr const char* displayPath = "/dev/osd_fifo";
-
 using Workers = std::map<pid_t, std::string>;
 
-// As the daemon makes it of its arguments.
-std::unique_ptr<RxCtrl> makeCtrl(const std::string& socketPath, const std::string& timeout = "10") {
-  return std::make_unique<RxCtrl>("host", 5000, "full", keyboardClass, "in", nullptr, timeout, socketPath,
-                                  "eth7");
+struct PeriodCase : support::NamedCase {
+  const char* timeout;
+  double period;
+};
+
+class RxCtrlRestartPeriod : public testing::TestWithParam<PeriodCase> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    Of, RxCtrlRestartPeriod,
+    testing::Values(PeriodCase{{"Ten"}, "10", 20.0}, PeriodCase{{"Fifteen"}, "15", 30.0},
+                    PeriodCase{{"Zero"}, "0", 0.0}, PeriodCase{{"ANegativeNumber"}, "-3", -6.0},
+                    PeriodCase{{"ANumberAndAWord"}, "7s", 14.0}, PeriodCase{{"AFraction"}, "10.9", 20.0},
+                    PeriodCase{{"AHexadecimalNumber"}, "0x10", 0.0}, PeriodCase{{"TwoNumbers"}, "5 6", 10.0},
+                    PeriodCase{{"ABlankAndANumber"}, " 12", 24.0}, PeriodCase{{"ASign"}, "\t\n+12", 24.0},
+                    PeriodCase{{"Nothing"}, "", 0.0}, PeriodCase{{"AWord"}, "abc", 0.0},
+                    PeriodCase{{"ABlank"}, " ", 0.0}, PeriodCase{{"ASignAlone"}, "-", 0.0},
+                    PeriodCase{{"AWordAndANumber"}, "s7", 0.0},
+                    // Doubled as numbers of 32 bits are; larger ones count as the largest.
+                    PeriodCase{{"TheLargestHalf"}, "1073741823", 2147483646.0},
+                    PeriodCase{{"MoreThanTheLargestHalf"}, "1073741824", -2147483648.0},
+                    PeriodCase{{"TheLargest"}, "2147483647", -2.0},
+                    PeriodCase{{"TheSmallest"}, "-2147483648", 0.0},
+                    PeriodCase{{"MoreThanTheLargest"}, "3000000000", -2.0},
+                    PeriodCase{{"MoreThan64Bits"}, "99999999999999999999", -2.0},
+                    PeriodCase{{"LessThanTheSmallest"}, "-3000000000", 0.0}));
+
+TEST_P(RxCtrlRestartPeriod, IsTwiceTheNumberAtTheStart) {
+  EXPECT_EQ(restartPeriodOf(GetParam().timeout), GetParam().period);
 }
 
-// A display that listens, in a private world.
-sim::Descriptor startDisplay() {
-  EXPECT_EQ(mkfifo(displayPath, 0600), 0);
-  return sim::Descriptor(open(displayPath, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-}
-
-TEST(RestartPeriod, IsTwiceTheTimeout) {
-  EXPECT_EQ(restartPeriodOf("10"), 20.0);
-  EXPECT_EQ(restartPeriodOf("15"), 30.0);
-  EXPECT_EQ(restartPeriodOf("0"), 0.0);
-  EXPECT_EQ(restartPeriodOf("-3"), -6.0);
-}
-
-TEST(RestartPeriod, IsOfTheNumberAtTheStartOfTheText) {
-  EXPECT_EQ(restartPeriodOf("7s"), 14.0);
-  EXPECT_EQ(restartPeriodOf("10.9"), 20.0);
-  EXPECT_EQ(restartPeriodOf("0x10"), 0.0);
-  EXPECT_EQ(restartPeriodOf("5 6"), 10.0);
-}
-
-TEST(RestartPeriod, MayHaveBlanksAndASignBeforeIt) {
-  EXPECT_EQ(restartPeriodOf(" 12"), 24.0);
-  EXPECT_EQ(restartPeriodOf("\t\n+12"), 24.0);
-}
-
-TEST(RestartPeriod, IsZeroOfATextWithoutANumber) {
-  for (const char* text : {"", "abc", " ", "-", "s7"}) {
-    EXPECT_EQ(restartPeriodOf(text), 0.0) << text;
+class RxCtrlTest : public support::PrivateWorld {
+ protected:
+  /** The daemon's state as it is made of its arguments. */
+  static std::unique_ptr<RxCtrl> makeCtrl(const std::string& timeout = "10") {
+    return std::make_unique<RxCtrl>("host", 5000, "full", keyboardClass, "in", nullptr, timeout,
+                                    "/sim/socket", "eth7");
   }
-}
+  /** What keeps it from being made. */
+  static std::string failure() {
+    return support::contextThrownBy([] { makeCtrl(); });
+  }
+  /** Starts a display that listens. */
+  void startDisplay() {
+    ASSERT_EQ(mkfifo("/dev/osd_fifo", 0600), 0);
+    display_ = sim::Descriptor(open("/dev/osd_fifo", O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  }
 
-TEST(RestartPeriod, WrapsAsNumbersOf32BitsDo) {
-  EXPECT_EQ(restartPeriodOf("1073741823"), 2147483646.0);
-  EXPECT_EQ(restartPeriodOf("1073741824"), -2147483648.0);
-  EXPECT_EQ(restartPeriodOf("2147483647"), -2.0);
-  EXPECT_EQ(restartPeriodOf("-2147483648"), 0.0);
-}
+  sim::Descriptor display_;
+};
 
-TEST(RestartPeriod, TakesALargerNumberForTheLargestOf32Bits) {
-  EXPECT_EQ(restartPeriodOf("3000000000"), -2.0);
-  EXPECT_EQ(restartPeriodOf("99999999999999999999"), -2.0);
-  EXPECT_EQ(restartPeriodOf("-3000000000"), 0.0);
-}
-
-TEST(RxCtrl, HoldsWhatItIsGiven) {
-  const support::TemporaryDirectory directory;
-  const auto ctrl = makeCtrl(directory / "socket", "15");
+TEST_F(RxCtrlTest, HoldsWhatItIsGivenAndNothingElseYet) {
+  const auto ctrl = makeCtrl("15");
   EXPECT_EQ(ctrl->hostname, "host");
   EXPECT_EQ(ctrl->port, 5000);
   EXPECT_EQ(ctrl->speed, "full");
   EXPECT_EQ(ctrl->classes, 1U);
   EXPECT_EQ(ctrl->inkey, "in");
   EXPECT_EQ(ctrl->outkey, std::nullopt);
-  EXPECT_EQ(ctrl->socketPath, directory / "socket");
+  EXPECT_EQ(ctrl->socketPath, "/sim/socket");
   EXPECT_EQ(ctrl->interface, "eth7");
   EXPECT_EQ(ctrl->connectFailTimeoutText, "15");
   EXPECT_EQ(ctrl->restartPeriod, 30.0);
-}
-
-TEST(RxCtrl, BeginsWithNobodyConnectedNoWorkersAndNoRestarts) {
-  const support::TemporaryDirectory directory;
-  const auto ctrl = makeCtrl(directory / "socket");
   EXPECT_EQ(ctrl->lastRequest, "");
   EXPECT_TRUE(ctrl->workers.byPid.empty());
   EXPECT_TRUE(ctrl->workers.byPath.empty());
@@ -103,122 +99,73 @@ TEST(RxCtrl, BeginsWithNobodyConnectedNoWorkersAndNoRestarts) {
   EXPECT_TRUE(ctrl->waitingClients.empty());
 }
 
-TEST(RxCtrl, ListensAtItsControlSocket) {
-  const support::TemporaryDirectory directory;
-  const auto ctrl = makeCtrl(directory / "socket");
-  EXPECT_NO_THROW(support::ControlClient(directory / "socket"));
+TEST_F(RxCtrlTest, GivesNoneOfItsDescriptorsToWorkersAndReleasesThemAtItsEnd) {
+  startDisplay();
+  const auto before = support::openDescriptors();
+  auto ctrl = makeCtrl();
+  EXPECT_NO_THROW(support::ControlClient("/sim/socket"));
+  EXPECT_TRUE(ctrl->osd.isOpen);
+  for (const int fd : support::openDescriptors()) {
+    EXPECT_TRUE(before.contains(fd) || support::isCloseOnExec(fd)) << "descriptor " << fd;
+  }
+  EXPECT_EQ(support::openDescriptors().size(), before.size() + 3) << "socket, uevents and display";
+  ctrl.reset();
+  EXPECT_EQ(support::openDescriptors(), before);
 }
 
-TEST(RxCtrl, GivesNoneOfItsDescriptorsToWorkers) {
-  support::inPrivateWorld([] {
-    const sim::Descriptor display = startDisplay();
-    const auto before = support::openDescriptors();
-    const auto ctrl = makeCtrl("/sim/socket");
-    for (const int fd : support::openDescriptors()) {
-      EXPECT_TRUE(before.contains(fd) || support::isCloseOnExec(fd)) << "descriptor " << fd;
-    }
-    EXPECT_EQ(support::openDescriptors().size(), before.size() + 3) << "socket, uevents and display";
-  });
+TEST_F(RxCtrlTest, HasNoDisplayWhereNoneWasThereAtItsStart) {
+  const auto ctrl = makeCtrl();
+  startDisplay();
+  OsdMessage(ctrl->osd, "lost");
+  char byte = 0;
+  EXPECT_EQ(read(display_.get(), &byte, 1), 0);
 }
 
-TEST(RxCtrl, ReleasesItsDescriptorsAtItsEnd) {
-  support::inPrivateWorld([] {
-    const sim::Descriptor display = startDisplay();
+TEST_F(RxCtrlTest, ReadsThePolicyAtItsStart) {
+  sim::writeFile(configurationPath, "[usb]\nhid_only = 1\nisochronous_user_warning = 0\n");
+  const auto ctrl = makeCtrl();
+  EXPECT_TRUE(ctrl->policy.hidOnly);
+  EXPECT_FALSE(ctrl->policy.blockMassStorage);
+  EXPECT_FALSE(ctrl->policy.isochronousUserWarning);
+}
+
+// With so few descriptors left, the sockets and the display take them in their order.
+TEST_F(RxCtrlTest, OpensTheControlSocketThenTheUeventSocketAndThenTheDisplayWithoutWhichItDoes) {
+  startDisplay();
+  support::inChild([] {
     const auto before = support::openDescriptors();
-    makeCtrl("/sim/socket").reset();
+    support::limitFurtherDescriptors(1);
+    EXPECT_EQ(failure(), "socket(PF_NETLINK)");
+    EXPECT_TRUE(std::filesystem::exists("/sim/socket"));
     EXPECT_EQ(support::openDescriptors(), before);
   });
-}
-
-TEST(RxCtrl, OpensTheDisplayThatIsThere) {
-  support::inPrivateWorld([] {
-    const sim::Descriptor display = startDisplay();
-    const auto ctrl = makeCtrl("/sim/socket");
-    EXPECT_TRUE(ctrl->osd.isOpen);
-  });
-}
-
-TEST(RxCtrl, HasNoDisplayWhereNoneWasThereAtItsStart) {
-  support::inPrivateWorld([] {
-    const auto ctrl = makeCtrl("/sim/socket");
-    const sim::Descriptor display = startDisplay();
-    OsdMessage(ctrl->osd, "lost");
-    char byte = 0;
-    EXPECT_EQ(read(display.get(), &byte, 1), 0);
-  });
-}
-
-TEST(RxCtrl, ReadsThePolicyAtItsStart) {
-  support::inPrivateWorld([] {
-    sim::writeFile(configPath, "[usb]\nhid_only = 1\nisochronous_user_warning = 0\n");
-    const auto ctrl = makeCtrl("/sim/socket");
-    EXPECT_TRUE(ctrl->policy.hidOnly);
-    EXPECT_FALSE(ctrl->policy.blockMassStorage);
-    EXPECT_FALSE(ctrl->policy.isochronousUserWarning);
-  });
-}
-
-// With a single descriptor left, whichever socket comes first takes it.
-TEST(RxCtrl, OpensTheControlSocketBeforeTheUeventSocket) {
   support::inChild([] {
-    const support::TemporaryDirectory directory;
-    support::limitFurtherDescriptors(1);
-    EXPECT_EQ(support::contextThrownBy([&directory] { makeCtrl(directory / "socket"); }),
-              "socket(PF_NETLINK)");
-    EXPECT_TRUE(std::filesystem::exists(directory / "socket"));
+    support::limitFurtherDescriptors(2);
+    EXPECT_FALSE(makeCtrl()->osd.isOpen);
   });
 }
 
-TEST(RxCtrl, FailsInAnUnwritableDirectoryBeforeTheUeventSocketIsMade) {
+TEST_F(RxCtrlTest, FailsInAnUnwritableDirectoryBeforeTheUeventSocketIsMade) {
+  std::filesystem::permissions("/sim",
+                               std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
   support::inChild([] {
-    const support::TemporaryDirectory directory;
-    std::filesystem::permissions(directory.path(),
-                                 std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
     support::dropPrivileges();
     support::limitFurtherDescriptors(1);
-    EXPECT_EQ(support::contextThrownBy([&directory] { makeCtrl(directory / "socket"); }), "bind()");
-    std::filesystem::permissions(directory.path(), std::filesystem::perms::owner_all);
+    EXPECT_EQ(failure(), "bind()");
   });
 }
 
-TEST(RxCtrl, OpensTheDisplayAfterBothSocketsAndDoesWithoutIt) {
-  support::inPrivateWorld([] {
-    const sim::Descriptor display = startDisplay();
-    support::limitFurtherDescriptors(2);
-    const auto ctrl = makeCtrl("/sim/socket");
-    EXPECT_FALSE(ctrl->osd.isOpen);
-  });
-}
-
-TEST(RxCtrl, ReleasesTheControlSocketWhenTheUeventSocketCannotBeMade) {
-  support::inChild([] {
-    const support::TemporaryDirectory directory;
-    const auto before = support::openDescriptors();
-    support::limitFurtherDescriptors(1);
-    EXPECT_EQ(support::contextThrownBy([&directory] { makeCtrl(directory / "socket"); }),
-              "socket(PF_NETLINK)");
-    EXPECT_EQ(support::openDescriptors(), before);
-  });
-}
-
-TEST(RxCtrl, RecordsAWorkerInItsTable) {
-  const support::TemporaryDirectory directory;
-  const auto ctrl = makeCtrl(directory / "socket");
-  ctrl->addWorker(10, "/sys/devices/a");
-  ctrl->addWorker(11, "/sys/devices/a");
-  EXPECT_EQ(ctrl->workers.byPid, (Workers{{10, "/sys/devices/a"}, {11, "/sys/devices/a"}}));
-  EXPECT_EQ(ctrl->workers.byPath.at("/sys/devices/a"), 11);
-}
-
-TEST(RxCtrl, LeavesItsWorkersRunningAtItsEnd) {
-  const support::TemporaryDirectory directory;
-  auto ctrl = makeCtrl(directory / "socket");
+TEST_F(RxCtrlTest, RecordsItsWorkersAndLeavesThemRunningAtItsEnd) {
+  auto ctrl = makeCtrl();
   const pid_t worker = fork();
   if (worker == 0) {
     pause();
     _exit(0);
   }
+  ctrl->addWorker(10, "/sys/devices/a");
   ctrl->addWorker(worker, "/sys/devices/a");
+  EXPECT_EQ(ctrl->workers.byPid, (Workers{{10, "/sys/devices/a"}, {worker, "/sys/devices/a"}}));
+  EXPECT_EQ(ctrl->workers.byPath.at("/sys/devices/a"), worker);
   ctrl.reset();
   EXPECT_EQ(waitpid(worker, nullptr, WNOHANG), 0);
   kill(worker, SIGKILL);

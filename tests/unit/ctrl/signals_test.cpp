@@ -11,13 +11,12 @@
 #include <csignal>
 #include <functional>
 #include <string>
-#include <vector>
 
 #include "ctrl/settings.h"
+#include "sim/contract.h"
 #include "sim/descriptor.h"
 #include "support/child.h"
 #include "support/descriptors.h"
-#include "support/failing_call.h"
 #include "support/output.h"
 #include "support/restored_settings.h"
 #include "support/thrown.h"
@@ -25,10 +24,7 @@
 
 namespace {
 
-using testing::Eq;
-using testing::ExitedWithCode;
-
-using Lines = std::vector<std::string>;
+using support::Lines;
 
 constexpr unsigned patience = 20;  // seconds, for what must not block
 
@@ -68,46 +64,40 @@ void fillChildExitPipe() {
   }
 }
 
-class Signals : public testing::Test {
+// What /proc says is open there.
+std::string targetOf(int fd) {
+  std::array<char, 64> target{};
+  (void)readlink(("/proc/self/fd/" + std::to_string(fd)).c_str(), target.data(), target.size() - 1);
+  return target.data();
+}
+
+class SignalsTest : public testing::Test {
  private:
   support::RestoredSettings settings_;
 };
 
-class ChildHandler : public Signals {};
-class HangupHandler : public Signals {};
+using SignalsOfChildren = SignalsTest;
+using SignalsOfHangups = SignalsTest;
 
-TEST_F(ChildHandler, EachEndedWorkerIsAByteInThePipe) {
+TEST_F(SignalsOfChildren, MakeEachEndedWorkerAByteInThePipe) {
   support::inChild([] {
+    block(SIGCHLD);
     installChildHandler();
     takeChildExits();
     endWith(0);
-    EXPECT_EQ(takeChildExits(), 1U);
+    EXPECT_EQ(takeChildExits(), 1U) << "though the signal was blocked";
     endWith(1);
     endWith(5);
     endWith(28);
     EXPECT_EQ(takeChildExits(), 3U);
-  });
-}
-
-TEST_F(ChildHandler, AKilledWorkerIsAByteInThePipeToo) {
-  support::inChild([] {
-    installChildHandler();
-    takeChildExits();
     runWorker([] { raise(SIGKILL); });
     EXPECT_EQ(takeChildExits(), 1U);
-  });
-}
-
-TEST_F(ChildHandler, AWorkerKilledByASignalNumberedAsTheStatusOfAFailedExecIsAnEndedWorker) {
-  support::inChild([] {
-    installChildHandler();
-    takeChildExits();
     runWorker([] { raise(42); });
-    EXPECT_EQ(takeChildExits(), 1U);
+    EXPECT_EQ(takeChildExits(), 1U) << "the number of the signal is the status of a failed exec";
   });
 }
 
-TEST_F(ChildHandler, AStoppedOrContinuedWorkerIsNone) {
+TEST_F(SignalsOfChildren, SayNothingOfAStoppedOrContinuedWorker) {
   support::inChild([] {
     installChildHandler();
     takeChildExits();
@@ -124,27 +114,7 @@ TEST_F(ChildHandler, AStoppedOrContinuedWorkerIsNone) {
   });
 }
 
-TEST_F(ChildHandler, AWorkerThatCouldNotBeExecutedEndsTheDaemonSilently) {
-  EXPECT_EXIT(
-      {
-        installChildHandler();
-        endWith(42);
-      },
-      ExitedWithCode(1), Eq(""));
-}
-
-TEST_F(ChildHandler, WithDebuggingTheEndIsExplainedOnStandardError) {
-  settings.debugCtrl = true;
-  settings.logToSyslog = true;
-  EXPECT_EXIT(
-      {
-        installChildHandler();
-        endWith(42);
-      },
-      ExitedWithCode(1), Eq("[RxCtrl] *** subprocess exec() failed; maybe not found? ***\n"));
-}
-
-TEST_F(ChildHandler, NeitherWaitsForRoomInThePipeNorDisturbsAnErrorNumber) {
+TEST_F(SignalsOfChildren, NeitherWaitForRoomInThePipeNorDisturbAnErrorNumber) {
   support::inChild([] {
     alarm(patience);
     installChildHandler();
@@ -160,17 +130,7 @@ TEST_F(ChildHandler, NeitherWaitsForRoomInThePipeNorDisturbsAnErrorNumber) {
   });
 }
 
-TEST_F(ChildHandler, WorksAlsoWhereTheSignalWasBlocked) {
-  support::inChild([] {
-    block(SIGCHLD);
-    installChildHandler();
-    takeChildExits();
-    endWith(0);
-    EXPECT_EQ(takeChildExits(), 1U);
-  });
-}
-
-TEST_F(ChildHandler, BlocksNoOtherSignalAndRestartsNoCall) {
+TEST_F(SignalsOfChildren, BlockNoOtherSignalAndRestartNoCall) {
   support::inChild([] {
     installChildHandler();
     struct sigaction action {};
@@ -183,25 +143,19 @@ TEST_F(ChildHandler, BlocksNoOtherSignalAndRestartsNoCall) {
   });
 }
 
-TEST_F(ChildHandler, ThatCannotBeInstalledIsAnError) {
-  support::inChild([] {
-    if (!support::failSystemCall(SYS_rt_sigaction, {.index = 0, .value = SIGCHLD}, EINVAL)) {
-      GTEST_SKIP() << "no seccomp filters here";
-    }
+TEST_F(SignalsOfChildren, ThatCannotBeCaughtAreAnError) {
+  const support::ArgumentIs ofChildren{.index = 0, .value = SIGCHLD};
+  support::inChildWithFailing({.number = SYS_rt_sigaction, .error = EINVAL, .argument = ofChildren}, [] {
     EXPECT_EQ(support::contextThrownBy<ulx::InvalidArgument>([] { installChildHandler(); }),
               "sigaction(SIGCHLD)");
   });
 }
 
-TEST_F(ChildHandler, ItsPipeIsNotGivenToWorkers) {
-  const std::string pipe = "/proc/self/fd/" + std::to_string(childExitReadEnd().fd());
-  std::array<char, 64> name{};
-  ASSERT_GT(readlink(pipe.c_str(), name.data(), name.size() - 1), 0);
+TEST_F(SignalsOfChildren, HaveAPipeThatIsNotGivenToWorkers) {
+  const std::string pipe = targetOf(childExitReadEnd().fd());
   std::size_t ends = 0;
   for (const int fd : support::openDescriptors()) {
-    std::array<char, 64> other{};
-    (void)readlink(("/proc/self/fd/" + std::to_string(fd)).c_str(), other.data(), other.size() - 1);
-    if (name == other) {
+    if (targetOf(fd) == pipe) {
       EXPECT_TRUE(support::isCloseOnExec(fd));
       ++ends;
     }
@@ -209,60 +163,61 @@ TEST_F(ChildHandler, ItsPipeIsNotGivenToWorkers) {
   EXPECT_EQ(ends, 2U);
 }
 
-TEST_F(HangupHandler, RequestsAReloadOfThePolicy) {
-  support::inChild([] {
-    installHangupHandler();
-    EXPECT_EQ(policyReloadRequested, 0);
-    raise(SIGHUP);
-    EXPECT_EQ(policyReloadRequested, 1);
-  });
-}
-
-TEST_F(HangupHandler, StaysInstalled) {
-  support::inChild([] {
-    installHangupHandler();
-    raise(SIGHUP);
-    policyReloadRequested = 0;
-    raise(SIGHUP);
-    EXPECT_EQ(policyReloadRequested, 1);
-  });
-}
-
-TEST_F(HangupHandler, WorksAlsoWhereTheSignalWasBlocked) {
+TEST_F(SignalsOfHangups, RequestAReloadOfThePolicyEachTime) {
   support::inChild([] {
     block(SIGHUP);
     installHangupHandler();
-    raise(SIGHUP);
-    EXPECT_EQ(policyReloadRequested, 1);
-  });
-}
-
-TEST_F(HangupHandler, IsToldOfWithDebugging) {
-  settings.debugCtrl = true;
-  support::inChild([] {
-    const support::CapturedStandardError captured;
-    installHangupHandler();
-    EXPECT_EQ(captured.messages(), Lines{"[rx_ctrl] setup signal hansler"});
-  });
-}
-
-TEST_F(HangupHandler, IsNotToldOfWithoutDebugging) {
-  support::inChild([] {
-    const support::CapturedStandardError captured;
-    installHangupHandler();
-    EXPECT_EQ(captured.writes(), Lines{});
-  });
-}
-
-TEST_F(HangupHandler, ThatCannotBeInstalledIsNoErrorAndToldOfAsEver) {
-  settings.debugCtrl = true;
-  support::inChild([] {
-    if (!support::failSystemCall(SYS_rt_sigaction, {.index = 0, .value = SIGHUP}, EINVAL)) {
-      GTEST_SKIP() << "no seccomp filters here";
+    EXPECT_EQ(policyReloadRequested, 0);
+    for (int i = 0; i < 2; ++i) {
+      raise(SIGHUP);
+      EXPECT_EQ(policyReloadRequested, 1);
+      policyReloadRequested = 0;
     }
-    const support::CapturedStandardError captured;
-    EXPECT_NO_THROW(installHangupHandler());
-    EXPECT_EQ(captured.messages(), Lines{"[rx_ctrl] setup signal hansler"});
+  });
+}
+
+TEST_F(SignalsOfHangups, AreLoggedWithDebuggingThoughTheyCannotBeCaught) {
+  const Lines setUp = support::tagged({contract::debug::hangupHandler});
+  support::inChild([&setUp] {
+    EXPECT_EQ(support::logDuring([] { installHangupHandler(); }), Lines{});
+    EXPECT_EQ(support::debugLogDuring([] { installHangupHandler(); }), setUp);
+  });
+  const support::ArgumentIs ofHangups{.index = 0, .value = SIGHUP};
+  support::inChildWithFailing({.number = SYS_rt_sigaction, .error = EINVAL, .argument = ofHangups}, [&setUp] {
+    EXPECT_EQ(support::debugLogDuring([] { EXPECT_NO_THROW(installHangupHandler()); }), setUp);
+  });
+}
+
+TEST_F(SignalsTest, OfBrokenPipesOnceIgnoredCostOnlyTheWrite) {
+  support::inChild([] {
+    std::signal(SIGPIPE, SIG_DFL);
+    ignoreBrokenPipes();
+    support::PacketPipe pipe;
+    pipe.closeReadEnd();
+    EXPECT_EQ(write(pipe.writeEnd(), "x", 1), -1);
+    EXPECT_EQ(errno, EPIPE);
+  });
+}
+
+TEST_F(SignalsTest, OnceRestoredHaveNoHandlersAndAreNeitherIgnoredNorBlocked) {
+  support::inChild([] {
+    ignoreBrokenPipes();
+    installChildHandler();
+    std::signal(SIGTERM, SIG_IGN);
+    std::signal(SIGRTMAX, SIG_IGN);
+    block(SIGUSR1);
+    block(SIGRTMAX);
+    restoreDefaultSignals();
+    sigset_t blocked;
+    sigprocmask(SIG_SETMASK, nullptr, &blocked);
+    for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+      struct sigaction action {};
+      // The C library keeps a few signals to itself.
+      if (sigaction(signal, nullptr, &action) == 0) {
+        EXPECT_EQ(action.sa_handler, SIG_DFL) << "signal " << signal;
+        EXPECT_EQ(sigismember(&blocked, signal), 0) << "signal " << signal;
+      }
+    }
   });
 }
 

@@ -2,77 +2,55 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "support/named_case.h"
+
 namespace {
 
 using ByPid = std::map<pid_t, std::string>;
 using ByPath = std::map<std::string, pid_t>;
 
-TEST(WorkerTable, IsEmptyAtFirst) {
-  const WorkerTable workers;
-  EXPECT_TRUE(workers.byPid.empty());
-  EXPECT_TRUE(workers.byPath.empty());
-}
+struct TableCase : support::NamedCase {
+  std::vector<std::pair<pid_t, std::string>> added;
+  std::vector<pid_t> removed;
+  ByPid byPid;
+  ByPath byPath;
+};
 
-TEST(WorkerTable, FindsAWorkerByItsProcessAndByItsDevice) {
-  WorkerTable workers;
-  workers.add(20, "/sys/devices/b");
-  workers.add(10, "/sys/devices/c");
-  EXPECT_EQ(workers.byPid, (ByPid{{10, "/sys/devices/c"}, {20, "/sys/devices/b"}}));
-  EXPECT_EQ(workers.byPath, (ByPath{{"/sys/devices/b", 20}, {"/sys/devices/c", 10}}));
-}
+class WorkerTableOf : public testing::TestWithParam<TableCase> {};
 
-TEST(WorkerTable, WalksWorkersFromTheLowestProcessIdToTheHighest) {
+INSTANTIATE_TEST_SUITE_P(
+    A, WorkerTableOf,
+    testing::Values(
+        TableCase{{"NoWorkers"}, {}, {}, {}, {}},
+        TableCase{{"TwoWorkers"}, {{20, "b"}, {10, "c"}}, {}, {{10, "c"}, {20, "b"}}, {{"b", 20}, {"c", 10}}},
+        // The path is the later worker's; the earlier one is still to be reaped.
+        TableCase{{"TwoWorkersOfADevice"}, {{10, "a"}, {11, "a"}}, {}, {{10, "a"}, {11, "a"}}, {{"a", 11}}},
+        TableCase{{"WorkerRemoved"}, {{10, "a"}, {11, "b"}}, {10}, {{11, "b"}}, {{"b", 11}}},
+        TableCase{{"EarlierWorkerOfADeviceRemoved"}, {{10, "a"}, {11, "a"}}, {10}, {{11, "a"}}, {{"a", 11}}},
+        TableCase{{"UnknownWorkerRemoved"}, {{10, "a"}}, {12}, {{10, "a"}}, {{"a", 10}}}));
+
+TEST_P(WorkerTableOf, HoldsThemInBothDirections) {
   WorkerTable workers;
-  for (const pid_t pid : {300, 4, 20, 1000}) {
-    workers.add(pid, "/sys/devices/" + std::to_string(pid));
+  for (const auto& [pid, path] : GetParam().added) {
+    workers.add(pid, path);
   }
-  std::vector<pid_t> walked;
-  for (const auto& [pid, devpath] : workers.byPid) {
-    walked.push_back(pid);
+  for (const pid_t pid : GetParam().removed) {
+    workers.remove(pid);
   }
-  EXPECT_EQ(walked, (std::vector<pid_t>{4, 20, 300, 1000}));
+  EXPECT_EQ(workers.byPid, GetParam().byPid);
+  EXPECT_EQ(workers.byPath, GetParam().byPath);
 }
 
-TEST(WorkerTable, ALaterWorkerOfADeviceTakesOverThePathWhileTheEarlierIsStillToBeReaped) {
+TEST(WorkerTableTest, KnowsTheNewDeviceOfAProcessIdUsedAgain) {
   WorkerTable workers;
-  workers.add(10, "/sys/devices/a");
-  workers.add(11, "/sys/devices/a");
-  EXPECT_EQ(workers.byPath, (ByPath{{"/sys/devices/a", 11}}));
-  EXPECT_EQ(workers.byPid, (ByPid{{10, "/sys/devices/a"}, {11, "/sys/devices/a"}}));
-}
-
-TEST(WorkerTable, AProcessIdUsedAgainHasItsNewDevice) {
-  WorkerTable workers;
-  workers.add(10, "/sys/devices/a");
-  workers.add(10, "/sys/devices/b");
-  EXPECT_EQ(workers.byPid, (ByPid{{10, "/sys/devices/b"}}));
-  EXPECT_EQ(workers.byPath.at("/sys/devices/b"), 10);
-}
-
-TEST(WorkerTable, ForgetsAnEndedWorkerInBothDirections) {
-  WorkerTable workers;
-  workers.add(10, "/sys/devices/a");
-  workers.add(11, "/sys/devices/b");
-  workers.remove(10);
-  EXPECT_EQ(workers.byPid, (ByPid{{11, "/sys/devices/b"}}));
-  EXPECT_EQ(workers.byPath, (ByPath{{"/sys/devices/b", 11}}));
-}
-
-TEST(WorkerTable, ThePathOfAnEndedWorkerStaysWithTheWorkerThatTookItOver) {
-  WorkerTable workers;
-  workers.add(10, "/sys/devices/a");
-  workers.add(11, "/sys/devices/a");
-  workers.remove(10);
-  EXPECT_EQ(workers.byPid, (ByPid{{11, "/sys/devices/a"}}));
-  EXPECT_EQ(workers.byPath, (ByPath{{"/sys/devices/a", 11}}));
-}
-
-TEST(WorkerTable, KnowsNothingOfOtherProcesses) {
-  WorkerTable workers;
-  workers.add(10, "/sys/devices/a");
-  workers.remove(12);
-  EXPECT_EQ(workers.byPid, (ByPid{{10, "/sys/devices/a"}}));
-  EXPECT_EQ(workers.byPath, (ByPath{{"/sys/devices/a", 10}}));
+  workers.add(10, "a");
+  workers.add(10, "b");
+  EXPECT_EQ(workers.byPid, (ByPid{{10, "b"}}));
+  EXPECT_EQ(workers.byPath.at("b"), 10);
 }
 
 }  // namespace

@@ -10,12 +10,12 @@
 #include <string>
 #include <vector>
 
+#include "ctrl/device_classes.h"
 #include "sim/contract.h"
 #include "sim/files.h"
 #include "sim/sysfs.h"
 #include "support/launch_world.h"
 #include "support/thrown.h"
-#include "ulx/file_descriptor.h"
 
 namespace {
 
@@ -87,8 +87,8 @@ Lines offersOf(const std::string& directory) {
   return tagged(offers);
 }
 
-Lines from(const std::string& line, const Lines& lines) {
-  return {std::find(lines.begin(), lines.end(), line), lines.end()};
+Lines from(const std::string& line, const Lines& log) {
+  return {std::find(log.begin(), log.end(), line), log.end()};
 }
 
 const std::string keyboardsBegin = tagged({debug::coldpluggingKeyboards}).front();
@@ -116,37 +116,26 @@ TEST_F(Coldplug, PassesKeyboardsAndThenDisksBehindAllUsbDevicesAsTheMaskSays) {
   }
 }
 
-TEST_F(Coldplug, StartsTheWorkerOfEachKindAndLogsNothingWithoutDebugging) {
+TEST_F(Coldplug, StartsTheWorkerOfEachKind) {
   const std::string generic = sysfs_.add(sim::UsbDevice{});
   const std::string keyboard = plugKeyboard();
   const std::string disk = plugDisk();
-  EXPECT_EQ(support::logDuring([this] { run(allClasses); }), Lines{});
+  EXPECT_EQ(from(keyboardsBegin, logOf(allClasses)),
+            tagged({debug::coldpluggingKeyboards, debug::event("add", "/class/usb/hiddev0"),
+                    debug::subsystem("usb"), debug::hid, debug::startingKeyboard(keyboard, "180:0"),
+                    debug::coldpluggingStorage, debug::event("add", "/class/scsi_generic/sg0"),
+                    debug::subsystem("scsi_generic"), debug::scsiGeneric, debug::startingScsi(disk)}));
   EXPECT_EQ(devicesWithWorkers(), (Names{generic, keyboard, disk}));
   for (const char* program : {"usb_rx_generic", "usb_rx_keyboard", "usb_rx_scsi"}) {
     EXPECT_EQ(nextStart().arguments.front(), program);
   }
 }
 
-TEST_F(Coldplug, LeavesEveryDeviceToTheGenericWorkerWhereNoClassIsServed) {
-  sysfs_.add(sim::UsbDevice{});
-  plugKeyboard();
-  plugDisk();
-  run(0);
-  EXPECT_EQ(devicesWithWorkers().size(), 3U);
-  for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(nextStart().arguments.front(), "usb_rx_generic");
-  }
-}
-
-TEST_F(Coldplug, OfNoDevicesLogsNothing) {
-  EXPECT_EQ(logOf(allClasses), Lines{});
-}
-
-TEST_F(Coldplug, OfNoNodesLogsThatItBegins) {
+TEST_F(Coldplug, OfNothingLogsNothingButThatAPassBegins) {
+  EXPECT_EQ(logOf(allClasses), Lines{}) << "without the directories of nodes";
   sysfs_.makeDirectory(hidNodes);
   sysfs_.makeDirectory(scsiNodes);
-  EXPECT_EQ(logOf(keyboardClass), Lines{keyboardsBegin});
-  EXPECT_EQ(logOf(storageClass), Lines{storageBegins});
+  EXPECT_EQ(logOf(allClasses), (Lines{keyboardsBegin, storageBegins}));
 }
 
 TEST_F(Coldplug, TakesEntriesAsTheyCome) {
@@ -155,36 +144,30 @@ TEST_F(Coldplug, TakesEntriesAsTheyCome) {
   }
   const Lines offers = offersOf(usbDevices);
   ASSERT_FALSE(std::is_sorted(offers.begin(), offers.end()));
-  EXPECT_EQ(passesOf(0), offers);
+  EXPECT_EQ(passesOf(noClasses), offers);
 }
 
 TEST_F(Coldplug, OffersInterfacesAndHubsWhichTheHandlerKnows) {
   const std::string hub = sysfs_.add(
       sim::UsbDevice{.name = "usb1", .parent = "/sys/devices/platform/usb-host.0", .deviceClass = "09"});
-  EXPECT_EQ(logOf(0),
+  EXPECT_EQ(logOf(noClasses),
             tagged({debug::event("add", "/bus/usb/devices/usb1"), debug::subsystem("usb"), debug::hub}));
   sysfs_.removeDevice(hub);
   plugDisk();
   std::filesystem::remove(usbDevices + "/1-3");
-  EXPECT_EQ(logOf(0), tagged({debug::event("add", "/bus/usb/devices/1-3:1.0"), debug::subsystem("usb")}));
+  EXPECT_EQ(logOf(noClasses),
+            tagged({debug::event("add", "/bus/usb/devices/1-3:1.0"), debug::subsystem("usb")}));
   EXPECT_TRUE(ctrl_->workers.byPid.empty());
 }
 
 TEST_F(Coldplug, ResolvesTheLinkOfADeviceAndStartsNoSecondWorkerOfIt) {
   const std::string device = sysfs_.add(sim::UsbDevice{});
-  EXPECT_EQ(logOf(0), tagged({debug::event("add", "/bus/usb/devices/1-1"), debug::subsystem("usb"),
-                              debug::noIsochronousFound, debug::generic, debug::startingGeneric(device)}));
+  EXPECT_EQ(logOf(noClasses),
+            tagged({debug::event("add", "/bus/usb/devices/1-1"), debug::subsystem("usb"),
+                    debug::noIsochronousFound, debug::generic, debug::startingGeneric(device)}));
   EXPECT_EQ(devicesWithWorkers(), Names{device});
-  EXPECT_EQ(logOf(0), tagged({debug::event("add", "/bus/usb/devices/1-1"), debug::alreadyHandled}));
+  EXPECT_EQ(logOf(noClasses), tagged({debug::event("add", "/bus/usb/devices/1-1"), debug::alreadyHandled}));
   EXPECT_EQ(ctrl_->workers.byPid.size(), 1U);
-}
-
-TEST_F(Coldplug, StartsTheKeyboardWorkerOfANode) {
-  const std::string node = plugKeyboard();
-  EXPECT_EQ(from(keyboardsBegin, logOf(keyboardClass)),
-            tagged({debug::coldpluggingKeyboards, debug::event("add", "/class/usb/hiddev0"),
-                    debug::subsystem("usb"), debug::hid, debug::startingKeyboard(node, "180:0")}));
-  EXPECT_EQ(devicesWithWorkers(), Names{node});
 }
 
 TEST_F(Coldplug, OffersEveryKeyboardNode) {
@@ -195,19 +178,14 @@ TEST_F(Coldplug, OffersEveryKeyboardNode) {
   EXPECT_EQ(devicesWithWorkers(), (Names{first, second, third}));
 }
 
-TEST_F(Coldplug, OffersNoHiddevNodeWithoutTheBootInterface) {
-  for (const char* subclass : {"00", "02", "10", "11", ""}) {
-    sysfs_.removeDevice(sysfs_.add(sim::UsbDevice{.name = "1-2"}));
-    plugKeyboard("1-2", "hiddev0", subclass);
-    EXPECT_EQ(passesOf(keyboardClass), offersOf(usbDevices) + Lines{keyboardsBegin}) << subclass;
-    EXPECT_TRUE(ctrl_->workers.byPid.empty());
+TEST_F(Coldplug, OffersNoHiddevNodeWithoutTheBootInterfaceWhichIsAHexadecimalNumber) {
+  for (const std::string subclass : {"00", "02", "10", "11", "", "0x1"}) {
+    const bool isBoot = subclass == "0x1";
+    const std::string node = plugKeyboard("1-2", "hiddev0", subclass);
+    EXPECT_EQ(passesOf(keyboardClass),
+              offersOf(usbDevices) + Lines{keyboardsBegin} + (isBoot ? offersOf(hidNodes) : Lines{}));
+    EXPECT_EQ(devicesWithWorkers(), isBoot ? Names{node} : Names{}) << subclass;
   }
-}
-
-TEST_F(Coldplug, TakesTheBootInterfaceForAHexadecimalNumber) {
-  const std::string node = plugKeyboard("1-2", "hiddev0", "0x1");
-  EXPECT_EQ(passesOf(keyboardClass).back(), tagged({debug::event("add", "/class/usb/hiddev0")}).front());
-  EXPECT_EQ(devicesWithWorkers(), Names{node});
 }
 
 TEST_F(Coldplug, OffersNoNodeOfAMouseWhateverItsSubclass) {
@@ -229,31 +207,12 @@ TEST_F(Coldplug, OffersNoNodeOfAnotherName) {
   EXPECT_EQ(passesOf(keyboardClass), offersOf(usbDevices) + Lines{keyboardsBegin});
 }
 
-TEST_F(Coldplug, StartsTheScsiWorkerOfANode) {
-  const std::string node = plugDisk();
-  EXPECT_EQ(from(storageBegins, logOf(storageClass)),
-            tagged({debug::coldpluggingStorage, debug::event("add", "/class/scsi_generic/sg0"),
-                    debug::subsystem("scsi_generic"), debug::scsiGeneric, debug::startingScsi(node)}));
-  EXPECT_EQ(devicesWithWorkers(), Names{node});
-}
-
 TEST_F(Coldplug, OffersEveryScsiNodeWhateverItIsOf) {
   sysfs_.makeDirectory(scsiNodes + "/of_no_device");
   const std::string mouse = sysfs_.add(sim::UsbDevice{});
   sysfs_.add(sim::ScsiGenericNode{.usbDevice = mouse, .name = "sg7"});
   EXPECT_EQ(passesOf(storageClass), offersOf(usbDevices) + Lines{storageBegins} + offersOf(scsiNodes));
   EXPECT_EQ(ctrl_->workers.byPath.size(), 2U);
-}
-
-TEST_F(Coldplug, GoesOnBehindADeviceThatCannotBeHandled) {
-  const std::string first = sysfs_.add(sim::UsbDevice{.name = "1-1"});
-  sysfs_.makeLink(usbDevices + "/1-5", "../../../devices/none");
-  sysfs_.add(sim::UsbDevice{.name = "1-6", .descriptors = "short"});
-  const std::string last = sysfs_.add(sim::UsbDevice{.name = "1-7"});
-  const Lines log = logOf(0);
-  EXPECT_EQ(std::count(log.begin(), log.end(), tagged({debug::eventIgnored}).front()), 1);
-  EXPECT_TRUE(devicesWithWorkers().contains(first));
-  EXPECT_TRUE(devicesWithWorkers().contains(last));
 }
 
 TEST_F(Coldplug, GoesOnBehindANodeThatCannotBeServed) {
@@ -265,18 +224,6 @@ TEST_F(Coldplug, GoesOnBehindANodeThatCannotBeServed) {
   EXPECT_EQ(devicesWithWorkers(), Names{disk});
 }
 
-TEST_F(Coldplug, EndsWithoutTheDirectoryOfUsbDevices) {
-  plugKeyboard();
-  plugDisk();
-  std::filesystem::remove_all(usbDevices);
-  EXPECT_EQ(support::debugLogDuring([this] {
-              EXPECT_EQ(support::contextThrownBy<ulx::NoSuchFileOrDirectory>([this] { run(allClasses); }),
-                        "opendir(/sys/bus/usb/devices)");
-            }),
-            Lines{});
-  EXPECT_TRUE(ctrl_->workers.byPid.empty());
-}
-
 TEST_F(Coldplug, EndsWhereAClassIsAFileOrCannotBeLookedFor) {
   sysfs_.makeLink(hidNodes, "usb");
   sim::writeFile(scsiNodes, "");
@@ -285,34 +232,6 @@ TEST_F(Coldplug, EndsWhereAClassIsAFileOrCannotBeLookedFor) {
   std::filesystem::remove(hidNodes);
   sim::writeFile(hidNodes, "");
   EXPECT_EQ(support::contextThrownBy([this] { run(keyboardClass); }), "opendir(/sys/class/usb)");
-}
-
-TEST_F(Coldplug, EndsAtAKeyboardsNodeThatCannotBeJudgedBeforeItGetsToDisks) {
-  const std::string keyboard = "/sys/devices/platform/usb-host.0/usb1/1-2";
-  const std::string node = "/sys/class/usb/hiddev0/device";
-  std::string otherDescriptors = sim::keyboardDescriptors();
-  otherDescriptors[1] = 2;
-  plugKeyboard();
-  plugDisk();
-  const auto coldplugging = [this] { run(allClasses); };
-  const Lines log = support::debugLogDuring([&] {
-    sysfs_.removeAttribute(keyboard + "/1-2:1.0", "bInterfaceSubClass");
-    EXPECT_EQ(support::contextThrownBy<ulx::NoSuchFileOrDirectory>(coldplugging),
-              "open(\"" + node + "/bInterfaceSubClass\")");
-    sysfs_.removeAttribute(keyboard, "descriptors");
-    EXPECT_EQ(support::contextThrownBy<ulx::NoSuchFileOrDirectory>(coldplugging),
-              "open(\"" + node + "/../descriptors\")");
-    for (const std::size_t length : {0U, 17U}) {
-      sysfs_.writeAttribute(keyboard, "descriptors", sim::keyboardDescriptors().substr(0, length));
-      EXPECT_THROW(coldplugging(), ulx::FileDescriptor::EndOfFile);
-    }
-    sysfs_.writeAttribute(keyboard, "descriptors", otherDescriptors);
-    EXPECT_EQ(support::bareTextThrownBy(coldplugging), contract::error::notADevice);
-  });
-  EXPECT_EQ(std::count(log.begin(), log.end(), keyboardsBegin), 5);
-  EXPECT_EQ(log.back(), keyboardsBegin);
-  EXPECT_EQ(std::count(log.begin(), log.end(), storageBegins), 0);
-  EXPECT_TRUE(ctrl_->workers.byPid.empty());
 }
 
 }  // namespace

@@ -8,54 +8,38 @@
 #include <string>
 #include <utility>
 
+#include "sim/contract.h"
 #include "support/child.h"
 #include "support/descriptors.h"
 #include "support/device_directory.h"
-#include "support/failing_call.h"
 #include "support/thrown.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-class SysfsAttributes : public testing::Test, protected support::DeviceDirectory {};
+class Sysfs : public testing::Test, protected support::DeviceDirectory {};
 
-using SysfsTexts = SysfsAttributes;
-using SysfsNumbers = SysfsAttributes;
-using SysfsFallbacks = SysfsAttributes;
-using SysfsDevices = SysfsAttributes;
+using SysfsTexts = Sysfs;
+using SysfsNumbers = Sysfs;
+using SysfsFallbacks = Sysfs;
+using SysfsDevices = Sysfs;
 
-TEST_F(SysfsTexts, LoseOneNewlineAtTheirEnd) {
-  write("a", "09\n");
-  EXPECT_EQ(readAttribute(path(), "a"), "09");
-  write("a", "a\n\n");
-  EXPECT_EQ(readAttribute(path(), "a"), "a\n");
-  write("a", "\n");
-  EXPECT_EQ(readAttribute(path(), "a"), "");
-}
-
-TEST_F(SysfsTexts, AreTakenAsTheyAreOtherwise) {
-  for (const std::string text : {"", "09", " a \t", " a ", "a\r", "\na", "a\nb"}) {
+TEST_F(SysfsTexts, LoseOneNewlineAtTheirEndAndNothingElse) {
+  const std::string anyBytes("a\0b\xff\x80", 5);
+  for (const std::string& text :
+       {std::string(), std::string("09"), std::string(" a \t"), std::string(" a "), std::string("a\r"),
+        std::string("\na"), std::string("a\nb"), anyBytes, std::string(100'000, 'x')}) {
     write("a", text);
     EXPECT_EQ(readAttribute(path(), "a"), text);
     write("a", text + "\n");
     EXPECT_EQ(readAttribute(path(), "a"), text);
+    write("a", text + "\n\n");
+    EXPECT_EQ(readAttribute(path(), "a"), text + "\n");
   }
 }
 
-TEST_F(SysfsTexts, MayHoldAnyByte) {
-  const std::string text("a\0b\xff\x80", 5);
-  write("a", text + "\n");
-  EXPECT_EQ(readAttribute(path(), "a"), text);
-}
-
-TEST_F(SysfsTexts, AreReadWholeHoweverLong) {
-  const std::string text(100'000, 'x');
-  write("a", text + "\n");
-  EXPECT_EQ(readAttribute(path(), "a"), text);
-}
-
-TEST(SysfsFiles, AreReadWhateverSizeTheyClaim) {
+TEST_F(SysfsTexts, AreReadFromFilesWhateverSizeTheyClaim) {
   ASSERT_EQ(fs::file_size("/proc/sys/kernel/ostype"), 0U);
   EXPECT_EQ(readAttribute("/proc/sys/kernel", "ostype"), "Linux");
 }
@@ -67,9 +51,14 @@ TEST_F(SysfsTexts, AreJoinedToTheirDirectoryAsTheyAre) {
 }
 
 TEST_F(SysfsTexts, ThrowWhatFailsWhenTheFileIsReached) {
+  const std::string opening = "open(\"" + path() + "/a\")";
   EXPECT_EQ(
       support::contextThrownBy<ulx::NoSuchFileOrDirectory>([this] { (void)readAttribute(path(), "a"); }),
-      "open(\"" + path() + "/a\")");
+      opening);
+  EXPECT_EQ(
+      support::contextThrownBy<ulx::NoSuchFileOrDirectory>([this] { (void)readHexAttribute(path(), "a"); }),
+      opening);
+  EXPECT_EQ(support::contextThrownBy([this] { (void)readBinaryAttribute(path(), "a"); }), opening);
   fs::create_directory(path() + "/d");
   EXPECT_EQ(support::contextThrownBy([this] { (void)readAttribute(path(), "d"); }),
             "read(\"" + path() + "/d\")");
@@ -86,46 +75,16 @@ TEST_F(SysfsTexts, KeepTheirNewlineWhenTheyAreBinary) {
   const std::string content("\x12\x01\0\n", 4);
   write("descriptors", content);
   EXPECT_EQ(readBinaryAttribute(path(), "descriptors"), content);
-  EXPECT_EQ(support::contextThrownBy([this] { (void)readBinaryAttribute(path(), "a"); }),
-            "open(\"" + path() + "/a\")");
 }
 
-TEST_F(SysfsNumbers, AreHexadecimal) {
-  write("a", "09\n");
-  EXPECT_EQ(readHexAttribute(path(), "a"), 9U);
-  write("a", "ff");
-  EXPECT_EQ(readHexAttribute(path(), "a"), 255U);
-  write("a", "EF\n");
-  EXPECT_EQ(readHexAttribute(path(), "a"), 0xEFU);
-  write("a", "10\n");
-  EXPECT_EQ(readHexAttribute(path(), "a"), 16U);
-}
-
-TEST_F(SysfsNumbers, MayHaveBlanksAndAPrefixBeforeThem) {
-  write("a", "0x1F\n");
-  EXPECT_EQ(readHexAttribute(path(), "a"), 31U);
-  write("a", " \t0X1f\n");
-  EXPECT_EQ(readHexAttribute(path(), "a"), 31U);
-}
-
-TEST_F(SysfsNumbers, EndAtTheFirstOtherCharacter) {
-  write("a", "9 8\n");
-  EXPECT_EQ(readHexAttribute(path(), "a"), 9U);
-  write("a", "1g\n");
-  EXPECT_EQ(readHexAttribute(path(), "a"), 1U);
-}
-
-TEST_F(SysfsNumbers, AreZeroWhereThereIsNone) {
-  for (const char* text : {"", "\n", "xyz", "-", "g1"}) {
+TEST_F(SysfsNumbers, AreHexadecimalAndZeroWhereThereIsNone) {
+  const std::pair<const char*, unsigned long> texts[] = {
+      {"09\n", 9}, {"ff", 255}, {"EF\n", 239}, {"10\n", 16}, {"0x1F\n", 31}, {" \t0X1f\n", 31}, {"9 8\n", 9},
+      {"1g\n", 1}, {"", 0},     {"\n", 0},     {"xyz", 0},   {"-", 0},       {"g1", 0}};
+  for (const auto& [text, number] : texts) {
     write("a", text);
-    EXPECT_EQ(readHexAttribute(path(), "a"), 0U) << text;
+    EXPECT_EQ(readHexAttribute(path(), "a"), number) << text;
   }
-}
-
-TEST_F(SysfsNumbers, ThrowWhatFailsWhenTheFileIsReached) {
-  EXPECT_EQ(
-      support::contextThrownBy<ulx::NoSuchFileOrDirectory>([this] { (void)readHexAttribute(path(), "a"); }),
-      "open(\"" + path() + "/a\")");
 }
 
 TEST_F(SysfsFallbacks, AreNotTakenWhereTheFileIsThere) {
@@ -145,16 +104,16 @@ TEST_F(SysfsFallbacks, AreTakenWhereNoFileIs) {
 }
 
 TEST_F(SysfsFallbacks, AreNotTakenForAFileThatCannotBeRead) {
+  write("product", "Stick\n");
+  fs::permissions(path() + "/product", fs::perms::none);
   support::inChild([this] {
-    write("product", "Stick\n");
-    fs::permissions(path() + "/product", fs::perms::none);
     support::dropPrivileges();
     EXPECT_EQ(support::contextThrownBy([this] { (void)readAttributeOr(path(), "product", "fallback"); }),
               "open(\"" + path() + "/product\")");
   });
 }
 
-TEST_F(SysfsFallbacks, AreNotTakenWhereItCannotBeToldWhetherTheFileIsThere) {
+TEST_F(SysfsFallbacks, AreNotTakenWhereItCannotBeKnownWhetherTheFileIsThere) {
   fs::create_symlink("loop", path() + "/loop");
   EXPECT_EQ(support::contextThrownBy([this] { (void)readAttributeOr(path(), "loop", "fallback"); }),
             "stat(" + path() + "/loop)");
@@ -162,23 +121,16 @@ TEST_F(SysfsFallbacks, AreNotTakenWhereItCannotBeToldWhetherTheFileIsThere) {
 
 // Between the look at the file and its opening, or between its opening and its reading.
 TEST_F(SysfsFallbacks, AreTakenForADeviceThatGoesMeanwhile) {
-  for (const auto& [call, error] : {std::pair<long, int>{SYS_openat, ENOENT}, {SYS_read, ENODEV}}) {
-    support::inChild([this, call = call, error = error] {
-      write("product", "Stick\n");
-      if (!support::failSystemCall(call, error)) {
-        GTEST_SKIP() << "no seccomp filters here";
-      }
-      EXPECT_EQ(readAttributeOr(path(), "product", "fallback"), "fallback");
-    });
+  write("product", "Stick\n");
+  for (const support::FailingCall& call : {support::FailingCall{SYS_openat, ENOENT}, {SYS_read, ENODEV}}) {
+    support::inChildWithFailing(
+        call, [this] { EXPECT_EQ(readAttributeOr(path(), "product", "fallback"), "fallback"); });
   }
 }
 
 TEST_F(SysfsFallbacks, AreNotTakenForAnyOtherError) {
-  support::inChild([this] {
-    write("product", "Stick\n");
-    if (!support::failSystemCall(SYS_read, EIO)) {
-      GTEST_SKIP() << "no seccomp filters here";
-    }
+  write("product", "Stick\n");
+  support::inChildWithFailing({.number = SYS_read, .error = EIO}, [this] {
     EXPECT_EQ(support::contextThrownBy<ulx::IOError>(
                   [this] { (void)readAttributeOr(path(), "product", "fallback"); }),
               "read(\"" + path() + "/product\")");
@@ -186,17 +138,16 @@ TEST_F(SysfsFallbacks, AreNotTakenForAnyOtherError) {
 }
 
 TEST_F(SysfsDevices, AreNamedByTheirProductText) {
+  EXPECT_EQ(readDeviceName(path()), contract::display::unnamedDevice);
   write("product", "USB Stick \n");
   EXPECT_EQ(readDeviceName(path()), "USB Stick ");
   write("product", "\n");
   EXPECT_EQ(readDeviceName(path()), "");
 }
 
-TEST_F(SysfsDevices, AreUnNamedWithoutAProductText) {
-  EXPECT_EQ(readDeviceName(path()), "un-named device");
-}
-
 TEST_F(SysfsDevices, AreOfHighSpeedAtExactly480) {
+  EXPECT_EQ(support::contextThrownBy<ulx::NoSuchFileOrDirectory>([this] { (void)isHighSpeedDevice(path()); }),
+            "open(\"" + path() + "/speed\")");
   write("speed", "480\n");
   EXPECT_TRUE(isHighSpeedDevice(path()));
   for (const char* other : {"12\n", "1.5\n", "5000\n", "4800\n", "48\n", "480 \n", " 480\n", "480\n\n", ""}) {
@@ -205,19 +156,11 @@ TEST_F(SysfsDevices, AreOfHighSpeedAtExactly480) {
   }
 }
 
-TEST_F(SysfsDevices, WithoutASpeedThrow) {
-  EXPECT_EQ(support::contextThrownBy<ulx::NoSuchFileOrDirectory>([this] { (void)isHighSpeedDevice(path()); }),
-            "open(\"" + path() + "/speed\")");
-}
-
-TEST(HiddevPath, IsOneWhoseLastComponentBeginsSo) {
+TEST(SysfsPath, IsAHiddevNodesWhereItsLastComponentBeginsSo) {
   for (const char* path :
        {"/sys/devices/a/usb/hiddev0", "/a/hiddev12", "/a/hiddev", "hiddev0", "hiddevice"}) {
     EXPECT_TRUE(isHiddevPath(path)) << path;
   }
-}
-
-TEST(HiddevPath, IsNoOther) {
   for (const char* path : {"", "/", "hid", "/a/hid", "/a/usbhid", "/a/hidde", "/a/Hiddev0", "/hiddev0/a",
                            "/hiddev0/", "/a/xhiddev0"}) {
     EXPECT_FALSE(isHiddevPath(path)) << path;

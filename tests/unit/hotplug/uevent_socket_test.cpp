@@ -12,21 +12,20 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
+#include "sim/contract.h"
 #include "sim/descriptor.h"
 #include "sim/uevent_sender.h"
 #include "support/child.h"
 #include "support/descriptors.h"
-#include "support/failing_call.h"
 #include "support/output.h"
-#include "support/restored_settings.h"
+#include "support/private_world.h"
 #include "support/thrown.h"
 
 namespace {
 
 using namespace std::string_literals;
-using Lines = std::vector<std::string>;
+using support::Lines;
 
 constexpr int kobjectUevent = 15;
 
@@ -46,17 +45,6 @@ sockaddr_nl addressOf(int fd) {
 
 std::string failedReceive(int fd) {
   return "recvfrom(fd" + std::to_string(fd) + ")";
-}
-
-// Multicasts to the groups of `groups`, in a private world.
-void multicast(std::uint32_t groups, const std::string& datagram) {
-  const sim::Descriptor sender(socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, kobjectUevent));
-  sockaddr_nl to{};
-  to.nl_family = AF_NETLINK;
-  to.nl_groups = groups;
-  EXPECT_NE(sendto(sender.get(), datagram.data(), datagram.size(), 0, reinterpret_cast<const sockaddr*>(&to),
-                   sizeof to),
-            -1);
 }
 
 // Takes the netlink socket's place: a datagram socket that can be sent what no netlink socket is.
@@ -84,6 +72,8 @@ class LocalDatagrams {
   sim::Descriptor sender_;
 };
 
+using UeventSocketInAWorld = support::PrivateWorld;
+
 TEST(UeventSocket, HearsEveryGroupOfTheKernelsUevents) {
   const NetlinkClientSocket socket;
   EXPECT_EQ(optionOf(socket.fd(), SO_DOMAIN), PF_NETLINK);
@@ -91,16 +81,6 @@ TEST(UeventSocket, HearsEveryGroupOfTheKernelsUevents) {
   EXPECT_EQ(optionOf(socket.fd(), SO_PROTOCOL), kobjectUevent);
   EXPECT_EQ(addressOf(socket.fd()).nl_groups, 0xFFFFFFFFU);
   EXPECT_NE(addressOf(socket.fd()).nl_pid, 0U) << "an address that the kernel has chosen";
-}
-
-TEST(UeventSocket, ReceivesFromTheFirstAndTheLastGroup) {
-  support::inPrivateWorld([] {
-    const NetlinkClientSocket socket;
-    for (const std::uint32_t group : {1U, 2U, 0x80000000U}) {
-      multicast(group, "group");
-      EXPECT_EQ(socket.recvfrom(), "group") << group;
-    }
-  });
 }
 
 TEST(UeventSocket, BlocksAndIsNotGivenToWorkers) {
@@ -140,37 +120,22 @@ TEST(UeventSocket, HasTheLargestReceiveBufferThatTheSystemAllowsWithoutPrivilege
   });
 }
 
-TEST(UeventSocket, ReceivesADatagramWholeWithItsNulBytes) {
-  support::inPrivateWorld([] {
-    const NetlinkClientSocket socket;
-    const std::string datagram = "add@/devices/x\0ACTION=add\0"s;
-    sim::UeventSender().send(datagram);
-    EXPECT_EQ(socket.recvfrom(), datagram);
-  });
+TEST_F(UeventSocketInAWorld, ReceivesADatagramWholeWithItsNulBytes) {
+  const NetlinkClientSocket socket;
+  const std::string datagram = "add@/devices/x\0ACTION=add\0"s;
+  sim::UeventSender().send(datagram);
+  EXPECT_EQ(socket.recvfrom(), datagram);
 }
 
-TEST(UeventSocket, ReceivesADatagramOf64KiB) {
-  support::inPrivateWorld([] {
-    const NetlinkClientSocket socket;
-    std::string datagram(65536, 'x');
-    datagram[1] = '\0';
-    datagram.back() = 'y';
-    sim::UeventSender().send(datagram);
-    EXPECT_EQ(socket.recvfrom(), datagram);
-  });
-}
-
-TEST(UeventSocket, ReceivesDatagramsOneByOneInTheirOrder) {
-  support::inPrivateWorld([] {
-    const NetlinkClientSocket socket;
-    const sim::UeventSender kernel;
-    kernel.send("one");
-    kernel.send("twenty");
-    kernel.send("3");
-    EXPECT_EQ(socket.recvfrom(), "one");
-    EXPECT_EQ(socket.recvfrom(), "twenty");
-    EXPECT_EQ(socket.recvfrom(), "3");
-  });
+TEST_F(UeventSocketInAWorld, ReceivesDatagramsOneByOneInTheirOrder) {
+  const NetlinkClientSocket socket;
+  const sim::UeventSender kernel;
+  kernel.send("one");
+  kernel.send("twenty");
+  kernel.send("3");
+  EXPECT_EQ(socket.recvfrom(), "one");
+  EXPECT_EQ(socket.recvfrom(), "twenty");
+  EXPECT_EQ(socket.recvfrom(), "3");
 }
 
 TEST(UeventSocket, ReceivesAnEmptyDatagram) {
@@ -182,69 +147,57 @@ TEST(UeventSocket, ReceivesAnEmptyDatagram) {
   EXPECT_EQ(socket.recvfrom(), "next");
 }
 
-TEST(UeventSocket, SplitsOneDatagramIntoItsEnvironment) {
-  support::inPrivateWorld([] {
-    const NetlinkClientSocket socket;
-    const sim::UeventSender kernel;
-    kernel.send("add@/devices/x\0ACTION=add\0DEVPATH=/devices/x\0"s);
-    kernel.send("remove@/devices/x\0ACTION=remove"s);
-    EXPECT_EQ(socket.readUEvent(), (UEvent{{"ACTION", "add"}, {"DEVPATH", "/devices/x"}}));
-    EXPECT_EQ(socket.readUEvent(), (UEvent{{"ACTION", "remove"}}));
-  });
+TEST_F(UeventSocketInAWorld, SplitsOneDatagramIntoItsEnvironment) {
+  const NetlinkClientSocket socket;
+  const sim::UeventSender kernel;
+  kernel.send("add@/devices/x\0ACTION=add\0DEVPATH=/devices/x\0"s);
+  kernel.send("remove@/devices/x\0ACTION=remove"s);
+  EXPECT_EQ(socket.readUEvent(), (UEvent{{"ACTION", "add"}, {"DEVPATH", "/devices/x"}}));
+  EXPECT_EQ(socket.readUEvent(), (UEvent{{"ACTION", "remove"}}));
+}
+
+// A datagram of three bytes, and one of ten behind it, which the peek is to find.
+LocalDatagrams misleadingDatagrams(const NetlinkClientSocket& socket) {
+  LocalDatagrams datagrams(socket);
+  datagrams.send("A=b");
+  datagrams.send("0123456789");
+  datagrams.peekFrom(3);
+  return datagrams;
 }
 
 TEST(UeventSocket, ADatagramShorterThanItWasPeekedIsFilledUpWithZeroBytesAndWarnedOf) {
-  const support::RestoredSettings restored;
   const NetlinkClientSocket socket;
-  const LocalDatagrams datagrams(socket);
-  datagrams.send("A=b");
-  datagrams.send("0123456789");
-  datagrams.peekFrom(3);
-  const support::CapturedStandardError captured;
-  EXPECT_EQ(socket.recvfrom(), "A=b" + std::string(7, '\0'));
-  EXPECT_EQ(captured.messages(),
-            Lines{"warning, NetlinkClientSocket::recvfrom length disagrees with peek\n"});
+  const LocalDatagrams datagrams = misleadingDatagrams(socket);
+  EXPECT_EQ(support::logDuring([&socket] { EXPECT_EQ(socket.recvfrom(), "A=b" + std::string(7, '\0')); }),
+            Lines{contract::error::shorterThanPeeked});
 }
 
 TEST(UeventSocket, ADatagramShorterThanItWasPeekedIsStillSplit) {
-  const support::RestoredSettings restored;
   const NetlinkClientSocket socket;
-  const LocalDatagrams datagrams(socket);
-  datagrams.send("A=b");
-  datagrams.send("0123456789");
-  datagrams.peekFrom(3);
+  const LocalDatagrams datagrams = misleadingDatagrams(socket);
   const support::CapturedStandardError captured;
   EXPECT_EQ(socket.readUEvent(), (UEvent{{"A", "b"}}));
 }
 
-TEST(UeventSocket, DatagramsOfThePeekedLengthAreNotWarnedOf) {
-  const support::RestoredSettings restored;
+TEST(UeventSocket, ADatagramOfThePeekedLengthIsNotWarnedOf) {
   const NetlinkClientSocket socket;
   const LocalDatagrams datagrams(socket);
   datagrams.send("A=b");
-  const support::CapturedStandardError captured;
-  (void)socket.recvfrom();
-  EXPECT_EQ(captured.writes(), Lines{});
+  EXPECT_EQ(support::logDuring([&socket] { (void)socket.recvfrom(); }), Lines{});
 }
 
-TEST(UeventSocket, ThrowsWhenUeventsWereLostAndReceivesTheOthersAfterwards) {
-  support::inPrivateWorld([] {
-    const NetlinkClientSocket socket;
-    constexpr int small = 4096;
-    ASSERT_EQ(setsockopt(socket.fd(), SOL_SOCKET, SO_RCVBUF, &small, sizeof small), 0);
-    const sim::UeventSender kernel;
-    for (int i = 0; i < 100; ++i) {
-      kernel.send(std::to_string(i) + std::string(1000, ' '));
-    }
-    try {
-      (void)socket.recvfrom();
-      ADD_FAILURE() << "nothing was thrown";
-    } catch (const ulx::ErrnoException& e) {
-      EXPECT_EQ(e.errorNumber, ENOBUFS);
-      EXPECT_EQ(e.context, failedReceive(socket.fd()));
-    }
-    EXPECT_EQ(socket.recvfrom().front(), '0');
-  });
+TEST_F(UeventSocketInAWorld, ThrowsWhenUeventsWereLostAndReceivesTheOthersAfterwards) {
+  const NetlinkClientSocket socket;
+  constexpr int small = 4096;
+  ASSERT_EQ(setsockopt(socket.fd(), SOL_SOCKET, SO_RCVBUF, &small, sizeof small), 0);
+  const sim::UeventSender kernel;
+  for (int i = 0; i < 100; ++i) {
+    kernel.send(std::to_string(i) + std::string(1000, ' '));
+  }
+  const auto e = support::caught<ulx::ErrnoException>([&socket] { (void)socket.recvfrom(); });
+  EXPECT_EQ(e.errorNumber, ENOBUFS);
+  EXPECT_EQ(e.context, failedReceive(socket.fd()));
+  EXPECT_EQ(socket.recvfrom().front(), '0');
 }
 
 TEST(UeventSocket, ThrowsWhenNothingCanBeReceived) {
@@ -256,44 +209,39 @@ TEST(UeventSocket, ThrowsWhenNothingCanBeReceived) {
             failedReceive(socket.fd()));
 }
 
-TEST(UeventSocket, ThrowsWhenADatagramIsThereButCannotBeTaken) {
-  support::inPrivateWorld([] {
-    const NetlinkClientSocket socket;
-    sim::UeventSender().send("A=b");
-    if (!support::failSystemCall(SYS_recvfrom, support::ArgumentIs{.index = 3, .value = 0}, EIO)) {
-      GTEST_SKIP() << "no filter can tell this call from others here";
-    }
-    EXPECT_EQ(support::contextThrownBy<ulx::IOError>([&socket] { (void)socket.recvfrom(); }),
-              failedReceive(socket.fd()));
-  });
+TEST_F(UeventSocketInAWorld, ThrowsWhenADatagramIsThereButCannotBeTaken) {
+  const NetlinkClientSocket socket;
+  sim::UeventSender().send("A=b");
+  const support::ArgumentIs takingNotPeeking{.index = 3, .value = 0};
+  support::inChildWithFailing(
+      {.number = SYS_recvfrom, .error = EIO, .argument = takingNotPeeking}, [&socket] {
+        EXPECT_EQ(support::contextThrownBy<ulx::IOError>([&socket] { (void)socket.recvfrom(); }),
+                  failedReceive(socket.fd()));
+      });
 }
 
-TEST(NetlinkSocket, IsBoundToThePortAndTheGroupsItIsGiven) {
-  support::inPrivateWorld([] {
-    const sim::Descriptor socket(openNetlinkSocket(kobjectUevent, 4711, 5));
-    EXPECT_EQ(addressOf(socket.get()).nl_pid, 4711U);
-    EXPECT_EQ(addressOf(socket.get()).nl_groups, 5U);
-  });
+TEST_F(UeventSocketInAWorld, OfAnyKindIsBoundToThePortAndTheGroupsItIsGiven) {
+  const sim::Descriptor socket(openNetlinkSocket(kobjectUevent, 4711, 5));
+  EXPECT_EQ(addressOf(socket.get()).nl_pid, 4711U);
+  EXPECT_EQ(addressOf(socket.get()).nl_groups, 5U);
 }
 
-TEST(NetlinkSocket, OfAnUnknownProtocolCannotBeMade) {
+TEST(UeventSocket, OfAnUnknownProtocolCannotBeMade) {
   EXPECT_EQ(support::contextThrownBy([] { (void)openNetlinkSocket(-1, 0, 0); }), "socket(PF_NETLINK)");
 }
 
-TEST(NetlinkSocket, CannotBeMadeWithoutAFreeDescriptor) {
+TEST(UeventSocket, CannotBeMadeWithoutAFreeDescriptor) {
   support::inChild([] {
     support::limitFurtherDescriptors(0);
     EXPECT_EQ(support::contextThrownBy([] { const NetlinkClientSocket socket; }), "socket(PF_NETLINK)");
   });
 }
 
-TEST(NetlinkSocket, CannotBeBoundToAPortInUseAndStaysOpenThen) {
-  support::inPrivateWorld([] {
-    const sim::Descriptor first(openNetlinkSocket(kobjectUevent, 4711, 1));
-    const auto before = support::openDescriptors();
-    EXPECT_EQ(support::contextThrownBy([] { (void)openNetlinkSocket(kobjectUevent, 4711, 1); }), "bind()");
-    EXPECT_EQ(support::openDescriptors().size(), before.size() + 1);
-  });
+TEST_F(UeventSocketInAWorld, OfAnyKindCannotBeBoundToAPortInUseAndStaysOpenThen) {
+  const sim::Descriptor first(openNetlinkSocket(kobjectUevent, 4711, 1));
+  const auto before = support::openDescriptors();
+  EXPECT_EQ(support::contextThrownBy([] { (void)openNetlinkSocket(kobjectUevent, 4711, 1); }), "bind()");
+  EXPECT_EQ(support::openDescriptors().size(), before.size() + 1);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "sim/usb_descriptors.h"
 #include "support/guarded_bytes.h"
+#include "support/named_case.h"
 #include "unit/hotplug/recordings.h"
 
 namespace {
@@ -28,7 +29,7 @@ Offsets walk(const std::string& data, std::uint8_t type = interfaceDescriptorTyp
   return found;
 }
 
-// The same told by index, as the layout of descriptors has it.
+// The same by index, as the layout of descriptors has it.
 Offsets expectedWalk(const std::string& data, char type, std::size_t lastField) {
   Offsets found;
   std::size_t at = 0;
@@ -44,15 +45,15 @@ Offsets expectedWalk(const std::string& data, char type, std::size_t lastField) 
   return found;
 }
 
-TEST(DescriptorWalk, FindsTheDescriptorsOfOneTypeInTheirOrder) {
-  const std::string keyboardAndMouse = bytesOf(recordings[5].hex);
+TEST(UsbDescriptors, FindsTheDescriptorsOfOneTypeInTheirOrder) {
+  const std::string keyboardAndMouse = recordings[5].descriptors();
   EXPECT_EQ(walk(keyboardAndMouse), (Offsets{27, 52}));
   EXPECT_EQ(walk(keyboardAndMouse, endpointDescriptorType, bmAttributes), (Offsets{45, 70}));
   EXPECT_EQ(walk(keyboardAndMouse, deviceDescriptorType, bDeviceClass), Offsets{0});
   EXPECT_EQ(walk(keyboardAndMouse, 77), Offsets{});
 }
 
-TEST(DescriptorWalk, GivesEachDescriptorFromItsStartToTheEndOfTheData) {
+TEST(UsbDescriptors, GivesEachDescriptorFromItsStartToTheEndOfTheData) {
   const std::string data = sim::interface(3, 1, 2) + sim::endpoint(3);
   const DescriptorWalk interfaces(descriptorBytes(data), interfaceDescriptorType, bInterfaceProtocol);
   const DescriptorBytes first = *interfaces.begin();
@@ -63,61 +64,57 @@ TEST(DescriptorWalk, GivesEachDescriptorFromItsStartToTheEndOfTheData) {
   EXPECT_EQ(first[bInterfaceProtocol], 2);
 }
 
-TEST(DescriptorWalk, FindsNothingInNothing) {
-  EXPECT_EQ(walk(""), Offsets{});
-  EXPECT_EQ(walk(bytes({9})), Offsets{});
-  EXPECT_EQ(walk(bytes({4})), Offsets{});
-  EXPECT_EQ(walk(bytes({0, 4})), Offsets{});
+const std::string interface = sim::interface(3, 1, 1);
+const std::string endpoint = sim::endpoint(1);
+// One that claims a size of which endpoints have seven.
+const std::string oversizedEndpoint = bytes({9, 5, 1, 13, 192, 0, 1, 0, 0});
+
+struct WalkCase : support::NamedCase {
+  std::string data;
+  Offsets found;
+  std::uint8_t type = interfaceDescriptorType;
+  std::size_t lastField = bInterfaceProtocol;
+};
+
+class UsbDescriptorsWalk : public testing::TestWithParam<WalkCase> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    Of, UsbDescriptorsWalk,
+    testing::Values(
+        WalkCase{{"Nothing"}, "", {}}, WalkCase{{"ALengthAlone"}, bytes({9}), {}},
+        WalkCase{{"AShorterLengthAlone"}, bytes({4}), {}}, WalkCase{{"NoLength"}, bytes({0, 4}), {}},
+        WalkCase{{"NoLengthOfAnotherType"}, interface + bytes({0, 2}) + interface, {0}},
+        WalkCase{{"NoLengthOfTheType"}, interface + bytes({0, 4, 0, 0, 1, 3, 1, 1, 0}) + interface, {0}},
+        WalkCase{{"ALengthOfOne"}, bytes({1}) + interface, {1}},
+        // What was its type is the length of the next.
+        WalkCase{{"ALengthOfOneWithAType"}, bytes({1, 4}) + interface, {0}},
+        WalkCase{
+            {"ALengthThatHidesTheNext"}, bytes({18, 2, 0, 0, 0, 0, 0, 0, 0}) + interface + interface, {18}},
+        WalkCase{{"OversizedEndpoints"},
+                 oversizedEndpoint + oversizedEndpoint,
+                 {0, 9},
+                 endpointDescriptorType,
+                 bmAttributes},
+        WalkCase{{"FieldsBehindTheLength"}, bytes({2, 4, 9, 4, 1, 3, 1, 1, 0, 0, 0}), {0, 2}},
+        WalkCase{{"MoreClaimedThanThereIs"}, bytes({255, 4, 0, 0, 1, 3, 1, 1}), {0}},
+        WalkCase{{"MoreClaimedByAnotherType"}, bytes({255, 2, 0, 0}) + interface, {}},
+        WalkCase{{"CutBehindTheProtocol"}, interface.substr(0, 8), {0}},
+        WalkCase{
+            {"CutBehindTheClass"}, interface.substr(0, 6), {0}, interfaceDescriptorType, bInterfaceClass},
+        WalkCase{
+            {"CutBehindTheAttributes"}, endpoint.substr(0, 4), {0}, endpointDescriptorType, bmAttributes},
+        WalkCase{{"CutBeforeTheProtocol"}, interface.substr(0, 7), {}},
+        WalkCase{{"TheSecondCutBeforeTheProtocol"}, interface + interface.substr(0, 7), {0}},
+        WalkCase{{"CutBeforeTheClass"}, interface.substr(0, 5), {}, interfaceDescriptorType, bInterfaceClass},
+        WalkCase{{"CutBeforeTheAttributes"}, endpoint.substr(0, 3), {}, endpointDescriptorType, bmAttributes},
+        // Not even one that would follow: the first claims to be of one byte.
+        WalkCase{{"CutBehindALengthOfOne"}, bytes({1, 4, 4, 4, 4}), {}}));
+
+TEST_P(UsbDescriptorsWalk, FindsWhatIsThere) {
+  EXPECT_EQ(walk(GetParam().data, GetParam().type, GetParam().lastField), GetParam().found);
 }
 
-TEST(DescriptorWalk, EndsAtADescriptorOfNoLength) {
-  const std::string interface = sim::interface(3, 1, 1);
-  EXPECT_EQ(walk(interface + bytes({0, 2}) + interface), Offsets{0});
-  EXPECT_EQ(walk(interface + bytes({0, 4, 0, 0, 1, 3, 1, 1, 0}) + interface), Offsets{0});
-}
-
-TEST(DescriptorWalk, TakesALengthOfOneAtItsWord) {
-  EXPECT_EQ(walk(bytes({1}) + sim::interface(3, 1, 1)), Offsets{1});
-  // What was its type is the length of the next.
-  EXPECT_EQ(walk(bytes({1, 4}) + sim::interface(3, 1, 1)), Offsets{0});
-}
-
-TEST(DescriptorWalk, StepsByTheLengthsThatDescriptorsClaim) {
-  const std::string interface = sim::interface(3, 1, 1);
-  const std::string hidden = bytes({18, 2, 0, 0, 0, 0, 0, 0, 0}) + interface;
-  EXPECT_EQ(walk(hidden + interface), Offsets{18});
-  const std::string oversizedEndpoint = bytes({9, 5, 1, 13, 192, 0, 1, 0, 0});
-  EXPECT_EQ(walk(oversizedEndpoint + oversizedEndpoint, endpointDescriptorType, bmAttributes),
-            (Offsets{0, 9}));
-}
-
-TEST(DescriptorWalk, ReadsFieldsBehindALengthThatIsTooShortForThem) {
-  EXPECT_EQ(walk(bytes({2, 4, 9, 4, 1, 3, 1, 1, 0, 0, 0})), (Offsets{0, 2}));
-}
-
-TEST(DescriptorWalk, EndsBehindADescriptorThatClaimsMoreThanThereIs) {
-  EXPECT_EQ(walk(bytes({255, 4, 0, 0, 1, 3, 1, 1})), Offsets{0});
-  EXPECT_EQ(walk(bytes({255, 2, 0, 0}) + sim::interface(3, 1, 1)), Offsets{});
-}
-
-TEST(DescriptorWalk, TakesADescriptorCutShortBehindItsLastField) {
-  const std::string interface = sim::interface(3, 1, 1);
-  EXPECT_EQ(walk(interface.substr(0, 8)), Offsets{0});
-  EXPECT_EQ(walk(interface.substr(0, 6), interfaceDescriptorType, bInterfaceClass), Offsets{0});
-  EXPECT_EQ(walk(sim::endpoint(1).substr(0, 4), endpointDescriptorType, bmAttributes), Offsets{0});
-}
-
-TEST(DescriptorWalk, EndsAtADescriptorCutShortWithinItsFields) {
-  const std::string interface = sim::interface(3, 1, 1);
-  EXPECT_EQ(walk(interface.substr(0, 7)), Offsets{});
-  EXPECT_EQ(walk(interface + interface.substr(0, 7)), Offsets{0});
-  EXPECT_EQ(walk(interface.substr(0, 5), interfaceDescriptorType, bInterfaceClass), Offsets{});
-  EXPECT_EQ(walk(sim::endpoint(1).substr(0, 3), endpointDescriptorType, bmAttributes), Offsets{});
-  // Not even one that would follow: the first claims to be of one byte.
-  EXPECT_EQ(walk(bytes({1, 4, 4, 4, 4})), Offsets{});
-}
-
-TEST(DescriptorWalk, MayBeWalkedTwice) {
+TEST(UsbDescriptors, MayBeWalkedTwice) {
   const std::string data = sim::interface(3, 1, 1);
   const DescriptorWalk walked(descriptorBytes(data), interfaceDescriptorType, bInterfaceProtocol);
   for (int time = 0; time < 2; ++time) {
@@ -125,9 +122,9 @@ TEST(DescriptorWalk, MayBeWalkedTwice) {
   }
 }
 
-TEST(DescriptorWalk, FindsWhatIsThereInEveryRecordingCutAtEveryByte) {
+TEST(UsbDescriptors, FindsWhatIsThereInEveryRecordingCutAtEveryByte) {
   for (const Recording& recording : recordings) {
-    const std::string whole = bytesOf(recording.hex);
+    const std::string whole = recording.descriptors();
     for (std::size_t size = 0; size <= whole.size(); ++size) {
       const std::string cut = whole.substr(0, size);
       EXPECT_EQ(walk(cut), expectedWalk(cut, 4, bInterfaceProtocol)) << recording.name << " cut at " << size;
@@ -137,7 +134,7 @@ TEST(DescriptorWalk, FindsWhatIsThereInEveryRecordingCutAtEveryByte) {
   }
 }
 
-TEST(DescriptorWalk, FindsWhatIsThereInEveryShortMixtureOfLengthsAndTypes) {
+TEST(UsbDescriptors, FindsWhatIsThereInEveryShortMixtureOfLengthsAndTypes) {
   const std::string alphabet = bytes({0, 1, 2, 4, 255});
   constexpr std::size_t mixtures = std::size_t{5} * 5 * 5 * 5 * 5;
   for (std::size_t mixture = 0; mixture < mixtures; ++mixture) {

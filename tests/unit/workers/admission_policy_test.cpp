@@ -2,66 +2,59 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <string>
+#include <vector>
 
+#include "ctrl/configuration_keys.h"
 #include "sim/files.h"
-#include "support/child.h"
+#include "support/named_case.h"
+#include "support/private_world.h"
 
 namespace {
 
-// In the order of the keys below.
-using Switches = std::array<bool, 5>;
+// In the order of the policy's members.
+using Switches = std::vector<bool>;
 
-constexpr std::array<const char*, 5> keys{"hid_only", "block_mass_storage", "smartcard",
-                                          "isochronous_enabled", "isochronous_user_warning"};
-constexpr Switches defaults{false, false, false, false, true};
+constexpr bool standardWarning = true;
 
-Switches policyOf(const std::string& configuration) {
-  sim::writeFile("/vel/quor.conf", configuration);
+struct PolicyCase : support::NamedCase {
+  const char* configuration;
+  Switches switches;
+};
+
+class AdmissionPolicyOf : public support::PrivateWorld, public testing::WithParamInterface<PolicyCase> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    Key, AdmissionPolicyOf,
+    testing::Values(
+        PolicyCase{{"OfAnotherSwitch"}, "[usb]\ndebug = ctrl\n", {0, 0, 0, 0, standardWarning}},
+        PolicyCase{
+            {"OfAnotherSection"}, "[apps]\nhid_only = 1\nsmartcard = 1\n", {0, 0, 0, 0, standardWarning}},
+        PolicyCase{{"NeitherOnNorOff"},
+                   "[usb]\nhid_only = perhaps\nblock_mass_storage = perhaps\nsmartcard = perhaps\n"
+                   "isochronous_enabled = perhaps\nisochronous_user_warning = perhaps\n",
+                   {0, 0, 0, 0, standardWarning}},
+        PolicyCase{{"HidOnly"}, "[usb]\nhid_only = 1\n", {1, 0, 0, 0, standardWarning}},
+        PolicyCase{{"BlockMassStorage"}, "[usb]\nblock_mass_storage = 1\n", {0, 1, 0, 0, standardWarning}},
+        PolicyCase{{"Smartcard"}, "[usb]\nsmartcard = 1\n", {0, 0, 1, 0, standardWarning}},
+        PolicyCase{{"IsochronousEnabled"}, "[usb]\nisochronous_enabled = 1\n", {0, 0, 0, 1, standardWarning}},
+        PolicyCase{{"IsochronousUserWarning"}, "[usb]\nisochronous_user_warning = 0\n", {0, 0, 0, 0, 0}}));
+
+Switches readSwitches() {
   const AdmissionPolicy policy = readAdmissionPolicy();
   return {policy.hidOnly, policy.blockMassStorage, policy.smartcard, policy.isochronousEnabled,
           policy.isochronousUserWarning};
 }
 
-TEST(AdmissionPolicy, IsTheDefaultWithoutAConfiguration) {
-  support::inPrivateWorld([] {
-    const AdmissionPolicy policy = readAdmissionPolicy();
-    EXPECT_FALSE(policy.hidOnly);
-    EXPECT_FALSE(policy.blockMassStorage);
-    EXPECT_FALSE(policy.smartcard);
-    EXPECT_FALSE(policy.isochronousEnabled);
-    EXPECT_TRUE(policy.isochronousUserWarning);
-  });
+TEST_P(AdmissionPolicyOf, SetsItsSwitchAlone) {
+  sim::writeFile(configurationPath, GetParam().configuration);
+  EXPECT_EQ(readSwitches(), GetParam().switches);
 }
 
-TEST(AdmissionPolicy, IsTheDefaultWhereTheConfigurationDoesNotTell) {
-  support::inPrivateWorld([] { EXPECT_EQ(policyOf("[usb]\ndebug = ctrl\n"), defaults); });
-}
+using AdmissionPolicyWorld = support::PrivateWorld;
 
-TEST(AdmissionPolicy, IsTheDefaultWhereTheConfigurationIsNeitherOnNorOff) {
-  support::inPrivateWorld([] {
-    std::string configuration = "[usb]\n";
-    for (const char* key : keys) {
-      configuration += std::string(key) + " = perhaps\n";
-    }
-    EXPECT_EQ(policyOf(configuration), defaults);
-  });
-}
-
-TEST(AdmissionPolicy, HasAKeyForEachSwitch) {
-  for (std::size_t i = 0; i < keys.size(); ++i) {
-    support::inPrivateWorld([i] {
-      Switches expected = defaults;
-      expected[i] = !defaults[i];
-      const std::string line = std::string(keys[i]) + " = " + (expected[i] ? "1" : "0") + "\n";
-      EXPECT_EQ(policyOf("[usb]\n" + line), expected) << keys[i];
-    });
-  }
-}
-
-TEST(AdmissionPolicy, KeysOfOtherSectionsAreNotItsOwn) {
-  support::inPrivateWorld([] { EXPECT_EQ(policyOf("[apps]\nhid_only = 1\nsmartcard = 1\n"), defaults); });
+TEST_F(AdmissionPolicyWorld, WithoutAConfigurationHasTheDefaults) {
+  EXPECT_EQ(readSwitches(), (Switches{0, 0, 0, 0, standardWarning}));
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 
 #include <cmath>
 
-#include "ctrl/settings.h"
 #include "workers/launch.h"
 
 namespace {
@@ -14,60 +13,54 @@ namespace {
 constexpr double microsecondsPerSecond = 1e6;
 constexpr double nanosecondsPerSecond = 1e9;
 
+}  // namespace
+
 void waitUntilEnded(pid_t child) {
   siginfo_t info{};
   ASSERT_EQ(waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT), 0);
 }
 
-}  // namespace
-
-SupervisionWorld::SupervisionWorld()
-    : clock_(library::gettimeofday, [this](timeval* time, void*) { return tellTime(time); }),
+Supervision::Supervision()
+    : clock_(library::gettimeofday, [this](timeval* time, void*) { return showTime(time); }),
       sleeping_(library::nanosleep, [this](const timespec* request, timespec*) { return sleep(*request); }) {}
 
-int SupervisionWorld::tellTime(timeval* time) const {
-  const double whole = std::floor(now);
+int Supervision::showTime(timeval* time) const {
+  const double whole = std::floor(now_);
   time->tv_sec = static_cast<time_t>(whole);
-  time->tv_usec = static_cast<suseconds_t>(std::lround((now - whole) * microsecondsPerSecond));
+  time->tv_usec = static_cast<suseconds_t>(std::lround((now_ - whole) * microsecondsPerSecond));
   return 0;
 }
 
-int SupervisionWorld::sleep(const timespec& request) {
+int Supervision::sleep(const timespec& request) {
   const double seconds =
       static_cast<double>(request.tv_sec) + static_cast<double>(request.tv_nsec) / nanosecondsPerSecond;
-  pauses.push_back(seconds);
-  now += seconds;
-  if (inPause) {
-    inPause();
+  pauses_.push_back(seconds);
+  now_ += seconds;
+  if (inPause_) {
+    inPause_();
   }
   return 0;
 }
 
-std::string SupervisionWorld::plugWithWorker(const sim::UsbDevice& plugged) {
-  std::string directory = sysfs.add(plugged);
-  launchGenericWorker(*ctrl, directory);
+std::string Supervision::plugWithWorker(const sim::UsbDevice& plugged) {
+  std::string directory = sysfs_.add(plugged);
+  launchGenericWorker(*ctrl_, directory);
   return directory;
 }
 
-void SupervisionWorld::exitNext(int status) {
-  sim::Worker& worker = board.waitForWorker();
+void Supervision::exitNext(int status) {
+  sim::Worker& worker = workers_.waitForWorker();
   worker.exitWith(status);
   waitUntilEnded(worker.start.pid);
 }
 
-void SupervisionWorld::exitWorkerOf(const std::string& path, int status) {
-  sim::Worker& worker = board.waitForWorkerOf(path);
-  worker.exitWith(status);
-  waitUntilEnded(worker.start.pid);
-}
-
-void SupervisionWorld::killNext(int signal) {
-  sim::Worker& worker = board.waitForWorker();
+void Supervision::killNext(int signal) {
+  sim::Worker& worker = workers_.waitForWorker();
   worker.dieBy(signal);
   waitUntilEnded(worker.start.pid);
 }
 
-pid_t SupervisionWorld::exitedChild(int status) {
+pid_t Supervision::exitedChild(int status) {
   const pid_t child = fork();
   if (child == 0) {
     _exit(status);
@@ -76,22 +69,8 @@ pid_t SupervisionWorld::exitedChild(int status) {
   return child;
 }
 
-pid_t SupervisionWorld::exitedWorker(int status, const std::string& path) {
+pid_t Supervision::exitedWorker(int status, const std::string& path) {
   const pid_t worker = exitedChild(status);
-  ctrl->addWorker(worker, path);
+  ctrl_->addWorker(worker, path);
   return worker;
-}
-
-Lines SupervisionWorld::saidReaping() {
-  settings.debugCtrl = true;
-  Lines lines = support::saidDuring([this] { reap(); });
-  settings.debugCtrl = false;
-  return lines;
-}
-
-void inSupervisionWorld(const std::function<void(SupervisionWorld&)>& body) {
-  support::inPrivateWorld([&body] {
-    SupervisionWorld world;
-    body(world);
-  });
 }

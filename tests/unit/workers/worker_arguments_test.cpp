@@ -4,161 +4,144 @@
 
 #include <string>
 
+#include "support/named_case.h"
+
 namespace {
 
-constexpr const char* devicePath = "/sys/devices/usb1/1-5";
+const std::string device = "/sys/devices/usb1/1-5";
+const TransmitterLink transmitter{.interface = "eth1", .hostname = "host", .port = 5000};
+const DeviceNumber number{.major = "13", .minor = "65"};
+const GenericOptions standard{.program = "usb_rx_generic",
+                              .inkey = {},
+                              .outkey = {},
+                              .socketPath = "/var/run/usb_rx",
+                              .timeoutText = {}};
 
-TransmitterLink link() {
-  return {.interface = "eth1", .hostname = "host", .port = 5000};
+GenericOptions with(LinkKey inkey, LinkKey outkey) {
+  GenericOptions options = standard;
+  options.inkey = std::move(inkey);
+  options.outkey = std::move(outkey);
+  return options;
+}
+GenericOptions withProgram(const char* program) {
+  GenericOptions options = standard;
+  options.program = program;
+  return options;
+}
+GenericOptions withSocket(const char* path) {
+  GenericOptions options = standard;
+  options.socketPath = path;
+  return options;
+}
+GenericOptions withTimeout(const char* text) {
+  GenericOptions options = standard;
+  options.timeoutText = text;
+  return options;
 }
 
-GenericOptions noOptions() {
-  return {.program = "usb_rx_generic",
-          .inkey = {},
-          .outkey = {},
-          .socketPath = "/var/run/usb_rx",
-          .timeoutText = {}};
+struct NumberCase : support::NamedCase {
+  const char* text;
+  const char* major;
+  const char* minor;
+};
+
+class WorkerArgumentsNumber : public testing::TestWithParam<NumberCase> {};
+
+INSTANTIATE_TEST_SUITE_P(With, WorkerArgumentsNumber,
+                         testing::Values(NumberCase{{"AColon"}, "13:65", "13", "65"},
+                                         NumberCase{{"TwoColons"}, "13:65:7", "13", "65:7"},
+                                         NumberCase{{"NoMajor"}, ":65", "", "65"},
+                                         NumberCase{{"NoMinor"}, "13:", "13", ""},
+                                         NumberCase{{"NoColon"}, "13", "13", ""},
+                                         NumberCase{{"Nothing"}, "", "", ""}));
+
+TEST_P(WorkerArgumentsNumber, IsSplitAtItsFirstColon) {
+  EXPECT_EQ(parseDeviceNumber(GetParam().text).major, GetParam().major);
+  EXPECT_EQ(parseDeviceNumber(GetParam().text).minor, GetParam().minor);
 }
 
-WorkerArguments generic(const GenericOptions& options) {
-  return genericArguments(WorkerLog::quiet, options, link(), devicePath);
+TEST(WorkerArgumentsTest, OfADiskAreTheLinkWithItsSecondNextPortAndTheDevice) {
+  EXPECT_EQ(scsiArguments(WorkerLog::quiet, transmitter, device),
+            (WorkerArguments{"usb_rx_scsi", "eth1", "host", "5002", device}));
+  EXPECT_EQ(scsiArguments(WorkerLog::debugToStderr, transmitter, device),
+            (WorkerArguments{"usb_rx_scsi", "--debug", "--stderr", "eth1", "host", "5002", device}));
+  EXPECT_EQ(scsiArguments(WorkerLog::debugToSyslog, transmitter, device),
+            (WorkerArguments{"usb_rx_scsi", "--debug", "--syslog", "eth1", "host", "5002", device}));
 }
 
-TEST(DeviceNumber, IsSplitAtTheFirstColon) {
-  EXPECT_EQ(parseDeviceNumber("13:65").major, "13");
-  EXPECT_EQ(parseDeviceNumber("13:65").minor, "65");
-  EXPECT_EQ(parseDeviceNumber("13:65:7").major, "13");
-  EXPECT_EQ(parseDeviceNumber("13:65:7").minor, "65:7");
-}
-
-TEST(DeviceNumber, MayHaveEmptyHalves) {
-  EXPECT_EQ(parseDeviceNumber(":65").major, "");
-  EXPECT_EQ(parseDeviceNumber(":65").minor, "65");
-  EXPECT_EQ(parseDeviceNumber("13:").major, "13");
-  EXPECT_EQ(parseDeviceNumber("13:").minor, "");
-}
-
-TEST(DeviceNumber, HasNoMinorWithoutAColon) {
-  EXPECT_EQ(parseDeviceNumber("13").major, "13");
-  EXPECT_EQ(parseDeviceNumber("13").minor, "");
-  EXPECT_EQ(parseDeviceNumber("").major, "");
-}
-
-TEST(ScsiArguments, AreTheLinkWithItsSecondNextPortAndTheDevice) {
-  EXPECT_EQ(scsiArguments(WorkerLog::quiet, link(), devicePath),
-            (WorkerArguments{"usb_rx_scsi", "eth1", "host", "5002", devicePath}));
-}
-
-TEST(ScsiArguments, WithDebuggingSayWhereMessagesGo) {
-  EXPECT_EQ(scsiArguments(WorkerLog::debugToStderr, link(), devicePath),
-            (WorkerArguments{"usb_rx_scsi", "--debug", "--stderr", "eth1", "host", "5002", devicePath}));
-  EXPECT_EQ(scsiArguments(WorkerLog::debugToSyslog, link(), devicePath),
-            (WorkerArguments{"usb_rx_scsi", "--debug", "--syslog", "eth1", "host", "5002", devicePath}));
-}
-
-TEST(KeyboardArguments, AreTheLinkWithItsNextPortAndTheDeviceNumber) {
-  EXPECT_EQ(keyboardArguments(WorkerLog::quiet, link(), {.major = "13", .minor = "65"}),
+TEST(WorkerArgumentsTest, OfAKeyboardAreTheLinkWithItsNextPortAndTheDeviceNumber) {
+  EXPECT_EQ(keyboardArguments(WorkerLog::quiet, transmitter, number),
             (WorkerArguments{"usb_rx_keyboard", "eth1", "host", "5001", "13", "65"}));
-}
-
-TEST(KeyboardArguments, WithDebuggingSayWhereMessagesGo) {
-  const DeviceNumber number{.major = "13", .minor = "65"};
-  EXPECT_EQ(keyboardArguments(WorkerLog::debugToStderr, link(), number),
+  EXPECT_EQ(keyboardArguments(WorkerLog::debugToStderr, transmitter, number),
             (WorkerArguments{"usb_rx_keyboard", "--debug", "--stderr", "eth1", "host", "5001", "13", "65"}));
-  EXPECT_EQ(keyboardArguments(WorkerLog::debugToSyslog, link(), number),
+  EXPECT_EQ(keyboardArguments(WorkerLog::debugToSyslog, transmitter, number),
             (WorkerArguments{"usb_rx_keyboard", "--debug", "--syslog", "eth1", "host", "5001", "13", "65"}));
 }
 
-TEST(GenericArguments, AreTheLinkWithItsPortAndTheDevice) {
-  EXPECT_EQ(generic(noOptions()), (WorkerArguments{"usb_rx_generic", "eth1", "host", "5000", devicePath}));
+struct GenericCase : support::NamedCase {
+  GenericOptions options;
+  WorkerArguments start;  // what comes before the link and the device
+  WorkerLog log = WorkerLog::quiet;
+};
+
+class WorkerArgumentsGeneric : public testing::TestWithParam<GenericCase> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    With, WorkerArgumentsGeneric,
+    testing::Values(
+        GenericCase{{"Nothing"}, standard, {"usb_rx_generic"}},
+        GenericCase{{"DebuggingToStandardError"},
+                    standard,
+                    {"usb_rx_generic", "--debug", "--stderr"},
+                    WorkerLog::debugToStderr},
+        GenericCase{{"DebuggingToSyslog"},
+                    standard,
+                    {"usb_rx_generic", "--debug", "--syslog"},
+                    WorkerLog::debugToSyslog},
+        GenericCase{{"AProgram"}, withProgram("/opt/x/gen"), {"/opt/x/gen"}},
+        GenericCase{{"BothKeys"}, with("in", "out"), {"usb_rx_generic", "--keys", "in", "out"}},
+        GenericCase{{"EmptyKeys"}, with("", ""), {"usb_rx_generic", "--keys", "", ""}},
+        GenericCase{{"OnlyTheKeyIn"}, with("in", {}), {"usb_rx_generic"}},
+        GenericCase{{"OnlyTheKeyOut"}, with({}, "out"), {"usb_rx_generic"}},
+        GenericCase{{"ASocket"}, withSocket("/tmp/socket"), {"usb_rx_generic", "--sock=/tmp/socket"}},
+        GenericCase{{"AnEmptySocket"}, withSocket(""), {"usb_rx_generic", "--sock="}},
+        GenericCase{
+            {"ALongerSocket"}, withSocket("/var/run/usb_rx2"), {"usb_rx_generic", "--sock=/var/run/usb_rx2"}},
+        GenericCase{
+            {"AShorterSocket"}, withSocket("/var/run/usb_r"), {"usb_rx_generic", "--sock=/var/run/usb_r"}},
+        GenericCase{{"ASocketWithABlank"}, withSocket("a b"), {"usb_rx_generic", "--sock=a b"}},
+        GenericCase{{"ATimeout"}, withTimeout("7s"), {"usb_rx_generic", "--timeout", "7s"}},
+        GenericCase{{"AnEmptyTimeout"}, withTimeout(""), {"usb_rx_generic", "--timeout", ""}},
+        GenericCase{
+            {"Everything"},
+            {.program = "gen", .inkey = "in", .outkey = "out", .socketPath = "/s", .timeoutText = "10"},
+            {"gen", "--debug", "--syslog", "--keys", "in", "out", "--sock=/s", "--timeout", "10"},
+            WorkerLog::debugToSyslog}));
+
+TEST_P(WorkerArgumentsGeneric, AreThoseThenTheLinkWithItsPortAndTheDevice) {
+  WorkerArguments expected = GetParam().start;
+  expected.insert(expected.end(), {"eth1", "host", "5000", device});
+  EXPECT_EQ(genericArguments(GetParam().log, GetParam().options, transmitter, device), expected);
 }
 
-TEST(GenericArguments, WithDebuggingSayWhereMessagesGo) {
-  EXPECT_EQ(genericArguments(WorkerLog::debugToStderr, noOptions(), link(), devicePath),
-            (WorkerArguments{"usb_rx_generic", "--debug", "--stderr", "eth1", "host", "5000", devicePath}));
-  EXPECT_EQ(genericArguments(WorkerLog::debugToSyslog, noOptions(), link(), devicePath),
-            (WorkerArguments{"usb_rx_generic", "--debug", "--syslog", "eth1", "host", "5000", devicePath}));
-}
-
-TEST(GenericArguments, BeginWithTheConfiguredProgram) {
-  GenericOptions options = noOptions();
-  options.program = "/opt/x/gen";
-  EXPECT_EQ(generic(options), (WorkerArguments{"/opt/x/gen", "eth1", "host", "5000", devicePath}));
-}
-
-TEST(GenericArguments, HoldBothKeysWhereBothAreSet) {
-  GenericOptions options = noOptions();
-  options.inkey = "in";
-  options.outkey = "out";
-  EXPECT_EQ(generic(options),
-            (WorkerArguments{"usb_rx_generic", "--keys", "in", "out", "eth1", "host", "5000", devicePath}));
-}
-
-TEST(GenericArguments, HoldKeysThatAreEmptyTexts) {
-  GenericOptions options = noOptions();
-  options.inkey = "";
-  options.outkey = "";
-  EXPECT_EQ(generic(options),
-            (WorkerArguments{"usb_rx_generic", "--keys", "", "", "eth1", "host", "5000", devicePath}));
-}
-
-TEST(GenericArguments, HoldNoKeysWhereOnlyOneIsSet) {
-  GenericOptions onlyIn = noOptions();
-  onlyIn.inkey = "in";
-  EXPECT_EQ(generic(onlyIn), generic(noOptions()));
-  GenericOptions onlyOut = noOptions();
-  onlyOut.outkey = "out";
-  EXPECT_EQ(generic(onlyOut), generic(noOptions()));
-}
-
-TEST(GenericArguments, HoldAnyControlSocketButTheUsualOneInOneArgument) {
-  for (const std::string path : {"/tmp/socket", "", "/var/run/usb_rx2", "/var/run/usb_r", "a b"}) {
-    GenericOptions options = noOptions();
-    options.socketPath = path;
-    EXPECT_EQ(generic(options),
-              (WorkerArguments{"usb_rx_generic", "--sock=" + path, "eth1", "host", "5000", devicePath}));
-  }
-}
-
-TEST(GenericArguments, HoldTheTimeoutOfAWaitingWorker) {
-  GenericOptions options = noOptions();
-  options.timeoutText = "7s";
-  EXPECT_EQ(generic(options),
-            (WorkerArguments{"usb_rx_generic", "--timeout", "7s", "eth1", "host", "5000", devicePath}));
-  options.timeoutText = "";
-  EXPECT_EQ(generic(options),
-            (WorkerArguments{"usb_rx_generic", "--timeout", "", "eth1", "host", "5000", devicePath}));
-}
-
-TEST(GenericArguments, HoldEverythingInAFixedOrder) {
-  const GenericOptions options{
-      .program = "gen", .inkey = "in", .outkey = "out", .socketPath = "/s", .timeoutText = "10"};
-  EXPECT_EQ(genericArguments(WorkerLog::debugToSyslog, options, link(), devicePath),
-            (WorkerArguments{"gen", "--debug", "--syslog", "--keys", "in", "out", "--sock=/s", "--timeout",
-                             "10", "eth1", "host", "5000", devicePath}));
-}
-
-TEST(WorkerArguments, KeepThePlaceOfAnEmptyText) {
+TEST(WorkerArgumentsTest, KeepThePlaceOfAnEmptyText) {
   const TransmitterLink unnamed{.interface = "", .hostname = "", .port = 5000};
   EXPECT_EQ(scsiArguments(WorkerLog::quiet, unnamed, ""),
             (WorkerArguments{"usb_rx_scsi", "", "", "5002", ""}));
   EXPECT_EQ(keyboardArguments(WorkerLog::quiet, unnamed, {.major = "", .minor = ""}),
             (WorkerArguments{"usb_rx_keyboard", "", "", "5001", "", ""}));
-  EXPECT_EQ(genericArguments(WorkerLog::quiet, noOptions(), unnamed, ""),
+  EXPECT_EQ(genericArguments(WorkerLog::quiet, standard, unnamed, ""),
             (WorkerArguments{"usb_rx_generic", "", "", "5000", ""}));
 }
 
-TEST(WorkerArguments, CountPortsBeyondTheHighest) {
+TEST(WorkerArgumentsTest, CountPortsFromZeroAndBeyondTheHighest) {
   const TransmitterLink highest{.interface = "eth1", .hostname = "host", .port = 65535};
-  EXPECT_EQ(scsiArguments(WorkerLog::quiet, highest, devicePath)[3], "65537");
-  EXPECT_EQ(keyboardArguments(WorkerLog::quiet, highest, {.major = "13", .minor = "65"})[3], "65536");
-  EXPECT_EQ(genericArguments(WorkerLog::quiet, noOptions(), highest, devicePath)[3], "65535");
-}
-
-TEST(WorkerArguments, CountPortsFromZero) {
+  EXPECT_EQ(scsiArguments(WorkerLog::quiet, highest, device)[3], "65537");
+  EXPECT_EQ(keyboardArguments(WorkerLog::quiet, highest, number)[3], "65536");
+  EXPECT_EQ(genericArguments(WorkerLog::quiet, standard, highest, device)[3], "65535");
   const TransmitterLink unknown{.interface = "eth1", .hostname = "host", .port = 0};
-  EXPECT_EQ(scsiArguments(WorkerLog::quiet, unknown, devicePath)[3], "2");
-  EXPECT_EQ(genericArguments(WorkerLog::quiet, noOptions(), unknown, devicePath)[3], "0");
+  EXPECT_EQ(scsiArguments(WorkerLog::quiet, unknown, device)[3], "2");
+  EXPECT_EQ(genericArguments(WorkerLog::quiet, standard, unknown, device)[3], "0");
 }
 
 }  // namespace
