@@ -17,11 +17,11 @@ constexpr int portsOfBus = 8;
 constexpr int nodesOfDevice = 2;  // of one kind, at most, among the recordings
 
 sim::DeviceRecording load(const std::string& name) {
-  const std::vector<std::string> names = sim::DeviceRecording::names();
+  const std::vector<std::string> names = sim::recordingNames();
   if (std::find(names.begin(), names.end(), name) == names.end()) {
     throw sim::Error("there is no recorded device named " + name);
   }
-  sim::DeviceRecording recording = sim::DeviceRecording::load(name);
+  sim::DeviceRecording recording = sim::loadRecording(name);
   if (recording.directory.empty()) {
     throw sim::Error(name + " is part of the unit and cannot be plugged");
   }

@@ -6,9 +6,14 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <system_error>
 
 #include "config/entries.h"
+#include "ctrl/configuration_keys.h"
+#include "ctrl/device_classes.h"
+#include "ctrl/settings.h"
 #include "ulx/items.h"
 
 namespace {
@@ -26,57 +31,77 @@ bool isSeconds(std::string_view value) {
   return error == std::errc() && end == value.data() + value.size() && seconds <= mostSeconds;
 }
 
-bool hasOnly(std::string_view list, std::initializer_list<std::string_view> known) {
+// Whether every item of `list` is a word of `words`, a table of the daemon's.
+template <class Words>
+bool hasOnly(std::string_view list, const Words& words) {
   bool only = true;
-  ulx::forEachItem(list, ',', [&only, known](std::string_view item) {
-    only = only && std::ranges::find(known, item) != known.end();
+  ulx::forEachItem(list, ',', [&only, &words](std::string_view item) {
+    only = only && std::ranges::any_of(words, [item](const auto& known) { return known.word == item; });
   });
   return only;
-}
-
-bool isDebugList(std::string_view value) {
-  return hasOnly(value, {"none", "ctrl", "generic", "keyboard", "scsi"});
-}
-
-bool isClassList(std::string_view value) {
-  return hasOnly(value, {"none", "keyboard", "scsi", "all"});
-}
-
-bool isProgram(std::string_view value) {
-  return !value.empty();
 }
 
 bool isNoDenial(std::string_view value) {
   return value.empty() || std::string_view("0fFnN").find(value.front()) == std::string_view::npos;
 }
 
-struct KnownKey {
-  std::string_view name;
-  std::string_view meaning;
-  bool (*takes)(std::string_view value);
-};
+// Whether the daemon reads `value` as its writer meant it.
+bool takes(KeyReading reading, std::string_view value) {
+  switch (reading) {
+    case KeyReading::debugList:
+      return hasOnly(value, debugWords);
+    case KeyReading::classList:
+      return hasOnly(value, classWords);
+    case KeyReading::presence:
+      return isNoDenial(value);
+    case KeyReading::seconds:
+      return isSeconds(value);
+    case KeyReading::flag:
+      return isFlag(value);
+    case KeyReading::program:
+      return !value.empty();
+  }
+  return false;
+}
 
-constexpr std::array<KnownKey, 10> knownKeys{{
-    {"usb:debug", "a list of none, ctrl, generic, keyboard, scsi", isDebugList},
-    {"usb:classes", "a list of none, keyboard, scsi, all", isClassList},
-    {"usb:log_to_syslog", "looked at (it switches on whatever its value)", isNoDenial},
-    {"usb:connect_fail_timeout", "a whole number of seconds up to 1073741823", isSeconds},
-    {"usb:hid_only", "yes or no", isFlag},
-    {"usb:block_mass_storage", "yes or no", isFlag},
-    {"usb:smartcard", "yes or no", isFlag},
-    {"usb:isochronous_enabled", "yes or no", isFlag},
-    {"usb:isochronous_user_warning", "yes or no", isFlag},
-    {"apps:quor_usb_rx_generic", "a program", isProgram},
-}};
+template <class Words>
+std::string listOf(const Words& words) {
+  std::string text = "a list of ";
+  for (const auto& known : words) {
+    text += known.word;
+    text += ", ";
+  }
+  return text.substr(0, text.size() - 2);
+}
+
+// What a key takes, in words.
+std::string meaningOf(KeyReading reading) {
+  switch (reading) {
+    case KeyReading::debugList:
+      return listOf(debugWords);
+    case KeyReading::classList:
+      return listOf(classWords);
+    case KeyReading::presence:
+      return "looked at (it switches on whatever its value)";
+    case KeyReading::seconds:
+      return "a whole number of seconds up to " + std::to_string(mostSeconds);
+    case KeyReading::flag:
+      return "yes or no";
+    case KeyReading::program:
+      return "a program";
+  }
+  return {};
+}
 
 std::optional<std::string> findFault(std::string_view key, std::string_view value) {
   const std::string setting = std::string(key) + " = " + std::string(value);
-  const auto* known = std::ranges::find(knownKeys, key, &KnownKey::name);
-  if (known == knownKeys.end()) {
+  const auto* known =
+      std::ranges::find_if(configurationKeys, [key](const ConfigurationKey& one) { return one.name == key; });
+  if (known == configurationKeys.end()) {
     return "unknown key: " + setting;
   }
-  if (!known->takes(value)) {
-    return "not " + std::string(known->meaning) + ": " + setting;
+  if (!takes(known->reading, value)) {
+    return "not " + meaningOf(known->reading) + ": " + setting;
   }
   return std::nullopt;
 }

@@ -12,14 +12,14 @@
 
 namespace {
 
-// The store tells its failures on standard output, which is for results here. While this lives, they go where
+// The store prints its failures on standard output, which is for results here. While this lives, they go where
 // the other errors go.
-class StoreTellsOnStandardError {
+class StoreReportsOnStandardError {
  public:
-  StoreTellsOnStandardError() : standardOutput_(dup(STDOUT_FILENO)) { dup2(STDERR_FILENO, STDOUT_FILENO); }
-  StoreTellsOnStandardError(const StoreTellsOnStandardError&) = delete;
-  StoreTellsOnStandardError& operator=(const StoreTellsOnStandardError&) = delete;
-  ~StoreTellsOnStandardError() {
+  StoreReportsOnStandardError() : standardOutput_(dup(STDOUT_FILENO)) { dup2(STDERR_FILENO, STDOUT_FILENO); }
+  StoreReportsOnStandardError(const StoreReportsOnStandardError&) = delete;
+  StoreReportsOnStandardError& operator=(const StoreReportsOnStandardError&) = delete;
+  ~StoreReportsOnStandardError() {
     std::fflush(stdout);
     close(STDOUT_FILENO);
     if (standardOutput_ != -1) {
@@ -33,12 +33,12 @@ class StoreTellsOnStandardError {
 };
 
 Configuration loadFromStore(const char* path) {
-  const StoreTellsOnStandardError redirected;
+  const StoreReportsOnStandardError redirected;
   return Configuration(configLoad(path));
 }
 
 int saveToStore(const Configuration& configuration, const char* path) {
-  const StoreTellsOnStandardError redirected;
+  const StoreReportsOnStandardError redirected;
   return configSave(configuration.get(), path);
 }
 
@@ -57,42 +57,41 @@ FILE* writeAside(const Configuration& configuration) {
   return text;
 }
 
-// Whether the INI text, once read again, is what it was made of. The format cannot hold some values and
-// names,
-// ";" among them, nor settings without their section.
+// Whether the INI text, once read again, is what it was made of. The format cannot hold some values and names
+// (";" is in them), nor settings without their section.
 bool survivesWriting(const Configuration& configuration) {
   FILE* text = writeAside(configuration);
   if (text == nullptr) {
-    tellFault(std::strerror(errno), "temporary file");
+    reportFault(std::strerror(errno), "temporary file");
     return false;
   }
   const Configuration read(parseStream(text, "the new text"));
   std::fclose(text);
   if (read == nullptr) {
-    tellFault("nothing saved, this cannot be read", "the new text");
+    reportFault("nothing saved, this cannot be read", "the new text");
     return false;
   }
   const char* lost = firstLoss(configuration.get(), read.get());
   if (lost != nullptr) {
-    tellFault("nothing saved, INI text cannot hold this", lost);
+    reportFault("nothing saved, INI text cannot hold this", lost);
   }
   return lost == nullptr;
 }
 
 }  // namespace
 
-void tellFault(const char* what, const char* object) {
+void reportFault(const char* what, const char* object) {
   std::fprintf(stderr, "quor_config: %s: %s\n", what, object);
 }
 
 Configuration loadConfiguration(const char* path) {
   if (access(path, R_OK) != 0) {
-    tellFault(std::strerror(errno), path);
+    reportFault(std::strerror(errno), path);
     return nullptr;
   }
   Configuration loaded = loadFromStore(path);
   if (loaded == nullptr) {
-    tellFault("not a configuration file", path);
+    reportFault("not a configuration file", path);
   }
   return loaded;
 }
@@ -107,7 +106,7 @@ bool saveConfiguration(const Configuration& configuration, const char* path) {
     return false;
   }
   if (saveToStore(configuration, path) != 0) {
-    tellFault("cannot be saved", path);
+    reportFault("cannot be saved", path);
     return false;
   }
   return true;

@@ -6,11 +6,15 @@
 #include <cstdio>
 #include <cstring>
 #include <span>
+#include <string>
 #include <string_view>
+#include <vector>
 
+#include "config/dictionary.h"
 #include "config/edit.h"
 #include "config/output.h"
 #include "config/query.h"
+#include "ctrl/configuration_keys.h"
 #include "tools/config_check.h"
 #include "tools/config_difference.h"
 #include "tools/config_file.h"
@@ -22,9 +26,10 @@ enum ExitStatus : int { done = 0, notFoundOrDiffers = 1, usageOrFailure = 2 };
 // The store cuts the keys of its queries to so many characters.
 constexpr std::size_t longestKey = 255;
 
+// A format: it names `configurationPath`.
 constexpr const char* usage =
     "Usage: quor_config [--file PATH] COMMAND\n"
-    "Reads and changes a configuration file, /vel/quor.conf unless --file is given.\n"
+    "Reads and changes a configuration file, %s unless --file is given.\n"
     "\n"
     "  get KEY           prints the value of section:key\n"
     "  set KEY VALUE     sets it\n"
@@ -46,7 +51,7 @@ constexpr const char* usage =
 using Arguments = std::span<char* const>;
 
 int fail(const char* what, const char* object) {
-  tellFault(what, object);
+  reportFault(what, object);
   return usageOrFailure;
 }
 
@@ -175,12 +180,12 @@ constexpr std::array<Command, 10> commands{{
 }};
 
 int refuse() {
-  std::fputs(usage, stderr);
+  std::fprintf(stderr, usage, configurationPath);
   return usageOrFailure;
 }
 
 int run(Arguments arguments) {
-  const char* path = "/vel/quor.conf";
+  const char* path = configurationPath;
   if (arguments.size() >= 2 && std::string_view(arguments[0]) == "--file") {
     path = arguments[1];
     arguments = arguments.subspan(2);
@@ -189,7 +194,7 @@ int run(Arguments arguments) {
     return refuse();
   }
   if (std::string_view(arguments[0]) == "--help") {
-    std::fputs(usage, stdout);
+    std::printf(usage, configurationPath);
     return done;
   }
   const auto* command = std::ranges::find(commands, std::string_view(arguments[0]), &Command::name);

@@ -53,8 +53,8 @@ std::string describe(const sim::DeviceRecording& recording) {
 
 Next listDevices(const Call& call) {
   const auto& pluggedIn = call.stage.desk().pluggedIn();
-  for (const std::string& name : sim::DeviceRecording::names()) {
-    const sim::DeviceRecording recording = sim::DeviceRecording::load(name);
+  for (const std::string& name : sim::recordingNames()) {
+    const sim::DeviceRecording recording = sim::loadRecording(name);
     if (!recording.directory.empty()) {
       call.console.plain((pluggedIn.contains(name) ? "* " : "  ") + describe(recording));
     }

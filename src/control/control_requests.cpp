@@ -8,10 +8,13 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstddef>
+#include <cstdint>
 
+#include "ctrl/link.h"
 #include "ctrl/messages.h"
-#include "ctrl/settings.h"
 #include "ulx/exceptions.h"
+#include "ulx/file_descriptor.h"
 
 namespace {
 
@@ -45,7 +48,7 @@ std::string receiveMessage(int fd) {
   return {buffer.data(), std::min(static_cast<std::size_t>(count), messageLimit)};
 }
 
-// A client that has gone is not told.
+// A client that has gone gets nothing.
 void sendTo(int fd, std::string_view bytes) {
   send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
 }
@@ -53,9 +56,7 @@ void sendTo(int fd, std::string_view bytes) {
 void answer(const RxCtrl& ctrl, int client) {
   sendTo(client, ctrl.lastRequest);
   close(client);
-  if (settings.debugCtrl) {
-    DebugMessage(ctrlTag) << "immediate send " << withoutKeys(ctrl.lastRequest) << " to " << client;
-  }
+  logDebug("immediate send ", withoutKeys(ctrl.lastRequest), " to ", client);
 }
 
 // Takes the next field off `rest`, and the blank behind it. A missing field is empty.
@@ -90,8 +91,8 @@ bool isClient(int fd) {
   return getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &size) == 0 && type == SOCK_STREAM;
 }
 
-// The list is not emptied: later lines go to the same descriptor numbers again, whichever clients have them
-// then. Only the client being served stays connected.
+// The list is not emptied: later lines go to the same descriptor numbers again, and to the clients that have
+// them then. Only the client being served stays connected.
 void answerWaitingClients(const RxCtrl& ctrl, std::string_view message, int servedClient) {
   for (const int waiting : ctrl.waitingClients) {
     if (!isClient(waiting)) {

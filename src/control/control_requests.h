@@ -18,8 +18,5 @@
  */
 int serveControlClient(RxCtrl& ctrl);
 
-/**
- * A line of link parameters fit for a log: each key field, and whatever may be part of a key behind them, is
- * "***".
- */
+/** A line of link parameters fit for a log: each field from the first key on is "***". */
 std::string withoutKeys(std::string_view line);

@@ -8,7 +8,7 @@
 class ControlServer : public ulx::FileDescriptor {
  public:
   /**
-   * Listens at `socketPath`, in the place of whatever file is there. Throws "socket()",
+   * Listens at `socketPath`; a file that is there is removed first. Throws "socket()",
    * "fcntl(listenfd,F_SETFD,FD_CLOEXEC)", "bind()" (EINVAL for a path that no socket address can hold) or
    * "listen()".
    */

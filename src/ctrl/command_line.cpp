@@ -2,8 +2,11 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <optional>
+#include <string>
 
 #include "ctrl/settings.h"
 #include "ulx/items.h"
@@ -37,35 +40,25 @@ void printUsage() {
 }
 
 std::uint32_t parseClassList(std::string_view list) {
-  std::uint32_t classes = 0;
+  std::uint32_t classes = noClasses;
   ulx::forEachItem(list, ',', [&classes](std::string_view item) {
-    if (item == "none") {
-      classes = 0;
-    } else if (item == "keyboard") {
-      classes |= keyboardClass;
-    } else if (item == "scsi") {
-      classes |= storageClass;
-    } else if (item == "all") {
-      classes = allClasses;
-    } else {
+    const auto* known = std::ranges::find(classWords, item, &ClassWord::word);
+    if (known == classWords.end()) {
       refuseItem(item);
     }
+    classes = known->classes == noClasses ? noClasses : classes | known->classes;
   });
   return classes;
 }
 
 void parseDebugList(std::string_view list) {
   ulx::forEachItem(list, ',', [](std::string_view item) {
-    if (item == "ctrl") {
-      settings.debugCtrl = true;
-    } else if (item == "generic") {
-      settings.debugGeneric = true;
-    } else if (item == "keyboard") {
-      settings.debugKeyboard = true;
-    } else if (item == "scsi") {
-      settings.debugScsi = true;
-    } else if (item != "none") {
+    const auto* known = std::ranges::find(debugWords, item, &DebugWord::word);
+    if (known == debugWords.end()) {
       refuseItem(item);
+    }
+    if (known->setting != nullptr) {
+      settings.*known->setting = true;
     }
   });
 }

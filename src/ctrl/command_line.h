@@ -4,14 +4,14 @@
 #include <string>
 #include <string_view>
 
-#include "control/socket_path.h"
-#include "ctrl/rx_ctrl.h"
+#include "ctrl/device_classes.h"
+#include "ctrl/link.h"
 
 /** What the options say besides the process-wide settings. */
 struct Options {
   std::string socketPath = defaultSocketPath;
   std::string interface = "eth1";
-  std::uint32_t classes = 0;
+  std::uint32_t classes = noClasses;
   const char* inkey = nullptr;   // the program's argument, or null
   const char* outkey = nullptr;  // the program's argument, or null
   bool debugGiven = false;
@@ -26,14 +26,14 @@ inline constexpr int positionalCount = 3;
 [[noreturn]] void printUsage();
 
 /**
- * The class mask of a comma-separated list of "none", "keyboard", "scsi" and "all". Any other item is told on
- * standard error and ends the program with status 1.
+ * The class mask of a comma-separated list of `classWords`. Any other item is reported on standard error and
+ * ends the program with status 1.
  */
 std::uint32_t parseClassList(std::string_view list);
 
 /**
- * Sets the debug switches of a comma-separated list of "ctrl", "generic", "keyboard", "scsi" and "none". Any
- * other item is told on standard error and ends the program with status 1.
+ * Switches on the settings of a comma-separated list of `debugWords`. Any other item is reported on standard
+ * error and ends the program with status 1.
  */
 void parseDebugList(std::string_view list);
 

@@ -2,10 +2,9 @@
 
 #include "config/load.h"
 #include "config/query.h"
+#include "ctrl/configuration_keys.h"
 
 namespace {
-
-constexpr const char* configPath = "/vel/quor.conf";
 
 // A plain pointer: nothing is to be freed when the program ends inside a signal handler.
 ConfigDictionary* cached = nullptr;
@@ -16,7 +15,7 @@ bool configStale = true;
 const ConfigDictionary* configDictionary() {
   if (configStale) {
     releaseConfig();
-    cached = configLoad(configPath);
+    cached = configLoad(configurationPath);
     configStale = false;
   }
   return cached;

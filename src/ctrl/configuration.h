@@ -3,8 +3,8 @@
 #include "config/dictionary.h"
 
 /*
- * The daemon's view of "/vel/quor.conf": loaded at the first query, then kept until a reload is requested.
- * Keys are "section:key".
+ * The daemon's view of the unit's configuration: loaded at the first query, then kept until a reload is
+ * requested. The file and its keys are those of configuration_keys.h.
  */
 
 /** The kept dictionary, loaded if it is stale; null when the file cannot be loaded. */

@@ -1,11 +1,15 @@
 #include <boost/lexical_cast.hpp>
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <memory>
+#include <string>
 
 #include "ctrl/command_line.h"
 #include "ctrl/configuration.h"
+#include "ctrl/configuration_keys.h"
 #include "ctrl/messages.h"
 #include "ctrl/rx_ctrl.h"
 #include "ctrl/settings.h"
@@ -16,21 +20,21 @@ namespace {
 
 // What the options leave open is taken from the configuration.
 void applyConfiguration(const Options& options) {
-  const char* debugList = options.debugGiven ? nullptr : getConfigString("usb:debug");
+  const char* debugList = options.debugGiven ? nullptr : getConfigString(configuration_key::debug);
   if (debugList != nullptr) {
     parseDebugList(debugList);
   }
-  const char* classList = options.classGiven ? nullptr : getConfigString("usb:classes");
+  const char* classList = options.classGiven ? nullptr : getConfigString(configuration_key::classes);
   if (classList != nullptr) {
     parseClassList(classList);  // can refuse a bad list, but sets nothing: only the option chooses classes
   }
-  if (!options.logGiven && getConfigString("usb:log_to_syslog") != nullptr) {
-    settings.logToSyslog = true;  // whatever the value, "0" too
+  if (!options.logGiven && getConfigString(configuration_key::logToSyslog) != nullptr) {
+    settings.logToSyslog = true;  // with any value, "0" too
   }
 }
 
 std::string connectFailTimeoutText() {
-  const char* configured = getConfigString("usb:connect_fail_timeout");
+  const char* configured = getConfigString(configuration_key::connectFailTimeout);
   return configured == nullptr ? "10" : configured;
 }
 
@@ -45,7 +49,7 @@ void runDaemon(int argc, char* const* argv) {
   ctrl->run();
 }
 
-// Whatever is thrown leaves as a ulx::Exception, with a text and an exit status.
+// Everything that is thrown leaves as a ulx::Exception, with a text and an exit status.
 void runWithKnownExceptions(int argc, char* const* argv) {
   try {
     runDaemon(argc, argv);
@@ -67,8 +71,7 @@ int runAndReport(int argc, char* const* argv) {
     runWithKnownExceptions(argc, argv);
     return EXIT_SUCCESS;
   } catch (const ulx::Exception& e) {
-    // cppcheck-suppress unreadVariable
-    const ErrorMessage message(e.text());  // emitted at the end of this scope
+    logError(e.text());
     return e.status;
   }
 }
@@ -80,7 +83,7 @@ int main(int argc, char** argv) {
   if (argc <= positionalCount) {
     printUsage();
   }
-  // The store tells of a missing configuration on standard output: at once, not when the daemon ends.
+  // The store reports a missing configuration on standard output: at once, not when the daemon ends.
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
   std::exit(runAndReport(argc, argv));
 }

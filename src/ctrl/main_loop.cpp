@@ -7,11 +7,13 @@
  * of the others to change.
  *
  * The wait has no limit in effect, unless workers have been restarted: then 3 seconds without any event end
- * the streak of restarts. What blocks otherwise is the handling of a uevent (up to a little over 3 seconds
- * until sysfs tells what a device is), the look after the device of an ended worker (150 ms where it is still
- * there), a control client that connects and says nothing, a writer that holds the configuration's lock, and
- * a reader of standard error that does not read. Meanwhile uevents wait in the socket's buffer and ended
- * workers in the pipe.
+ * the streak of restarts. This is what blocks otherwise:
+ *  - the handling of a uevent, up to a little over 3 seconds until sysfs says what a device is;
+ *  - the look after the device of an ended worker, 150 ms where it is still there;
+ *  - a control client that connects and sends nothing;
+ *  - a writer that holds the configuration's lock;
+ *  - a reader of standard error that does not read.
+ * Meanwhile uevents wait in the socket's buffer and ended workers in the pipe.
  *
  * Two signal handlers run at any instant. That of SIGCHLD writes one byte to a pipe, so that a worker that
  * ends just before the wait is not slept over; that of SIGHUP sets a flag that the next admission check
@@ -21,17 +23,21 @@
  */
 
 #include <csignal>
+#include <cstdint>
+#include <memory>
+#include <string>
 
 #include "control/control_requests.h"
+#include "ctrl/link.h"
 #include "ctrl/messages.h"
 #include "ctrl/rx_ctrl.h"
-#include "ctrl/settings.h"
 #include "ctrl/signals.h"
-#include "hotplug/classification.h"
 #include "hotplug/coldplug.h"
 #include "hotplug/sysfs.h"
+#include "hotplug/uevent_handler.h"
+#include "ulx/file_descriptor.h"
 #include "ulx/wait.h"
-#include "workers/announcement.h"
+#include "workers/launch.h"
 #include "workers/supervision.h"
 
 namespace {
@@ -100,7 +106,7 @@ void serveReadySources(RxCtrl& ctrl) {
   }
 }
 
-// Whoever delivered the link parameters speaks again or has gone; what it says is not read.
+// The client that delivered the link parameters sends again or has gone; what it sends is not read.
 bool controlConnectionHasEnded(const RxCtrl& ctrl) {
   return ctrl.controlConnection != nullptr && isReadable(*ctrl.controlConnection);
 }
@@ -128,12 +134,8 @@ void serve(RxCtrl& ctrl) {
 void RxCtrl::run() {
   installChildHandler();
   installHangupHandler();
-  if (settings.debugCtrl) {
-    DebugMessage(ctrlTag) << "coldplugging existing devices";
-  }
+  logDebug("coldplugging existing devices");
   coldplug(*this);
-  if (settings.debugCtrl) {
-    DebugMessage(ctrlTag) << "hotplugging new devices";
-  }
+  logDebug("hotplugging new devices");
   serve(*this);
 }

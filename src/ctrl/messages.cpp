@@ -1,14 +1,20 @@
 #include "ctrl/messages.h"
 
+#include <sys/time.h>
 #include <syslog.h>
 #include <unistd.h>
 
 #include <cmath>
 
-#include "ctrl/clock.h"
-#include "ctrl/settings.h"
 #include "ulx/format.h"
 #include "ulx/write_once.h"
+
+double timestampNow() {
+  constexpr double microsecondsPerSecond = 1'000'000;
+  timeval now{};
+  gettimeofday(&now, nullptr);
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_usec) / microsecondsPerSecond;
+}
 
 std::string timePrefix(double seconds) {
   constexpr double wrap = 100.0;
@@ -34,3 +40,7 @@ LogMessage::~LogMessage() {
 DebugMessage::DebugMessage(const std::string& tag) : LogMessage(LOG_DEBUG, tag) {}
 
 ErrorMessage::ErrorMessage(const std::string& text) : LogMessage(LOG_ERR, text) {}
+
+void logError(const std::string& text) {
+  static_cast<void>(ErrorMessage(text));
+}

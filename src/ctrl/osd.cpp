@@ -33,3 +33,7 @@ OsdMessage::~OsdMessage() {
     ulx::writeOnce(sink_.fd, text_.str());
   }
 }
+
+void showMessage(const OsdSink& sink, const std::string& line) {
+  static_cast<void>(OsdMessage(sink, line));
+}

@@ -26,8 +26,8 @@ void openOsdSink(OsdSink& sink, const char* path);
 
 /**
  * A message to the user: text is inserted as into a stream, and one write takes the whole line to the sink
- * when the message ends. A closed, full or readerless sink loses it without a report. The sink must outlive
- * it.
+ * when the message ends. A closed, full or readerless sink loses it without a report. The message must not
+ * outlive the sink.
  */
 class OsdMessage {
  public:
@@ -48,3 +48,6 @@ class OsdMessage {
   const OsdSink& sink_;
   MessageText text_;
 };
+
+/** Shows the user one line. */
+void showMessage(const OsdSink& sink, const std::string& line);

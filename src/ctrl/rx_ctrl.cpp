@@ -1,6 +1,7 @@
 #include "ctrl/rx_ctrl.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <limits>
 #include <utility>

@@ -1,27 +1,18 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <list>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "control/control_server.h"
+#include "ctrl/link.h"
 #include "ctrl/osd.h"
 #include "ctrl/worker_table.h"
 #include "hotplug/uevent_socket.h"
 #include "workers/admission_policy.h"
-
-/** Bits of the class mask: which devices have a worker of their own. */
-inline constexpr std::uint32_t keyboardClass = 1;
-inline constexpr std::uint32_t storageClass = 2;
-inline constexpr std::uint32_t allClasses = 255;
-
-/** The link speed that carries no high-speed device; every other word is a faster link. */
-inline constexpr const char* fullSpeedLink = "full";
-
-/** A key of the link, or none. */
-using LinkKey = std::optional<std::string>;
 
 /**
  * The daemon's state: link parameters, event sources, running workers, policy and restart counters. What is
@@ -42,10 +33,10 @@ class RxCtrl {
 
   void addWorker(pid_t pid, const std::string& devpath);
 
-  std::string hostname;  // of the Transmitter
-  std::uint16_t port;    // of the Transmitter; 0: the link manager has not told yet
-  std::string speed;     // of the link: "full", or any other word
-  std::uint32_t classes;
+  std::string hostname;   // of the Transmitter
+  std::uint16_t port;     // of the Transmitter; 0 while it is not known
+  std::string speed;      // of the link: "full", or any other word
+  std::uint32_t classes;  // mask of device_classes.h
   LinkKey inkey;
   LinkKey outkey;
   ControlServer listener;
@@ -56,7 +47,7 @@ class RxCtrl {
   WorkerTable workers;
   OsdSink osd;
   AdmissionPolicy policy;
-  std::unique_ptr<ControlConnection> controlConnection;  // whoever delivered the parameters, or null
+  std::unique_ptr<ControlConnection> controlConnection;  // that delivered the parameters, or null
   std::uint32_t restartCount = 0;                        // consecutive worker restarts
   bool attachBlocked = false;                            // too many restarts: generic workers start waiting
   std::string connectFailTimeoutText;                    // as configured
@@ -64,11 +55,6 @@ class RxCtrl {
   double lastGenericStart = 0.0;                         // seconds since the epoch; while not attachBlocked
   std::list<int> waitingClients;  // descriptors that asked before parameters were known
 };
-
-/** Whether the class mask has `deviceClass`, one of the bits above. */
-inline bool enablesClass(const RxCtrl& ctrl, std::uint32_t deviceClass) {
-  return (ctrl.classes & deviceClass) != 0;
-}
 
 /** Twice the whole number at the start of `timeoutText`, in seconds; 0.0 where there is none. */
 double restartPeriodOf(const std::string& timeoutText);

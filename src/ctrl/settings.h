@@ -1,6 +1,8 @@
 #pragma once
 
+#include <array>
 #include <csignal>
+#include <string_view>
 
 /** What the command line and the configuration switch on at start-up. Written only then. */
 struct Settings {
@@ -12,6 +14,21 @@ struct Settings {
 };
 
 extern Settings settings;
+
+/** A word of a debug list, and the setting that it switches on: null for a word that switches nothing. */
+struct DebugWord {
+  std::string_view word;
+  bool Settings::*setting;
+};
+
+/** The words of `--debug=` and of the configuration. */
+inline constexpr std::array<DebugWord, 5> debugWords{{
+    {"none", nullptr},
+    {"ctrl", &Settings::debugCtrl},
+    {"generic", &Settings::debugGeneric},
+    {"keyboard", &Settings::debugKeyboard},
+    {"scsi", &Settings::debugScsi},
+}};
 
 /** Set by SIGHUP; the next admission check clears it and reads the policy anew. */
 extern volatile std::sig_atomic_t policyReloadRequested;

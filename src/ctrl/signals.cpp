@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <string>
 
 #include "ctrl/messages.h"
 #include "ctrl/settings.h"
@@ -38,9 +39,8 @@ class StandardDescriptors {
   }
 };
 
-// The SIGCHLD handler writes to it and the main loop reads from it. It exists before main, so that the
-// handler finds it whenever it runs, and it holds no heap memory, so that the handler may end the program at
-// any instant.
+// The SIGCHLD handler writes to it and the main loop reads from it. It exists before main, so the handler
+// finds it at any time. It holds no heap memory, so the handler may end the program at any instant.
 class ChildExitPipe {
  public:
   // Nobody is there yet to catch what fails here.
@@ -87,7 +87,7 @@ void onHangup(int /*signal*/) {
   policyReloadRequested = 1;
 }
 
-// Whoever started the daemon may have left the signal blocked.
+// The program that started the daemon may have left the signal blocked.
 void unblock(int signal) {
   sigset_t set;
   sigemptyset(&set);
@@ -112,9 +112,7 @@ void installHangupHandler() {
   sigemptyset(&action.sa_mask);
   sigaction(SIGHUP, &action, nullptr);
   unblock(SIGHUP);
-  if (settings.debugCtrl) {
-    DebugMessage(ctrlTag) << "setup signal hansler";  // spelt so for good
-  }
+  logDebug("setup signal hansler");  // spelt so for good
 }
 
 void ignoreBrokenPipes() {

@@ -17,6 +17,5 @@ void installHangupHandler();
 /** A reader that has gone costs the message written to it, not the daemon. */
 void ignoreBrokenPipes();
 
-/** For a forked child about to execute a program: every signal has its default disposition and none is
- * blocked. */
+/** For a forked child about to execute a program: gives every signal its default disposition and unblocks it. */
 void restoreDefaultSignals();

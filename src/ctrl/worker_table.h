@@ -6,7 +6,8 @@
 #include <string>
 #include <utility>
 
-/** One running worker: its process id, and the physical sysfs path of the device that it serves. */
+/** An entry of `byPid`: a running worker's process id, and the physical sysfs path of the device it serves.
+ * The table's users take it apart at once, so the name stands here for readers only. */
 using WorkerRecord = std::pair<const pid_t, std::string>;
 
 /** The running workers, found by process id and by the physical sysfs path of the device that each serves. */

@@ -1,16 +1,24 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
-#include "ctrl/rx_ctrl.h"
-#include "hotplug/uevent.h"
+/** What a device or a node of sysfs is to the daemon. */
+enum class DeviceKind {
+  scsiGeneric,   // a SCSI generic node, for usb_rx_scsi
+  hid,           // a HID device node, for usb_rx_keyboard
+  hub,           // no worker
+  keyboard,      // no worker: its HID device node comes as an event of its own
+  storage,       // no worker: its SCSI generic node comes as an event of its own
+  generic,       // any other USB device, for the generic worker if the policy admits it
+  undetermined,  // sysfs did not say in time
+  ignored,       // none of the above: nothing is logged of it
+};
 
 /**
- * Decides what the device of an "add" event is, and starts the worker that serves it. Needs "ACTION" and
- * "DEVPATH" of the event; without them, and for every other action, nothing happens. `speed`, the link's
- * at the time of the event, decides nothing so far. May wait a little over 3 seconds until sysfs tells what
- * the device is.
+ * What is at `realPath`, a physical directory of sysfs. `classes` is the mask of device_classes.h. Only reads
+ * and logs; waits a little over 3 seconds at most until sysfs says what it is.
  *
- * Never throws: whatever fails ends the handling of this one event, with a debug message.
+ * Throws what cannot be read of it, "readlink()", and the exceptions of the descriptor tests.
  */
-void handleUEvent(RxCtrl& ctrl, const UEvent& event, std::string speed) noexcept;
+DeviceKind classify(std::uint32_t classes, const std::string& realPath);

@@ -1,10 +1,13 @@
 #include "hotplug/coldplug.h"
 
+#include <string>
+
+#include "ctrl/device_classes.h"
 #include "ctrl/messages.h"
-#include "ctrl/settings.h"
-#include "hotplug/classification.h"
-#include "hotplug/descriptor_tests.h"
+#include "hotplug/descriptor_kind.h"
 #include "hotplug/sysfs.h"
+#include "hotplug/uevent.h"
+#include "hotplug/uevent_handler.h"
 #include "ulx/directory.h"
 #include "ulx/path.h"
 
@@ -15,7 +18,7 @@ constexpr const char* hidNodes = "/sys/class/usb";
 constexpr const char* scsiGenericNodes = "/sys/class/scsi_generic";
 
 void offer(RxCtrl& ctrl, const std::string& entry) {
-  handleUEvent(ctrl, addEventOf(entry), ctrl.speed);
+  handleUEvent(ctrl, makeAddEvent(entry), ctrl.speed);
 }
 
 // Interfaces and hubs are listed too; the handler knows them.
@@ -27,16 +30,14 @@ void offerUsbDevices(RxCtrl& ctrl) {
 
 // Only here is a keyboard asked for the boot interface: one that has just been plugged in need not have it.
 bool isBootKeyboardNode(const std::string& entry) {
-  constexpr unsigned long bootInterface = 1;
+  constexpr unsigned long bootInterface = 1;  // bInterfaceSubClass (HID 1.11, 4.2)
   const std::string interface = entry + "/device";
   return isHiddevPath(entry) && isKeyboardDescriptor(interface + "/../descriptors") &&
          readHexAttribute(interface, "bInterfaceSubClass") == bootInterface;
 }
 
 void offerKeyboards(RxCtrl& ctrl) {
-  if (settings.debugCtrl) {
-    DebugMessage(ctrlTag) << "coldplugging keyboards";
-  }
+  logDebug("coldplugging keyboards");
   for (const std::string& entry : ulx::Directory(hidNodes)) {
     if (isBootKeyboardNode(entry)) {
       offer(ctrl, entry);
@@ -45,9 +46,7 @@ void offerKeyboards(RxCtrl& ctrl) {
 }
 
 void offerStorage(RxCtrl& ctrl) {
-  if (settings.debugCtrl) {
-    DebugMessage(ctrlTag) << "colplugging storage devices";  // spelt so in every unit's log
-  }
+  logDebug("colplugging storage devices");  // spelt so in every unit's log
   for (const std::string& entry : ulx::Directory(scsiGenericNodes)) {
     offer(ctrl, entry);
   }
@@ -57,10 +56,10 @@ void offerStorage(RxCtrl& ctrl) {
 
 void coldplug(RxCtrl& ctrl) {
   offerUsbDevices(ctrl);
-  if (enablesClass(ctrl, keyboardClass) && ulx::pathExists(hidNodes)) {
+  if (enablesClass(ctrl.classes, keyboardClass) && ulx::pathExists(hidNodes)) {
     offerKeyboards(ctrl);
   }
-  if (enablesClass(ctrl, storageClass) && ulx::pathExists(scsiGenericNodes)) {
+  if (enablesClass(ctrl.classes, storageClass) && ulx::pathExists(scsiGenericNodes)) {
     offerStorage(ctrl);
   }
 }

@@ -13,8 +13,7 @@ std::string readBinaryAttribute(const std::string& dir, const std::string& name)
 /** The content of the attribute less one newline at its end. */
 std::string readAttribute(const std::string& dir, const std::string& name);
 
-/** The hexadecimal number at the start of the attribute (blanks and "0x" may precede it), 0 where there is
- * none. */
+/** The hexadecimal number at the start of the attribute, or 0. Blanks and "0x" may precede it. */
 unsigned long readHexAttribute(const std::string& dir, const std::string& name);
 
 /** The attribute, or `fallback` when there is no such file, also when it goes while it is read. */

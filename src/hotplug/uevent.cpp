@@ -1,5 +1,7 @@
 #include "hotplug/uevent.h"
 
+#include <cstddef>
+
 #include "ulx/items.h"
 
 UEvent parseUEvent(std::string_view datagram) {
@@ -13,7 +15,7 @@ UEvent parseUEvent(std::string_view datagram) {
   return event;
 }
 
-UEvent addEventOf(const std::string& sysfsPath) {
+UEvent makeAddEvent(const std::string& sysfsPath) {
   constexpr std::string_view mountPoint = "/sys";
   return {{"ACTION", "add"}, {"DEVPATH", sysfsPath.substr(mountPoint.size())}};
 }

@@ -1,11 +1,11 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
 
-/** The environment of one kernel uevent ("ACTION", "DEVPATH", "SUBSYSTEM", ...), in byte order of the keys.
- */
+/** The environment of one kernel uevent ("ACTION", "DEVPATH", "SUBSYSTEM", ...), in byte order of the keys. */
 using UEvent = std::map<std::string, std::string, std::less<>>;
 
 /**
@@ -14,6 +14,5 @@ using UEvent = std::map<std::string, std::string, std::less<>>;
  */
 UEvent parseUEvent(std::string_view datagram);
 
-/** A made-up "add" of the device at `sysfsPath`, which begins with "/sys": as the kernel would announce it.
- */
-UEvent addEventOf(const std::string& sysfsPath);
+/** An "add" event of the device at `sysfsPath`, which begins with "/sys", as the kernel would announce it. */
+UEvent makeAddEvent(const std::string& sysfsPath);

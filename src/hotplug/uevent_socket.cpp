@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 
 #include <cerrno>
+#include <cstddef>
 
 #include "ctrl/messages.h"
 #include "ulx/exceptions.h"
@@ -57,8 +58,7 @@ std::string NetlinkClientSocket::recvfrom() const {
     ulx::throwErrno("recvfrom(" + name() + ")", errno);
   }
   if (received != size) {
-    // cppcheck-suppress unusedScopedObject
-    ErrorMessage("warning, NetlinkClientSocket::recvfrom length disagrees with peek\n");
+    logError("warning, NetlinkClientSocket::recvfrom length disagrees with peek\n");
   }
   return datagram;
 }

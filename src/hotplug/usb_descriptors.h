@@ -49,7 +49,7 @@ inline constexpr std::uint8_t smartcardClass = 0x0B;
 
 /**
  * The descriptors of one type in `data`, in order, as an input range. Each is given as the bytes from its
- * start to the end of the data, whatever its bLength says, and has at least the fields up to `lastField`.
+ * start to the end of the data, not to its bLength. It has at least the fields up to `lastField`.
  *
  * The walk ends at the end of the data, at a descriptor of bLength 0, and at one of `type` whose fields are
  * cut short. The data must outlive the walk.

@@ -2,23 +2,27 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
+#include <utility>
 
 #include "ctrl/configuration.h"
+#include "ctrl/link.h"
 #include "ctrl/messages.h"
+#include "ctrl/osd.h"
 #include "ctrl/settings.h"
 #include "hotplug/sysfs.h"
 #include "hotplug/usb_descriptors.h"
 
 namespace {
 
-enum class Verdict {
-  admitted,
-  refused,          // the user has been told; no other rule is asked
-  refusedSilently,  // the rules that follow may still tell the user why
+// What a rule looks at.
+struct Request {
+  const AdmissionPolicy& policy;
+  const std::string& linkSpeed;
+  const std::string& devicePath;
 };
 
-// What a rule needs to know of the daemon and of the device.
-using Rule = Verdict(const RxCtrl& ctrl, const std::string& devicePath);
+using Rule = Judgement(const Request& request);
 
 using ClassTest = bool(std::uint8_t interfaceClass);
 
@@ -51,58 +55,58 @@ bool hasIsochronousEndpoint(const std::string& devicePath) {
       DescriptorWalk(descriptorBytes(descriptors), endpointDescriptorType, bmAttributes), isIsochronous);
 }
 
-Verdict refuseSmartcards(const RxCtrl& ctrl, const std::string& devicePath) {
-  if (!ctrl.policy.smartcard || !hasInterface(devicePath, isSmartcard)) {
-    return Verdict::admitted;
-  }
-  // No blank after the name, on purpose.
-  OsdMessage(ctrl.osd, readDeviceName(devicePath)) << "local smartcard security";
-  return Verdict::refused;
+Judgement admitted() {
+  return {};
 }
 
-Verdict refuseNonHid(const RxCtrl& ctrl, const std::string& devicePath) {
-  if (!ctrl.policy.hidOnly || !hasInterface(devicePath, isNotHid)) {
-    return Verdict::admitted;
-  }
-  OsdMessage(ctrl.osd, readDeviceName(devicePath)) << " is not supported because it has non-HID endpoints";
-  return Verdict::refused;
+Judgement refused(std::string message) {
+  return {.verdict = Verdict::refused, .message = std::move(message)};
 }
 
-Verdict refuseMassStorage(const RxCtrl& ctrl, const std::string& devicePath) {
-  if (!ctrl.policy.blockMassStorage || !hasInterface(devicePath, isMassStorage)) {
-    return Verdict::admitted;
+Judgement refuseSmartcards(const Request& request) {
+  if (!request.policy.smartcard || !hasInterface(request.devicePath, isSmartcard)) {
+    return admitted();
   }
-  OsdMessage(ctrl.osd, readDeviceName(devicePath)) << " configuration blocked due to mass storage capability";
-  return Verdict::refused;
+  return refused(readDeviceName(request.devicePath) + "local smartcard security");  // no blank, on purpose
 }
 
-Verdict refuseIsochronous(const RxCtrl& ctrl, const std::string& devicePath) {
-  if (ctrl.policy.isochronousEnabled) {
-    return Verdict::admitted;
+Judgement refuseNonHid(const Request& request) {
+  if (!request.policy.hidOnly || !hasInterface(request.devicePath, isNotHid)) {
+    return admitted();
   }
-  const bool found = hasIsochronousEndpoint(devicePath);
-  if (settings.debugCtrl) {
-    DebugMessage(ctrlTag) << (found ? "Isochronous endpoint found - device not supported"
-                                    : "  no iso endpoints found, this is supported.");
-  }
-  if (!found) {
-    return Verdict::admitted;
-  }
-  if (!ctrl.policy.isochronousUserWarning) {
-    return Verdict::refusedSilently;
-  }
-  OsdMessage(ctrl.osd, readDeviceName(devicePath))
-      << " is not supported because it has isochronous endpoints";
-  return Verdict::refused;
+  return refused(readDeviceName(request.devicePath) + " is not supported because it has non-HID endpoints");
 }
 
-Verdict refuseHighSpeedOnFullSpeedLink(const RxCtrl& ctrl, const std::string& devicePath) {
-  if (ctrl.speed != fullSpeedLink || !isHighSpeedDevice(devicePath)) {
-    return Verdict::admitted;
+Judgement refuseMassStorage(const Request& request) {
+  if (!request.policy.blockMassStorage || !hasInterface(request.devicePath, isMassStorage)) {
+    return admitted();
   }
-  OsdMessage(ctrl.osd, "High speed " + readDeviceName(devicePath))
-      << " is not supported on a full speed only port";
-  return Verdict::refused;
+  return refused(readDeviceName(request.devicePath) +
+                 " configuration blocked due to mass storage capability");
+}
+
+Judgement refuseIsochronous(const Request& request) {
+  if (request.policy.isochronousEnabled) {
+    return admitted();
+  }
+  if (!hasIsochronousEndpoint(request.devicePath)) {
+    logDebug("  no iso endpoints found, this is supported.");
+    return admitted();
+  }
+  logDebug("Isochronous endpoint found - device not supported");
+  if (!request.policy.isochronousUserWarning) {
+    return {.verdict = Verdict::refusedSilently, .message = {}};
+  }
+  return refused(readDeviceName(request.devicePath) +
+                 " is not supported because it has isochronous endpoints");
+}
+
+Judgement refuseHighSpeedOnFullSpeedLink(const Request& request) {
+  if (request.linkSpeed != fullSpeedLink || !isHighSpeedDevice(request.devicePath)) {
+    return admitted();
+  }
+  return refused("High speed " + readDeviceName(request.devicePath) +
+                 " is not supported on a full speed only port");
 }
 
 constexpr std::array<Rule*, 5> rules{refuseSmartcards, refuseNonHid, refuseMassStorage, refuseIsochronous,
@@ -119,19 +123,27 @@ void reloadPolicyIfRequested(RxCtrl& ctrl) {
 
 }  // namespace
 
-bool checkAdmission(RxCtrl& ctrl, const std::string& devicePath) {
-  reloadPolicyIfRequested(ctrl);
-  bool admitted = true;
+// The first refusal with a message ends it; after a silent one a later rule may still give the user a reason.
+Judgement judge(const AdmissionPolicy& policy, const std::string& linkSpeed, const std::string& devicePath) {
+  const Request request{.policy = policy, .linkSpeed = linkSpeed, .devicePath = devicePath};
+  Judgement judgement;
   for (Rule* rule : rules) {
-    switch (rule(ctrl, devicePath)) {
-      case Verdict::admitted:
-        break;
-      case Verdict::refused:
-        return false;
-      case Verdict::refusedSilently:
-        admitted = false;
-        break;
+    const Judgement ruled = rule(request);
+    if (ruled.verdict == Verdict::refused) {
+      return ruled;
+    }
+    if (ruled.verdict == Verdict::refusedSilently) {
+      judgement = ruled;
     }
   }
-  return admitted;
+  return judgement;
+}
+
+bool checkAdmission(RxCtrl& ctrl, const std::string& devicePath) {
+  reloadPolicyIfRequested(ctrl);
+  const Judgement judgement = judge(ctrl.policy, ctrl.speed, devicePath);
+  if (judgement.verdict == Verdict::refused) {
+    showMessage(ctrl.osd, judgement.message);
+  }
+  return judgement.verdict == Verdict::admitted;
 }

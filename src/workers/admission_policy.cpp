@@ -1,15 +1,16 @@
 #include "workers/admission_policy.h"
 
 #include "ctrl/configuration.h"
+#include "ctrl/configuration_keys.h"
 
 AdmissionPolicy readAdmissionPolicy() {
   const AdmissionPolicy defaults;
   return {
-      .hidOnly = getConfigBool("usb:hid_only", defaults.hidOnly),
-      .blockMassStorage = getConfigBool("usb:block_mass_storage", defaults.blockMassStorage),
-      .smartcard = getConfigBool("usb:smartcard", defaults.smartcard),
-      .isochronousEnabled = getConfigBool("usb:isochronous_enabled", defaults.isochronousEnabled),
+      .hidOnly = getConfigBool(configuration_key::hidOnly, defaults.hidOnly),
+      .blockMassStorage = getConfigBool(configuration_key::blockMassStorage, defaults.blockMassStorage),
+      .smartcard = getConfigBool(configuration_key::smartcard, defaults.smartcard),
+      .isochronousEnabled = getConfigBool(configuration_key::isochronousEnabled, defaults.isochronousEnabled),
       .isochronousUserWarning =
-          getConfigBool("usb:isochronous_user_warning", defaults.isochronousUserWarning),
+          getConfigBool(configuration_key::isochronousUserWarning, defaults.isochronousUserWarning),
   };
 }

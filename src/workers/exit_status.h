@@ -1,7 +1,7 @@
 #pragma once
 
 /*
- * What a worker's exit status tells the daemon. Every other one, and an end by a signal, is a failure.
+ * What a worker's exit status means. Every other one, and an end by a signal, is a failure.
  */
 
 /** The worker's program could not be executed: set by the forked child itself. */
@@ -10,5 +10,5 @@ inline constexpr int execFailedStatus = 42;
 /** The device cannot be configured, typically behind a hub. */
 inline constexpr int cannotConfigureStatus = 5;
 
-/** The worker was told how long to wait for the Transmitter, and has waited so long. */
+/** The worker was started with a time to wait for the Transmitter, and has waited so long. */
 inline constexpr int connectTimeoutStatus = 28;

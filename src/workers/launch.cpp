@@ -6,16 +6,16 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <string_view>
+#include <vector>
 
-#include "ctrl/clock.h"
 #include "ctrl/configuration.h"
+#include "ctrl/configuration_keys.h"
 #include "ctrl/messages.h"
+#include "ctrl/osd.h"
 #include "ctrl/settings.h"
 #include "ctrl/signals.h"
 #include "hotplug/sysfs.h"
 #include "ulx/exceptions.h"
-#include "workers/announcement.h"
 #include "workers/exit_status.h"
 #include "workers/worker_arguments.h"
 
@@ -73,7 +73,7 @@ void startWorker(RxCtrl& ctrl, const std::string& devicePath, WorkerArguments ar
 }
 
 GenericOptions genericOptionsOf(const RxCtrl& ctrl) {
-  const char* program = getConfigString("apps:quor_usb_rx_generic");
+  const char* program = getConfigString(configuration_key::genericProgram);
   GenericOptions options{.program = program == nullptr ? "usb_rx_generic" : program,
                          .inkey = ctrl.inkey,
                          .outkey = ctrl.outkey,
@@ -87,10 +87,12 @@ GenericOptions genericOptionsOf(const RxCtrl& ctrl) {
 
 }  // namespace
 
+void announceAttached(const OsdSink& osd, const std::string& deviceName) {
+  showMessage(osd, deviceName + " attached");
+}
+
 void launchScsiWorker(RxCtrl& ctrl, const std::string& devicePath) {
-  if (settings.debugCtrl) {
-    DebugMessage(ctrlTag) << "starting usb_rx_scsi for " << devicePath;
-  }
+  logDebug("starting usb_rx_scsi for ", devicePath);
   startWorker(ctrl, devicePath, scsiArguments(logOf(settings.debugScsi), linkOf(ctrl), devicePath),
               Orphan::livesOn);
 
@@ -102,10 +104,7 @@ void launchScsiWorker(RxCtrl& ctrl, const std::string& devicePath) {
 
 void launchKeyboardWorker(RxCtrl& ctrl, const std::string& devicePath) {
   const DeviceNumber number = parseDeviceNumber(readAttribute(devicePath, "dev"));
-  if (settings.debugCtrl) {
-    DebugMessage(ctrlTag) << "starting usb_rx_keyboard for " << devicePath << " (" << number.major << ":"
-                          << number.minor << ")";
-  }
+  logDebug("starting usb_rx_keyboard for ", devicePath, " (", number.major, ":", number.minor, ")");
   startWorker(ctrl, devicePath, keyboardArguments(logOf(settings.debugKeyboard), linkOf(ctrl), number),
               Orphan::livesOn);
 
@@ -116,9 +115,7 @@ void launchGenericWorker(RxCtrl& ctrl, const std::string& devicePath) {
   if (!ctrl.attachBlocked) {
     ctrl.lastGenericStart = timestampNow();
   }
-  if (settings.debugCtrl) {
-    DebugMessage(ctrlTag) << "starting usb_rx_generic for " << devicePath;
-  }
+  logDebug("starting usb_rx_generic for ", devicePath);
   startWorker(
       ctrl, devicePath,
       genericArguments(logOf(settings.debugGeneric), genericOptionsOf(ctrl), linkOf(ctrl), devicePath),

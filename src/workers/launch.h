@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "ctrl/osd.h"
 #include "ctrl/rx_ctrl.h"
 
 /*
@@ -16,6 +17,8 @@ void launchScsiWorker(RxCtrl& ctrl, const std::string& devicePath);
 /** `devicePath`: a HID device node with a "dev" attribute, two levels below the USB device. */
 void launchKeyboardWorker(RxCtrl& ctrl, const std::string& devicePath);
 
-/** `devicePath`: a USB device. Announced only to a control client that is there, and not while attachBlocked.
- */
+/** `devicePath`: a USB device. Announced only while there is a control connection, and not while attachBlocked. */
 void launchGenericWorker(RxCtrl& ctrl, const std::string& devicePath);
+
+/** Shows the user that the device of this name can be used. */
+void announceAttached(const OsdSink& osd, const std::string& deviceName);

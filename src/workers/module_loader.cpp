@@ -4,7 +4,6 @@
 #include <string_view>
 
 #include "ctrl/messages.h"
-#include "ctrl/settings.h"
 #include "ulx/command.h"
 #include "ulx/path.h"
 
@@ -35,9 +34,7 @@ void loadKernelModule(const std::string& moduleName, const std::string& argument
       return;
     }
     if (colon == std::string_view::npos) {
-      if (settings.debugCtrl) {
-        DebugMessage(ctrlTag) << "didn't find module " << moduleName;
-      }
+      logDebug("didn't find module ", moduleName);
       throw "module not found";
     }
     rest.remove_prefix(colon + 1);

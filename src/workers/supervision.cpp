@@ -1,14 +1,17 @@
 #include "workers/supervision.h"
 
+#include <sys/types.h>
 #include <sys/wait.h>
 
 #include <cerrno>
+#include <cstdint>
+#include <string>
 
-#include "ctrl/clock.h"
 #include "ctrl/messages.h"
-#include "ctrl/settings.h"
-#include "hotplug/classification.h"
+#include "ctrl/osd.h"
 #include "hotplug/sysfs.h"
+#include "hotplug/uevent.h"
+#include "hotplug/uevent_handler.h"
 #include "ulx/exceptions.h"
 #include "ulx/path.h"
 #include "ulx/sleep.h"
@@ -34,12 +37,12 @@ pid_t nextEnded(int& status) {
   return 0;
 }
 
-void tellEnd(pid_t pid, int status) {
-  DebugMessage(ctrlTag) << "subprocess " << pid << " has terminated";
+void logEnd(pid_t pid, int status) {
+  logDebug("subprocess ", pid, " has terminated");
   if (WIFSIGNALED(status)) {
-    DebugMessage(ctrlTag) << "  terminated due to signal " << WTERMSIG(status);
+    logDebug("  terminated due to signal ", WTERMSIG(status));
   } else if (WIFEXITED(status)) {
-    DebugMessage(ctrlTag) << "  exited with status " << WEXITSTATUS(status);
+    logDebug("  exited with status ", WEXITSTATUS(status));
   }
 }
 
@@ -62,22 +65,20 @@ bool staysPresent(const std::string& devpath) {
     if (!ulx::pathExists(devpath)) {
       return false;
     }
-    if (round < rounds && settings.debugCtrl) {
-      DebugMessage(ctrlTag) << "device " << devpath << " still present; sleep again";
+    if (round < rounds) {
+      logDebug("device ", devpath, " still present; sleep again");
     }
   }
   return true;
 }
 
 void restart(RxCtrl& ctrl, const std::string& devpath) {
-  if (settings.debugCtrl) {
-    DebugMessage(ctrlTag) << "device " << devpath << " still present; restarting " << ctrl.restartCount;
-  }
-  const UEvent event = addEventOf(devpath);
+  logDebug("device ", devpath, " still present; restarting ", ctrl.restartCount);
+  const UEvent event = makeAddEvent(devpath);
   if (ctrl.restartCount++ > toleratedRestarts) {
     ctrl.attachBlocked = true;
-    OsdMessage(ctrl.osd, osdPrefix + readDeviceName(devpath))
-        << " cannot be attached until Transmitter available";
+    showMessage(ctrl.osd,
+                osdPrefix + readDeviceName(devpath) + " cannot be attached until Transmitter available");
   }
   handleUEvent(ctrl, event, ctrl.speed);
 }
@@ -87,40 +88,35 @@ void restartIfPresent(RxCtrl& ctrl, const std::string& devpath) {
     restart(ctrl, devpath);
     return;
   }
-  if (settings.debugCtrl) {
-    DebugMessage(ctrlTag) << "device " << devpath << " has gone";
-  }
+  logDebug("device ", devpath, " has gone");
   ctrl.restartCount = 0;
 }
 
-void handleEndOf(RxCtrl& ctrl, const std::string& devpath, int exitStatus) {
+// What becomes of a device whose worker has ended.
+void followUp(RxCtrl& ctrl, const std::string& devpath, int exitStatus) {
   if (exitStatus == cannotConfigureStatus) {
-    OsdMessage(ctrl.osd, osdPrefix + readDeviceName(devpath))
-        << " cannot be configured; please remove any intermediate hubs and/or device";
+    showMessage(ctrl.osd, osdPrefix + readDeviceName(devpath) +
+                              " cannot be configured; please remove any intermediate hubs and/or device");
     return;
   }
-  if (exitStatus != connectTimeoutStatus) {
+  if (exitStatus == connectTimeoutStatus) {
+    logDebug("RxGeneric exited due to timeout");
+  } else {
     countFailure(ctrl);
-  } else if (settings.debugCtrl) {
-    DebugMessage(ctrlTag) << "RxGeneric exited due to timeout";
   }
   restartIfPresent(ctrl, devpath);
 }
 
-void handleEnded(RxCtrl& ctrl, pid_t pid, int status) {
-  if (settings.debugCtrl) {
-    tellEnd(pid, status);
-  }
+void handleEndedChild(RxCtrl& ctrl, pid_t pid, int status) {
+  logEnd(pid, status);
   const auto worker = ctrl.workers.byPid.find(pid);
   if (worker == ctrl.workers.byPid.end()) {
-    if (settings.debugCtrl) {
-      DebugMessage(ctrlTag) << "don't know what that subprocess was; maybe insmod";
-    }
+    logDebug("don't know what that subprocess was; maybe insmod");
     return;
   }
   const std::string devpath = worker->second;
   ctrl.workers.remove(pid);
-  handleEndOf(ctrl, devpath, WIFEXITED(status) ? WEXITSTATUS(status) : 0);
+  followUp(ctrl, devpath, WIFEXITED(status) ? WEXITSTATUS(status) : 0);
 }
 
 }  // namespace
@@ -128,6 +124,6 @@ void handleEnded(RxCtrl& ctrl, pid_t pid, int status) {
 void reapWorkers(RxCtrl& ctrl) {
   int status = 0;
   for (pid_t pid = nextEnded(status); pid != 0; pid = nextEnded(status)) {
-    handleEnded(ctrl, pid, status);
+    handleEndedChild(ctrl, pid, status);
   }
 }

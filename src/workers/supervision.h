@@ -4,8 +4,10 @@
 
 /**
  * Collects every worker that has ended. The worker of a device that is still there 150 ms later is started
- * anew, by the way of a new device; the user is told of a device that cannot work, and, after a run of quick
- * failures, that devices wait for the Transmitter. Throws "waitpid()", stat(PATH) for a device that cannot be
- * looked for, and what the reading of the name of a device throws that the user is to be told of.
+ * anew, by the way of a new device. The display shows a device that cannot work, and, after a run of quick
+ * failures, that devices wait for the Transmitter.
+ *
+ * Throws "waitpid()", and stat(PATH) for a device that cannot be looked for. Throws what reading the name of a
+ * device throws, where the name is to be shown.
  */
 void reapWorkers(RxCtrl& ctrl);

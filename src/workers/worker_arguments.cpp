@@ -2,7 +2,9 @@
 
 #include <boost/lexical_cast.hpp>
 
-#include "control/socket_path.h"
+#include <cstddef>
+
+#include "ctrl/link.h"
 
 namespace {
 

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "ctrl/link.h"
+
 /** A worker's command line; the first element is also the program that is executed, found through PATH. */
 using WorkerArguments = std::vector<std::string>;
 
@@ -18,11 +20,11 @@ struct TransmitterLink {
 /** Whether a worker logs its own debug messages, and where to. */
 enum class WorkerLog { quiet, debugToStderr, debugToSyslog };
 
-/** What only generic workers are told. */
+/** What only generic workers get. */
 struct GenericOptions {
   std::string program;
-  std::optional<std::string> inkey;
-  std::optional<std::string> outkey;
+  LinkKey inkey;
+  LinkKey outkey;
   std::string socketPath;
   std::optional<std::string> timeoutText;  // set: the worker gives up after so many seconds
 };

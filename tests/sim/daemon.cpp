@@ -19,7 +19,7 @@ namespace sim {
 
 namespace {
 
-constexpr std::size_t linesInTestimony = 40;
+constexpr std::size_t linesInReport = 40;
 
 std::vector<std::string> commandFor(const std::vector<std::string>& arguments) {
   std::vector<std::string> command = commandOf("SIM_DAEMON", SIM_DAEMON_PROGRAM);
@@ -30,11 +30,6 @@ std::vector<std::string> commandFor(const std::vector<std::string>& arguments) {
 std::string folderOfNextDaemon() {
   static int started = 0;
   return "/sim/daemon-" + std::to_string(++started);
-}
-
-ProcessEnd endOf(int waitStatus) {
-  return WIFSIGNALED(waitStatus) ? ProcessEnd::killedBy(WTERMSIG(waitStatus))
-                                 : ProcessEnd::exited(WEXITSTATUS(waitStatus));
 }
 
 std::string toText(const ProcessEnd& end) {
@@ -61,7 +56,7 @@ Daemon::Daemon(std::vector<std::string> arguments, const ProcessOptions& options
     : arguments_(std::move(arguments)),
       folder_(folderOfNextDaemon()),
       standardError_(folder_ + "/stderr"),
-      testimony_([this] { return tell(); }) {
+      stateReport_([this] { return describe(); }) {
   writeFile(folder_ + "/stdout", "");
   pid_ = startProcess(commandFor(arguments_), options, folder_ + "/stdout", folder_ + "/stderr");
   process_ = ProcessHandle(pid_);
@@ -77,7 +72,7 @@ Daemon::~Daemon() {
 bool Daemon::isRunning() {
   int status = 0;
   if (!end_ && ::waitpid(pid_, &status, WNOHANG) == pid_) {
-    end_ = endOf(status);
+    end_ = ProcessEnd::of(status);
   }
   return !end_;
 }
@@ -101,7 +96,7 @@ std::string Daemon::waitForLine(const std::string& text, const Deadline& deadlin
     found = nextLineWith(text);
     if (!found && !wasRunning) {
       throw Error("the daemon ended (" + toText(*end_) + ") without the line \"" + text + "\"\n" +
-                  allTestimonies());
+                  allStateReports());
     }
     return found.has_value();
   });
@@ -154,9 +149,9 @@ std::vector<int> Daemon::openDescriptors() const {
   return openDescriptorsOf(pid_);
 }
 
-std::string Daemon::tell() {
+std::string Daemon::describe() {
   const std::vector<std::string>& all = lines();
-  const std::size_t first = all.size() > linesInTestimony ? all.size() - linesInTestimony : 0;
+  const std::size_t first = all.size() > linesInReport ? all.size() - linesInReport : 0;
   std::string text = isRunning() ? "the daemon runs" : "the daemon has ended: " + toText(*end_);
   text += "; the last lines of its standard error:\n";
   for (std::size_t i = first; i < all.size(); ++i) {

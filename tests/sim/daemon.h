@@ -10,7 +10,7 @@
 #include "sim/line_file.h"
 #include "sim/process.h"
 #include "sim/process_handle.h"
-#include "sim/testimony.h"
+#include "sim/state_report.h"
 
 namespace sim {
 
@@ -65,7 +65,7 @@ class Daemon {
 
  private:
   [[nodiscard]] std::optional<std::string> nextLineWith(const std::string& text);
-  [[nodiscard]] std::string tell();
+  [[nodiscard]] std::string describe();
 
   std::vector<std::string> arguments_;
   std::string folder_;  ///< holds the files of its outputs
@@ -74,7 +74,7 @@ class Daemon {
   std::optional<ProcessEnd> end_;
   LineFile standardError_;
   std::size_t nextLine_ = 0;  ///< where waitForLine() goes on
-  Testimony testimony_;
+  StateReport stateReport_;
 };
 
 }  // namespace sim

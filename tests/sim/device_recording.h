@@ -3,52 +3,20 @@
 #include <string>
 #include <vector>
 
+#include "tools/recorder/device_recording.h"
+
+/** The recorded devices of the project, in the form that the recorder writes. */
 namespace sim {
 
-/** One entry of a recorded sysfs tree. */
-struct TreeEntry {
-  enum class Kind { Directory, Link, File };
+using recorder::DeviceRecording;
+using recorder::RecordedEvent;
+using recorder::TreeEntry;
 
-  Kind kind;
-  std::string path;     ///< below /sys, without a leading slash
-  std::string content;  ///< a link's text or a file's bytes; empty for a directory
-};
-
-/** One recorded uevent. */
-struct RecordedEvent {
-  int milliseconds;      ///< since the first event of the plug or unplug
-  std::string datagram;  ///< as the kernel sent it: ACTION@DEVPATH, NUL, KEY=VALUE, NUL ...
-};
-
-/**
- * What a kernel announced and showed for one USB device that was plugged in and taken out again. The files
- * behind it are described in devices/README.md.
- */
-struct DeviceRecording {
-  std::string name;         ///< the folder's name
-  std::string description;  ///< one line
-  /** The device's physical directory ("/sys/devices/..."); empty in `root-hubs`, which holds several. */
-  std::string directory;
-  std::string product;  ///< the product text; empty when the device has none
-  std::string speed;    ///< Mbit/s as sysfs tells it: "1.5", "12", "480", "5000"
-  std::vector<TreeEntry> tree;
-  std::vector<RecordedEvent> plugEvents;
-  std::vector<RecordedEvent> unplugEvents;
-
-  /** Reads one recording. Throws Error, which names file and line where a file is at fault. */
-  static DeviceRecording load(const std::string& name);
-  /** The names of all recordings, sorted. */
-  static std::vector<std::string> names();
-  /** The folder of the recordings: the environment variable SIM_DEVICES, else the project's own. */
-  static std::string folder();
-
-  /** What stands in the events of the device itself: `directory` without "/sys". */
-  [[nodiscard]] std::string devpath() const;
-  /** The physical directories of its nodes named `prefix` and a number ("hiddev", "sg"), in the tree's order.
-   */
-  [[nodiscard]] std::vector<std::string> nodes(const std::string& prefix) const;
-  /** Whether this path below /sys is the device's directory or lies in it. */
-  [[nodiscard]] bool owns(const std::string& path) const;
-};
+/** Reads one recording. Throws recorder::Error with the file and the line that cannot be read. */
+[[nodiscard]] DeviceRecording loadRecording(const std::string& name);
+/** The names of all recordings, sorted. */
+[[nodiscard]] std::vector<std::string> recordingNames();
+/** The folder of the recordings: the environment variable SIM_DEVICES, else the project's own. */
+[[nodiscard]] std::string recordingsFolder();
 
 }  // namespace sim

@@ -53,7 +53,7 @@ std::string readOnce(const Descriptor& fifo) {
 
 }  // namespace
 
-Display::Display(std::string path) : path_(std::move(path)), testimony_([this] { return tell(); }) {}
+Display::Display(std::string path) : path_(std::move(path)), stateReport_([this] { return describe(); }) {}
 
 Display::~Display() {
   closeReader();
@@ -125,21 +125,21 @@ void Display::forgetWriter() {
   if (dataSource_) {
     readAll();
   }
-  follow_ = Follow::Nobody;
+  follow_ = Follow::nobody;
 }
 
 void Display::follow(pid_t daemon) {
   daemon_ = daemon;
-  follow_ = Follow::Waiting;
+  follow_ = Follow::waiting;
 }
 
 bool Display::isOpened() {
   serveOpened();
-  return follow_ == Follow::PacketMode || follow_ == Follow::Impossible;
+  return follow_ == Follow::packetMode || follow_ == Follow::impossible;
 }
 
 void Display::serveOpened() {
-  if (follow_ != Follow::Waiting) {
+  if (follow_ != Follow::waiting) {
     return;
   }
   const std::vector<int> numbers = descriptorsOf(daemon_, path_);
@@ -148,11 +148,11 @@ void Display::serveOpened() {
   }
   const bool switched = std::all_of(numbers.begin(), numbers.end(),
                                     [this](int number) { return switchToPacketMode(daemon_, number); });
-  follow_ = Follow::Impossible;
+  follow_ = Follow::impossible;
   if (dataSource_ && holdsData(fifo_)) {
     readAll();  // some of it may have been written before the switch
   }
-  follow_ = switched ? Follow::PacketMode : Follow::Impossible;
+  follow_ = switched ? Follow::packetMode : Follow::impossible;
 }
 
 void Display::readAll() {
@@ -162,7 +162,7 @@ void Display::readAll() {
 }
 
 void Display::keep(const std::string& data) {
-  if (follow_ == Follow::PacketMode) {
+  if (follow_ == Follow::packetMode) {
     writes_.push_back(data);
     return;
   }
@@ -175,7 +175,7 @@ void Display::keep(const std::string& data) {
   }
 }
 
-std::string Display::tell() const {
+std::string Display::describe() const {
   std::string text = "the display has shown:\n";
   for (const std::string& write : handedOut_) {
     text += "  " + write;

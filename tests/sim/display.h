@@ -10,7 +10,7 @@
 #include "sim/deadline.h"
 #include "sim/descriptor.h"
 #include "sim/file_watch.h"
-#include "sim/testimony.h"
+#include "sim/state_report.h"
 #include "sim/wait.h"
 
 namespace sim {
@@ -63,21 +63,21 @@ class Display {
   void readAll();
   void keep(const std::string& data);
   void startReading();
-  [[nodiscard]] std::string tell() const;
+  [[nodiscard]] std::string describe() const;
 
   /** How the process that is followed writes: not opened yet, each write apart, or only lines are known. */
-  enum class Follow { Nobody, Waiting, PacketMode, Impossible };
+  enum class Follow { nobody, waiting, packetMode, impossible };
 
   std::string path_;
   Descriptor fifo_;
   std::unique_ptr<FileWatch> opened_;
   std::unique_ptr<Background> dataSource_;
   pid_t daemon_ = 0;
-  Follow follow_ = Follow::Nobody;
+  Follow follow_ = Follow::nobody;
   bool keepsBoundaries_ = true;
   std::deque<std::string> writes_;
   std::vector<std::string> handedOut_;
-  Testimony testimony_;
+  StateReport stateReport_;
 };
 
 }  // namespace sim

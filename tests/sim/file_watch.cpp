@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <filesystem>
 #include <set>
 #include <utility>
 #include <vector>
@@ -105,12 +104,6 @@ FileWatch::FileWatch(const std::string& path, std::uint32_t events, std::functio
 
 FileWatch::~FileWatch() {
   files_->remove(this);
-}
-
-void waitUntilExists(const std::string& path, const Deadline& deadline) {
-  const FileWatch watch(std::filesystem::path(path).parent_path(), IN_CREATE | IN_MOVED_TO);
-  waitUntil(path + " to exist", deadline,
-            [&path] { return std::filesystem::exists(std::filesystem::symlink_status(path)); });
 }
 
 }  // namespace sim

@@ -5,8 +5,6 @@
 #include <memory>
 #include <string>
 
-#include "sim/deadline.h"
-
 namespace sim {
 
 class WatchedFiles;
@@ -33,8 +31,5 @@ class FileWatch {
   int number_;  ///< the system's number of the watched file
   std::function<void()> happened_;
 };
-
-/** Waits until something named `path` exists; its directory must exist already. */
-void waitUntilExists(const std::string& path, const Deadline& deadline = {});
 
 }  // namespace sim

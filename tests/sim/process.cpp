@@ -77,12 +77,12 @@ PipeEnds makePipe() {
 
 bool redirect(int number, ProcessOptions::Output output, const std::string& file) {
   switch (output) {
-    case ProcessOptions::Output::Closed:
+    case ProcessOptions::Output::closed:
       ::close(number);
       return true;
-    case ProcessOptions::Output::BrokenPipe:
+    case ProcessOptions::Output::brokenPipe:
       return ::dup2(makePipe().writer.get(), number) >= 0;
-    case ProcessOptions::Output::Captured:
+    case ProcessOptions::Output::captured:
       break;
   }
   const Descriptor opened(::open(file.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
@@ -90,7 +90,7 @@ bool redirect(int number, ProcessOptions::Output output, const std::string& file
 }
 
 bool redirectInput(ProcessOptions::Input input) {
-  if (input == ProcessOptions::Input::Closed) {
+  if (input == ProcessOptions::Input::closed) {
     ::close(STDIN_FILENO);
     return true;
   }
@@ -143,6 +143,10 @@ bool enterWorld(const ProcessOptions& options, const std::string& outputFile, co
 }
 
 }  // namespace
+
+ProcessEnd ProcessEnd::of(int waitStatus) {
+  return WIFSIGNALED(waitStatus) ? killedBy(WTERMSIG(waitStatus)) : exited(WEXITSTATUS(waitStatus));
+}
 
 std::ostream& operator<<(std::ostream& out, const ProcessEnd& end) {
   if (end.signal) {

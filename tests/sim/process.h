@@ -18,6 +18,8 @@ struct ProcessEnd {
 
   static ProcessEnd exited(int status) { return {status, std::nullopt}; }
   static ProcessEnd killedBy(int signal) { return {std::nullopt, signal}; }
+  /** From a status of waitpid(). */
+  static ProcessEnd of(int waitStatus);
   bool operator==(const ProcessEnd&) const = default;
 };
 
@@ -27,11 +29,11 @@ std::ostream& operator<<(std::ostream& out, const ProcessEnd& end);
 /** The world that a process is started into; by default a plain one. */
 struct ProcessOptions {
   enum class Output {
-    Captured,
-    Closed,      ///< no such descriptor
-    BrokenPipe,  ///< a pipe without a reader
+    captured,
+    closed,      ///< no such descriptor
+    brokenPipe,  ///< a pipe without a reader
   };
-  enum class Input { Empty, Closed };
+  enum class Input { empty, closed };
 
   /**
    * "NAME=value" sets, "NAME" unsets. What is there without it: PATH, with the stand-in workers first, and
@@ -39,9 +41,9 @@ struct ProcessOptions {
    */
   std::vector<std::string> environment;
   std::string workingDirectory = "/";
-  Input standardInput = Input::Empty;
-  Output standardOutput = Output::Captured;
-  Output standardError = Output::Captured;
+  Input standardInput = Input::empty;
+  Output standardOutput = Output::captured;
+  Output standardError = Output::captured;
   std::vector<std::pair<int, rlim_t>> limits;  ///< RLIMIT_... and its soft limit
   std::vector<int> blockedSignals;
   std::vector<int> ignoredSignals;

@@ -75,7 +75,7 @@ std::string withNodesMoved(std::string text, int offset) {
 
 bool isNodeFile(const TreeEntry& entry) {
   const std::string name = fs::path(entry.path).filename();
-  return entry.kind == TreeEntry::Kind::File && (name == "dev" || name == "uevent");
+  return entry.kind == TreeEntry::Kind::file && (name == "dev" || name == "uevent");
 }
 
 void rewriteEvents(std::vector<RecordedEvent>& events, const Rewrite& rewrite) {
@@ -87,7 +87,7 @@ void rewriteEvents(std::vector<RecordedEvent>& events, const Rewrite& rewrite) {
 /** Rewrites all names: paths, link texts, events, and the files that name nodes. */
 void rewriteNames(DeviceRecording& recording, const Rewrite& rewrite) {
   for (TreeEntry& entry : recording.tree) {
-    if (entry.kind == TreeEntry::Kind::Link || isNodeFile(entry)) {
+    if (entry.kind == TreeEntry::Kind::link || isNodeFile(entry)) {
       entry.content = rewrite(entry.content);
     }
     entry.path = rewrite(entry.path);

@@ -77,13 +77,13 @@ void Sysfs::layOut(const DeviceRecording& recording) {
 void Sysfs::layOutEntry(const TreeEntry& entry) {
   const std::string path = "/sys/" + entry.path;
   switch (entry.kind) {
-    case TreeEntry::Kind::Directory:
+    case TreeEntry::Kind::directory:
       makeDirectory(path);
       break;
-    case TreeEntry::Kind::Link:
+    case TreeEntry::Kind::link:
       makeLink(path, entry.content);
       break;
-    case TreeEntry::Kind::File:
+    case TreeEntry::Kind::file:
       writeFile(placeOf(path), entry.content);
       break;
   }

@@ -44,7 +44,7 @@ SyslogMessage parseMessage(const std::string& raw) {
 
 }  // namespace
 
-SyslogSink::SyslogSink(const std::string& path) : testimony_([this] { return tell(); }) {
+SyslogSink::SyslogSink(const std::string& path) : stateReport_([this] { return describe(); }) {
   lengthenQueues();
   socket_ = bindTo(path);
   source_.emplace(socket_.get(), [this] { readAll(); });
@@ -86,7 +86,7 @@ void SyslogSink::readAll() {
   }
 }
 
-std::string SyslogSink::tell() const {
+std::string SyslogSink::describe() const {
   std::string text = "syslog has received:\n";
   for (const std::string& raw : seen_) {
     text += "  " + raw + "\n";

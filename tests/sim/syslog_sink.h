@@ -7,7 +7,7 @@
 
 #include "sim/deadline.h"
 #include "sim/descriptor.h"
-#include "sim/testimony.h"
+#include "sim/state_report.h"
 #include "sim/wait.h"
 
 namespace sim {
@@ -36,13 +36,13 @@ class SyslogSink {
 
  private:
   void readAll();
-  [[nodiscard]] std::string tell() const;
+  [[nodiscard]] std::string describe() const;
 
   Descriptor socket_;
   std::deque<SyslogMessage> messages_;
   std::vector<std::string> seen_;
   std::optional<Background> source_;
-  Testimony testimony_;
+  StateReport stateReport_;
 };
 
 }  // namespace sim

@@ -20,7 +20,7 @@ namespace sim {
  * A simulated receiver unit: the world around one daemon, at the daemon's own paths.
  *
  *   sim::Unit unit;
- *   unit.plug(sim::DeviceRecording::load("made-vendor-hs"));   // present at start: coldplug
+ *   unit.plug(sim::loadRecording("made-vendor-hs"));   // present at start: coldplug
  *   unit.startDaemon({"--debug=ctrl", "transmitter", "5000", "high"});
  *   sim::Worker& worker = unit.workers.waitForWorker();
  *
@@ -45,7 +45,7 @@ class Unit {
 
   Sysfs sysfs;
   UeventSender uevents;
-  WorkerBoard workers;
+  Workers workers;
   Display display;
   SyslogSink syslog;
 

@@ -103,13 +103,13 @@ void installWorkerStandin(const std::string& path) {
   fs::create_symlink(standinProgram(), path);
 }
 
-WorkerBoard::WorkerBoard()
-    : listener_(listenAt(worker_protocol::socketPath)), testimony_([this] { return tell(); }) {
+Workers::Workers()
+    : listener_(listenAt(worker_protocol::socketPath)), stateReport_([this] { return describe(); }) {
   // Workers outlive the daemon; they come back to this process, which ends and reaps them.
   ::prctl(PR_SET_CHILD_SUBREAPER, 1);
 }
 
-Worker& WorkerBoard::waitForWorker(const Deadline& deadline) {
+Worker& Workers::waitForWorker(const Deadline& deadline) {
   waitUntil("a worker", deadline, listener_.get(), [this] {
     acceptReported();
     return !waiting_.empty();
@@ -123,7 +123,7 @@ Worker& WorkerBoard::waitForWorker(const Deadline& deadline) {
   return handOut(*waiting_.front());
 }
 
-Worker& WorkerBoard::waitForWorkerOf(const std::string& device, const Deadline& deadline) {
+Worker& Workers::waitForWorkerOf(const std::string& device, const Deadline& deadline) {
   auto found = waiting_.end();
   waitUntil("a worker of " + device, deadline, listener_.get(), [&] {
     acceptReported();
@@ -134,7 +134,7 @@ Worker& WorkerBoard::waitForWorkerOf(const std::string& device, const Deadline& 
   return handOut(**found);
 }
 
-bool WorkerBoard::isOldest(const Worker& worker) const {
+bool Workers::isOldest(const Worker& worker) const {
   const std::vector<pid_t> siblings = childrenOf(worker.start.parent);
   return std::none_of(siblings.begin(), siblings.end(), [&](pid_t sibling) {
     const std::optional<ProcessAge> age = ageOf(sibling);
@@ -142,22 +142,22 @@ bool WorkerBoard::isOldest(const Worker& worker) const {
   });
 }
 
-bool WorkerBoard::hasReported(pid_t process) const {
+bool Workers::hasReported(pid_t process) const {
   return std::any_of(workers_.begin(), workers_.end(),
                      [process](const Worker& worker) { return worker.start.pid == process; });
 }
 
-Worker& WorkerBoard::handOut(Worker& worker) {
+Worker& Workers::handOut(Worker& worker) {
   std::erase(waiting_, &worker);
   return worker;
 }
 
-std::size_t WorkerBoard::count() {
+std::size_t Workers::count() {
   acceptReported();
   return workers_.size();
 }
 
-void WorkerBoard::acceptReported() {
+void Workers::acceptReported() {
   while (true) {
     Descriptor connection(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
     if (!connection.isOpen()) {
@@ -169,7 +169,7 @@ void WorkerBoard::acceptReported() {
   }
 }
 
-std::vector<WorkerBoard::Leaving> WorkerBoard::dismissAll() {
+std::vector<Workers::Leaving> Workers::dismissAll() {
   acceptReported();
   std::vector<Leaving> leaving;
   for (const Worker& worker : workers_) {
@@ -182,7 +182,7 @@ std::vector<WorkerBoard::Leaving> WorkerBoard::dismissAll() {
   return leaving;
 }
 
-void WorkerBoard::endAll() noexcept {
+void Workers::endAll() noexcept {
   try {
     const Deadline deadline(1);
     for (const Leaving& worker : dismissAll()) {
@@ -196,7 +196,7 @@ void WorkerBoard::endAll() noexcept {
   }
 }
 
-std::string WorkerBoard::tell() const {
+std::string Workers::describe() const {
   std::string text = "workers that have reported: " + std::to_string(workers_.size()) + "\n";
   for (const Worker& worker : workers_) {
     text += "  " + std::to_string(worker.start.pid) + commandLine(worker.start.arguments) + "\n";

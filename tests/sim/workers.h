@@ -11,7 +11,7 @@
 #include "sim/descriptor.h"
 #include "sim/process_handle.h"
 #include "sim/process_table.h"
-#include "sim/testimony.h"
+#include "sim/state_report.h"
 
 namespace sim {
 
@@ -69,9 +69,9 @@ void installWorkerStandin(const std::string& path);
 
 /** Hears every worker of the unit. Workers are handed out in the order in which they were started, each once.
  */
-class WorkerBoard {
+class Workers {
  public:
-  WorkerBoard();
+  Workers();
 
   /** The next worker that has not been handed out. It belongs to the board and lives as long as that. */
   Worker& waitForWorker(const Deadline& deadline = {});
@@ -96,12 +96,12 @@ class WorkerBoard {
 
   void acceptReported();
   std::vector<Leaving> dismissAll();
-  [[nodiscard]] std::string tell() const;
+  [[nodiscard]] std::string describe() const;
 
   Descriptor listener_;
   std::list<Worker> workers_;
   std::vector<Worker*> waiting_;  ///< reported, not handed out; the oldest first
-  Testimony testimony_;
+  StateReport stateReport_;
 };
 
 }  // namespace sim

@@ -15,6 +15,7 @@
 #include <system_error>
 
 #include "sim/namespaces.h"
+#include "support/output.h"
 #include "ulx/exceptions.h"
 
 namespace support {
@@ -34,7 +35,6 @@ void runReporting(const std::function<void()>& body) {
   }
 }
 
-// It leaves through exit: only so leaks and coverage of the child are seen.
 // What runs at exit, a check for leaks above all, needs descriptors though the body has limited them.
 void allowDescriptors() {
   rlimit limit{};
@@ -43,6 +43,7 @@ void allowDescriptors() {
   setrlimit(RLIMIT_NOFILE, &limit);
 }
 
+// It leaves through exit: only so leaks and coverage of the child are seen.
 [[noreturn]] void becomeChild(const std::function<void()>& body) {
   runReporting(body);
   allowDescriptors();
@@ -83,12 +84,35 @@ void inPrivateWorld(const std::function<void()>& body) {
   });
 }
 
+void inChildWithFailing(const FailingCall& call, const std::function<void()>& body) {
+  inChild([&] {
+    if (!failSystemCall(call)) {
+      GTEST_SKIP() << "no filter can make this call fail here";
+    }
+    body();
+  });
+}
+
 void dropPrivileges() {
   __user_cap_header_struct header{.version = _LINUX_CAPABILITY_VERSION_3, .pid = 0};
   const std::array<__user_cap_data_struct, _LINUX_CAPABILITY_U32S_3> none{};
   if (syscall(SYS_capset, &header, none.data()) == -1) {
     throw std::system_error(errno, std::generic_category(), "capset");
   }
+}
+
+std::string reportOfUnprivilegedChild(const std::function<std::string()>& body) {
+  const PacketPipe report;
+  inChild([&] {
+    dropPrivileges();
+    const std::string text = body();
+    ASSERT_EQ(write(report.writeEnd(), text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  });
+  std::string text;
+  for (const std::string& part : report.writes()) {
+    text += part;
+  }
+  return text;
 }
 
 }  // namespace support

@@ -6,11 +6,10 @@
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 
-#include <array>
 #include <bit>
 #include <cstddef>
 #include <optional>
-#include <span>
+#include <vector>
 
 namespace support {
 namespace {
@@ -21,7 +20,7 @@ std::uint32_t lowHalfOf(unsigned argument) {
   return static_cast<std::uint32_t>(place + (std::endian::native == std::endian::big ? 4 : 0));
 }
 
-bool install(std::span<sock_filter> steps) {
+bool install(std::vector<sock_filter> steps) {
   const sock_fprog program{.len = static_cast<unsigned short>(steps.size()), .filter = steps.data()};
   return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
          prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
@@ -61,38 +60,31 @@ constexpr long callOfSocketCalls = SYS_socketcall;
 constexpr long callOfSocketCalls = -1;
 #endif
 
-bool failEveryCall(long number, int error) {
-  std::array<sock_filter, 4> steps{{
-      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, numberPlace),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, madeFor(number), 0, 1),
-      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(error)),
-      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-  }};
-  return install(steps);
-}
-
-bool failCallsWith(ArgumentIs argument, long number, int error) {
-  std::array<sock_filter, 6> steps{{
-      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, numberPlace),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, madeFor(number), 0, 3),
-      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, lowHalfOf(argument.index)),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, argument.value, 0, 1),
-      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(error)),
-      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-  }};
-  return install(steps);
+std::vector<sock_filter> stepsFor(const FailingCall& call) {
+  const std::uint32_t failure = SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(call.error);
+  std::vector<sock_filter> steps{BPF_STMT(BPF_LD | BPF_W | BPF_ABS, numberPlace)};
+  if (call.argument) {
+    steps.insert(steps.end(), {BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, madeFor(call.number), 0, 3),
+                               BPF_STMT(BPF_LD | BPF_W | BPF_ABS, lowHalfOf(call.argument->index)),
+                               BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call.argument->value, 0, 1)});
+  } else {
+    steps.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, madeFor(call.number), 0, 1));
+  }
+  steps.insert(steps.end(),
+               {BPF_STMT(BPF_RET | BPF_K, failure), BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)});
+  return steps;
 }
 
 }  // namespace
 
-bool failSystemCall(long number, int error) {
-  const std::optional<std::uint32_t> socketCall = socketCallOf(number);
-  return socketCall ? failCallsWith({.index = 0, .value = *socketCall}, callOfSocketCalls, error)
-                    : failEveryCall(number, error);
-}
-
-bool failSystemCall(long number, ArgumentIs argument, int error) {
-  return !socketCallOf(number) && failCallsWith(argument, number, error);
+bool failSystemCall(const FailingCall& call) {
+  const std::optional<std::uint32_t> socketCall = socketCallOf(call.number);
+  if (!socketCall) {
+    return install(stepsFor(call));
+  }
+  const ArgumentIs thisOne{.index = 0, .value = *socketCall};
+  return !call.argument &&
+         install(stepsFor({.number = callOfSocketCalls, .error = call.error, .argument = thisOne}));
 }
 
 }  // namespace support

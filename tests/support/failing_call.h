@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 namespace support {
 
@@ -10,13 +11,17 @@ struct ArgumentIs {
   std::uint32_t value;
 };
 
+/** A system call (SYS_...) that is to fail with `error`, always or only with this argument. */
+struct FailingCall {
+  long number;
+  int error;
+  std::optional<ArgumentIs> argument = {};
+};
+
 /**
- * From now on the system call `number` (SYS_...), or the one that the C library makes in its place, fails
- * with `error` in this process, a child of the test, without being carried out. False where the kernel cannot
- * do that.
+ * From now on this call, or the one that the C library makes in its place, fails in this process, a child of
+ * the test, without being carried out. False where the kernel cannot do that.
  */
-[[nodiscard]] bool failSystemCall(long number, int error);
-/** The same for some of these calls only. */
-[[nodiscard]] bool failSystemCall(long number, ArgumentIs argument, int error);
+[[nodiscard]] bool failSystemCall(const FailingCall& call);
 
 }  // namespace support

@@ -7,6 +7,9 @@
 #include <cerrno>
 #include <system_error>
 
+#include "ctrl/settings.h"
+#include "sim/contract.h"
+
 namespace support {
 
 PacketPipe::PacketPipe() {
@@ -39,8 +42,8 @@ void PacketPipe::closeReadEnd() {
   }
 }
 
-std::vector<std::string> PacketPipe::writes() const {
-  std::vector<std::string> found;
+Lines PacketPipe::writes() const {
+  Lines found;
   std::array<char, 4096> buffer{};
   for (ssize_t size = 0; (size = read(readEnd_, buffer.data(), buffer.size())) > 0;) {
     found.emplace_back(buffer.data(), static_cast<std::size_t>(size));
@@ -57,13 +60,35 @@ ReplacedStandardError::~ReplacedStandardError() {
   close(saved_);
 }
 
-std::vector<std::string> CapturedStandardError::messages() const {
+Lines CapturedStandardError::messages() const {
   constexpr std::size_t timeLength = 8;
-  std::vector<std::string> found;
+  Lines found;
   for (const std::string& line : writes()) {
     found.push_back(line.substr(timeLength, line.size() - timeLength - 1));
   }
   return found;
+}
+
+Lines logDuring(const std::function<void()>& action) {
+  constexpr int roomForMessages = 1 << 20;  // bytes; the pipe keeps each write in a page of its own
+  const CapturedStandardError captured;
+  fcntl(STDERR_FILENO, F_SETPIPE_SZ, roomForMessages);
+  action();
+  return captured.messages();
+}
+
+Lines debugLogDuring(const std::function<void()>& action) {
+  settings.debugCtrl = true;
+  Lines lines = logDuring(action);
+  settings.debugCtrl = false;
+  return lines;
+}
+
+Lines tagged(Lines texts) {
+  for (std::string& text : texts) {
+    text.insert(0, contract::debug::tag);
+  }
+  return texts;
 }
 
 }  // namespace support

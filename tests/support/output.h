@@ -1,9 +1,12 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace support {
+
+using Lines = std::vector<std::string>;
 
 /** A pipe that keeps writes of up to 4096 bytes apart, so that a test sees where each one ended. */
 class PacketPipe {
@@ -22,7 +25,7 @@ class PacketPipe {
   void closeReadEnd();
 
   /** What has been written since the last call, one element for each write. Does not wait. */
-  [[nodiscard]] std::vector<std::string> writes() const;
+  [[nodiscard]] Lines writes() const;
 
  private:
   int readEnd_ = -1;
@@ -46,13 +49,20 @@ class CapturedStandardError {
  public:
   CapturedStandardError() : replaced_(pipe_.writeEnd()) {}
 
-  [[nodiscard]] std::vector<std::string> writes() const { return pipe_.writes(); }
+  [[nodiscard]] Lines writes() const { return pipe_.writes(); }
   /** The writes, each less the time at its start ("12.345: ") and the newline at its end. */
-  [[nodiscard]] std::vector<std::string> messages() const;
+  [[nodiscard]] Lines messages() const;
 
  private:
   PacketPipe pipe_;
   ReplacedStandardError replaced_;
 };
+
+/** The messages on standard error while `action` runs, up to 250 of them; the second switches debugging on. */
+[[nodiscard]] Lines logDuring(const std::function<void()>& action);
+[[nodiscard]] Lines debugLogDuring(const std::function<void()>& action);
+
+/** The daemon's debug messages with these texts. */
+[[nodiscard]] Lines tagged(Lines texts);
 
 }  // namespace support

@@ -19,6 +19,7 @@ class TestCtrl {
   TestCtrl();
 
   RxCtrl* operator->() { return &ctrl_; }
+  const RxCtrl* operator->() const { return &ctrl_; }
   RxCtrl& operator*() { return ctrl_; }
 
   /** What the display was told since the last call, one element for each write. */

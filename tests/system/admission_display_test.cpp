@@ -67,7 +67,7 @@ TEST_F(AdmissionDisplay, ShowsTheNameOfAnEmptyFileAsNothing) {
 
 TEST_F(AdmissionDisplay, ShowsBlanksAroundANameAndStrangeLettersAsTheyAre) {
   startWith("hid_only = true\n");
-  EXPECT_EQ(decide(sim::DeviceRecording::load("made-odd-name")),
+  EXPECT_EQ(decide(sim::loadRecording("made-odd-name")),
             refusedWith("  Gr\xc3\xbcn \xe2\x80\x9c"
                         "Disk\xe2\x80\x9d %s %n   is not supported because it has non-HID endpoints\n"));
 }
@@ -78,7 +78,7 @@ TEST_F(AdmissionDisplay, ShowsALongNameWhole) {
   while (name.size() < 126) {
     name += "Long name ";
   }
-  EXPECT_EQ(decide(sim::DeviceRecording::load("made-long-name")),
+  EXPECT_EQ(decide(sim::loadRecording("made-long-name")),
             refusedWith(name.substr(0, 126) + " is not supported because it has non-HID endpoints\n"));
 }
 

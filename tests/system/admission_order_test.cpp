@@ -51,7 +51,7 @@ TEST_F(AdmissionOrder, SpeedComesLast) {
 
 TEST_F(AdmissionOrder, SmartCardAndDiskInOneDeviceGetTheSmartCardLineOnly) {
   startWith("smartcard = true\nblock_mass_storage = true\n");
-  EXPECT_EQ(decide(sim::DeviceRecording::load("made-card-disk")),
+  EXPECT_EQ(decide(sim::loadRecording("made-card-disk")),
             refusedWith("Card And Disklocal smartcard security\n"));
 }
 

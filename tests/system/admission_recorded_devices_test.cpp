@@ -86,7 +86,7 @@ std::string nameOf(const sim::DeviceRecording& recording) {
 /** The recording in a port of its own, so that all can be plugged in at a time. */
 sim::DeviceRecording inOwnPort(const std::string& recording) {
   const auto number = std::distance(everyDevice.begin(), everyDevice.find(recording)) + 1;
-  return sim::atPort(sim::DeviceRecording::load(recording), "8-" + std::to_string(number),
+  return sim::atPort(sim::loadRecording(recording), "8-" + std::to_string(number),
                      static_cast<int>(number) * 4);
 }
 
@@ -148,12 +148,12 @@ TEST_F(AdmissionOfRecordedDevices, HighSpeedOnesAreRefusedOnAFullSpeedLink) {
 
 TEST_F(AdmissionOfRecordedDevices, HubsAreNotSubjectToAnyRule) {
   startWith("hid_only = true\nblock_mass_storage = true\nsmartcard = true\n", "full");
-  EXPECT_EQ(decide(sim::DeviceRecording::load("hub")), refusedSilently);
+  EXPECT_EQ(decide(sim::loadRecording("hub")), refusedSilently);
   EXPECT_TRUE(unit.daemon().hasLine("[rx_ctrl] this is a hub device"));
   EXPECT_FALSE(unit.daemon().hasLine("unsupported"));
 }
 
 TEST_F(AdmissionOfRecordedDevices, AMouseBehindAHubIsAdmittedAsAnyOther) {
   startWithoutConfiguration();
-  EXPECT_EQ(decide(sim::DeviceRecording::load("hub-mouse")), admittedSilently);
+  EXPECT_EQ(decide(sim::loadRecording("hub-mouse")), admittedSilently);
 }

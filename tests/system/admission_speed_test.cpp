@@ -104,7 +104,7 @@ TEST_F(AdmissionBySpeed, DoesNotGiveAReasonForASilentRefusalOnAFasterLink) {
 
 TEST_F(AdmissionBySpeed, ConcernsAHighSpeedKeyboardThatIsTakenAsGeneric) {
   startWithoutConfiguration("full");
-  EXPECT_EQ(decide(sim::DeviceRecording::load("kbd-hs")),
+  EXPECT_EQ(decide(sim::loadRecording("kbd-hs")),
             refusedWith("High speed QEMU USB Keyboard is not supported on a full speed only port\n"));
 }
 

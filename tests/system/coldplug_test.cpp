@@ -65,10 +65,9 @@ class RecordedDevicesAtStart : public DevicesAtStart {
     }
   }
 
-  const sim::DeviceRecording recordedKeyboard =
-      sim::withClassUsbHiddev(sim::DeviceRecording::load("kbd-fs-hiddev"));
-  const sim::DeviceRecording recordedDisk = sim::atPort(sim::DeviceRecording::load("storage-hs"), "1-7", 1);
-  const sim::DeviceRecording recordedReader = sim::atPort(sim::DeviceRecording::load("ccid"), "1-8", 2);
+  const sim::DeviceRecording recordedKeyboard = sim::withClassUsbHiddev(sim::loadRecording("kbd-fs-hiddev"));
+  const sim::DeviceRecording recordedDisk = sim::atPort(sim::loadRecording("storage-hs"), "1-7", 1);
+  const sim::DeviceRecording recordedReader = sim::atPort(sim::loadRecording("ccid"), "1-8", 2);
   const Messages genericKeyboard = {"usb_rx_generic", recordedKeyboard.directory};
   const Messages genericDisk = {"usb_rx_generic", recordedDisk.directory};
   const Messages ownKeyboard = {"usb_rx_keyboard", "0"};
@@ -97,7 +96,7 @@ TEST_F(RecordedDevicesAtStart, HaveWorkersOfTheirOwnWhereAllClassesAreServed) {
 }
 
 TEST_F(DevicesAtStart, LeavesRecordedKeyboardsWithoutBootInterfaceAlone) {
-  unit.sysfs.layOut(sim::withClassUsbHiddev(sim::DeviceRecording::load("made-kbd-noboot-hiddev")));
+  unit.sysfs.layOut(sim::withClassUsbHiddev(sim::loadRecording("made-kbd-noboot-hiddev")));
   start("all");
   EXPECT_TRUE(isSaid("coldplugging keyboards"));
   EXPECT_FALSE(isSaid("add /class/usb/hiddev0"));
@@ -105,7 +104,7 @@ TEST_F(DevicesAtStart, LeavesRecordedKeyboardsWithoutBootInterfaceAlone) {
 }
 
 TEST_F(DevicesAtStart, LeavesTheNodesOfRecordedMiceAlone) {
-  const sim::DeviceRecording mouse = sim::withClassUsbHiddev(sim::DeviceRecording::load("mouse-fs-hiddev"));
+  const sim::DeviceRecording mouse = sim::withClassUsbHiddev(sim::loadRecording("mouse-fs-hiddev"));
   unit.sysfs.layOut(mouse);
   start("all");
   EXPECT_TRUE(isSaid("coldplugging keyboards"));
@@ -114,7 +113,7 @@ TEST_F(DevicesAtStart, LeavesTheNodesOfRecordedMiceAlone) {
 }
 
 TEST_F(DevicesAtStart, TellsTheUserOfDevicesThatAreRefused) {
-  const sim::DeviceRecording camera = sim::DeviceRecording::load("made-camera-hs");
+  const sim::DeviceRecording camera = sim::loadRecording("made-camera-hs");
   unit.sysfs.layOut(camera);
   start("all");
   EXPECT_EQ(unit.display.waitForWrite(),

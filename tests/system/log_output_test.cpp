@@ -177,7 +177,7 @@ TEST(SyslogLog, MayHaveNoListener) {
 TEST(LostReaders, OfStandardErrorDoNotStopTheDaemon) {
   sim::Unit unit;
   sim::ProcessOptions options;
-  options.standardError = sim::ProcessOptions::Output::BrokenPipe;
+  options.standardError = sim::ProcessOptions::Output::brokenPipe;
   sim::Daemon& daemon = unit.startDaemon({"--debug=ctrl", "transmitter", "5000", "high"}, options);
   sim::LinkManager client = unit.connect();
   client.send("?");
@@ -191,7 +191,7 @@ TEST(LostReaders, OfStandardErrorDoNotStopTheDaemon) {
 TEST(LostReaders, OfStandardErrorDoNotChangeTheStatusOfAFailure) {
   sim::Unit unit;
   sim::ProcessOptions options;
-  options.standardError = sim::ProcessOptions::Output::BrokenPipe;
+  options.standardError = sim::ProcessOptions::Output::brokenPipe;
 
   EXPECT_EQ(unit.startDaemon({"transmitter", "bogus", "high"}, options).waitForExit(),
             sim::ProcessEnd::exited(1));
@@ -203,7 +203,7 @@ TEST(LostReaders, OfStandardErrorDoNotChangeTheStatusOfAFailure) {
 TEST(LostReaders, OfStandardOutputDoNotStopADaemonWithoutAConfiguration) {
   sim::Unit unit;
   sim::ProcessOptions options;
-  options.standardOutput = sim::ProcessOptions::Output::BrokenPipe;
+  options.standardOutput = sim::ProcessOptions::Output::brokenPipe;
   unit.startDaemon({"--debug=ctrl", "transmitter", "5000", "high"}, options);
 
   unit.waitUntilServing();

@@ -117,7 +117,7 @@ std::vector<std::string> startedIn(const Messages& messages) {
 
 class RecordedDevice : public Hotplug, public testing::WithParamInterface<Recorded> {
  protected:
-  const sim::DeviceRecording recording = sim::DeviceRecording::load(GetParam().name);
+  const sim::DeviceRecording recording = sim::loadRecording(GetParam().name);
 };
 
 INSTANTIATE_TEST_SUITE_P(Devices, RecordedDevice, testing::ValuesIn(table), [](const auto& instance) {
@@ -181,7 +181,7 @@ TEST(RecordedDevices, AreAllInTheTable) {
   std::vector<std::string> names;
   std::transform(table.begin(), table.end(), std::back_inserter(names),
                  [](const Recorded& recorded) { return recorded.name; });
-  EXPECT_EQ(names, sim::DeviceRecording::names());
+  EXPECT_EQ(names, sim::recordingNames());
 }
 
 /** The same devices as older kernels show them: their hiddev nodes belong to the subsystem "usb". */

@@ -119,7 +119,7 @@ void expectServiceWithout(sim::Unit& unit, const std::set<int>& closed) {
 TEST(UnfriendlyStart, MayLeaveStandardInputClosed) {
   sim::Unit unit;
   sim::ProcessOptions options;
-  options.standardInput = Input::Closed;
+  options.standardInput = Input::closed;
   unit.startDaemon(debugging, options);
 
   expectServiceWithout(unit, {0});
@@ -128,7 +128,7 @@ TEST(UnfriendlyStart, MayLeaveStandardInputClosed) {
 TEST(UnfriendlyStart, MayLeaveStandardOutputClosed) {
   sim::Unit unit;
   sim::ProcessOptions options;
-  options.standardOutput = Output::Closed;
+  options.standardOutput = Output::closed;
   unit.startDaemon(debugging, options);
 
   expectServiceWithout(unit, {1});
@@ -137,7 +137,7 @@ TEST(UnfriendlyStart, MayLeaveStandardOutputClosed) {
 TEST(UnfriendlyStart, MayLeaveStandardErrorClosed) {
   sim::Unit unit;
   sim::ProcessOptions options;
-  options.standardError = Output::Closed;
+  options.standardError = Output::closed;
   unit.startDaemon(debugging, options);
 
   expectServiceWithout(unit, {2});
@@ -146,9 +146,9 @@ TEST(UnfriendlyStart, MayLeaveStandardErrorClosed) {
 TEST(UnfriendlyStart, MayLeaveAllThreeClosed) {
   sim::Unit unit;
   sim::ProcessOptions options;
-  options.standardInput = Input::Closed;
-  options.standardOutput = Output::Closed;
-  options.standardError = Output::Closed;
+  options.standardInput = Input::closed;
+  options.standardOutput = Output::closed;
+  options.standardError = Output::closed;
   unit.startDaemon(debugging, options);
 
   expectServiceWithout(unit, {0, 1, 2});
@@ -157,9 +157,9 @@ TEST(UnfriendlyStart, MayLeaveAllThreeClosed) {
 TEST(UnfriendlyStart, FailsWithTheSameStatusWithoutStandardDescriptors) {
   sim::Unit unit;
   sim::ProcessOptions options;
-  options.standardInput = Input::Closed;
-  options.standardOutput = Output::Closed;
-  options.standardError = Output::Closed;
+  options.standardInput = Input::closed;
+  options.standardOutput = Output::closed;
+  options.standardError = Output::closed;
 
   EXPECT_EQ(unit.startDaemon({}, options).waitForExit(), sim::ProcessEnd::exited(1));
   EXPECT_EQ(unit.startDaemon({"transmitter", "bogus", "high"}, options).waitForExit(),

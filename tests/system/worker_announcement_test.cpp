@@ -140,13 +140,13 @@ TEST_F(WorkerAnnouncement, OfADiskDoesNotNameItsUsbDevice) {
 
 TEST_F(WorkerAnnouncement, OfARecordedKeyboardNamesItOnce) {
   start();
-  unit.plug(sim::withClassUsbHiddev(sim::DeviceRecording::load("kbd-fs-hiddev")));
+  unit.plug(sim::withClassUsbHiddev(sim::loadRecording("kbd-fs-hiddev")));
   EXPECT_EQ(shown(), Lines({"QEMU USB Keyboard attached\n"}));
 }
 
 TEST_F(WorkerAnnouncement, OfTwoRecordedDisksInOneDeviceNamesBoth) {
   start();
-  unit.plug(sim::DeviceRecording::load("storage-2lun"));
+  unit.plug(sim::loadRecording("storage-2lun"));
   EXPECT_EQ(shown(), Lines({"QEMU     QEMU HARDDISK    attached\n", "QEMU     QEMU HARDDISK    attached\n"}));
 }
 

@@ -139,9 +139,9 @@ TEST_F(WorkerEnvironment, HasNoDescriptorOfSyslog) {
 
 TEST_F(WorkerEnvironment, HasNoDescriptorsButTheStandardOnesWhereTheDaemonHadNone) {
   sim::ProcessOptions world;
-  world.standardInput = sim::ProcessOptions::Input::Closed;
-  world.standardOutput = sim::ProcessOptions::Output::Closed;
-  world.standardError = sim::ProcessOptions::Output::Closed;
+  world.standardInput = sim::ProcessOptions::Input::closed;
+  world.standardOutput = sim::ProcessOptions::Output::closed;
+  world.standardError = sim::ProcessOptions::Output::closed;
   startWith({}, world);
   for (const sim::WorkerStart& worker : startsOfAllWorkers()) {
     EXPECT_EQ(worker.descriptors,

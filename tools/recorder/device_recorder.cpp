@@ -1,16 +1,24 @@
 #include "tools/recorder/device_recorder.h"
 
 #include <algorithm>
-#include <chrono>
 
-#include "sim/error.h"
+#include "tools/recorder/error.h"
 #include "tools/recorder/serial_numbers.h"
 #include "tools/recorder/sysfs_attribute.h"
 #include "tools/recorder/sysfs_tree.h"
 
-namespace sim {
+namespace recorder {
 
 namespace {
+
+std::chrono::steady_clock::time_point after(double seconds) {
+  using Clock = std::chrono::steady_clock;
+  return Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+}
+
+Error timedOut(const std::string& awaited) {
+  return Error{"waited in vain for " + awaited + "\n"};
+}
 
 bool addsUsbDevice(const HeardEvent& event) {
   return event.isHeaded("add@" + event.devpath()) && event.hasItem("DEVTYPE=usb_device");
@@ -66,9 +74,9 @@ void DeviceRecorder::recordUnplug() {
       burst, [&](const HeardEvent& event) { return (event.devpath() + "/").starts_with(devpath + "/"); }));
 }
 
-/** The next events without a quiet among them of which one is as awaited; others before are dropped. */
+/** The next burst with an event as awaited; bursts before it are dropped. */
 std::vector<HeardEvent> DeviceRecorder::burstWith(const std::string& awaited, const Predicate& isAwaited) {
-  const Deadline limit(patience_.limit);
+  const Clock::time_point limit = after(patience_.limit);
   std::vector<HeardEvent> burst;
   do {
     burst = nextBurst(awaited, limit);
@@ -76,26 +84,20 @@ std::vector<HeardEvent> DeviceRecorder::burstWith(const std::string& awaited, co
   return burst;
 }
 
-std::vector<HeardEvent> DeviceRecorder::nextBurst(const std::string& awaited, const Deadline& limit) {
-  waitUntil(awaited, limit, [this] { return !events_.heard().empty(); });
+/** The next events up to a quiet. */
+std::vector<HeardEvent> DeviceRecorder::nextBurst(const std::string& awaited, Clock::time_point limit) {
+  if (!events_.waitForEvents(limit)) {
+    throw timedOut(awaited);
+  }
   std::vector<HeardEvent> burst;
-  while (hearsAny(Deadline(patience_.quiet))) {
+  while (events_.waitForEvents(after(patience_.quiet))) {
     const std::vector<HeardEvent> more = events_.take();
     burst.insert(burst.end(), more.begin(), more.end());
-    if (limit.passed()) {
-      throw TimedOut("an end of the events");
+    if (Clock::now() >= limit) {
+      throw timedOut("an end of the events");
     }
   }
   return burst;
 }
 
-bool DeviceRecorder::hearsAny(const Deadline& deadline) {
-  // An event may have come unseen while this process did not run: it looks once more when the time is over.
-  for (bool isOver = false; !isOver && events_.heard().empty();) {
-    isOver = deadline.passed();
-    serveBackground(deadline);
-  }
-  return !events_.heard().empty();
-}
-
-}  // namespace sim
+}  // namespace recorder

@@ -1,13 +1,14 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <string>
 #include <vector>
 
-#include "sim/device_recording.h"
+#include "tools/recorder/device_recording.h"
 #include "tools/recorder/uevent_listener.h"
 
-namespace sim {
+namespace recorder {
 
 /** How long a recorder waits, in seconds. */
 struct RecorderPatience {
@@ -17,21 +18,21 @@ struct RecorderPatience {
 
 /**
  * Records a device that is plugged into this machine (or unit) and taken out again: its events and what /sys
- * shows of it. It hears the device from the moment that it is made:
+ * shows of it. Events count from its construction on:
  *
- *   sim::DeviceRecorder recorder;
+ *   recorder::DeviceRecorder recorder;
  *   recorder.recordPlug();    // meanwhile somebody plugs the device in
  *   recorder.recordUnplug();  // meanwhile somebody takes it out
- *   sim::writeRecording(recorder.recording(), sim::kernelRelease(), "devices/speaker");
+ *   recorder::writeRecording(recorder.recording(), recorder::kernelRelease(), "devices/speaker");
  *
- * Both throw TimedOut when nobody does, and Error when events were lost.
+ * Both throw Error when nobody does, and when events were lost.
  */
 class DeviceRecorder {
  public:
   explicit DeviceRecorder(const RecorderPatience& patience = {}) : patience_(patience) {}
 
   /**
-   * Waits until a USB device has been plugged in and everything is quiet again; writes its tree down. Of
+   * Waits until a USB device has been plugged in and everything is quiet again, then reads its tree. Of
    * several new devices it is the first one, which is the hub that the others are behind. Throws Error when
    * it was taken out too early, or when something of it may not be read.
    */
@@ -43,15 +44,15 @@ class DeviceRecorder {
   [[nodiscard]] const DeviceRecording& recording() const { return recording_; }
 
  private:
+  using Clock = std::chrono::steady_clock;
   using Predicate = std::function<bool(const HeardEvent&)>;
 
   [[nodiscard]] std::vector<HeardEvent> burstWith(const std::string& awaited, const Predicate& isAwaited);
-  [[nodiscard]] std::vector<HeardEvent> nextBurst(const std::string& awaited, const Deadline& limit);
-  [[nodiscard]] bool hearsAny(const Deadline& deadline);
+  [[nodiscard]] std::vector<HeardEvent> nextBurst(const std::string& awaited, Clock::time_point limit);
 
   RecorderPatience patience_;
   UeventListener events_;
   DeviceRecording recording_;
 };
 
-}  // namespace sim
+}  // namespace recorder

@@ -1,6 +1,6 @@
 #include "tools/recorder/heard_event.h"
 
-namespace sim {
+namespace recorder {
 
 namespace {
 
@@ -25,4 +25,4 @@ std::string HeardEvent::devpath() const {
   return at == std::string::npos ? "" : header.substr(at + 1);
 }
 
-}  // namespace sim
+}  // namespace recorder

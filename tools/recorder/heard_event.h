@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace sim {
+namespace recorder {
 
 /** A uevent and when it came. */
 struct HeardEvent {
@@ -19,4 +19,4 @@ struct HeardEvent {
   [[nodiscard]] std::string devpath() const;
 };
 
-}  // namespace sim
+}  // namespace recorder

@@ -1,13 +1,13 @@
-// Records a device of this machine: tells what to do with it, and writes down what the kernel makes of it.
+// Records a device of this machine: says when to plug it in and take it out, and writes what the kernel shows of it.
 
 #include <exception>
 #include <iostream>
 #include <string>
 #include <vector>
 
-#include "sim/error.h"
 #include "tools/recorder/device_recorder.h"
 #include "tools/recorder/recording_output.h"
+#include "ulx/exceptions.h"
 
 namespace {
 
@@ -15,12 +15,12 @@ constexpr int failed = 1;
 constexpr int wrongUse = 2;
 
 /** What is known of a device that nobody has described. */
-std::string descriptionOf(const sim::DeviceRecording& recording) {
+std::string descriptionOf(const recorder::DeviceRecording& recording) {
   return recording.product.empty() ? "device without a product text" : recording.product;
 }
 
-sim::DeviceRecording recordDevice() {
-  sim::DeviceRecorder recorder;
+recorder::DeviceRecording recordDevice() {
+  recorder::DeviceRecorder recorder;
   std::cerr << "Plug the device in.\n";
   recorder.recordPlug();
   std::cerr << "Take it out.\n";
@@ -29,10 +29,10 @@ sim::DeviceRecording recordDevice() {
 }
 
 void record(const std::string& folder, const std::string& description) {
-  sim::requireNewFolder(folder);
-  sim::DeviceRecording recording = recordDevice();
+  recorder::requireNewFolder(folder);
+  recorder::DeviceRecording recording = recordDevice();
   recording.description = description.empty() ? descriptionOf(recording) : description;
-  sim::writeRecording(recording, sim::kernelRelease(), folder);
+  recorder::writeRecording(recording, recorder::kernelRelease(), folder);
   std::cerr << "Recorded in " << folder
             << ". Look through it for anything that nobody else need know before you pass it on.\n";
 }
@@ -57,6 +57,8 @@ int main(int argc, char** argv) {
     return run({argv + 1, argv + argc});
   } catch (const std::exception& error) {
     std::cerr << "usb_rx_recorder: " << error.what() << '\n';
-    return failed;
+  } catch (const ulx::Exception& error) {
+    std::cerr << "usb_rx_recorder: " << error.text();
   }
+  return failed;
 }

@@ -6,11 +6,11 @@
 #include <array>
 #include <cerrno>
 #include <filesystem>
+#include <fstream>
 
-#include "sim/error.h"
-#include "sim/files.h"
+#include "tools/recorder/error.h"
 
-namespace sim {
+namespace recorder {
 
 namespace {
 
@@ -72,11 +72,11 @@ std::string attributeLine(const TreeEntry& attribute) {
 
 std::string treeLine(const TreeEntry& entry) {
   switch (entry.kind) {
-    case TreeEntry::Kind::Directory:
+    case TreeEntry::Kind::directory:
       return "d " + escapedPath(entry.path);
-    case TreeEntry::Kind::Link:
+    case TreeEntry::Kind::link:
       return "l " + escapedPath(entry.path) + " " + escaped(entry.content);
-    case TreeEntry::Kind::File:
+    case TreeEntry::Kind::file:
       return attributeLine(entry);
   }
   throw Error("an entry of no kind: " + entry.path);
@@ -108,6 +108,14 @@ std::string eventsText(const std::vector<RecordedEvent>& events) {
   return text;
 }
 
+void writeFile(const std::string& path, const std::string& content) {
+  std::ofstream file(path, std::ios::binary);
+  file << content << std::flush;
+  if (!file) {
+    throw systemError("writing " + path, errno);
+  }
+}
+
 void makeFolder(const std::string& folder) {
   if (!fs::create_directory(folder)) {
     throw Error("there is something of that name already: " + folder);
@@ -130,7 +138,7 @@ void requireNewFolder(const std::string& folder) {
   }
   const fs::path above = fs::absolute(folder).parent_path();
   if (::access(above.c_str(), W_OK | X_OK) != 0) {
-    throw systemError("making " + folder);
+    throw systemError("making " + folder, errno);
   }
 }
 
@@ -147,9 +155,9 @@ void writeRecording(const DeviceRecording& recording, const std::string& kernel,
 std::string kernelRelease() {
   utsname system{};
   if (::uname(&system) != 0) {
-    throw systemError("uname()");
+    throw systemError("uname()", errno);
   }
   return static_cast<const char*>(system.release);
 }
 
-}  // namespace sim
+}  // namespace recorder

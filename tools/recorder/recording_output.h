@@ -3,12 +3,12 @@
 #include <string>
 #include <string_view>
 
-#include "sim/device_recording.h"
+#include "tools/recorder/device_recording.h"
 
-/** Writes the files that sim/recording_text.h reads. */
-namespace sim {
+/** Writes the files that recording_text.h reads. */
+namespace recorder {
 
-/** What stands for these bytes in the files of a recording. */
+/** The text that stands for these bytes in the files of a recording. */
 [[nodiscard]] std::string escaped(std::string_view bytes);
 
 /** Throws Error when a folder of this path is there already, or cannot be made where it is to be. */
@@ -24,4 +24,4 @@ void writeRecording(const DeviceRecording& recording, const std::string& kernel,
 /** The release of the kernel that runs here: "6.1.0-18-amd64". */
 [[nodiscard]] std::string kernelRelease();
 
-}  // namespace sim
+}  // namespace recorder

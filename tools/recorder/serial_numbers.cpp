@@ -4,17 +4,18 @@
 #include <array>
 #include <string_view>
 
-namespace sim {
+namespace recorder {
 
 namespace {
 
 /** Of HID devices, their input nodes, and their batteries. */
-constexpr std::array<std::string_view, 3> tellingKeys = {"HID_UNIQ=", "UNIQ=", "POWER_SUPPLY_SERIAL_NUMBER="};
+constexpr std::array<std::string_view, 3> revealingKeys = {
+    "HID_UNIQ=", "UNIQ=", "POWER_SUPPLY_SERIAL_NUMBER="};
 
 std::string withoutSerialNumber(const std::string& item) {
-  const auto* key = std::find_if(tellingKeys.begin(), tellingKeys.end(),
-                                 [&](std::string_view telling) { return item.starts_with(telling); });
-  if (key == tellingKeys.end()) {
+  const auto* key = std::find_if(revealingKeys.begin(), revealingKeys.end(),
+                                 [&](std::string_view revealing) { return item.starts_with(revealing); });
+  if (key == revealingKeys.end()) {
     return item;
   }
   // Input nodes quote their texts.
@@ -34,4 +35,4 @@ std::string withoutSerialNumbers(const std::string& items, char end) {
   return changed + withoutSerialNumber(items.substr(begin));
 }
 
-}  // namespace sim
+}  // namespace recorder

@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace sim {
+namespace recorder {
 
 /**
  * The text of a uevent's items without the serial numbers that some of them tell: their values become empty,
@@ -11,4 +11,4 @@ namespace sim {
  */
 [[nodiscard]] std::string withoutSerialNumbers(const std::string& items, char end);
 
-}  // namespace sim
+}  // namespace recorder

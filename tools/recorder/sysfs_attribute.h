@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-namespace sim {
+namespace recorder {
 
 /**
  * The content of a sysfs attribute; none where it is not there or its driver has no answer (the speed of a
@@ -14,4 +14,4 @@ namespace sim {
 /** The same as a text without the newline at its end; empty where there is none. */
 [[nodiscard]] std::string attributeText(const std::string& path);
 
-}  // namespace sim
+}  // namespace recorder

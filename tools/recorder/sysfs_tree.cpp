@@ -6,12 +6,13 @@
 #include <set>
 #include <string_view>
 
-#include "sim/error.h"
-#include "sim/files.h"
+#include "tools/recorder/error.h"
 #include "tools/recorder/serial_numbers.h"
 #include "tools/recorder/sysfs_attribute.h"
+#include "ulx/directory.h"
+#include "ulx/exceptions.h"
 
-namespace sim {
+namespace recorder {
 
 namespace {
 
@@ -19,7 +20,7 @@ namespace fs = std::filesystem;
 
 using Tree = std::vector<TreeEntry>;
 
-/** The attributes that identify a device or one of its nodes; others may block, or tell too much. */
+/** The attributes that identify a device or one of its nodes; others may block, or reveal too much. */
 constexpr std::array<std::string_view, 34> identifyingAttributes = {
     "bAlternateSetting",
     "bcdDevice",
@@ -57,7 +58,7 @@ constexpr std::array<std::string_view, 34> identifyingAttributes = {
     "version",
 };
 
-/** Directories of the machine's, not of the device's. */
+/** Directories that depend on the machine, not on the device. */
 constexpr std::array<std::string_view, 4> leftOut = {"power", "queue", "statistics", "wakeup"};
 
 template <std::size_t size>
@@ -72,8 +73,15 @@ bool isDirectory(const std::string& path) {
 /** Sorted; empty where there is no such directory (any more). */
 std::vector<std::string> namesIn(const fs::path& directory) {
   std::vector<std::string> names;
-  for (const fs::path& entry : isDirectory(directory) ? entriesOf(directory) : std::vector<fs::path>{}) {
-    names.push_back(entry.filename());
+  if (!isDirectory(directory)) {
+    return names;
+  }
+  try {
+    for (const std::string& path : ulx::Directory(directory)) {
+      names.push_back(fs::path(path).filename());
+    }
+  } catch (const ulx::ErrnoException& error) {
+    throw systemError(error.context, error.errorNumber);
   }
   std::sort(names.begin(), names.end());
   return names;
@@ -88,13 +96,13 @@ std::string belowSys(const std::string& path) {
 }
 
 void addLink(Tree& tree, const std::string& path) {
-  tree.push_back({TreeEntry::Kind::Link, belowSys(path), fs::read_symlink(path)});
+  tree.push_back({TreeEntry::Kind::link, belowSys(path), fs::read_symlink(path)});
 }
 
 void addAttribute(Tree& tree, const std::string& path, const std::string& name) {
   const std::optional<std::string> content = readAttribute(path);
   if (content) {
-    tree.push_back({TreeEntry::Kind::File, belowSys(path),
+    tree.push_back({TreeEntry::Kind::file, belowSys(path),
                     name == "uevent" ? withoutSerialNumbers(*content, '\n') : *content});
   }
 }
@@ -108,7 +116,7 @@ void addLinkOrAttribute(Tree& tree, const std::string& path, const std::string& 
 }
 
 void addWithoutChildren(Tree& tree, const fs::path& directory) {
-  tree.push_back({TreeEntry::Kind::Directory, belowSys(directory), {}});
+  tree.push_back({TreeEntry::Kind::directory, belowSys(directory), {}});
   for (const std::string& name : namesIn(directory)) {
     const fs::path path = directory / name;
     if (!isDirectory(path)) {
@@ -118,7 +126,7 @@ void addWithoutChildren(Tree& tree, const fs::path& directory) {
 }
 
 void addWithChildren(Tree& tree, const fs::path& directory) {
-  tree.push_back({TreeEntry::Kind::Directory, belowSys(directory), {}});
+  tree.push_back({TreeEntry::Kind::directory, belowSys(directory), {}});
   for (const std::string& name : namesIn(directory)) {
     const fs::path path = directory / name;
     if (!isDirectory(path)) {
@@ -154,7 +162,7 @@ std::vector<std::string> linkFolders() {
 std::set<std::string> directoriesOf(const Tree& tree) {
   std::set<std::string> directories;
   for (const TreeEntry& entry : tree) {
-    if (entry.kind == TreeEntry::Kind::Directory) {
+    if (entry.kind == TreeEntry::Kind::directory) {
       directories.insert("/sys/" + entry.path);
     }
   }
@@ -187,4 +195,4 @@ std::vector<TreeEntry> treeOf(const std::string& device) {
   return tree;
 }
 
-}  // namespace sim
+}  // namespace recorder

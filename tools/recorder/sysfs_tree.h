@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "sim/device_recording.h"
+#include "tools/recorder/device_recording.h"
 
-namespace sim {
+namespace recorder {
 
 /**
  * What /sys shows of a USB device ("/sys/devices/..."), as devices/README.md describes it: the hubs above it
@@ -15,4 +15,4 @@ namespace sim {
  */
 [[nodiscard]] std::vector<TreeEntry> treeOf(const std::string& device);
 
-}  // namespace sim
+}  // namespace recorder

@@ -3,14 +3,18 @@
 #include <linux/netlink.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
-#include "sim/error.h"
+#include "tools/recorder/error.h"
+#include "ulx/wait.h"
 
-namespace sim {
+namespace recorder {
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 constexpr unsigned kernelGroup = 1;
 constexpr int receiveBuffer = 16 * 1024 * 1024;
@@ -23,25 +27,43 @@ void enlargeReceiveBuffer(int fd) {
   }
 }
 
-Descriptor openedSocket() {
-  Descriptor socket(::socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, NETLINK_KOBJECT_UEVENT));
-  if (!socket.isOpen()) {
-    throw systemError("socket(uevents)");
-  }
-  enlargeReceiveBuffer(socket.get());
+void listenTo(int fd) {
   sockaddr_nl address{};
   address.nl_family = AF_NETLINK;
   address.nl_groups = kernelGroup;
-  if (::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-    throw systemError("bind(uevents)");
+  if (::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    throw systemError("bind(uevents)", errno);
   }
-  return socket;
+}
+
+int openedSocket() {
+  const int fd = ::socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, NETLINK_KOBJECT_UEVENT);
+  if (fd < 0) {
+    throw systemError("socket(uevents)", errno);
+  }
+  return fd;
+}
+
+bool isReadableBy(const ulx::FileDescriptor& socket, Clock::time_point deadline) {
+  ulx::FdSetRecord sets;
+  sets.addReader(socket.fd());
+  const std::chrono::duration<float> left = deadline - Clock::now();
+  return ulx::waitForFd(sets, std::max(left.count(), 0.0F)) == socket.fd();
 }
 
 }  // namespace
 
-UeventListener::UeventListener()
-    : socket_(openedSocket()), receiving_(socket_.get(), [this] { receive(); }) {}
+UeventListener::UeventListener() : socket_(openedSocket(), true) {
+  enlargeReceiveBuffer(socket_.fd());
+  listenTo(socket_.fd());
+}
+
+bool UeventListener::waitForEvents(Clock::time_point deadline) {
+  while (heard_.empty() && isReadableBy(socket_, deadline)) {
+    receive();
+  }
+  return !heard_.empty();
+}
 
 std::vector<HeardEvent> UeventListener::take() {
   return std::exchange(heard_, {});
@@ -49,15 +71,15 @@ std::vector<HeardEvent> UeventListener::take() {
 
 void UeventListener::receive() {
   std::string datagram(longestEvent, '\0');
-  const ssize_t size = ::recv(socket_.get(), datagram.data(), datagram.size(), MSG_DONTWAIT);
+  const ssize_t size = ::recv(socket_.fd(), datagram.data(), datagram.size(), MSG_DONTWAIT);
   if (size >= 0) {
     datagram.resize(static_cast<std::size_t>(size));
-    heard_.push_back({std::chrono::steady_clock::now(), std::move(datagram)});
+    heard_.push_back({Clock::now(), std::move(datagram)});
   } else if (errno == ENOBUFS) {
     throw Error("uevents were lost: there were more than could be taken");
   } else if (errno != EAGAIN && errno != EINTR) {
-    throw systemError("receiving uevents");
+    throw systemError("receiving uevents", errno);
   }
 }
 
-}  // namespace sim
+}  // namespace recorder

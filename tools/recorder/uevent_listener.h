@@ -1,33 +1,30 @@
 #pragma once
 
+#include <chrono>
 #include <vector>
 
-#include "sim/descriptor.h"
-#include "sim/wait.h"
 #include "tools/recorder/heard_event.h"
+#include "ulx/file_descriptor.h"
 
-namespace sim {
+namespace recorder {
 
-/**
- * Hears all uevents of this network (for the kernel's own: the host's network) from the moment that it is
- * made. Events are taken during every wait of this process, which throws Error when some were lost.
- */
+/** Receives all uevents of this network (for the kernel's own: the host's network) from its construction on. */
 class UeventListener {
  public:
-  /** Throws Error when uevents cannot be heard. */
+  /** Throws Error when uevents cannot be received. */
   UeventListener();
 
-  /** The events that have come and were not taken yet, in their order. */
-  [[nodiscard]] const std::vector<HeardEvent>& heard() const { return heard_; }
-  /** The same; they are forgotten here. */
+  /** Waits until at least one event is there; false when the deadline passes first. Throws Error when events
+   * were lost. */
+  [[nodiscard]] bool waitForEvents(std::chrono::steady_clock::time_point deadline);
+  /** Hands out the events that have come, in their order. */
   [[nodiscard]] std::vector<HeardEvent> take();
 
  private:
   void receive();
 
-  Descriptor socket_;
+  ulx::FileDescriptor socket_;
   std::vector<HeardEvent> heard_;
-  Background receiving_;
 };
 
-}  // namespace sim
+}  // namespace recorder

@@ -55,7 +55,7 @@ KernelEvent parse(std::string_view datagram) {
 KernelEvents::KernelEvents()
     : socket_(listenToKernel()),
       source_(socket_.get(), [this] { readAll(); }),
-      testimony_([this] { return tell(); }) {}
+      stateReport_([this] { return describe(); }) {}
 
 template <class Predicate>
 KernelEvent KernelEvents::waitForNext(const std::string& awaited, const Predicate& isAwaited) {
@@ -90,7 +90,7 @@ void KernelEvents::readAll() {
   }
 }
 
-std::string KernelEvents::tell() const {
+std::string KernelEvents::describe() const {
   std::string text = "uevents that nobody has waited for:\n";
   for (const KernelEvent& event : events_) {
     text += "  " + event.action + " " + event.directory + "\n";

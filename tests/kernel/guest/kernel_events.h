@@ -5,7 +5,7 @@
 #include <string>
 
 #include "sim/descriptor.h"
-#include "sim/testimony.h"
+#include "sim/state_report.h"
 #include "sim/wait.h"
 
 namespace guest {
@@ -41,14 +41,14 @@ class KernelEvents {
 
  private:
   void readAll();
-  [[nodiscard]] std::string tell() const;
+  [[nodiscard]] std::string describe() const;
   template <class Predicate>
   KernelEvent waitForNext(const std::string& awaited, const Predicate& isAwaited);
 
   sim::Descriptor socket_;
   sim::Background source_;
   std::deque<KernelEvent> events_;  ///< heard, not handed out
-  sim::Testimony testimony_;
+  sim::StateReport stateReport_;
 };
 
 }  // namespace guest

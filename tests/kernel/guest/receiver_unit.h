@@ -60,7 +60,7 @@ class ReceiverUnit : public testing::Test {
   sim::Worker& workerOf(const std::string& directory);
 
   Desk desk;
-  sim::WorkerBoard workers;
+  sim::Workers workers;
   sim::Display display;
   std::unique_ptr<sim::Daemon> daemon;
 

@@ -2,10 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 #include "kernel/guest/desk.h"
-#include "sim/device_recording.h"
 #include "tools/recorder/device_recorder.h"
 #include "tools/recorder/recording_output.h"
 
@@ -13,23 +10,22 @@ namespace guest {
 namespace {
 
 /** Plugs the device in and takes it out again, and reads back what was written of that. */
-sim::DeviceRecording recordingOf(const EmulatedDevice& device, const Socket& socket,
-                                 const std::string& name) {
+recorder::DeviceRecording recordingOf(const EmulatedDevice& device, const Socket& socket,
+                                      const std::string& name) {
   Desk desk;
-  sim::DeviceRecorder recorder({.quiet = 0.5, .limit = 60});
+  recorder::DeviceRecorder recording({.quiet = 2, .limit = 240});
   const PluggedDevice plugged = desk.plug(device, socket);
-  recorder.recordPlug();
+  recording.recordPlug();
   desk.takeOut(plugged);
-  recorder.recordUnplug();
-  sim::writeRecording(recorder.recording(), sim::kernelRelease(), "/tmp/" + name);
-  ::setenv("SIM_DEVICES", "/tmp", 1);
-  return sim::DeviceRecording::load(name);
+  recording.recordUnplug();
+  recorder::writeRecording(recording.recording(), recorder::kernelRelease(), "/tmp/" + name);
+  return recorder::readRecording("/tmp/" + name);
 }
 
 /** The bytes of a recorded file of the device's own directory; none where there is no such file. */
-std::string contentOf(const sim::DeviceRecording& recording, const std::string& name) {
+std::string contentOf(const recorder::DeviceRecording& recording, const std::string& name) {
   const std::string path = recording.directory.substr(std::string("/sys/").size()) + "/" + name;
-  for (const sim::TreeEntry& entry : recording.tree) {
+  for (const recorder::TreeEntry& entry : recording.tree) {
     if (entry.path == path) {
       return entry.content;
     }
@@ -37,12 +33,12 @@ std::string contentOf(const sim::DeviceRecording& recording, const std::string& 
   return {};
 }
 
-std::string headerOf(const sim::RecordedEvent& event) {
+std::string headerOf(const recorder::RecordedEvent& event) {
   return event.datagram.substr(0, event.datagram.find('\0'));
 }
 
 TEST(Recording, HoldsADiskWithItsNodeAndItsEvents) {
-  const sim::DeviceRecording recording = recordingOf(disk(), highSpeedSocket(1), "disk");
+  const recorder::DeviceRecording recording = recordingOf(disk(), highSpeedSocket(1), "disk");
   EXPECT_EQ(recording.product, "QEMU USB HARDDRIVE");
   EXPECT_EQ(recording.speed, "480");
   EXPECT_EQ(recording.nodes("sg").size(), 1U);
@@ -53,7 +49,7 @@ TEST(Recording, HoldsADiskWithItsNodeAndItsEvents) {
 }
 
 TEST(Recording, HoldsAKeyboardOfFullSpeed) {
-  const sim::DeviceRecording recording = recordingOf(keyboard(), fullSpeedSocket(1), "keyboard");
+  const recorder::DeviceRecording recording = recordingOf(keyboard(), fullSpeedSocket(1), "keyboard");
   EXPECT_EQ(recording.product, "QEMU USB Keyboard");
   EXPECT_EQ(recording.speed, "12");
   EXPECT_EQ(recording.nodes("hiddev").size(), 1U);

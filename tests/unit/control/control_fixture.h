@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
 #include <string_view>
 
 #include "control/control_requests.h"
@@ -10,15 +9,20 @@
 #include "support/test_ctrl.h"
 
 /** The daemon's state, which knows no Transmitter yet: port 0. */
-class ControlSocket : public testing::Test {
+class ControlRequests : public testing::Test {
  protected:
-  ControlSocket() { ctrl_->port = 0; }
+  ControlRequests() { ctrl_->port = 0; }
 
-  [[nodiscard]] support::ControlClient connect() { return support::ControlClient(ctrl_->socketPath); }
-  /** A client that says `message`, is served, and is to be kept; its descriptor is in `served_` then. */
-  support::ControlClient deliver(std::string_view message) {
+  [[nodiscard]] support::ControlClient connect() const { return support::ControlClient(ctrl_->socketPath); }
+  /** A client that says `message`. */
+  [[nodiscard]] support::ControlClient connectSaying(std::string_view message) const {
     support::ControlClient client = connect();
     client.send(message);
+    return client;
+  }
+  /** A client that says `message`, is served, and is to be kept; its descriptor is in `served_` then. */
+  support::ControlClient deliver(std::string_view message) {
+    support::ControlClient client = connectSaying(message);
     served_ = serveControlClient(*ctrl_);
     return client;
   }

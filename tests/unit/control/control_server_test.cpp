@@ -18,7 +18,6 @@
 #include "support/child.h"
 #include "support/control_client.h"
 #include "support/descriptors.h"
-#include "support/failing_call.h"
 #include "support/temporary_directory.h"
 #include "support/thrown.h"
 
@@ -29,14 +28,15 @@ namespace fs = std::filesystem;
 constexpr std::size_t longestPath = sizeof(sockaddr_un::sun_path) - 1;
 
 // A path of so many characters in `directory`.
-std::string pathOfLength(const support::TemporaryDirectory& directory, std::size_t length) {
-  const std::string start = directory / "";
+std::string pathOfLength(const std::string& directory, std::size_t length) {
+  const std::string start = directory + "/";
   EXPECT_LT(start.size(), length) << "the directory for temporary files has too long a path for this test";
   return start + std::string(length - start.size(), 's');
 }
 
-std::string failureAt(const std::string& path) {
-  return support::contextThrownBy([&path] { const ControlServer server(path); });
+// The error that keeps a server from listening there.
+ulx::ErrnoException failureAt(const std::string& path) {
+  return support::caught<ulx::ErrnoException>([&path] { const ControlServer server(path); });
 }
 
 // How many clients can connect before the first is accepted.
@@ -51,16 +51,20 @@ std::size_t roomForClients(const std::string& path) {
   return clients.size() - 1;
 }
 
-TEST(ControlServer, ListensAtItsPath) {
-  const support::TemporaryDirectory directory;
-  const ControlServer server(directory / "socket");
-  EXPECT_TRUE(fs::is_socket(directory / "socket"));
-  EXPECT_NO_THROW(support::ControlClient(directory / "socket"));
+class ControlServerTest : public testing::Test {
+ protected:
+  const support::TemporaryDirectory directory_;
+  const std::string path_ = directory_ / "socket";
+};
+
+TEST_F(ControlServerTest, ListensAtItsPath) {
+  const ControlServer server(path_);
+  EXPECT_TRUE(fs::is_socket(path_));
+  EXPECT_NO_THROW(support::ControlClient{path_});
 }
 
-TEST(ControlServer, IsAStreamSocketThatWorkersDoNotGet) {
-  const support::TemporaryDirectory directory;
-  const ControlServer server(directory / "socket");
+TEST_F(ControlServerTest, IsAStreamSocketThatWorkersDoNotGet) {
+  const ControlServer server(path_);
   int type = 0;
   socklen_t size = sizeof type;
   ASSERT_EQ(getsockopt(server.fd(), SOL_SOCKET, SO_TYPE, &type, &size), 0);
@@ -68,147 +72,109 @@ TEST(ControlServer, IsAStreamSocketThatWorkersDoNotGet) {
   EXPECT_TRUE(support::isCloseOnExec(server.fd()));
 }
 
-TEST(ControlServer, LetsAsManyClientsWaitAsABacklogOfFiveDoes) {
-  const support::TemporaryDirectory directory;
-  const ControlServer server(directory / "socket");
-  const ControlServer other(directory / "other");
+TEST_F(ControlServerTest, LetsAsManyClientsWaitAsABacklogOfFiveDoes) {
+  const ControlServer server(path_);
+  const ControlServer other(directory_ / "other");
   ASSERT_EQ(listen(other.fd(), 5), 0);
-  EXPECT_EQ(roomForClients(directory / "socket"), roomForClients(directory / "other"));
+  EXPECT_EQ(roomForClients(path_), roomForClients(directory_ / "other"));
 }
 
-TEST(ControlServer, IsClosedAtItsEnd) {
-  const support::TemporaryDirectory directory;
+TEST_F(ControlServerTest, IsClosedAtItsEndAndItsSocketIsReplacedByTheNextRuns) {
   const auto before = support::openDescriptors();
-  std::optional<ControlServer> server(std::in_place, directory / "socket");
-  server.reset();
-  EXPECT_EQ(support::openDescriptors(), before);
-  EXPECT_TRUE(fs::exists(directory / "socket"));
-}
-
-TEST(ControlServer, TakesThePlaceOfAnEarlierRunsSocket) {
-  const support::TemporaryDirectory directory;
-  std::optional<ControlServer> earlier(std::in_place, directory / "socket");
+  std::optional<ControlServer> earlier(std::in_place, path_);
   earlier.reset();
-  const ControlServer server(directory / "socket");
-  EXPECT_NO_THROW(support::ControlClient(directory / "socket"));
+  EXPECT_EQ(support::openDescriptors(), before);
+  EXPECT_TRUE(fs::exists(path_));
+  const ControlServer server(path_);
+  EXPECT_NO_THROW(support::ControlClient{path_});
 }
 
-TEST(ControlServer, TakesThePlaceOfAnyFile) {
-  const support::TemporaryDirectory directory;
-  sim::writeFile(directory / "socket", "text");
-  const ControlServer server(directory / "socket");
-  EXPECT_NO_THROW(support::ControlClient(directory / "socket"));
+TEST_F(ControlServerTest, TakesThePlaceOfAnyFile) {
+  sim::writeFile(path_, "text");
+  const ControlServer server(path_);
+  EXPECT_NO_THROW(support::ControlClient{path_});
 }
 
-TEST(ControlServer, TakesThePlaceOfALinkAndLeavesWhatItLeadsTo) {
-  const support::TemporaryDirectory directory;
-  sim::writeFile(directory / "file", "text");
-  fs::create_symlink("file", directory / "socket");
-  const ControlServer server(directory / "socket");
-  EXPECT_TRUE(fs::is_socket(fs::symlink_status(directory / "socket")));
-  EXPECT_EQ(sim::readFile(directory / "file"), "text");
+TEST_F(ControlServerTest, TakesThePlaceOfALinkAndLeavesWhatItLeadsTo) {
+  sim::writeFile(directory_ / "file", "text");
+  fs::create_symlink("file", path_);
+  const ControlServer server(path_);
+  EXPECT_TRUE(fs::is_socket(fs::symlink_status(path_)));
+  EXPECT_EQ(sim::readFile(directory_ / "file"), "text");
 }
 
-TEST(ControlServer, CannotTakeThePlaceOfADirectory) {
-  const support::TemporaryDirectory directory;
-  fs::create_directory(directory / "socket");
-  EXPECT_EQ(failureAt(directory / "socket"), "bind()");
+TEST_F(ControlServerTest, CannotTakeThePlaceOfADirectoryNorBeInOneThatIsNotThere) {
+  fs::create_directory(path_);
+  EXPECT_EQ(support::contextThrownBy([this] { const ControlServer server(path_); }), "bind()");
+  const std::string gone = directory_ / "gone/socket";
+  EXPECT_EQ(
+      support::contextThrownBy<ulx::NoSuchFileOrDirectory>([&gone] { const ControlServer server(gone); }),
+      "bind()");
 }
 
-TEST(ControlServer, CannotBeInADirectoryThatIsNotThere) {
-  const support::TemporaryDirectory directory;
-  EXPECT_EQ(support::contextThrownBy<ulx::NoSuchFileOrDirectory>(
-                [&directory] { const ControlServer server(directory / "gone/socket"); }),
-            "bind()");
-}
-
-TEST(ControlServer, CannotBeInADirectoryThatMayNotBeWritten) {
-  support::inChild([] {
-    const support::TemporaryDirectory directory;
-    fs::permissions(directory.path(), fs::perms::owner_read | fs::perms::owner_exec);
+TEST_F(ControlServerTest, CannotBeInADirectoryThatMayNotBeWritten) {
+  fs::permissions(directory_.path(), fs::perms::owner_read | fs::perms::owner_exec);
+  support::inChild([this] {
     support::dropPrivileges();
-    try {
-      const ControlServer server(directory / "socket");
-      ADD_FAILURE() << "nothing was thrown";
-    } catch (const ulx::ErrnoException& e) {
-      EXPECT_EQ(e.errorNumber, EACCES);
-      EXPECT_EQ(e.context, "bind()");
-    }
-    fs::permissions(directory.path(), fs::perms::owner_all);
+    const ulx::ErrnoException e = failureAt(path_);
+    EXPECT_EQ(e.errorNumber, EACCES);
+    EXPECT_EQ(e.context, "bind()");
   });
+  fs::permissions(directory_.path(), fs::perms::owner_all);
 }
 
-TEST(ControlServer, MayHaveTheLongestPathThatAnAddressHolds) {
-  const support::TemporaryDirectory directory;
-  const std::string path = pathOfLength(directory, longestPath);
+TEST_F(ControlServerTest, MayHaveTheLongestPathThatAnAddressHolds) {
+  const std::string path = pathOfLength(directory_.path(), longestPath);
   const ControlServer server(path);
   EXPECT_TRUE(fs::is_socket(path));
 }
 
-TEST(ControlServer, CannotHaveALongerPathAndLeavesWhatIsThere) {
-  const support::TemporaryDirectory directory;
+TEST_F(ControlServerTest, CannotHaveALongerPathAndLeavesWhatIsThere) {
   for (const std::size_t length : {longestPath + 1, std::size_t{200}}) {
-    const std::string path = pathOfLength(directory, length);
+    const std::string path = pathOfLength(directory_.path(), length);
     sim::writeFile(path, "text");
-    EXPECT_EQ(support::contextThrownBy<ulx::InvalidArgument>([&path] { const ControlServer server(path); }),
-              "bind()");
+    const auto e = support::caught<ulx::InvalidArgument>([&path] { const ControlServer server(path); });
+    EXPECT_EQ(e.errorNumber, EINVAL);
+    EXPECT_EQ(e.context, "bind()");
     EXPECT_EQ(sim::readFile(path), "text");
   }
 }
 
-TEST(ControlServer, ErrorsOfAPathThatIsTooLongTellTheirNumber) {
-  try {
-    const ControlServer server(std::string(200, 's'));
-    ADD_FAILURE() << "nothing was thrown";
-  } catch (const ulx::ErrnoException& e) {
-    EXPECT_EQ(e.errorNumber, EINVAL);
-  }
-}
-
-TEST(ControlServer, CannotBeMadeWithoutAFreeDescriptor) {
-  support::inChild([] {
-    const support::TemporaryDirectory directory;
+TEST_F(ControlServerTest, CannotBeMadeWithoutAFreeDescriptor) {
+  support::inChild([this] {
     support::limitFurtherDescriptors(0);
-    EXPECT_EQ(failureAt(directory / "socket"), "socket()");
+    EXPECT_EQ(failureAt(path_).context, "socket()");
   });
 }
 
-TEST(ControlServer, CannotBeMadeWhereItCannotBeKeptFromWorkers) {
-  support::inChild([] {
-    const support::TemporaryDirectory directory;
-    if (!support::failSystemCall(SYS_fcntl, {.index = 1, .value = F_SETFD}, EINVAL)) {
-      GTEST_SKIP() << "no seccomp filters here";
-    }
-    EXPECT_EQ(failureAt(directory / "socket"), "fcntl(listenfd,F_SETFD,FD_CLOEXEC)");
-    EXPECT_FALSE(fs::exists(directory / "socket"));
-  });
-}
-
-TEST(ControlServer, CannotBeMadeWhereListeningFails) {
-  support::inChild([] {
-    const support::TemporaryDirectory directory;
-    if (!support::failSystemCall(SYS_listen, EADDRINUSE)) {
-      GTEST_SKIP() << "no seccomp filters here";
-    }
-    EXPECT_EQ(failureAt(directory / "socket"), "listen()");
-  });
-}
-
-TEST(ControlServer, IsClosedWhenItCannotBeMade) {
-  support::inChild([] {
-    const support::TemporaryDirectory directory;
+TEST_F(ControlServerTest, ThatCannotBeKeptFromWorkersIsClosedAndNotMade) {
+  const support::ArgumentIs setting{.index = 1, .value = F_SETFD};
+  support::inChildWithFailing({.number = SYS_fcntl, .error = EINVAL, .argument = setting}, [this] {
     const auto before = support::openDescriptors();
-    EXPECT_EQ(failureAt(directory / "gone/socket"), "bind()");
-    EXPECT_EQ(failureAt(std::string(200, 's')), "bind()");
-    if (support::failSystemCall(SYS_listen, EADDRINUSE) &&
-        support::failSystemCall(SYS_fcntl, {.index = 1, .value = F_SETFD}, EINVAL)) {
-      EXPECT_EQ(failureAt(directory / "socket"), "fcntl(listenfd,F_SETFD,FD_CLOEXEC)");
-    }
+    EXPECT_EQ(support::contextThrownBy([this] { const ControlServer server(path_); }),
+              "fcntl(listenfd,F_SETFD,FD_CLOEXEC)");
+    EXPECT_FALSE(fs::exists(path_));
     EXPECT_EQ(support::openDescriptors(), before);
   });
 }
 
-TEST(ControlConnection, StaysOpenAtItsEnd) {
+TEST_F(ControlServerTest, ThatCannotListenIsClosed) {
+  support::inChildWithFailing({.number = SYS_listen, .error = EADDRINUSE}, [this] {
+    const auto before = support::openDescriptors();
+    EXPECT_EQ(failureAt(path_).context, "listen()");
+    EXPECT_EQ(support::openDescriptors(), before);
+  });
+}
+
+TEST_F(ControlServerTest, ThatCannotBeBoundIsClosed) {
+  const auto before = support::openDescriptors();
+  for (const std::string& path : {directory_ / "gone/socket", std::string(200, 's')}) {
+    EXPECT_EQ(support::contextThrownBy([&path] { const ControlServer server(path); }), "bind()");
+  }
+  EXPECT_EQ(support::openDescriptors(), before);
+}
+
+TEST(ControlServerConnection, StaysOpenAtItsEnd) {
   const sim::Descriptor client(dup(STDIN_FILENO));
   std::optional<ControlConnection> connection(std::in_place, client.get());
   EXPECT_EQ(connection->fd(), client.get());

@@ -6,272 +6,313 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <ostream>
 #include <set>
 #include <string>
 #include <vector>
 
-#include "hotplug/classification.h"
-#include "unit/hotplug/coldplug_world.h"
+#include "sim/contract.h"
+#include "sim/files.h"
+#include "sim/sysfs.h"
+#include "support/launch_world.h"
+#include "support/thrown.h"
+#include "ulx/file_descriptor.h"
 
 namespace {
 
+using support::Lines;
+using support::tagged;
+using Names = std::set<std::string>;
+namespace debug = contract::debug;
+
 const std::string usbDevices = "/sys/bus/usb/devices";
-const std::string keyboardsBegin = "[rx_ctrl] coldplugging keyboards";
-const std::string storageBegins = "[rx_ctrl] colplugging storage devices";
+const std::string hidNodes = "/sys/class/usb";
+const std::string scsiNodes = "/sys/class/scsi_generic";
+
+/** A world in which devices are plugged in before the daemon looks. */
+class Coldplug : public support::LaunchWorld {
+ protected:
+  /** A keyboard and its node, whose interface has this subclass; the node's directory. */
+  std::string plugKeyboard(const std::string& port = "1-2", const std::string& node = "hiddev0",
+                           const std::string& subclass = "01") {
+    sim::UsbDevice keyboard{.name = port, .product = "Keyboard"};
+    keyboard.descriptors = sim::keyboardDescriptors();
+    return sysfs_.add(
+        sim::HiddevNode{.usbDevice = sysfs_.add(keyboard), .name = node, .interfaceSubclass = subclass});
+  }
+  /** A disk and its node "sg0"; the node's directory. */
+  std::string plugDisk() {
+    sim::UsbDevice disk{.name = "1-3", .product = "Disk"};
+    disk.descriptors = sim::diskDescriptors();
+    return sysfs_.add(sim::ScsiGenericNode{.usbDevice = sysfs_.add(disk)});
+  }
+
+  void run(std::uint32_t classes) {
+    ctrl_->classes = classes;
+    coldplug(*ctrl_);
+  }
+  /** What is logged, with debugging, of the devices that are there. */
+  Lines logOf(std::uint32_t classes) {
+    return support::debugLogDuring([this, classes] { run(classes); });
+  }
+  /** Of that, what begins a pass, and the path of each made-up event. */
+  Lines passesOf(std::uint32_t classes) {
+    Lines passes = logOf(classes);
+    std::erase_if(passes, [](const std::string& line) {
+      return !line.starts_with(tagged({"add "}).front()) && !line.starts_with(tagged({"co"}).front());
+    });
+    return passes;
+  }
+  [[nodiscard]] Names devicesWithWorkers() const {
+    Names devices;
+    for (const auto& [path, pid] : ctrl_->workers.byPath) {
+      devices.insert(path);
+    }
+    return devices;
+  }
+
+  sim::Sysfs sysfs_;
+};
 
 Lines operator+(Lines lines, const Lines& more) {
   lines.insert(lines.end(), more.begin(), more.end());
   return lines;
 }
 
-std::set<std::string> devicesWithWorkers(const RxCtrl& ctrl) {
-  std::set<std::string> devices;
-  for (const auto& [path, pid] : ctrl.workers.byPath) {
-    devices.insert(path);
+// The debug messages of events for every entry of a directory of sysfs, in the order of its entries.
+Lines offersOf(const std::string& directory) {
+  Lines offers;
+  for (const std::filesystem::path& entry : sim::entriesOf(directory)) {
+    offers.push_back(debug::event("add", entry.string().substr(4)));
   }
-  return devices;
+  return tagged(offers);
 }
 
-TEST(MadeUpEvent, HasAnActionAndThePathWithoutTheMountPoint) {
-  EXPECT_EQ(addEventOf("/sys/bus/usb/devices/1-1"),
-            (UEvent{{"ACTION", "add"}, {"DEVPATH", "/bus/usb/devices/1-1"}}));
+Lines from(const std::string& line, const Lines& lines) {
+  return {std::find(lines.begin(), lines.end(), line), lines.end()};
 }
 
-struct MaskCase {
-  std::uint32_t classes;
-  bool keyboards;
-  bool storage;
-};
+const std::string keyboardsBegin = tagged({debug::coldpluggingKeyboards}).front();
+const std::string storageBegins = tagged({debug::coldpluggingStorage}).front();
 
-std::ostream& operator<<(std::ostream& out, const MaskCase& mask) {
-  return out << mask.classes;
-}
-
-class ColdplugPasses : public testing::TestWithParam<MaskCase> {};
-
-INSTANTIATE_TEST_SUITE_P(Masks, ColdplugPasses,
-                         testing::Values(MaskCase{0, false, false}, MaskCase{1, true, false},
-                                         MaskCase{2, false, true}, MaskCase{3, true, true},
-                                         MaskCase{252, false, false}, MaskCase{255, true, true}),
-                         testing::PrintToStringParamName());
-
-TEST_P(ColdplugPasses, AreThoseOfTheMaskInOrder) {
-  inColdplugWorld([](ColdplugWorld& world) {
-    world.sysfs.add(sim::UsbDevice{});
-    world.plugKeyboard();
-    world.plugDisk();
-    const MaskCase& mask = GetParam();
+TEST_F(Coldplug, PassesKeyboardsAndThenDisksBehindAllUsbDevicesAsTheMaskSays) {
+  struct Mask {
+    std::uint32_t classes;
+    bool keyboards;
+    bool storage;
+  };
+  sysfs_.add(sim::UsbDevice{});
+  plugKeyboard();
+  plugDisk();
+  for (const Mask& mask : {Mask{0, false, false}, Mask{1, true, false}, Mask{2, false, true},
+                           Mask{3, true, true}, Mask{252, false, false}, Mask{255, true, true}}) {
     Lines expected = offersOf(usbDevices);
     if (mask.keyboards) {
-      expected = expected + Lines{keyboardsBegin} + offersOf("/sys/class/usb");
+      expected = expected + Lines{keyboardsBegin} + offersOf(hidNodes);
     }
     if (mask.storage) {
-      expected = expected + Lines{storageBegins} + offersOf("/sys/class/scsi_generic");
+      expected = expected + Lines{storageBegins} + offersOf(scsiNodes);
     }
-    EXPECT_EQ(world.passesOfColdplug(mask.classes), expected);
-  });
+    EXPECT_EQ(passesOf(mask.classes), expected) << mask.classes;
+  }
 }
 
-TEST(Coldplug, StartsTheWorkerOfEachKind) {
-  inColdplugWorld([](ColdplugWorld& world) {
-    const std::string generic = world.sysfs.add(sim::UsbDevice{});
-    const std::string keyboard = world.plugKeyboard();
-    const std::string disk = world.plugDisk();
-    world.ctrl->classes = allClasses;
-    coldplug(*world.ctrl);
-    EXPECT_EQ(devicesWithWorkers(*world.ctrl), (std::set<std::string>{generic, keyboard, disk}));
-    std::vector<std::string> programs;
-    programs.reserve(3);
-    for (int i = 0; i < 3; ++i) {
-      programs.push_back(world.board.waitForWorker().program());
+TEST_F(Coldplug, StartsTheWorkerOfEachKindAndLogsNothingWithoutDebugging) {
+  const std::string generic = sysfs_.add(sim::UsbDevice{});
+  const std::string keyboard = plugKeyboard();
+  const std::string disk = plugDisk();
+  EXPECT_EQ(support::logDuring([this] { run(allClasses); }), Lines{});
+  EXPECT_EQ(devicesWithWorkers(), (Names{generic, keyboard, disk}));
+  for (const char* program : {"usb_rx_generic", "usb_rx_keyboard", "usb_rx_scsi"}) {
+    EXPECT_EQ(nextStart().arguments.front(), program);
+  }
+}
+
+TEST_F(Coldplug, LeavesEveryDeviceToTheGenericWorkerWhereNoClassIsServed) {
+  sysfs_.add(sim::UsbDevice{});
+  plugKeyboard();
+  plugDisk();
+  run(0);
+  EXPECT_EQ(devicesWithWorkers().size(), 3U);
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(nextStart().arguments.front(), "usb_rx_generic");
+  }
+}
+
+TEST_F(Coldplug, OfNoDevicesLogsNothing) {
+  EXPECT_EQ(logOf(allClasses), Lines{});
+}
+
+TEST_F(Coldplug, OfNoNodesLogsThatItBegins) {
+  sysfs_.makeDirectory(hidNodes);
+  sysfs_.makeDirectory(scsiNodes);
+  EXPECT_EQ(logOf(keyboardClass), Lines{keyboardsBegin});
+  EXPECT_EQ(logOf(storageClass), Lines{storageBegins});
+}
+
+TEST_F(Coldplug, TakesEntriesAsTheyCome) {
+  for (const char* name : {"1-4", "1-1", "1-7", "1-2", "1-9", "1-3"}) {
+    sysfs_.add(sim::UsbDevice{.name = name});
+  }
+  const Lines offers = offersOf(usbDevices);
+  ASSERT_FALSE(std::is_sorted(offers.begin(), offers.end()));
+  EXPECT_EQ(passesOf(0), offers);
+}
+
+TEST_F(Coldplug, OffersInterfacesAndHubsWhichTheHandlerKnows) {
+  const std::string hub = sysfs_.add(
+      sim::UsbDevice{.name = "usb1", .parent = "/sys/devices/platform/usb-host.0", .deviceClass = "09"});
+  EXPECT_EQ(logOf(0),
+            tagged({debug::event("add", "/bus/usb/devices/usb1"), debug::subsystem("usb"), debug::hub}));
+  sysfs_.removeDevice(hub);
+  plugDisk();
+  std::filesystem::remove(usbDevices + "/1-3");
+  EXPECT_EQ(logOf(0), tagged({debug::event("add", "/bus/usb/devices/1-3:1.0"), debug::subsystem("usb")}));
+  EXPECT_TRUE(ctrl_->workers.byPid.empty());
+}
+
+TEST_F(Coldplug, ResolvesTheLinkOfADeviceAndStartsNoSecondWorkerOfIt) {
+  const std::string device = sysfs_.add(sim::UsbDevice{});
+  EXPECT_EQ(logOf(0), tagged({debug::event("add", "/bus/usb/devices/1-1"), debug::subsystem("usb"),
+                              debug::noIsochronousFound, debug::generic, debug::startingGeneric(device)}));
+  EXPECT_EQ(devicesWithWorkers(), Names{device});
+  EXPECT_EQ(logOf(0), tagged({debug::event("add", "/bus/usb/devices/1-1"), debug::alreadyHandled}));
+  EXPECT_EQ(ctrl_->workers.byPid.size(), 1U);
+}
+
+TEST_F(Coldplug, StartsTheKeyboardWorkerOfANode) {
+  const std::string node = plugKeyboard();
+  EXPECT_EQ(from(keyboardsBegin, logOf(keyboardClass)),
+            tagged({debug::coldpluggingKeyboards, debug::event("add", "/class/usb/hiddev0"),
+                    debug::subsystem("usb"), debug::hid, debug::startingKeyboard(node, "180:0")}));
+  EXPECT_EQ(devicesWithWorkers(), Names{node});
+}
+
+TEST_F(Coldplug, OffersEveryKeyboardNode) {
+  const std::string first = plugKeyboard("1-2", "hiddev3");
+  const std::string second = plugKeyboard("1-4", "hiddev1");
+  const std::string third = plugKeyboard("1-5", "hiddev2");
+  EXPECT_EQ(passesOf(keyboardClass), offersOf(usbDevices) + Lines{keyboardsBegin} + offersOf(hidNodes));
+  EXPECT_EQ(devicesWithWorkers(), (Names{first, second, third}));
+}
+
+TEST_F(Coldplug, OffersNoHiddevNodeWithoutTheBootInterface) {
+  for (const char* subclass : {"00", "02", "10", "11", ""}) {
+    sysfs_.removeDevice(sysfs_.add(sim::UsbDevice{.name = "1-2"}));
+    plugKeyboard("1-2", "hiddev0", subclass);
+    EXPECT_EQ(passesOf(keyboardClass), offersOf(usbDevices) + Lines{keyboardsBegin}) << subclass;
+    EXPECT_TRUE(ctrl_->workers.byPid.empty());
+  }
+}
+
+TEST_F(Coldplug, TakesTheBootInterfaceForAHexadecimalNumber) {
+  const std::string node = plugKeyboard("1-2", "hiddev0", "0x1");
+  EXPECT_EQ(passesOf(keyboardClass).back(), tagged({debug::event("add", "/class/usb/hiddev0")}).front());
+  EXPECT_EQ(devicesWithWorkers(), Names{node});
+}
+
+TEST_F(Coldplug, OffersNoNodeOfAMouseWhateverItsSubclass) {
+  sim::UsbDevice mouse;
+  mouse.descriptors = sim::mouseDescriptors();
+  const std::string device = sysfs_.add(mouse);
+  sysfs_.add(sim::HiddevNode{.usbDevice = device, .interfaceProtocol = "02"});
+  EXPECT_EQ(passesOf(keyboardClass), offersOf(usbDevices) + Lines{keyboardsBegin});
+  sysfs_.removeAttribute(device + "/1-1:1.0", "bInterfaceSubClass");
+  EXPECT_EQ(passesOf(keyboardClass).back(), keyboardsBegin);
+  EXPECT_EQ(devicesWithWorkers(), Names{device});
+}
+
+TEST_F(Coldplug, OffersNoNodeOfAnotherName) {
+  for (const char* name : {"lp0", "usblp0", "xhiddev0", "hidde"}) {
+    sysfs_.makeDirectory(hidNodes + "/" + name);
+  }
+  plugKeyboard("1-2", "legousbtower0");
+  EXPECT_EQ(passesOf(keyboardClass), offersOf(usbDevices) + Lines{keyboardsBegin});
+}
+
+TEST_F(Coldplug, StartsTheScsiWorkerOfANode) {
+  const std::string node = plugDisk();
+  EXPECT_EQ(from(storageBegins, logOf(storageClass)),
+            tagged({debug::coldpluggingStorage, debug::event("add", "/class/scsi_generic/sg0"),
+                    debug::subsystem("scsi_generic"), debug::scsiGeneric, debug::startingScsi(node)}));
+  EXPECT_EQ(devicesWithWorkers(), Names{node});
+}
+
+TEST_F(Coldplug, OffersEveryScsiNodeWhateverItIsOf) {
+  sysfs_.makeDirectory(scsiNodes + "/of_no_device");
+  const std::string mouse = sysfs_.add(sim::UsbDevice{});
+  sysfs_.add(sim::ScsiGenericNode{.usbDevice = mouse, .name = "sg7"});
+  EXPECT_EQ(passesOf(storageClass), offersOf(usbDevices) + Lines{storageBegins} + offersOf(scsiNodes));
+  EXPECT_EQ(ctrl_->workers.byPath.size(), 2U);
+}
+
+TEST_F(Coldplug, GoesOnBehindADeviceThatCannotBeHandled) {
+  const std::string first = sysfs_.add(sim::UsbDevice{.name = "1-1"});
+  sysfs_.makeLink(usbDevices + "/1-5", "../../../devices/none");
+  sysfs_.add(sim::UsbDevice{.name = "1-6", .descriptors = "short"});
+  const std::string last = sysfs_.add(sim::UsbDevice{.name = "1-7"});
+  const Lines log = logOf(0);
+  EXPECT_EQ(std::count(log.begin(), log.end(), tagged({debug::eventIgnored}).front()), 1);
+  EXPECT_TRUE(devicesWithWorkers().contains(first));
+  EXPECT_TRUE(devicesWithWorkers().contains(last));
+}
+
+TEST_F(Coldplug, GoesOnBehindANodeThatCannotBeServed) {
+  const std::string node = plugKeyboard();
+  sysfs_.removeAttribute(node, "dev");
+  const std::string disk = plugDisk();
+  sysfs_.makeLink(scsiNodes + "/sg1", "../../devices/none");
+  run(allClasses);
+  EXPECT_EQ(devicesWithWorkers(), Names{disk});
+}
+
+TEST_F(Coldplug, EndsWithoutTheDirectoryOfUsbDevices) {
+  plugKeyboard();
+  plugDisk();
+  std::filesystem::remove_all(usbDevices);
+  EXPECT_EQ(support::debugLogDuring([this] {
+              EXPECT_EQ(support::contextThrownBy<ulx::NoSuchFileOrDirectory>([this] { run(allClasses); }),
+                        "opendir(/sys/bus/usb/devices)");
+            }),
+            Lines{});
+  EXPECT_TRUE(ctrl_->workers.byPid.empty());
+}
+
+TEST_F(Coldplug, EndsWhereAClassIsAFileOrCannotBeLookedFor) {
+  sysfs_.makeLink(hidNodes, "usb");
+  sim::writeFile(scsiNodes, "");
+  EXPECT_EQ(support::contextThrownBy([this] { run(keyboardClass); }), "stat(/sys/class/usb)");
+  EXPECT_EQ(support::contextThrownBy([this] { run(storageClass); }), "opendir(/sys/class/scsi_generic)");
+  std::filesystem::remove(hidNodes);
+  sim::writeFile(hidNodes, "");
+  EXPECT_EQ(support::contextThrownBy([this] { run(keyboardClass); }), "opendir(/sys/class/usb)");
+}
+
+TEST_F(Coldplug, EndsAtAKeyboardsNodeThatCannotBeJudgedBeforeItGetsToDisks) {
+  const std::string keyboard = "/sys/devices/platform/usb-host.0/usb1/1-2";
+  const std::string node = "/sys/class/usb/hiddev0/device";
+  std::string otherDescriptors = sim::keyboardDescriptors();
+  otherDescriptors[1] = 2;
+  plugKeyboard();
+  plugDisk();
+  const auto coldplugging = [this] { run(allClasses); };
+  const Lines log = support::debugLogDuring([&] {
+    sysfs_.removeAttribute(keyboard + "/1-2:1.0", "bInterfaceSubClass");
+    EXPECT_EQ(support::contextThrownBy<ulx::NoSuchFileOrDirectory>(coldplugging),
+              "open(\"" + node + "/bInterfaceSubClass\")");
+    sysfs_.removeAttribute(keyboard, "descriptors");
+    EXPECT_EQ(support::contextThrownBy<ulx::NoSuchFileOrDirectory>(coldplugging),
+              "open(\"" + node + "/../descriptors\")");
+    for (const std::size_t length : {0U, 17U}) {
+      sysfs_.writeAttribute(keyboard, "descriptors", sim::keyboardDescriptors().substr(0, length));
+      EXPECT_THROW(coldplugging(), ulx::FileDescriptor::EndOfFile);
     }
-    EXPECT_EQ(programs, (std::vector<std::string>{"usb_rx_generic", "usb_rx_keyboard", "usb_rx_scsi"}));
+    sysfs_.writeAttribute(keyboard, "descriptors", otherDescriptors);
+    EXPECT_EQ(support::bareTextThrownBy(coldplugging), contract::error::notADevice);
   });
-}
-
-TEST(Coldplug, LeavesEveryDeviceToTheGenericWorkerWhereNoClassIsServed) {
-  inColdplugWorld([](ColdplugWorld& world) {
-    world.sysfs.add(sim::UsbDevice{});
-    world.plugKeyboard();
-    world.plugDisk();
-    world.ctrl->classes = 0;
-    coldplug(*world.ctrl);
-    EXPECT_EQ(world.ctrl->workers.byPath.size(), 3U);
-    for (int i = 0; i < 3; ++i) {
-      EXPECT_EQ(world.board.waitForWorker().program(), "usb_rx_generic");
-    }
-  });
-}
-
-TEST(Coldplug, SaysNothingWithoutDebugging) {
-  inColdplugWorld([](ColdplugWorld& world) {
-    world.plugKeyboard();
-    world.plugDisk();
-    world.ctrl->classes = allClasses;
-    EXPECT_EQ(support::saidDuring([&world] { coldplug(*world.ctrl); }), Lines{});
-    EXPECT_EQ(world.ctrl->workers.byPath.size(), 2U);
-  });
-}
-
-TEST(Coldplug, OfNoDeviceSaysNothing) {
-  inColdplugWorld([](ColdplugWorld& world) { EXPECT_EQ(world.saidOfColdplug(0), Lines{}); });
-}
-
-TEST(Coldplug, TakesEntriesAsTheyCome) {
-  inColdplugWorld([](ColdplugWorld& world) {
-    for (const char* name : {"1-4", "1-1", "1-7", "1-2", "1-9", "1-3"}) {
-      world.sysfs.add(sim::UsbDevice{.name = name});
-    }
-    const Lines offers = offersOf(usbDevices);
-    ASSERT_FALSE(std::is_sorted(offers.begin(), offers.end()));
-    EXPECT_EQ(world.passesOfColdplug(0), offers);
-  });
-}
-
-TEST(Coldplug, OffersInterfacesAndHubsWhichTheHandlerKnows) {
-  inColdplugWorld([](ColdplugWorld& world) {
-    const std::string hub = world.sysfs.add(
-        sim::UsbDevice{.name = "usb1", .parent = "/sys/devices/platform/usb-host.0", .deviceClass = "09"});
-    EXPECT_EQ(world.saidOfColdplug(0),
-              tagged({"add /bus/usb/devices/usb1", "subsystem is 'usb'", "this is a hub device"}));
-    world.sysfs.removeDevice(hub);
-    world.plugDisk();
-    std::filesystem::remove(usbDevices + "/1-3");
-    EXPECT_EQ(world.saidOfColdplug(0), tagged({"add /bus/usb/devices/1-3:1.0", "subsystem is 'usb'"}));
-    EXPECT_TRUE(world.ctrl->workers.byPid.empty());
-  });
-}
-
-TEST(Coldplug, ResolvesTheLinkOfADevice) {
-  inColdplugWorld([](ColdplugWorld& world) {
-    const std::string device = world.sysfs.add(sim::UsbDevice{});
-    EXPECT_EQ(world.saidOfColdplug(0),
-              tagged({"add /bus/usb/devices/1-1", "subsystem is 'usb'",
-                      "  no iso endpoints found, this is supported.", "this is a generic USB device",
-                      "starting usb_rx_generic for " + device}));
-    EXPECT_EQ(devicesWithWorkers(*world.ctrl), std::set<std::string>{device});
-  });
-}
-
-TEST(Coldplug, StartsNoSecondWorkerOfADevice) {
-  inColdplugWorld([](ColdplugWorld& world) {
-    const std::string device = world.sysfs.add(sim::UsbDevice{});
-    handleUEvent(*world.ctrl, addEventOf(device), "high");
-    EXPECT_EQ(world.saidOfColdplug(0),
-              tagged({"add /bus/usb/devices/1-1", "a subprocess is already handling this device"}));
-    EXPECT_EQ(world.ctrl->workers.byPid.size(), 1U);
-  });
-}
-
-TEST(ColdplugOfKeyboards, IsSkippedWithoutTheirDirectory) {
-  inColdplugWorld([](ColdplugWorld& world) { EXPECT_EQ(world.saidOfColdplug(1), Lines{}); });
-}
-
-TEST(ColdplugOfKeyboards, OfNoneSaysThatItBegins) {
-  inColdplugWorld([](ColdplugWorld& world) {
-    world.sysfs.makeDirectory("/sys/class/usb");
-    EXPECT_EQ(world.saidOfColdplug(1), Lines{keyboardsBegin});
-  });
-}
-
-TEST(ColdplugOfKeyboards, StartsTheKeyboardWorker) {
-  inColdplugWorld([](ColdplugWorld& world) {
-    const std::string node = world.plugKeyboard();
-    const Lines said = world.saidOfColdplug(1);
-    const auto begin = std::find(said.begin(), said.end(), keyboardsBegin);
-    EXPECT_EQ(Lines(begin, said.end()),
-              tagged({"coldplugging keyboards", "add /class/usb/hiddev0", "subsystem is 'usb'",
-                      "this is HID device", "starting usb_rx_keyboard for " + node + " (180:0)"}));
-    EXPECT_EQ(devicesWithWorkers(*world.ctrl), std::set<std::string>{node});
-  });
-}
-
-class ColdplugOfHiddevNodes : public testing::TestWithParam<std::string> {};
-
-INSTANTIATE_TEST_SUITE_P(Subclasses, ColdplugOfHiddevNodes, testing::Values("00", "02", "10", "11", ""));
-
-TEST_P(ColdplugOfHiddevNodes, WithoutTheBootInterfaceOffersNone) {
-  inColdplugWorld([](ColdplugWorld& world) {
-    world.plugKeyboard("1-2", "hiddev0", GetParam());
-    EXPECT_EQ(world.passesOfColdplug(1), offersOf(usbDevices) + Lines{keyboardsBegin});
-    EXPECT_TRUE(world.ctrl->workers.byPid.empty());
-  });
-}
-
-TEST(ColdplugOfKeyboards, TakesTheBootInterfaceForAHexadecimalNumber) {
-  inColdplugWorld([](ColdplugWorld& world) {
-    const std::string node = world.plugKeyboard("1-2", "hiddev0", "0x1");
-    EXPECT_EQ(world.passesOfColdplug(1).back(), "[rx_ctrl] add /class/usb/hiddev0");
-    EXPECT_EQ(devicesWithWorkers(*world.ctrl), std::set<std::string>{node});
-  });
-}
-
-TEST(ColdplugOfKeyboards, PassesMiceBy) {
-  inColdplugWorld([](ColdplugWorld& world) {
-    sim::UsbDevice mouse;
-    mouse.descriptors = sim::mouseDescriptors();
-    const std::string device = world.sysfs.add(mouse);
-    world.sysfs.add(sim::HiddevNode{.usbDevice = device, .interfaceProtocol = "02"});
-    EXPECT_EQ(world.passesOfColdplug(1), offersOf(usbDevices) + Lines{keyboardsBegin});
-    EXPECT_EQ(devicesWithWorkers(*world.ctrl), std::set<std::string>{device});
-  });
-}
-
-TEST(ColdplugOfKeyboards, PassesNodesOfOtherNamesBy) {
-  inColdplugWorld([](ColdplugWorld& world) {
-    for (const char* name : {"lp0", "usblp0", "xhiddev0", "hidde"}) {
-      world.sysfs.makeDirectory(std::string("/sys/class/usb/") + name);
-    }
-    world.plugKeyboard("1-2", "legousbtower0");
-    EXPECT_EQ(world.passesOfColdplug(1), offersOf(usbDevices) + Lines{keyboardsBegin});
-  });
-}
-
-TEST(ColdplugOfKeyboards, OffersEveryOneOfThem) {
-  inColdplugWorld([](ColdplugWorld& world) {
-    const std::string first = world.plugKeyboard("1-2", "hiddev3");
-    const std::string second = world.plugKeyboard("1-4", "hiddev1");
-    const std::string third = world.plugKeyboard("1-5", "hiddev2");
-    EXPECT_EQ(world.passesOfColdplug(1),
-              offersOf(usbDevices) + Lines{keyboardsBegin} + offersOf("/sys/class/usb"));
-    EXPECT_EQ(devicesWithWorkers(*world.ctrl), (std::set<std::string>{first, second, third}));
-  });
-}
-
-TEST(ColdplugOfStorage, IsSkippedWithoutItsDirectory) {
-  inColdplugWorld([](ColdplugWorld& world) { EXPECT_EQ(world.saidOfColdplug(2), Lines{}); });
-}
-
-TEST(ColdplugOfStorage, OfNoneSaysThatItBegins) {
-  inColdplugWorld([](ColdplugWorld& world) {
-    world.sysfs.makeDirectory("/sys/class/scsi_generic");
-    EXPECT_EQ(world.saidOfColdplug(2), Lines{storageBegins});
-  });
-}
-
-TEST(ColdplugOfStorage, StartsTheScsiWorker) {
-  inColdplugWorld([](ColdplugWorld& world) {
-    const std::string node = world.plugDisk();
-    const Lines said = world.saidOfColdplug(2);
-    const auto begin = std::find(said.begin(), said.end(), storageBegins);
-    EXPECT_EQ(
-        Lines(begin, said.end()),
-        tagged({"colplugging storage devices", "add /class/scsi_generic/sg0", "subsystem is 'scsi_generic'",
-                "this is a generic scsi device", "starting usb_rx_scsi for " + node}));
-    EXPECT_EQ(devicesWithWorkers(*world.ctrl), std::set<std::string>{node});
-  });
-}
-
-TEST(ColdplugOfStorage, OffersEveryNodeWhateverItIsOf) {
-  inColdplugWorld([](ColdplugWorld& world) {
-    world.sysfs.makeDirectory("/sys/class/scsi_generic/of_no_device");
-    const std::string mouse = world.sysfs.add(sim::UsbDevice{});
-    world.sysfs.add(sim::ScsiGenericNode{.usbDevice = mouse, .name = "sg7"});
-    EXPECT_EQ(world.passesOfColdplug(2),
-              offersOf(usbDevices) + Lines{storageBegins} + offersOf("/sys/class/scsi_generic"));
-    EXPECT_EQ(world.ctrl->workers.byPath.size(), 2U);
-  });
+  EXPECT_EQ(std::count(log.begin(), log.end(), keyboardsBegin), 5);
+  EXPECT_EQ(log.back(), keyboardsBegin);
+  EXPECT_EQ(std::count(log.begin(), log.end(), storageBegins), 0);
+  EXPECT_TRUE(ctrl_->workers.byPid.empty());
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
-// What quor_config says of a configuration that the daemon would not read as meant.
+// What quor_config reports of a configuration that the daemon would not read as meant.
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
+#include <vector>
 
 #include "sim/files.h"
 #include "sim/program.h"
@@ -15,13 +17,58 @@ Outcome checked(const std::string& content) {
   return ConfiguredFile(content).run({"check"});
 }
 
-void expectGood(const std::string& key, const std::string& value) {
-  EXPECT_EQ(checked("[usb]\n" + key + "=" + value + "\n"), done()) << key << " = " << value;
+/** The values of a key that are good and those that are not what they should be. */
+struct Rule {
+  std::string key;
+  std::string meaning;
+  std::vector<std::string> good;
+  std::vector<std::string> bad;
+};
+
+const std::string flag = "yes or no";
+
+const std::vector<Rule> rules = {
+    {"hid_only", flag, {"1", "true", "Yes", "0", "false", "No"}, {"2", "off", "-", "enabled", "on", ""}},
+    {"block_mass_storage", flag, {"1", "no"}, {"on"}},
+    {"smartcard", flag, {"1", "no"}, {"on"}},
+    {"isochronous_enabled", flag, {"1", "no"}, {"on"}},
+    {"isochronous_user_warning", flag, {"1", "no"}, {"on"}},
+    {"connect_fail_timeout",
+     "a whole number of seconds up to 1073741823",
+     {"0", "1", "1073741823"},
+     {"-1", "1.5", "3s", "three", "1073741824", "99999999999", "0x10", ""}},
+    {"log_to_syslog",
+     "looked at (it switches on whatever its value)",
+     {"", "1", "yes", "whatever"},
+     {"0", "false", "No"}},
+    {"debug",
+     "a list of none, ctrl, generic, keyboard, scsi",
+     {"none", "ctrl,generic,keyboard,scsi", "scsi", ""},
+     {"all", "ctrl,bogus", "ctrl, scsi", "ctrl,,scsi", "CTRL"}},
+    {"classes",
+     "a list of none, keyboard, scsi, all",
+     {"none", "keyboard,scsi", "all", ""},
+     {"generic", "keyboard,mouse", "Keyboard"}},
+};
+
+std::ostream& operator<<(std::ostream& out, const Rule& rule) {
+  return out << rule.key;
 }
 
-void expectNot(const std::string& meaning, const std::string& key, const std::string& value) {
-  EXPECT_EQ(checked("[usb]\n" + key + "=" + value + "\n"),
-            notFoundOrDifferent("not " + meaning + ": usb:" + key + " = " + value + "\n"));
+class QuorConfigCheckOfKey : public testing::TestWithParam<Rule> {};
+
+INSTANTIATE_TEST_SUITE_P(Usb, QuorConfigCheckOfKey, testing::ValuesIn(rules),
+                         [](const auto& instance) { return instance.param.key; });
+
+TEST_P(QuorConfigCheckOfKey, KnowsGoodAndBadValues) {
+  const Rule& rule = GetParam();
+  for (const std::string& value : rule.good) {
+    EXPECT_EQ(checked("[usb]\n" + rule.key + "=" + value + "\n"), done()) << value;
+  }
+  for (const std::string& value : rule.bad) {
+    EXPECT_EQ(checked("[usb]\n" + rule.key + "=" + value + "\n"),
+              notFoundOrDifferent("not " + rule.meaning + ": usb:" + rule.key + " = " + value + "\n"));
+  }
 }
 
 TEST(QuorConfigCheck, FindsNoFaultInAGoodFile) {
@@ -54,42 +101,9 @@ TEST(QuorConfigCheck, KnowsKeysInAnyCase) {
   EXPECT_EQ(checked("[USB]\nHID_Only=1\n"), done());
 }
 
-TEST(QuorConfigCheck, TakesFlagsByTheirFirstCharacter) {
-  for (const char* flag :
-       {"hid_only", "block_mass_storage", "smartcard", "isochronous_enabled", "isochronous_user_warning"}) {
-    expectNot("yes or no", flag, "on");
-  }
-  for (const char* value : {"1", "true", "Yes", "0", "false", "No"}) {
-    expectGood("hid_only", value);
-  }
-  for (const char* value : {"2", "off", "-", "enabled"}) {
-    expectNot("yes or no", "hid_only", value);
-  }
-  expectNot("yes or no", "hid_only", "");
-}
-
-TEST(QuorConfigCheck, TakesSecondsInWholeNumbers) {
-  for (const char* value : {"0", "1", "1073741823"}) {
-    expectGood("connect_fail_timeout", value);
-  }
-  for (const char* value : {"-1", "1.5", "3s", "three", "1073741824", "99999999999", "0x10"}) {
-    expectNot("a whole number of seconds up to 1073741823", "connect_fail_timeout", value);
-  }
-  expectNot("a whole number of seconds up to 1073741823", "connect_fail_timeout", "");
-}
-
 TEST(QuorConfigCheck, NeedsAProgramForTheGenericWorker) {
   EXPECT_EQ(checked("[apps]\nquor_usb_rx_generic=\n"),
             notFoundOrDifferent("not a program: apps:quor_usb_rx_generic = \n"));
-}
-
-TEST(QuorConfigCheck, KnowsThatSyslogCannotBeDenied) {
-  for (const char* value : {"", "1", "yes", "whatever"}) {
-    expectGood("log_to_syslog", value);
-  }
-  for (const char* value : {"0", "false", "No"}) {
-    expectNot("looked at (it switches on whatever its value)", "log_to_syslog", value);
-  }
 }
 
 // The daemon refuses a bad list before it looks at its port, which is bad here.
@@ -109,26 +123,6 @@ TEST(QuorConfigCheck, TakesTheListsThatTheDaemonTakes) {
   });
 }
 
-TEST(QuorConfigCheck, KnowsWhoCanDebug) {
-  const std::string meaning = "a list of none, ctrl, generic, keyboard, scsi";
-  for (const char* value : {"none", "ctrl,generic,keyboard,scsi", "scsi", ""}) {
-    expectGood("debug", value);
-  }
-  for (const char* value : {"all", "ctrl,bogus", "ctrl, scsi", "ctrl,,scsi", "CTRL"}) {
-    expectNot(meaning, "debug", value);
-  }
-}
-
-TEST(QuorConfigCheck, KnowsTheClasses) {
-  const std::string meaning = "a list of none, keyboard, scsi, all";
-  for (const char* value : {"none", "keyboard,scsi", "all", ""}) {
-    expectGood("classes", value);
-  }
-  for (const char* value : {"generic", "keyboard,mouse", "Keyboard"}) {
-    expectNot(meaning, "classes", value);
-  }
-}
-
 TEST(QuorConfigCheck, NamesEveryFaultInOrder) {
   EXPECT_EQ(checked("[usb]\nsmartcard=maybe\nfrob=1\nhid_only=1\ndebug=usb\n"),
             notFoundOrDifferent("not yes or no: usb:smartcard = maybe\n"
@@ -136,7 +130,7 @@ TEST(QuorConfigCheck, NamesEveryFaultInOrder) {
                                 "not a list of none, ctrl, generic, keyboard, scsi: usb:debug = usb\n"));
 }
 
-TEST(QuorConfigCheck, TellsThatTheFileIsMissing) {
+TEST(QuorConfigCheck, NamesAMissingFile) {
   const ConfiguredFile file;
   EXPECT_EQ(file.run({"check"}), notFoundOrDifferent("missing: " + file.path() + "\n"));
   EXPECT_FALSE(file.exists());

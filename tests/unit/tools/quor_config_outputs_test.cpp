@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 
 #include "unit/tools/quor_config_run.h"
@@ -10,29 +11,60 @@ namespace {
 
 const std::string content = "[usb]\nhid_only=1\ndebug=ctrl,scsi\n[apps]\nx=program\n";
 
-TEST(QuorConfigGet, PrintsTheValue) {
-  const ConfiguredFile file(content);
-  EXPECT_EQ(file.get("usb:debug"), done("ctrl,scsi\n"));
-  EXPECT_EQ(file.get("APPS:X"), done("program\n"));
+struct Reading {
+  std::string name;
+  std::string file;
+  Arguments command;
+  Outcome outcome;
+};
+
+std::ostream& operator<<(std::ostream& out, const Reading& reading) {
+  return out << reading.name;
 }
 
-TEST(QuorConfigGet, PrintsAnEmptyValue) {
-  EXPECT_EQ(ConfiguredFile("[usb]\nx=\n").get("usb:x"), done("\n"));
-}
+class QuorConfigOutputs : public testing::TestWithParam<Reading> {};
 
-TEST(QuorConfigGet, PrintsPercentSignsAsTheyAre) {
-  EXPECT_EQ(ConfiguredFile("[usb]\na%s=%d%n\n").get("usb:a%s"), done("%d%n\n"));
-}
+INSTANTIATE_TEST_SUITE_P(
+    Of, QuorConfigOutputs,
+    testing::Values(
+        Reading{"GetAreTheValue", content, {"get", "usb:debug"}, done("ctrl,scsi\n")},
+        Reading{"GetAreTheSameForAKeyInCapitals", content, {"get", "APPS:X"}, done("program\n")},
+        Reading{"GetAreALineForAnEmptyValue", "[usb]\nx=\n", {"get", "usb:x"}, done("\n")},
+        Reading{"GetHavePercentSignsAsTheyAre", "[usb]\na%s=%d%n\n", {"get", "usb:a%s"}, done("%d%n\n")},
+        Reading{"GetAreNoneWithoutTheKey", content, {"get", "usb:smartcard"}, notFoundOrDifferent()},
+        Reading{"GetAreNoneWithoutASection", content, {"get", "debug"}, notFoundOrDifferent()},
+        Reading{"GetAreNoneForAnEmptyKey", content, {"get", ""}, notFoundOrDifferent()},
+        Reading{"GetAreNoneForASection", content, {"get", "usb"}, notFoundOrDifferent()},
+        Reading{"JsonAreTheSectionsAndTheirSettings",
+                content,
+                {"json"},
+                done("{\n"
+                     "\t\"usb\": {\n"
+                     "\t\t\"hid_only\":\"1\",\n"
+                     "\t\t\"debug\":\"ctrl,scsi\"\n"
+                     "\t},\n"
+                     "\t\"apps\": {\n"
+                     "\t\t\"x\":\"program\"\n"
+                     "\t}\n"
+                     "}\n")},
+        Reading{"JsonHaveSectionsWithoutSettings",
+                "[usb]\nx=1\n[link]\n",
+                {"json"},
+                done("{\n\t\"usb\": {\n\t\t\"x\":\"1\"\n\t},\n\t\"link\": {\n\n\t}\n}\n")},
+        Reading{"SedAreACommandForEachSetting",
+                content,
+                {"sed"},
+                done("s!\\$usb:hid_only\\$!1!g\n"
+                     "s!\\$usb:debug\\$!ctrl,scsi!g\n"
+                     "s!\\$apps:x\\$!program!g\n"
+                     "\n")},
+        Reading{"CheckAreNothingForAGoodFile", "[usb]\nhid_only=1\n", {"check"}, done()}),
+    [](const auto& instance) { return instance.param.name; });
 
-TEST(QuorConfigGet, PrintsNothingWhereNoKeyIs) {
-  const ConfiguredFile file(content);
-  EXPECT_EQ(file.get("usb:smartcard"), notFoundOrDifferent());
-  EXPECT_EQ(file.get("debug"), notFoundOrDifferent());
-  EXPECT_EQ(file.get(""), notFoundOrDifferent());
-}
-
-TEST(QuorConfigGet, FindsNoValueOfASection) {
-  EXPECT_EQ(ConfiguredFile(content).get("usb"), notFoundOrDifferent());
+TEST_P(QuorConfigOutputs, AndNothingIsChanged) {
+  const ConfiguredFile file(GetParam().file);
+  EXPECT_EQ(file.run(GetParam().command), GetParam().outcome);
+  EXPECT_EQ(file.content(), GetParam().file);
 }
 
 TEST(QuorConfigDiff, PrintsNothingForEqualSettings) {
@@ -42,12 +74,15 @@ TEST(QuorConfigDiff, PrintsNothingForEqualSettings) {
   EXPECT_EQ(file.run({"diff", turned.path()}), done());
 }
 
-TEST(QuorConfigDiff, PrintsWhatIsDifferentInTheOther) {
+TEST(QuorConfigDiff, PrintsWhatIsDifferentInTheOtherAndChangesNeither) {
+  const std::string otherContent = "[usb]\nhid_only=0\nsmartcard=1\n[apps]\nx=program\n";
   const ConfiguredFile file(content);
-  const ConfiguredFile other("[usb]\nhid_only=0\nsmartcard=1\n[apps]\nx=program\n");
+  const ConfiguredFile other(otherContent);
   EXPECT_EQ(file.run({"diff", other.path()}), notFoundOrDifferent("c usb:hid_only [1:0]\n"
                                                                   "- usb:debug [ctrl,scsi:]\n"
                                                                   "+ usb:smartcard [:1]\n"));
+  EXPECT_EQ(file.content(), content);
+  EXPECT_EQ(other.content(), otherContent);
 }
 
 TEST(QuorConfigDiff, DiffersByWhatOnlyOneHas) {
@@ -64,34 +99,7 @@ TEST(QuorConfigPrint, PrintsAnIniTextOfTheSameSettings) {
   const ConfiguredFile copy(printed.output);
   EXPECT_EQ(file.run({"diff", copy.path()}), done());
   EXPECT_EQ(copy.get("usb:debug"), done("ctrl,scsi\n"));
-}
-
-TEST(QuorConfigJson, PrintsTheSectionsAndTheirSettings) {
-  EXPECT_EQ(ConfiguredFile(content).run({"json"}), done("{\n"
-                                                        "\t\"usb\": {\n"
-                                                        "\t\t\"hid_only\":\"1\",\n"
-                                                        "\t\t\"debug\":\"ctrl,scsi\"\n"
-                                                        "\t},\n"
-                                                        "\t\"apps\": {\n"
-                                                        "\t\t\"x\":\"program\"\n"
-                                                        "\t}\n"
-                                                        "}\n"));
-}
-
-TEST(QuorConfigSed, PrintsACommandForEachSetting) {
-  EXPECT_EQ(ConfiguredFile(content).run({"sed"}), done("s!\\$usb:hid_only\\$!1!g\n"
-                                                       "s!\\$usb:debug\\$!ctrl,scsi!g\n"
-                                                       "s!\\$apps:x\\$!program!g\n"
-                                                       "\n"));
-}
-
-TEST(QuorConfig, ChangesNothingByReading) {
-  const ConfiguredFile file(content);
-  for (const Arguments& arguments :
-       {Arguments{"get", "usb:debug"}, {"diff", file.path()}, {"print"}, {"json"}, {"sed"}, {"check"}}) {
-    static_cast<void>(file.run(arguments));
-    EXPECT_EQ(file.content(), content) << arguments[0];
-  }
+  EXPECT_EQ(file.content(), content);
 }
 
 }  // namespace

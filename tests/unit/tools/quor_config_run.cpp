@@ -13,8 +13,7 @@ namespace {
 sim::ProcessEnd endOf(pid_t process) {
   int status = 0;
   waitpid(process, &status, 0);
-  return WIFSIGNALED(status) ? sim::ProcessEnd::killedBy(WTERMSIG(status))
-                             : sim::ProcessEnd::exited(WEXITSTATUS(status));
+  return sim::ProcessEnd::of(status);
 }
 
 Arguments quorConfigCommand(const Arguments& arguments) {

@@ -9,7 +9,7 @@
 
 using Arguments = std::vector<std::string>;
 
-/** How a program has ended, and all that it said. */
+/** How a program has ended, and everything that it has written. */
 struct Outcome {
   sim::ProcessEnd end;
   std::string output;
@@ -19,10 +19,10 @@ struct Outcome {
 };
 std::ostream& operator<<(std::ostream& out, const Outcome& outcome);
 
-/** One that only has something to say on standard output, or nothing. */
+/** One that writes to standard output only, or nothing. */
 [[nodiscard]] Outcome done(const std::string& output = "");
 [[nodiscard]] Outcome notFoundOrDifferent(const std::string& output = "");
-/** One that tells of the failure `fault` on standard error, after its name. */
+/** One that reports the failure `fault` on standard error, after its name. */
 [[nodiscard]] Outcome failed(const std::string& fault);
 
 /** Runs a program and waits for its end. */

@@ -1,4 +1,4 @@
-// How quor_config is called, and what it says to those who call it otherwise.
+// How quor_config is called, and what it reports when it cannot work.
 
 #include <gtest/gtest.h>
 #include <linux/securebits.h>
@@ -14,6 +14,8 @@
 
 namespace {
 
+using Output = sim::ProcessOptions::Output;
+
 std::string help() {
   return quorConfig({"--help"}).output;
 }
@@ -28,7 +30,7 @@ void dropPrivilegesOfProgramsToo() {
   support::dropPrivileges();
 }
 
-TEST(QuorConfig, ExplainsItself) {
+TEST(QuorConfigUsage, ExplainsItself) {
   const Outcome outcome = quorConfig({"--help"});
   EXPECT_EQ(outcome.end, sim::ProcessEnd::exited(0));
   EXPECT_EQ(outcome.errors, "");
@@ -40,13 +42,13 @@ TEST(QuorConfig, ExplainsItself) {
   }
 }
 
-TEST(QuorConfig, NeedsACommand) {
+TEST(QuorConfigUsage, NeedsACommand) {
   expectUsage({});
   expectUsage({"--file"});
   expectUsage({"--file", "quor.conf"});
 }
 
-TEST(QuorConfig, RefusesAnUnknownCommand) {
+TEST(QuorConfigUsage, RefusesAnUnknownCommand) {
   expectUsage({"read"});
   expectUsage({""});
   expectUsage({"GET", "usb:debug"});
@@ -54,7 +56,7 @@ TEST(QuorConfig, RefusesAnUnknownCommand) {
   expectUsage({"get", "--file", "quor.conf", "usb:debug"});
 }
 
-TEST(QuorConfig, RefusesTooFewAndTooManyArguments) {
+TEST(QuorConfigUsage, RefusesTooFewAndTooManyArguments) {
   const ConfiguredFile file("[usb]\nx=1\n");
   const auto refused = [&file](Arguments arguments) {
     arguments.insert(arguments.begin(), {"--file", file.path()});
@@ -72,7 +74,7 @@ TEST(QuorConfig, RefusesTooFewAndTooManyArguments) {
   EXPECT_EQ(file.content(), "[usb]\nx=1\n");
 }
 
-TEST(QuorConfig, WorksOnTheUnitsConfigurationByItself) {
+TEST(QuorConfigFile, IsTheUnitsConfigurationUnlessGiven) {
   support::inPrivateWorld([] {
     EXPECT_EQ(quorConfig({"set", "usb:debug", "ctrl"}), done());
     EXPECT_EQ(quorConfig({"get", "usb:debug"}), done("ctrl\n"));
@@ -80,7 +82,7 @@ TEST(QuorConfig, WorksOnTheUnitsConfigurationByItself) {
   });
 }
 
-TEST(QuorConfig, WorksOnTheGivenFileOnly) {
+TEST(QuorConfigFile, IsTheGivenOneOnly) {
   support::inPrivateWorld([] {
     sim::writeFile("/vel/quor.conf", "[usb]\ndebug=ctrl\n");
     const ConfiguredFile file("[usb]\ndebug=all\n");
@@ -90,7 +92,7 @@ TEST(QuorConfig, WorksOnTheGivenFileOnly) {
   });
 }
 
-TEST(QuorConfig, TakesAFileInTheWorkingDirectory) {
+TEST(QuorConfigFile, MayBeInTheWorkingDirectory) {
   const support::TemporaryDirectory directory;
   sim::ProcessOptions there;
   there.workingDirectory = directory.path();
@@ -98,23 +100,33 @@ TEST(QuorConfig, TakesAFileInTheWorkingDirectory) {
   EXPECT_EQ(quorConfig({"--file", directory / "own.conf", "get", "usb:x"}), done("1\n"));
 }
 
-TEST(QuorConfig, TellsThatTheFileIsMissing) {
+/** A command with arguments that fit it; another file is an empty one. */
+Arguments commandOn(const std::string& name) {
+  if (name == "get" || name == "unset" || name == "add-section") {
+    return {name, "usb:x"};
+  }
+  if (name == "merge" || name == "diff") {
+    return {name, "/dev/null"};
+  }
+  return name == "set" ? Arguments{name, "usb:x", "1"} : Arguments{name};
+}
+
+TEST(QuorConfigFile, IsReportedMissing) {
   const ConfiguredFile file;
-  for (const Arguments& arguments :
-       {Arguments{"get", "usb:x"}, {"unset", "usb:x"}, {"print"}, {"json"}, {"sed"}, {"diff", "/dev/null"}}) {
-    EXPECT_EQ(file.run(arguments), failed("No such file or directory: " + file.path())) << arguments[0];
+  for (const char* name : {"get", "unset", "print", "json", "sed", "diff"}) {
+    EXPECT_EQ(file.run(commandOn(name)), failed("No such file or directory: " + file.path())) << name;
   }
   EXPECT_FALSE(file.exists());
 }
 
-TEST(QuorConfig, TellsThatTheOtherFileIsMissing) {
+TEST(QuorConfigFile, IsReportedMissingWhenItIsTheOther) {
   const ConfiguredFile file("[usb]\nx=1\n");
   EXPECT_EQ(file.run({"diff", "/no/other"}), failed("No such file or directory: /no/other"));
   EXPECT_EQ(file.run({"merge", "/no/other"}), failed("No such file or directory: /no/other"));
   EXPECT_EQ(file.content(), "[usb]\nx=1\n");
 }
 
-TEST(QuorConfig, TellsThatTheFileMayNotBeRead) {
+TEST(QuorConfigFile, ThatMayNotBeReadIsReported) {
   const ConfiguredFile file("[usb]\nx=1\n");
   std::filesystem::permissions(file.path(), std::filesystem::perms::none);
   support::inChild([&] {
@@ -134,19 +146,11 @@ void expectNoConfiguration(const ConfiguredFile& file, const Arguments& argument
   EXPECT_NE(outcome.errors.find(fault), std::string::npos) << outcome.errors;
 }
 
-TEST(QuorConfig, TellsThatTheFileIsNoConfiguration) {
+TEST(QuorConfigFile, ThatIsNoConfigurationIsReported) {
   const ConfiguredFile file("no setting\n");
-  for (const Arguments& arguments : {Arguments{"get", "usb:x"},
-                                     {"set", "usb:x", "1"},
-                                     {"unset", "usb:x"},
-                                     {"add-section", "usb"},
-                                     {"merge", "/dev/null"},
-                                     {"diff", "/dev/null"},
-                                     {"print"},
-                                     {"json"},
-                                     {"sed"},
-                                     {"check"}}) {
-    expectNoConfiguration(file, arguments);
+  for (const char* name :
+       {"get", "set", "unset", "add-section", "merge", "diff", "print", "json", "sed", "check"}) {
+    expectNoConfiguration(file, commandOn(name));
   }
   EXPECT_EQ(file.content(), "no setting\n");
 }
@@ -158,11 +162,11 @@ void expectOnlyErrors(const Outcome& outcome, const std::string& path, const std
             "Config failed to open file '" + path + "\nquor_config: " + fault + ": " + path + "\n");
 }
 
-TEST(QuorConfig, TellsThatAFileCannotBeMade) {
+TEST(QuorConfigFile, ThatCannotBeMadeIsReported) {
   expectOnlyErrors(quorConfig({"--file", "/no/x", "set", "a:b", "c"}), "/no/x", "cannot be saved");
 }
 
-TEST(QuorConfig, TellsThatADirectoryIsNoFile) {
+TEST(QuorConfigFile, ThatIsADirectoryIsReported) {
   const support::TemporaryDirectory directory;
   for (const Arguments& command : {Arguments{"get", "a:b"}, {"set", "a:b", "c"}, {"check"}}) {
     Arguments arguments{"--file", directory.path()};
@@ -171,7 +175,7 @@ TEST(QuorConfig, TellsThatADirectoryIsNoFile) {
   }
 }
 
-TEST(QuorConfig, TellsThatTheFileMayNotBeWritten) {
+TEST(QuorConfigFile, ThatMayNotBeWrittenIsReported) {
   const ConfiguredFile file("[usb]\nx=1\n");
   std::filesystem::permissions(file.path(), std::filesystem::perms(0444));
   support::inChild([&] {
@@ -180,7 +184,7 @@ TEST(QuorConfig, TellsThatTheFileMayNotBeWritten) {
   });
 }
 
-TEST(QuorConfig, FailsWhereItsOutputCannotBeWritten) {
+TEST(QuorConfigStandardOutput, ThatIsFullIsReported) {
   const ConfiguredFile file("[usb]\nx=1\nfrob=1\n");
   const ConfiguredFile other("[usb]\nx=2\n");
   for (const Arguments& arguments :
@@ -193,27 +197,24 @@ TEST(QuorConfig, FailsWhereItsOutputCannotBeWritten) {
   EXPECT_EQ(quorConfigInto("/dev/full", {"--help"}), failed("No space left on device: standard output"));
 }
 
-TEST(QuorConfig, FailsWithoutAStandardOutput) {
+sim::ProcessOptions withOutput(sim::ProcessOptions::Output output) {
+  sim::ProcessOptions options;
+  options.standardOutput = output;
+  options.ignoredSignals = {SIGPIPE};
+  return options;
+}
+
+TEST(QuorConfigStandardOutput, ThatIsClosedOrHasNoReaderIsReported) {
   const ConfiguredFile file("[usb]\nx=1\n");
-  sim::ProcessOptions closed;
-  closed.standardOutput = sim::ProcessOptions::Output::Closed;
-  EXPECT_EQ(quorConfig({"--file", file.path(), "get", "usb:x"}, closed),
+  EXPECT_EQ(quorConfig({"--file", file.path(), "get", "usb:x"}, withOutput(Output::closed)),
             failed("Bad file descriptor: standard output"));
+  EXPECT_EQ(quorConfig({"--file", file.path(), "json"}, withOutput(Output::brokenPipe)),
+            failed("Broken pipe: standard output"));
 }
 
-TEST(QuorConfig, FailsWhereNobodyReadsItsOutput) {
+TEST(QuorConfigStandardOutput, IsNotNeededForAChange) {
   const ConfiguredFile file("[usb]\nx=1\n");
-  sim::ProcessOptions broken;
-  broken.standardOutput = sim::ProcessOptions::Output::BrokenPipe;
-  broken.ignoredSignals = {SIGPIPE};
-  EXPECT_EQ(quorConfig({"--file", file.path(), "json"}, broken), failed("Broken pipe: standard output"));
-}
-
-TEST(QuorConfig, NeedsNoStandardOutputForAChange) {
-  const ConfiguredFile file("[usb]\nx=1\n");
-  sim::ProcessOptions closed;
-  closed.standardOutput = sim::ProcessOptions::Output::Closed;
-  EXPECT_EQ(quorConfig({"--file", file.path(), "set", "usb:x", "2"}, closed), done());
+  EXPECT_EQ(quorConfig({"--file", file.path(), "set", "usb:x", "2"}, withOutput(Output::closed)), done());
   EXPECT_EQ(file.get("usb:x"), done("2\n"));
 }
 

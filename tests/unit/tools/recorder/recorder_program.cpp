@@ -35,7 +35,7 @@ RecorderProgram::~RecorderProgram() {
 }
 
 void RecorderProgram::waitForLine(const std::string& line) {
-  sim::waitUntil("the recorder's saying: " + line, {}, [&] {
+  sim::waitUntil("the recorder's line: " + line, {}, [&] {
     const std::vector<std::string>& lines = standardError_.lines();
     return std::find(lines.begin(), lines.end(), line) != lines.end();
   });
@@ -48,6 +48,5 @@ sim::ProcessEnd RecorderProgram::waitForEnd() {
   int status = 0;
   ::waitpid(pid_, &status, 0);
   pid_ = 0;
-  return WIFSIGNALED(status) ? sim::ProcessEnd::killedBy(WTERMSIG(status))
-                             : sim::ProcessEnd::exited(WEXITSTATUS(status));
+  return sim::ProcessEnd::of(status);
 }

@@ -9,7 +9,7 @@
 #include "sim/process.h"
 #include "sim/process_handle.h"
 
-/** The built recorder, run by a person who reads what it says. Works inside a sim::Unit. */
+/** The built recorder, run by a person who reads its output. Works inside a sim::Unit. */
 class RecorderProgram {
  public:
   explicit RecorderProgram(const std::vector<std::string>& arguments);
@@ -18,11 +18,10 @@ class RecorderProgram {
   RecorderProgram(const RecorderProgram&) = delete;
   RecorderProgram& operator=(const RecorderProgram&) = delete;
 
-  /** Waits until it has said this line. Throws sim::TimedOut. */
+  /** Waits for this line on standard error. Throws sim::TimedOut. */
   void waitForLine(const std::string& line);
   [[nodiscard]] sim::ProcessEnd waitForEnd();
-  /** Everything that it has said on standard error. */
-  [[nodiscard]] std::string said() { return standardError_.text(); }
+  [[nodiscard]] std::string standardError() { return standardError_.text(); }
 
  private:
   sim::LineFile standardError_;

@@ -1,5 +1,3 @@
-// The recorder's program, from outside.
-
 #include "unit/tools/recorder/recorder_program.h"
 
 #include <gtest/gtest.h>
@@ -8,24 +6,23 @@
 #include <string>
 
 #include "sim/files.h"
-#include "sim/recording_text.h"
 #include "sim/unit.h"
+#include "tools/recorder/recording_text.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
 constexpr const char* devices = "/sim/devices";
-const std::string usage = "Usage: usb_rx_recorder FOLDER NAME [DESCRIPTION]\n";
 
-class RecorderAtWork : public testing::Test {
+class RecorderProgramTest : public testing::Test {
  protected:
   sim::Unit unit;
-  sim::DeviceRecording mouse = sim::DeviceRecording::load("mouse-fs");
+  sim::DeviceRecording mouse = sim::loadRecording("mouse-fs");
 
-  RecorderAtWork() { fs::create_directory(devices); }
+  RecorderProgramTest() { fs::create_directory(devices); }
 
-  /** Does what the program says. */
+  /** Plugs the mouse in and takes it out when the program says so. */
   sim::ProcessEnd recordMouse(RecorderProgram& program) {
     program.waitForLine("Plug the device in.");
     unit.plug(mouse);
@@ -35,64 +32,65 @@ class RecorderAtWork : public testing::Test {
   }
 };
 
-TEST_F(RecorderAtWork, RecordsTheDeviceThatIsPluggedInAndTakenOutWhenItSaysSo) {
+TEST_F(RecorderProgramTest, RecordsTheDeviceThatIsPluggedInAndTakenOutWhenItSaysSo) {
   RecorderProgram program({devices, "new", "a mouse, full speed"});
 
   EXPECT_EQ(recordMouse(program), sim::ProcessEnd::exited(0));
   EXPECT_EQ(
-      program.said(),
+      program.standardError(),
       "Plug the device in.\nTake it out.\nRecorded in /sim/devices/new. Look through it for anything that "
       "nobody else need know before you pass it on.\n");
-  EXPECT_EQ(sim::readAbout("/sim/devices/new/about.txt")["description"], "a mouse, full speed");
-  EXPECT_EQ(sim::readTree("/sim/devices/new/tree.txt").size(), mouse.tree.size());
-  EXPECT_EQ(sim::readEvents("/sim/devices/new/plug.txt").size(), mouse.plugEvents.size());
-  EXPECT_EQ(sim::readEvents("/sim/devices/new/unplug.txt").size(), mouse.unplugEvents.size());
+  EXPECT_EQ(recorder::readAbout("/sim/devices/new/about.txt")["description"], "a mouse, full speed");
+  EXPECT_EQ(recorder::readTree("/sim/devices/new/tree.txt").size(), mouse.tree.size());
+  EXPECT_EQ(recorder::readEvents("/sim/devices/new/plug.txt").size(), mouse.plugEvents.size());
+  EXPECT_EQ(recorder::readEvents("/sim/devices/new/unplug.txt").size(), mouse.unplugEvents.size());
 }
 
-TEST_F(RecorderAtWork, DescribesADeviceByItsProductTextWhereNobodyDoes) {
+TEST_F(RecorderProgramTest, DescribesADeviceByItsProductTextWhereNobodyDoes) {
   RecorderProgram program({devices, "new"});
 
   EXPECT_EQ(recordMouse(program), sim::ProcessEnd::exited(0));
-  EXPECT_EQ(sim::readAbout("/sim/devices/new/about.txt")["description"], mouse.product);
+  EXPECT_EQ(recorder::readAbout("/sim/devices/new/about.txt")["description"], mouse.product);
 }
 
-TEST_F(RecorderAtWork, WritesNothingOfADeviceThatIsTakenOutTooEarly) {
+TEST_F(RecorderProgramTest, WritesNothingOfADeviceThatIsTakenOutTooEarly) {
   RecorderProgram program({devices, "new"});
   program.waitForLine("Plug the device in.");
   unit.plug(mouse);
   unit.unplug(mouse);
 
   EXPECT_EQ(program.waitForEnd(), sim::ProcessEnd::exited(1));
-  EXPECT_EQ(program.said(),
+  EXPECT_EQ(program.standardError(),
             "Plug the device in.\nusb_rx_recorder: the device was taken out before everything was quiet: " +
                 mouse.devpath() + "\n");
   EXPECT_FALSE(fs::exists("/sim/devices/new"));
 }
 
-TEST_F(RecorderAtWork, AsksForNothingWhenTheNameIsTaken) {
+TEST_F(RecorderProgramTest, AsksForNothingWhenTheNameIsTaken) {
   sim::writeFile("/sim/devices/old/about.txt", "somebody's\n");
   RecorderProgram program({devices, "old"});
 
   EXPECT_EQ(program.waitForEnd(), sim::ProcessEnd::exited(1));
-  EXPECT_EQ(program.said(), "usb_rx_recorder: there is something of that name already: /sim/devices/old\n");
+  EXPECT_EQ(program.standardError(),
+            "usb_rx_recorder: there is something of that name already: /sim/devices/old\n");
   EXPECT_EQ(sim::readFile("/sim/devices/old/about.txt"), "somebody's\n");
 }
 
-class WrongUseOfTheRecorder : public testing::TestWithParam<std::vector<std::string>> {};
+class RecorderProgramArguments : public testing::TestWithParam<std::vector<std::string>> {};
 
-TEST_P(WrongUseOfTheRecorder, IsToldTheRightOne) {
-  const sim::Unit unit;
-  RecorderProgram program(GetParam());
-
-  EXPECT_EQ(program.waitForEnd(), sim::ProcessEnd::exited(2));
-  EXPECT_EQ(program.said(), usage);
-}
-
-INSTANTIATE_TEST_SUITE_P(CommandLines, WrongUseOfTheRecorder,
+INSTANTIATE_TEST_SUITE_P(Wrong, RecorderProgramArguments,
                          testing::Values(std::vector<std::string>{}, std::vector<std::string>{devices},
                                          std::vector<std::string>{devices, "a", "b", "c"},
                                          std::vector<std::string>{devices, ""},
                                          std::vector<std::string>{devices, ".."},
                                          std::vector<std::string>{devices, "a/b"}));
+
+TEST_P(RecorderProgramArguments, AreAnsweredWithTheUsage) {
+  const sim::Unit unit;
+  RecorderProgram program(GetParam());
+
+  EXPECT_EQ(program.waitForEnd(), sim::ProcessEnd::exited(2));
+  EXPECT_EQ(program.standardError(), "Usage: usb_rx_recorder FOLDER NAME [DESCRIPTION]\n");
+}
 
 }  // namespace

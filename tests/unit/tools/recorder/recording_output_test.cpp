@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "sim/files.h"
-#include "sim/recording_text.h"
 #include "support/child.h"
 #include "support/temporary_directory.h"
+#include "tools/recorder/recording_text.h"
 #include "unit/tools/recorder/thrown_text.h"
 
 namespace {
@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 using namespace std::string_literals;
 
-using sim::TreeEntry;
+using recorder::TreeEntry;
 
 std::string allBytes() {
   std::string bytes;
@@ -28,34 +28,34 @@ std::string allBytes() {
   return bytes;
 }
 
-TEST(EscapedBytes, AreReadAsTheyWere) {
-  EXPECT_EQ(sim::unescaped(sim::escaped(allBytes())), allBytes());
+TEST(RecordingOutputEscapes, AreReadAsTheyWere) {
+  EXPECT_EQ(recorder::unescaped(recorder::escaped(allBytes())), allBytes());
 }
 
-TEST(EscapedBytes, ArePrintableAscii) {
-  for (const char byte : sim::escaped(allBytes())) {
+TEST(RecordingOutputEscapes, ArePrintableAscii) {
+  for (const char byte : recorder::escaped(allBytes())) {
     EXPECT_TRUE(byte >= ' ' && byte <= '~') << static_cast<int>(byte);
   }
 }
 
-TEST(EscapedBytes, AreWrittenAsTheRecordingsWriteThem) {
-  EXPECT_EQ(sim::escaped("a \t\n\\%\xc3\xbc"), "a \\t\\n\\\\%\\xc3\\xbc");
+TEST(RecordingOutputEscapes, AreWrittenAsTheRecordingsWriteThem) {
+  EXPECT_EQ(recorder::escaped("a \t\n\\%\xc3\xbc"), "a \\t\\n\\\\%\\xc3\\xbc");
 }
 
-class WrittenRecording : public testing::Test {
+class RecordingOutput : public testing::Test {
  protected:
   support::TemporaryDirectory devices_;
   std::string folder_ = devices_ / "device";
-  sim::DeviceRecording recording_ = {"device", "a device", "/sys/devices/usb1/1-1", "Device", "12", {},
-                                     {},       {}};
+  recorder::DeviceRecording recording_ = {"device", "a device", "/sys/devices/usb1/1-1", "Device", "12", {},
+                                          {},       {}};
 
-  void write() const { sim::writeRecording(recording_, "2.6.32", folder_); }
+  void write() const { recorder::writeRecording(recording_, "2.6.32", folder_); }
   [[nodiscard]] std::string textOf(const std::string& file) const {
     return sim::readFile(folder_ + "/" + file);
   }
 };
 
-TEST_F(WrittenRecording, TellsOfTheDevice) {
+TEST_F(RecordingOutput, DescribesTheDevice) {
   write();
 
   EXPECT_EQ(
@@ -63,22 +63,22 @@ TEST_F(WrittenRecording, TellsOfTheDevice) {
       "a device\nkernel: 2.6.32\nspeed: 12\nproduct: Device\ndevice directory: /sys/devices/usb1/1-1\n");
 }
 
-TEST_F(WrittenRecording, KeepsOddTextsOfTheDevice) {
+TEST_F(RecordingOutput, KeepsOddTextsOfTheDevice) {
   recording_.description = "a \\ device\nof two lines";
   recording_.product = allBytes();
   write();
-  std::map<std::string, std::string> about = sim::readAbout(folder_ + "/about.txt");
+  std::map<std::string, std::string> about = recorder::readAbout(folder_ + "/about.txt");
 
   EXPECT_EQ(about["description"], recording_.description);
   EXPECT_EQ(about["product"], recording_.product);
 }
 
-TEST_F(WrittenRecording, HasALineForEachEntryOfTheTree) {
-  recording_.tree = {{TreeEntry::Kind::Directory, "devices/1-1", ""},
-                     {TreeEntry::Kind::File, "devices/1-1/descriptors", "\x12\x01\x00\xff"s},
-                     {TreeEntry::Kind::Link, "devices/1-1/driver", "../../bus/usb/drivers/usb"},
-                     {TreeEntry::Kind::File, "devices/1-1/product", " Mouse \n"},
-                     {TreeEntry::Kind::File, "devices/1-1/uevent", ""}};
+TEST_F(RecordingOutput, HasALineForEachEntryOfTheTree) {
+  recording_.tree = {{TreeEntry::Kind::directory, "devices/1-1", ""},
+                     {TreeEntry::Kind::file, "devices/1-1/descriptors", "\x12\x01\x00\xff"s},
+                     {TreeEntry::Kind::link, "devices/1-1/driver", "../../bus/usb/drivers/usb"},
+                     {TreeEntry::Kind::file, "devices/1-1/product", " Mouse \n"},
+                     {TreeEntry::Kind::file, "devices/1-1/uevent", ""}};
   write();
 
   EXPECT_EQ(textOf("tree.txt"),
@@ -89,69 +89,58 @@ TEST_F(WrittenRecording, HasALineForEachEntryOfTheTree) {
             "f devices/1-1/uevent\n");
 }
 
-TEST_F(WrittenRecording, KeepsBlanksInPathsAndLinks) {
+TEST_F(RecordingOutput, KeepsBlanksInPathsAndLinks) {
   const std::string odd = "devices/an odd\\name";
-  recording_.tree = {{TreeEntry::Kind::Directory, odd, ""},
-                     {TreeEntry::Kind::File, odd + "/name", "x y\n"},
-                     {TreeEntry::Kind::Link, odd + "/to it", "../an odd\\name"}};
+  recording_.tree = {{TreeEntry::Kind::directory, odd, ""},
+                     {TreeEntry::Kind::file, odd + "/name", "x y\n"},
+                     {TreeEntry::Kind::link, odd + "/to it", "../an odd\\name"}};
   write();
-  const std::vector<TreeEntry> read = sim::readTree(folder_ + "/tree.txt");
 
-  ASSERT_EQ(read.size(), recording_.tree.size());
-  for (std::size_t i = 0; i < read.size(); ++i) {
-    EXPECT_EQ(read[i].kind, recording_.tree[i].kind);
-    EXPECT_EQ(read[i].path, recording_.tree[i].path);
-    EXPECT_EQ(read[i].content, recording_.tree[i].content);
-  }
+  EXPECT_EQ(recorder::readTree(folder_ + "/tree.txt"), recording_.tree);
 }
 
-TEST_F(WrittenRecording, HasABlockForEachEvent) {
+TEST_F(RecordingOutput, HasABlockForEachEvent) {
   recording_.plugEvents = {{0, "add@/a\0ACTION=add\0"s}, {12, "bind@/a\0NAME=\"a\\b\"\0"s}};
   write();
 
   EXPECT_EQ(textOf("plug.txt"), "@ 0 ms\nadd@/a\nACTION=add\n\n@ 12 ms\nbind@/a\nNAME=\"a\\\\b\"\n");
 }
 
-TEST_F(WrittenRecording, HasNoUnplugWhereNoneWasRecorded) {
+TEST_F(RecordingOutput, HasNoUnplugWhereNoneWasRecorded) {
   recording_.plugEvents = {{0, "add@/a\0"s}};
   write();
 
   EXPECT_FALSE(fs::exists(folder_ + "/unplug.txt"));
 }
 
-TEST_F(WrittenRecording, ReplacesNone) {
+TEST_F(RecordingOutput, ReplacesNoFolder) {
   write();
   recording_.product = "Another";
+  const std::string refusal = "there is something of that name already: " + folder_;
 
-  EXPECT_EQ(errorThrownBy([&] { write(); }), "there is something of that name already: " + folder_);
-  EXPECT_EQ(sim::readAbout(folder_ + "/about.txt")["product"], "Device");
+  EXPECT_EQ(errorThrownBy([this] { recorder::requireNewFolder(folder_); }), refusal);
+  EXPECT_EQ(errorThrownBy([this] { write(); }), refusal);
+  EXPECT_EQ(recorder::readAbout(folder_ + "/about.txt")["product"], "Device");
 }
 
-TEST_F(WrittenRecording, MayBeRefusedBeforeItIsMade) {
-  write();
-
-  EXPECT_EQ(errorThrownBy([&] { sim::requireNewFolder(folder_); }),
-            "there is something of that name already: " + folder_);
-}
-
-TEST_F(WrittenRecording, MayBeMadeWhereNothingIs) {
-  EXPECT_NO_THROW(sim::requireNewFolder(folder_));
+TEST_F(RecordingOutput, MayBeMadeWhereNothingIs) {
+  EXPECT_NO_THROW(recorder::requireNewFolder(folder_));
   EXPECT_FALSE(fs::exists(folder_));
 }
 
-TEST_F(WrittenRecording, CannotBeMadeInAFolderOfAnotherUser) {
+TEST_F(RecordingOutput, CannotBeMadeInAFolderOfAnotherUser) {
   fs::permissions(devices_.path(), fs::perms::owner_read | fs::perms::owner_exec);
   support::inChild([&] {
     support::dropPrivileges();
-    EXPECT_EQ(errorThrownBy([&] { sim::requireNewFolder(folder_); }),
+    EXPECT_EQ(errorThrownBy([&] { recorder::requireNewFolder(folder_); }),
               "making " + folder_ + ": Permission denied");
   });
 }
 
-TEST_F(WrittenRecording, CannotBeMadeInAFolderThatIsNotThere) {
+TEST_F(RecordingOutput, CannotBeMadeInAFolderThatIsNotThere) {
   const std::string nowhere = devices_ / "missing/device";
 
-  EXPECT_EQ(errorThrownBy([&] { sim::requireNewFolder(nowhere); }),
+  EXPECT_EQ(errorThrownBy([&] { recorder::requireNewFolder(nowhere); }),
             "making " + nowhere + ": No such file or directory");
 }
 

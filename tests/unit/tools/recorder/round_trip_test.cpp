@@ -1,10 +1,9 @@
-// A device that comes out of a recording is recorded as what it was.
+// A device of a recording is plugged into the unit and recorded again: nothing of it changes.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cctype>
-#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <string>
@@ -12,11 +11,11 @@
 
 #include "sim/device_recording.h"
 #include "sim/files.h"
-#include "sim/recording_text.h"
 #include "sim/unit.h"
 #include "support/temporary_directory.h"
 #include "tools/recorder/device_recorder.h"
 #include "tools/recorder/recording_output.h"
+#include "tools/recorder/recording_text.h"
 
 namespace {
 
@@ -24,12 +23,10 @@ namespace fs = std::filesystem;
 
 using Texts = std::map<std::string, std::string>;
 
-constexpr sim::RecorderPatience patience = {.quiet = 0.02, .limit = 10};
-
 std::vector<std::string> namesOfRemovableDevices() {
   std::vector<std::string> names;
-  for (const std::string& name : sim::DeviceRecording::names()) {
-    if (!sim::DeviceRecording::load(name).unplugEvents.empty()) {
+  for (const std::string& name : sim::recordingNames()) {
+    if (!sim::loadRecording(name).unplugEvents.empty()) {
       names.push_back(name);
     }
   }
@@ -45,21 +42,12 @@ std::string testName(const testing::TestParamInfo<std::string>& device) {
 
 sim::DeviceRecording recordedInUnit(const sim::DeviceRecording& device) {
   sim::Unit unit;
-  sim::DeviceRecorder recorder(patience);
+  recorder::DeviceRecorder recording({.quiet = 0.02, .limit = 10});
   unit.plug(device);
-  recorder.recordPlug();
+  recording.recordPlug();
   unit.unplug(device);
-  recorder.recordUnplug();
-  return recorder.recording();
-}
-
-/** The recording of this name in another folder than the usual one. */
-sim::DeviceRecording loadedFrom(const std::string& devices, const std::string& name) {
-  const std::string usual = sim::DeviceRecording::folder();
-  ::setenv("SIM_DEVICES", devices.c_str(), 1);
-  sim::DeviceRecording recording = sim::DeviceRecording::load(name);
-  ::setenv("SIM_DEVICES", usual.c_str(), 1);
-  return recording;
+  recording.recordUnplug();
+  return recording.recording();
 }
 
 /** The events one after another, one item a line: times are different every time. */
@@ -72,32 +60,32 @@ std::string itemsOf(const std::vector<sim::RecordedEvent>& events) {
   return items;
 }
 
-/** What is told of a device, but for the port of the emulator that some were plugged into. */
+/** The facts of about.txt, except the port of the emulator that some devices were plugged into. */
 Texts aboutIn(const std::string& folder) {
-  Texts about = sim::readAbout(folder + "/about.txt");
+  Texts about = recorder::readAbout(folder + "/about.txt");
   about.erase("port");
   return about;
 }
 
-class DeviceRecordedAnew : public testing::TestWithParam<std::string> {};
+class RoundTrip : public testing::TestWithParam<std::string> {};
 
-TEST_P(DeviceRecordedAnew, IsAsItWasRecordedBefore) {
-  const std::string oldFolder = fs::path(sim::DeviceRecording::folder()) / GetParam();
-  const sim::DeviceRecording old = sim::DeviceRecording::load(GetParam());
+TEST_P(RoundTrip, RecordsADeviceOfARecordingAsItWas) {
+  const std::string oldFolder = fs::path(sim::recordingsFolder()) / GetParam();
+  const sim::DeviceRecording old = sim::loadRecording(GetParam());
   const support::TemporaryDirectory devices;
   const std::string newFolder = devices / GetParam();
 
   sim::DeviceRecording recorded = recordedInUnit(old);
   recorded.description = old.description;
-  sim::writeRecording(recorded, aboutIn(oldFolder)["kernel"], newFolder);
+  recorder::writeRecording(recorded, aboutIn(oldFolder)["kernel"], newFolder);
 
   EXPECT_EQ(sim::readFile(newFolder + "/tree.txt"), sim::readFile(oldFolder + "/tree.txt"));
   EXPECT_EQ(aboutIn(newFolder), aboutIn(oldFolder));
-  const sim::DeviceRecording loaded = loadedFrom(devices.path(), GetParam());
+  const sim::DeviceRecording loaded = recorder::readRecording(newFolder);
   EXPECT_EQ(itemsOf(loaded.plugEvents), itemsOf(old.plugEvents));
   EXPECT_EQ(itemsOf(loaded.unplugEvents), itemsOf(old.unplugEvents));
 }
 
-INSTANTIATE_TEST_SUITE_P(Devices, DeviceRecordedAnew, testing::ValuesIn(namesOfRemovableDevices()), testName);
+INSTANTIATE_TEST_SUITE_P(Devices, RoundTrip, testing::ValuesIn(namesOfRemovableDevices()), testName);
 
 }  // namespace

@@ -25,21 +25,21 @@ std::vector<std::string> pathsIn(const std::vector<sim::TreeEntry>& tree) {
 }
 
 /** A device in a hub, which has a second one in another port. */
-class RecordedTree : public testing::Test {
+class SysfsTree : public testing::Test {
  protected:
   sim::Unit unit;
   std::string hub = "/sys/devices/platform/usb-host.0/usb1";
   std::string device = unit.sysfs.add(sim::UsbDevice{});
 
-  RecordedTree() { unit.sysfs.writeAttribute(hub, "bDeviceClass", "09\n"); }
+  SysfsTree() { unit.sysfs.writeAttribute(hub, "bDeviceClass", "09\n"); }
 
   [[nodiscard]] bool hasPath(const std::string& path) const {
-    const std::vector<std::string> paths = pathsIn(sim::treeOf(device));
+    const std::vector<std::string> paths = pathsIn(recorder::treeOf(device));
     return std::find(paths.begin(), paths.end(), path) != paths.end();
   }
 
   [[nodiscard]] std::optional<std::string> contentOf(const std::string& path) const {
-    for (const sim::TreeEntry& entry : sim::treeOf(device)) {
+    for (const sim::TreeEntry& entry : recorder::treeOf(device)) {
       if ("/sys/" + entry.path == path) {
         return entry.content;
       }
@@ -48,7 +48,7 @@ class RecordedTree : public testing::Test {
   }
 };
 
-TEST_F(RecordedTree, IsInTheOrderOfItsNamesWithDirectoriesBeforeWhatIsInThem) {
+TEST_F(SysfsTree, IsInTheOrderOfItsNamesWithDirectoriesBeforeWhatIsInThem) {
   const std::vector<std::string> expected = {hub,
                                              hub + "/bDeviceClass",
                                              device,
@@ -59,10 +59,10 @@ TEST_F(RecordedTree, IsInTheOrderOfItsNamesWithDirectoriesBeforeWhatIsInThem) {
                                              device + "/subsystem",
                                              device + "/uevent",
                                              "/sys/bus/usb/devices/1-1"};
-  EXPECT_EQ(pathsIn(sim::treeOf(device)), expected);
+  EXPECT_EQ(pathsIn(recorder::treeOf(device)), expected);
 }
 
-TEST_F(RecordedTree, HoldsTheHubWithoutItsOtherDevices) {
+TEST_F(SysfsTree, HoldsTheHubWithoutItsOtherDevices) {
   sim::UsbDevice other;
   other.name = "1-10";
   unit.sysfs.add(other);
@@ -74,11 +74,11 @@ TEST_F(RecordedTree, HoldsTheHubWithoutItsOtherDevices) {
   EXPECT_FALSE(hasPath("/sys/bus/usb/devices/1-10"));
 }
 
-TEST_F(RecordedTree, HoldsAllHubsAboveFromTheOutermostOn) {
+TEST_F(SysfsTree, HoldsAllHubsAboveFromTheOutermostOn) {
   sim::UsbDevice inner;
   inner.name = "1-1.4";
   inner.parent = device;
-  const std::vector<std::string> paths = pathsIn(sim::treeOf(unit.sysfs.add(inner)));
+  const std::vector<std::string> paths = pathsIn(recorder::treeOf(unit.sysfs.add(inner)));
 
   EXPECT_EQ(paths.front(), hub);
   EXPECT_LT(std::find(paths.begin(), paths.end(), device),
@@ -86,11 +86,11 @@ TEST_F(RecordedTree, HoldsAllHubsAboveFromTheOutermostOn) {
   EXPECT_NE(std::find(paths.begin(), paths.end(), inner.directory()), paths.end());
 }
 
-TEST_F(RecordedTree, HoldsNothingAboveTheHubs) {
+TEST_F(SysfsTree, HoldsNothingAboveTheHubs) {
   EXPECT_FALSE(hasPath("/sys/devices/platform/usb-host.0"));
 }
 
-TEST_F(RecordedTree, HoldsOnlyAttributesThatIdentifyTheDevice) {
+TEST_F(SysfsTree, HoldsOnlyAttributesThatIdentifyTheDevice) {
   unit.sysfs.writeAttribute(device, "serial", "S3CR3T\n");
   unit.sysfs.writeAttribute(device, "authorized", "1\n");
   unit.sysfs.writeAttribute(device, "idVendor", "0627\n");
@@ -100,7 +100,7 @@ TEST_F(RecordedTree, HoldsOnlyAttributesThatIdentifyTheDevice) {
   EXPECT_EQ(contentOf(device + "/idVendor"), "0627\n");
 }
 
-TEST_F(RecordedTree, HoldsNoSerialNumbersInUeventFiles) {
+TEST_F(SysfsTree, HoldsNoSerialNumbersInUeventFiles) {
   unit.sysfs.writeAttribute(device + "/hid", "uevent", "HID_UNIQ=S3CR3T\nMODALIAS=hid\n");
   unit.sysfs.writeAttribute(device + "/input", "uevent", "UNIQ=\"S3CR3T\"\nPROP=0\n");
 
@@ -108,7 +108,7 @@ TEST_F(RecordedTree, HoldsNoSerialNumbersInUeventFiles) {
   EXPECT_EQ(contentOf(device + "/input/uevent"), "UNIQ=\"\"\nPROP=0\n");
 }
 
-TEST_F(RecordedTree, HoldsNothingOfPowerManagementAndCounting) {
+TEST_F(SysfsTree, HoldsNothingOfPowerManagementAndCounting) {
   for (const std::string name : {"power", "queue", "statistics", "wakeup"}) {
     unit.sysfs.writeAttribute(device + "/" + name, "name", "x\n");
     EXPECT_FALSE(hasPath(device + "/" + name)) << name;
@@ -116,14 +116,14 @@ TEST_F(RecordedTree, HoldsNothingOfPowerManagementAndCounting) {
   }
 }
 
-TEST_F(RecordedTree, HoldsNoLinksToWhatItLeavesOut) {
+TEST_F(SysfsTree, HoldsNoLinksToWhatItLeavesOut) {
   unit.sysfs.makeDirectory(device + "/wakeup/wakeup3");
   unit.sysfs.linkTo(device + "/wakeup/wakeup3", "/sys/class/wakeup/wakeup3");
 
   EXPECT_FALSE(hasPath("/sys/class/wakeup/wakeup3"));
 }
 
-TEST_F(RecordedTree, HoldsTheLinksOfEveryFolderOfLinks) {
+TEST_F(SysfsTree, HoldsTheLinksOfEveryFolderOfLinks) {
   for (const std::string link : {"/sys/bus/scsi/devices/0:0:0:0", "/sys/class/usb/hiddev0",
                                  "/sys/dev/char/180:0", "/sys/dev/block/8:0"}) {
     unit.sysfs.linkTo(device, link);
@@ -131,13 +131,13 @@ TEST_F(RecordedTree, HoldsTheLinksOfEveryFolderOfLinks) {
   }
 }
 
-TEST_F(RecordedTree, HoldsLinksThatLeadNowhere) {
+TEST_F(SysfsTree, HoldsLinksThatLeadNowhere) {
   unit.sysfs.makeLink(device + "/driver", "../../../../bus/usb/drivers/gone");
 
   EXPECT_EQ(contentOf(device + "/driver"), "../../../../bus/usb/drivers/gone");
 }
 
-TEST_F(RecordedTree, LeavesOutAnAttributeThatItsDriverHasNoAnswerFor) {
+TEST_F(SysfsTree, LeavesOutAnAttributeThatItsDriverHasNoAnswerFor) {
   // A file that can be opened, but not read at its beginning.
   const std::string speed = device + "/speed";
   ASSERT_EQ(::mount("/proc/self/mem", speed.c_str(), nullptr, MS_BIND, nullptr), 0);
@@ -146,14 +146,14 @@ TEST_F(RecordedTree, LeavesOutAnAttributeThatItsDriverHasNoAnswerFor) {
   EXPECT_TRUE(hasPath(device + "/subsystem"));
 }
 
-TEST(RecordedTreeOfAnotherUser, CannotBeWrittenDown) {
+TEST(SysfsTreeOfAnotherUser, CannotBeRead) {
   support::inChild([] {
     sim::Unit unit;
     const std::string device = unit.sysfs.add(sim::UsbDevice{});
     fs::permissions(device + "/descriptors", fs::perms::none);
     support::dropPrivileges();
 
-    EXPECT_EQ(errorThrownBy([&] { static_cast<void>(sim::treeOf(device)); }),
+    EXPECT_EQ(errorThrownBy([&] { static_cast<void>(recorder::treeOf(device)); }),
               "reading " + device + "/descriptors: Permission denied");
   });
 }

@@ -4,14 +4,14 @@
 
 #include <string>
 
-#include "sim/error.h"
+#include "tools/recorder/error.h"
 
-/** The text of the sim::Error that `call` throws; one that throws none fails the test. */
+/** The text of the recorder::Error that `call` throws; without one the test fails. */
 template <class Call>
 std::string errorThrownBy(Call call) {
   try {
     call();
-  } catch (const sim::Error& error) {
+  } catch (const recorder::Error& error) {
     return error.what();
   }
   ADD_FAILURE() << "nothing was thrown";

@@ -1,27 +1,44 @@
 #pragma once
 
+#include <chrono>
+#include <condition_variable>
 #include <functional>
+#include <mutex>
+#include <stop_token>
+#include <thread>
 
-#include "sim/descriptor.h"
-#include "sim/wait.h"
-
-/** Does something some time from now, during a wait of this process: what a person does while it waits. */
-class TimedAction {
+/** Does something again and again, in intervals of so many seconds, until the end of the scope. */
+class RepeatedAction {
  public:
-  TimedAction(double seconds, std::function<void()> act) : TimedAction(seconds, 0, std::move(act)) {}
+  RepeatedAction(double seconds, const std::function<void()>& act)
+      : thread_([seconds, act](const std::stop_token& stop) {
+          while (!isStoppedWithin(seconds, stop)) {
+            act();
+          }
+        }) {}
 
- protected:
-  /** With an interval above 0 it does it again and again. */
-  TimedAction(double seconds, double interval, std::function<void()> act);
+  /** Whether `stop` is requested before this time is over. */
+  static bool isStoppedWithin(double seconds, const std::stop_token& stop) {
+    std::mutex mutex;
+    std::unique_lock lock(mutex);
+    return std::condition_variable_any().wait_for(lock, stop, std::chrono::duration<double>(seconds),
+                                                  [&stop] { return stop.stop_requested(); });
+  }
 
  private:
-  sim::Descriptor timer_;
-  std::function<void()> act_;
-  sim::Background serving_;
+  std::jthread thread_;
 };
 
-/** Does something every so many seconds, during waits of this process. */
-class RepeatedAction : public TimedAction {
+/** Does something once, so many seconds from now, unless the scope has ended before. */
+class TimedAction {
  public:
-  RepeatedAction(double seconds, std::function<void()> act) : TimedAction(seconds, seconds, std::move(act)) {}
+  TimedAction(double seconds, const std::function<void()>& act)
+      : thread_([seconds, act](const std::stop_token& stop) {
+          if (!RepeatedAction::isStoppedWithin(seconds, stop)) {
+            act();
+          }
+        }) {}
+
+ private:
+  std::jthread thread_;
 };

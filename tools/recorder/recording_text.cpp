@@ -1,22 +1,23 @@
-#include "sim/recording_text.h"
+#include "tools/recorder/recording_text.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <fstream>
 #include <optional>
 
-#include "sim/error.h"
+#include "tools/recorder/error.h"
 
-namespace sim {
+namespace recorder {
 
 namespace {
 
-/** The lines of a file; whatever goes wrong with one is told with the file's name and the line's number. */
+/** The lines of a file. An error in one names the file and the number of the line. */
 class Lines {
  public:
   explicit Lines(const std::filesystem::path& path) : path_(path), file_(path) {
     if (!file_) {
-      throw systemError("open(" + path.string() + ")");
+      throw systemError("open(" + path.string() + ")", errno);
     }
   }
 
@@ -35,7 +36,7 @@ class Lines {
 
   [[nodiscard]] std::string unescaped(std::string_view text) const {
     try {
-      return sim::unescaped(text);
+      return recorder::unescaped(text);
     } catch (const Error& e) {
       throw error(e.what());
     }
@@ -89,16 +90,16 @@ TreeEntry parseTreeLine(const Lines& lines, std::string_view line) {
     throw lines.error("a path below /sys is missing");
   }
   if (words.kind == "d") {
-    return {TreeEntry::Kind::Directory, path, {}};
+    return {TreeEntry::Kind::directory, path, {}};
   }
   if (words.kind == "l" && !words.content.empty()) {
-    return {TreeEntry::Kind::Link, path, lines.unescaped(words.content)};
+    return {TreeEntry::Kind::link, path, lines.unescaped(words.content)};
   }
   if (words.kind == "f") {
-    return {TreeEntry::Kind::File, path, lines.unescaped(words.content)};
+    return {TreeEntry::Kind::file, path, lines.unescaped(words.content)};
   }
   if (words.kind == "b") {
-    return {TreeEntry::Kind::File, path, bytesFromHex(lines, words.content)};
+    return {TreeEntry::Kind::file, path, bytesFromHex(lines, words.content)};
   }
   throw lines.error("expected d PATH, l PATH TARGET, f PATH CONTENT or b PATH HEX");
 }
@@ -195,4 +196,4 @@ std::vector<RecordedEvent> readEvents(const std::filesystem::path& file) {
   return events;
 }
 
-}  // namespace sim
+}  // namespace recorder

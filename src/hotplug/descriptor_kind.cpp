@@ -1,8 +1,9 @@
-#include "hotplug/descriptor_tests.h"
+#include "hotplug/descriptor_kind.h"
 
 #include <fcntl.h>
 
 #include <algorithm>
+#include <cstdint>
 
 #include "ulx/file_descriptor.h"
 

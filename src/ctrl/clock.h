@@ -1,4 +1,0 @@
-#pragma once
-
-/** Wall-clock time in seconds since the epoch, with microseconds. */
-double timestampNow();

@@ -1,0 +1,183 @@
+// Clients that ask for the link parameters, at once or in advance.
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "ctrl/settings.h"
+#include "sim/contract.h"
+#include "sim/descriptor.h"
+#include "support/descriptors.h"
+#include "support/output.h"
+#include "unit/control/control_fixture.h"
+
+namespace {
+
+using namespace std::string_literals;
+using support::Lines;
+
+constexpr const char* parameters = "host 5000 full eth1 in out";
+
+using ControlRequestsQueries = ControlRequests;
+using ControlRequestsQueriesWaiting = ControlRequests;
+
+TEST_F(ControlRequestsQueries, AnyByteIsAnsweredWithTheLatestParametersAndTheEnd) {
+  (void)deliver(parameters);
+  for (const std::string& query : {"?"s, "\n"s, " "s, "x"s, "\0"s, "\xff"s}) {
+    const support::ControlClient client = ask(query);
+    EXPECT_EQ(client.received(), parameters);
+    EXPECT_TRUE(client.isDisconnected());
+  }
+  EXPECT_TRUE(ctrl_->waitingClients.empty());
+}
+
+TEST_F(ControlRequestsQueries, AreAnsweredWithALineAsItWasReceived) {
+  (void)deliver("host 5000 full   \n");
+  EXPECT_EQ(ask().received(), "host 5000 full   \n");
+}
+
+TEST_F(ControlRequestsQueries, AreAnsweredWithNothingWhereOnlyTheCommandLineHasNamedAPort) {
+  ctrl_->port = 5000;
+  const support::ControlClient client = ask();
+  EXPECT_EQ(client.received(), "");
+  EXPECT_TRUE(client.isDisconnected());
+}
+
+TEST_F(ControlRequestsQueries, LeaveTheParametersAsTheyAreAndNoDescriptorOpen) {
+  (void)deliver(parameters);
+  const auto before = support::openDescriptors();
+  ask().disconnect();
+  EXPECT_EQ(support::openDescriptors(), before);
+  EXPECT_EQ(ctrl_->hostname, "host");
+  EXPECT_EQ(ctrl_->port, 5000);
+  EXPECT_EQ(ctrl_->lastRequest, parameters);
+}
+
+TEST_F(ControlRequestsQueries, OfAClientThatHasGoneAreNoError) {
+  (void)deliver(parameters);
+  connectSaying("?").disconnect();
+  EXPECT_EQ(serveControlClient(*ctrl_), 0);
+}
+
+TEST_F(ControlRequestsQueries, AreLoggedWithDebuggingWithoutTheKeys) {
+  (void)deliver(parameters);
+  const support::ControlClient client = connectSaying("?");
+  const support::CapturedStandardError captured;
+  settings.debugCtrl = true;
+  const int descriptor = support::nextDescriptor();
+  EXPECT_EQ(serveControlClient(*ctrl_), 0);
+  EXPECT_EQ(captured.messages(),
+            support::tagged({contract::debug::immediateSend("host 5000 full eth1 *** ***", descriptor)}));
+}
+
+TEST_F(ControlRequestsQueries, AreNotLoggedWithoutDebuggingNorWhileTheyWait) {
+  EXPECT_EQ(support::debugLogDuring([this] { (void)ask(); }), Lines{});
+  ctrl_->port = 5000;
+  EXPECT_EQ(support::logDuring([this] { (void)ask(); }), Lines{});
+}
+
+TEST_F(ControlRequestsQueriesWaiting, AreKeptInTheOrderOfTheirArrivalUntilParametersComeAndThenDismissed) {
+  const support::ControlClient first = ask();
+  const int firstDescriptor = ctrl_->waitingClients.front();
+  EXPECT_TRUE(support::isCloseOnExec(firstDescriptor));
+  const support::ControlClient second = ask();
+  const support::ControlClient third = ask();
+  EXPECT_EQ(ctrl_->waitingClients.size(), 3U);
+  EXPECT_EQ(ctrl_->waitingClients.front(), firstDescriptor);
+  for (const support::ControlClient* client : {&first, &second, &third}) {
+    EXPECT_FALSE(client->isDisconnected());
+    EXPECT_EQ(client->received(), "");
+  }
+  (void)deliver(parameters);
+  for (const support::ControlClient* client : {&first, &second, &third}) {
+    EXPECT_EQ(client->received(), parameters);
+    EXPECT_TRUE(client->isDisconnected());
+  }
+}
+
+TEST_F(ControlRequestsQueriesWaiting, AreAnsweredWithEveryByteOfTheLine) {
+  const support::ControlClient client = ask();
+  const std::string line = "host 5000 full eth1 in out\n\0behind"s;
+  (void)deliver(line);
+  EXPECT_EQ(client.received(), line);
+}
+
+TEST_F(ControlRequestsQueriesWaiting, AreAnsweredThoughAnotherClientHasGone) {
+  support::ControlClient gone = ask();
+  const support::ControlClient client = ask();
+  gone.disconnect();
+  (void)deliver(parameters);
+  EXPECT_GT(served_, 0);
+  EXPECT_EQ(client.received(), parameters);
+}
+
+TEST_F(ControlRequestsQueriesWaiting, WaitOnWhileTheLineSaysThatThePortIsNotKnown) {
+  const support::ControlClient client = ask();
+  (void)deliver("host 0 full eth1 in out");
+  EXPECT_EQ(client.received(), "host 0 full eth1 in out");
+  const support::ControlClient later = ask();
+  EXPECT_FALSE(later.isDisconnected());
+}
+
+/** A client has waited and was answered. The list of waiting clients is not emptied: it keeps its number. */
+class ControlRequestsQueriesAnswered : public ControlRequests {
+ protected:
+  ControlRequestsQueriesAnswered()
+      : waited_(ask()), number_(ctrl_->waitingClients.front()), first_(deliver(parameters)) {
+    EXPECT_EQ(ctrl_->waitingClients.size(), 1U);
+    EXPECT_FALSE(support::isOpen(number_));
+  }
+
+  support::ControlClient waited_;
+  int number_;
+  support::ControlClient first_;
+};
+
+// Two connected sockets, the first under the number `wanted`.
+std::array<sim::Descriptor, 2> socketsFrom(int wanted, int type) {
+  std::array<int, 2> ends{};
+  EXPECT_EQ(socketpair(AF_UNIX, type | SOCK_CLOEXEC, 0, ends.data()), 0);
+  EXPECT_TRUE(ends[0] == wanted || ends[1] == wanted);
+  const bool inOrder = ends[0] == wanted;
+  return {sim::Descriptor(ends[inOrder ? 0 : 1]), sim::Descriptor(ends[inOrder ? 1 : 0])};
+}
+
+TEST_F(ControlRequestsQueriesAnswered, WhoeverHasTheDescriptorNumberLaterGetsLaterLinesAndIsDismissed) {
+  const std::array<sim::Descriptor, 2> sockets = socketsFrom(number_, SOCK_STREAM);
+  (void)deliver("host 6000 full eth1 in out");
+  std::array<char, 64> received{};
+  EXPECT_GT(recv(sockets[1].get(), received.data(), received.size(), MSG_DONTWAIT), 0);
+  EXPECT_STREQ(received.data(), "host 6000 full eth1 in out");
+  EXPECT_FALSE(support::isOpen(number_));
+}
+
+TEST_F(ControlRequestsQueriesAnswered, WhatIsNoClientUnderTheDescriptorNumberLaterIsLeftAlone) {
+  const std::array<sim::Descriptor, 2> logger = socketsFrom(number_, SOCK_DGRAM);
+  (void)deliver(parameters);
+  EXPECT_TRUE(support::isOpen(number_));
+  for (const sim::Descriptor& end : logger) {
+    char byte = 0;
+    EXPECT_EQ(recv(end.get(), &byte, 1, MSG_DONTWAIT), -1);
+  }
+}
+
+TEST_F(ControlRequestsQueriesAnswered, WhoDeliversUnderTheDescriptorNumberGetsTheLineBackAndStaysConnected) {
+  // Nothing but this number is free below those in use, so the next client is served under it.
+  std::vector<sim::Descriptor> taken;
+  while (support::nextDescriptor() <= number_) {
+    taken.emplace_back(dup(STDERR_FILENO));
+  }
+  const support::ControlClient second = connect();
+  std::erase_if(taken, [this](const sim::Descriptor& fd) { return fd.get() == number_; });
+  second.send(parameters);
+  EXPECT_EQ(serveControlClient(*ctrl_), number_);
+  EXPECT_TRUE(support::isOpen(number_));
+  EXPECT_EQ(second.received(), parameters);
+  EXPECT_FALSE(second.isDisconnected());
+}
+
+}  // namespace
