@@ -3,13 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <list>
+#include <ostream>
 #include <set>
 #include <string>
 #include <vector>
 
-#include "sim/unit.h"
+#include "sim/contract.h"
 #include "system/support/attached_devices.h"
+#include "system/support/control_messages.h"
+#include "system/support/daemon_fixture.h"
 #include "system/support/last_words.h"
 #include "system/support/process_state.h"
 
@@ -17,186 +19,116 @@ namespace {
 
 const sim::ProcessEnd success = sim::ProcessEnd::exited(0);
 
-/** A unit whose daemon serves, and link managers whose connections stay until they are closed. */
-class ServingDaemon : public testing::Test {
+class DaemonEnd : public support::DaemonFixture {
  protected:
-  ServingDaemon() : daemon(unit.startDaemon({"--debug=ctrl", "--class=all", "transmitter", "5000", "high"})) {
-    unit.waitUntilServing();
-  }
-
-  /** A client whose link parameters the daemon has taken. */
-  sim::LinkManager& configured() {
-    clients.push_back(unit.connect());
-    clients.back().configure();
-    settleEverySource(unit);
-    return clients.back();
-  }
-
-  sim::Unit unit;
-  sim::Daemon& daemon;
-  std::list<sim::LinkManager> clients;
+  DaemonEnd() { start(support::commandLine({"--debug=ctrl", "--class=all"})); }
 };
 
-class DaemonEnd : public ServingDaemon {};
-class ReplacedConnection : public ServingDaemon {};
+struct Ending {
+  std::string name;
+  void (*act)(sim::LinkManager& controlConnection);
+  friend std::ostream& operator<<(std::ostream& out, const Ending& ending) { return out << ending.name; }
+};
 
-TEST_F(DaemonEnd, ComesWithStatusZeroWhenTheControlConnectionCloses) {
-  sim::LinkManager& client = configured();
-  const std::vector<std::string> messages = daemon.messages();
+const std::vector<Ending> endings = {
+    {"Closes", [](sim::LinkManager& client) { client.close(); }},
+    {"IsClosedHalf", [](sim::LinkManager& client) { client.halfClose(); }},
+    {"SendsALine", [](sim::LinkManager& client) { client.configure(); }},
+    {"Asks", [](sim::LinkManager& client) { client.send("?"); }},
+};
 
-  client.close();
+class DaemonEndWhenTheControlConnection : public DaemonEnd, public testing::WithParamInterface<Ending> {};
 
-  EXPECT_EQ(daemon.waitForExit(), success);
-  EXPECT_EQ(daemon.messages(), messages);
+TEST_P(DaemonEndWhenTheControlConnection, IsThatOfStatusZeroWithoutAWord) {
+  sim::LinkManager& client = deliver();
+  const support::Lines messages = unit.daemon().messages();
+
+  GetParam().act(client);
+
+  EXPECT_EQ(unit.daemon().waitForExit(), success);
+  EXPECT_EQ(unit.daemon().messages(), messages);
 }
 
-TEST_F(DaemonEnd, ComesWithStatusZeroWhenTheControlConnectionSpeaks) {
-  sim::LinkManager& client = configured();
+INSTANTIATE_TEST_SUITE_P(Which, DaemonEndWhenTheControlConnection, testing::ValuesIn(endings),
+                         testing::PrintToStringParamName());
 
-  client.configure();
-
-  EXPECT_EQ(daemon.waitForExit(), success);
-}
-
-TEST_F(DaemonEnd, ComesWithStatusZeroWhenTheControlConnectionAsks) {
-  sim::LinkManager& client = configured();
-
-  client.send("?");
-
-  EXPECT_EQ(daemon.waitForExit(), success);
-}
-
-TEST_F(DaemonEnd, ComesWithStatusZeroWhenTheControlConnectionIsClosedHalf) {
-  sim::LinkManager& client = configured();
-
-  client.halfClose();
-
-  EXPECT_EQ(daemon.waitForExit(), success);
-}
-
-TEST_F(DaemonEnd, ComesAfterALineWhoseSenderHasGoneAlready) {
-  sim::LinkManager client = unit.connect();
-  client.configure();
-  client.close();
-
-  EXPECT_EQ(daemon.waitForExit(), success);
-}
-
-TEST(QuietDaemon, EndsWithoutAWord) {
-  sim::Unit unit;
-  unit.writeConfig("");
-  sim::Daemon& daemon = unit.startDaemon({"transmitter", "5000", "high"});
-  sim::LinkManager client = unit.connect();
-
-  client.configure();
-  client.close();
-
-  EXPECT_EQ(daemon.waitForExit(), success);
-  EXPECT_EQ(daemon.standardError() + daemon.standardOutput(), "");
-  EXPECT_TRUE(unit.syslog.takeMessages().empty());
-}
-
-TEST_F(DaemonEnd, DoesNotComeWithTheEndOfAQuery) {
+TEST_F(DaemonEnd, DoesNotComeWithTheEndOfAQueryNorWhileTheControlConnectionIsSilent) {
+  deliver();
   for (int i = 0; i < 3; ++i) {
-    sim::LinkManager client = unit.connect();
-    client.send("?");
-    EXPECT_EQ(client.receiveAll(), "");
+    support::askForParameters(unit);
   }
-  settleEverySource(unit);
+  support::settleEverySource(unit);
 
-  EXPECT_TRUE(daemon.isRunning());
+  EXPECT_TRUE(unit.daemon().isRunning());
 }
 
-TEST_F(DaemonEnd, DoesNotComeWhileTheControlConnectionIsSilent) {
-  configured();
-  for (int i = 0; i < 3; ++i) {
-    settleEverySource(unit);
-  }
-
-  EXPECT_TRUE(daemon.isRunning());
-}
-
-TEST_F(ReplacedConnection, StaysOpen) {
-  const std::size_t before = daemon.openDescriptors().size();
-
-  configured();
-  configured();
-  configured();
-
-  EXPECT_EQ(daemon.openDescriptors().size(), before + 3);
-}
-
-TEST_F(ReplacedConnection, HasNoSayInTheDaemonsEnd) {
-  sim::LinkManager& first = configured();
-  sim::LinkManager& second = configured();
+TEST_F(DaemonEnd, DoesNotComeWithTheEndOfAReplacedConnection) {
+  sim::LinkManager& first = deliver();
+  sim::LinkManager& second = deliver();
 
   first.send("anything");
   first.close();
-  settleEverySource(unit);
-  EXPECT_TRUE(daemon.isRunning());
+  support::settleEverySource(unit);
+  EXPECT_TRUE(unit.daemon().isRunning());
 
   second.close();
-  EXPECT_EQ(daemon.waitForExit(), success);
+  EXPECT_EQ(unit.daemon().waitForExit(), success);
+}
+
+TEST_F(DaemonEnd, ComesBySignalsThatAskForIt) {
+  unit.daemon().signal(SIGTERM);
+
+  EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::killedBy(SIGTERM));
 }
 
 /** A unit with a worker of each kind. */
-class Orphans : public ServingDaemon {
+class DaemonEndWithWorkers : public DaemonEnd {
  protected:
-  Orphans() {
-    generic = &unit.workers.waitForWorkerOf(unit.plug(scanner()));
-    unit.plug(sim::HiddevNode{.usbDevice = unit.plug(keyboard())});
-    keyboards = &unit.workers.waitForWorker();
-    storage = &unit.workers.waitForWorkerOf(unit.plug(sim::ScsiGenericNode{.usbDevice = unit.plug(disk())}));
-  }
+  sim::Worker& generic = attach(scanner());
+  sim::Worker& keyboards = attachKeyboard();
+  sim::Worker& storage = attachDisk();
 
   void expectOnlyTheGenericWorkerEnds() const {
-    generic->waitForEnd();
-    for (sim::Worker* other : {keyboards, storage}) {
-      EXPECT_EQ(pendingSignalsOf(other->start.pid), std::set<int>{});
+    generic.waitForEnd();
+    for (sim::Worker* other : {&keyboards, &storage}) {
+      EXPECT_EQ(support::pendingSignalsOf(other->start.pid), std::set<int>{});
       EXPECT_TRUE(other->isRunning());
     }
   }
-
-  sim::Worker* generic = nullptr;
-  sim::Worker* keyboards = nullptr;
-  sim::Worker* storage = nullptr;
 };
 
-TEST_F(Orphans, LiveOnUnlessTheyAreGenericWhenTheControlConnectionCloses) {
-  configured().close();
+TEST_F(DaemonEndWithWorkers, EndsTheGenericOneWhenTheControlConnectionCloses) {
+  deliver().close();
 
   EXPECT_EQ(unit.daemon().waitForExit(), success);
   expectOnlyTheGenericWorkerEnds();
 }
 
-TEST_F(Orphans, LiveOnUnlessTheyAreGenericWhenTheDaemonIsKilled) {
+TEST_F(DaemonEndWithWorkers, EndsTheGenericOneWhenItIsAKilledDaemons) {
   unit.daemon().signal(SIGKILL);
 
   EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::killedBy(SIGKILL));
   expectOnlyTheGenericWorkerEnds();
 }
 
-TEST_F(Orphans, LiveOnUnlessTheyAreGenericWhenAnErrorEndsTheDaemon) {
-  sim::LinkManager client = unit.connect();
-  client.send("transmitter bogus high eth1  ");
+TEST_F(DaemonEndWithWorkers, EndsTheGenericOneWhenItComesByAnError) {
+  send("transmitter bogus high eth1  ");
 
-  EXPECT_EQ(lastWordsOf(unit.daemon()),
-            "bad lexical cast: source type value could not be interpreted as target");
+  EXPECT_EQ(support::lastWordsOf(unit.daemon()), contract::error::badNumber);
   expectOnlyTheGenericWorkerEnds();
 }
 
-TEST_F(Orphans, LiveOnUnlessTheyAreGenericWhenAWorkerCannotBeExecuted) {
-  sim::Worker& last = unit.workers.waitForWorkerOf(unit.plug(scanner("1-7")));
-  last.exitWith(42);
+TEST_F(DaemonEndWithWorkers, EndsTheGenericOneWhenAnotherWorkerCannotBeExecuted) {
+  attach(scanner("1-7")).exitWith(42);
 
   EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
   expectOnlyTheGenericWorkerEnds();
 }
 
-TEST_F(Orphans, GetTheTerminationSignalIfTheyAreGeneric) {
-  EXPECT_EQ(generic->start.parentDeathSignal, SIGTERM);
-  EXPECT_EQ(keyboards->start.parentDeathSignal, 0);
-  EXPECT_EQ(storage->start.parentDeathSignal, 0);
+TEST_F(DaemonEndWithWorkers, IsASignalToTheGenericOneOnly) {
+  EXPECT_EQ(generic.start.parentDeathSignal, SIGTERM);
+  EXPECT_EQ(keyboards.start.parentDeathSignal, 0);
+  EXPECT_EQ(storage.start.parentDeathSignal, 0);
 }
 
 }  // namespace

@@ -4,159 +4,122 @@
 
 #include <algorithm>
 #include <csignal>
+#include <map>
+#include <ostream>
+#include <set>
 #include <string>
 #include <vector>
 
-#include "sim/unit.h"
+#include "sim/contract.h"
 #include "system/support/attached_devices.h"
-#include "system/support/eventually.h"
+#include "system/support/control_messages.h"
+#include "system/support/daemon_fixture.h"
 #include "system/support/last_words.h"
 #include "system/support/process_state.h"
 
 namespace {
 
-using Lines = std::vector<std::string>;
+namespace display = contract::display;
+namespace error = contract::error;
+namespace reason = contract::reason;
 
-class LinkChange : public testing::Test {
+using support::lastWordsOf;
+using support::Lines;
+using support::linkLine;
+using support::writes;
+
+const std::string unnamed = display::attached(display::unnamedDevice);
+
+class LinkChange : public support::DaemonFixture {
  protected:
   sim::Daemon& startAt(const std::string& speed) {
-    sim::Daemon& daemon = unit.startDaemon({"--debug=ctrl", "--class=all", "transmitter", "5000", speed});
-    unit.waitUntilServing();
-    return daemon;
-  }
-
-  /** Delivers new parameters; the connection stays, since its end would be the daemon's. */
-  void change(const std::string& speed) {
-    sim::LinkParameters parameters;
-    parameters.speed = speed;
-    connections.push_back(unit.connect());
-    connections.back().configure(parameters);
+    return start(support::commandLine({"--debug=ctrl", "--class=all"}, {"transmitter", "5000", speed}));
   }
 
   /** What the display shows because of new parameters. */
   Lines shownAt(const std::string& speed) {
     unit.display.takeWrites();
-    change(speed);
-    settleEverySource(unit);
+    deliver(linkLine(speed));
     return unit.display.takeWrites();
   }
-
-  sim::Worker& attach(const sim::UsbDevice& device) {
-    return unit.workers.waitForWorkerOf(unit.plug(device));
-  }
-
-  sim::Unit unit;
-  std::vector<sim::LinkManager> connections;
 };
 
-class NewLink : public LinkChange {};
-class SlowerLink : public LinkChange {};
-
-bool contains(const Lines& lines, const std::string& line) {
-  return std::find(lines.begin(), lines.end(), line) != lines.end();
-}
-
-TEST_F(NewLink, AnnouncesEachAttachedDeviceInTheOrderOfItsWorkersNumbers) {
+TEST_F(LinkChange, AnnouncesEachAttachedDeviceInTheOrderOfItsWorkersNumbers) {
   startAt("high");
-  std::vector<std::pair<pid_t, std::string>> workers;
-  for (const char* product : {"Zebra", "Ape", "Mole"}) {
-    const std::string name = "1-" + std::to_string(workers.size() + 1);
-    workers.emplace_back(attach(scanner(name, product)).start.pid, std::string(product) + " attached\n");
-  }
-  std::sort(workers.begin(), workers.end());
+  std::map<pid_t, std::string> lines;
+  lines[attach(scanner("1-1", "Zebra")).start.pid] = display::attached("Zebra");
+  lines[attach(scanner("1-2", "Ape")).start.pid] = display::attached("Ape");
+  lines[attach(scanner("1-3", "Mole")).start.pid] = display::attached("Mole");
   Lines expected;
-  for (const auto& [pid, line] : workers) {
+  for (const auto& [pid, line] : lines) {
     expected.push_back(line);
   }
 
-  EXPECT_EQ(shownAt("high"), expected);
+  EXPECT_EQ(shownAt("high"), writes(expected));
   EXPECT_TRUE(unit.display.keepsBoundaries());
 }
 
-TEST_F(NewLink, AnnouncesNothingWithoutDevices) {
+TEST_F(LinkChange, AnnouncesAnewWithEveryLineButWithNoQuery) {
   startAt("high");
+  EXPECT_EQ(shownAt("high"), Lines{});
+  sim::Worker& worker = attach(scanner());
 
-  EXPECT_EQ(shownAt("full"), Lines{});
+  EXPECT_EQ(shownAt("high"), writes({display::attached("Scanner")}));
+  EXPECT_EQ(shownAt("high"), writes({display::attached("Scanner")}));
+  support::askForParameters(unit);
+  support::settleEverySource(unit);
+
+  EXPECT_EQ(unit.display.takeWrites(), Lines{});
+  EXPECT_TRUE(worker.isRunning());
+  EXPECT_EQ(unit.workers.count(), 1U);
 }
 
-TEST_F(NewLink, AnnouncesADeviceWithoutANameAsUnnamed) {
-  startAt("high");
-  sim::UsbDevice unnamed = scanner();
-  unnamed.product.reset();
-  attach(unnamed);
-
-  EXPECT_EQ(shownAt("high"), Lines{"un-named device attached\n"});
-}
-
-TEST_F(NewLink, AnnouncesADeviceByTheNameThatItHasNow) {
+TEST_F(LinkChange, AnnouncesADeviceByTheNameThatItHasNow) {
   startAt("high");
   const std::string directory = attach(scanner()).device();
   unit.sysfs.writeAttribute(directory, "product", "Renamed\n");
+  EXPECT_EQ(shownAt("high"), writes({display::attached("Renamed")}));
 
-  EXPECT_EQ(shownAt("high"), Lines{"Renamed attached\n"});
+  unit.sysfs.removeAttribute(directory, "product");
+  EXPECT_EQ(shownAt("high"), writes({unnamed}));
 }
 
-TEST_F(NewLink, AnnouncesKeyboardAndStorageNodesAsUnnamed) {
+TEST_F(LinkChange, AnnouncesKeyboardAndStorageNodesAsUnnamed) {
   // Their nodes, unlike the USB devices behind them, have no name.
   startAt("high");
-  unit.plug(sim::HiddevNode{.usbDevice = unit.plug(keyboard())});
-  unit.plug(sim::ScsiGenericNode{.usbDevice = unit.plug(disk())});
-  unit.settle();
+  attachKeyboard();
+  attachDisk();
 
-  EXPECT_EQ(shownAt("high"), (Lines{"un-named device attached\n", "un-named device attached\n"}));
+  EXPECT_EQ(shownAt("high"), writes({unnamed, unnamed}));
 }
 
-TEST_F(NewLink, AnnouncesADeviceThatHasGoneBeforeItsWorkerAsUnnamed) {
+TEST_F(LinkChange, AnnouncesADeviceThatHasGoneUntilItsWorkerHasEnded) {
   startAt("high");
-  unit.unplug(attach(scanner()).device());
+  sim::Worker& gone = attach(scanner("1-1", "Gone"));
+  unit.unplug(gone.device());
   unit.settle();
+  EXPECT_EQ(shownAt("high"), writes({unnamed}));
 
-  EXPECT_EQ(shownAt("high"), Lines{"un-named device attached\n"});
+  attach(scanner("1-2", "Here"));
+  gone.exitWith(0);
+  waitUntilForgotten(gone);
+  EXPECT_EQ(shownAt("high"), writes({display::attached("Here")}));
 }
 
-TEST_F(NewLink, EndsADaemonThatCannotReadADevicesName) {
+TEST_F(LinkChange, EndsADaemonThatCannotReadADevicesName) {
   sim::Daemon& daemon = startAt("high");
   const std::string directory = attach(scanner()).device();
   unit.sysfs.removeAttribute(directory, "product");
   unit.sysfs.makeDirectory(directory + "/product");
 
-  change("high");
+  send();
 
-  EXPECT_EQ(lastWordsOf(daemon), "Is a directory while read(\"" + directory + "/product\")");
+  EXPECT_EQ(lastWordsOf(daemon), error::readFailed(reason::isDirectory, directory + "/product"));
 }
 
-TEST_F(NewLink, AnnouncesAgainForEveryLine) {
-  startAt("high");
-  attach(scanner());
+using LinkChangeToFullSpeed = LinkChange;
 
-  EXPECT_EQ(shownAt("high"), Lines{"Scanner attached\n"});
-  EXPECT_EQ(shownAt("high"), Lines{"Scanner attached\n"});
-}
-
-TEST_F(NewLink, AnnouncesNothingForAQuery) {
-  startAt("high");
-  attach(scanner());
-  sim::LinkManager client = unit.connect();
-
-  client.send("?");
-  EXPECT_EQ(client.receiveAll(), "");
-  settleEverySource(unit);
-
-  EXPECT_EQ(unit.display.takeWrites(), Lines{});
-}
-
-TEST_F(NewLink, DoesNotAnnounceADeviceWhoseWorkerHasEnded) {
-  startAt("high");
-  sim::Worker& gone = attach(scanner("1-1", "Gone"));
-  attach(scanner("1-2", "Here"));
-  unit.unplug(gone.device());
-  gone.exitWith(0);
-  eventually("the daemon's notice of its worker's end", [&] { return unit.daemon().children().size() == 1; });
-
-  EXPECT_EQ(shownAt("high"), Lines{"Here attached\n"});
-}
-
-TEST_F(SlowerLink, TerminatesTheWorkersOfHighSpeedDevicesAndAnnouncesTheOthers) {
+TEST_F(LinkChangeToFullSpeed, TerminatesTheWorkersOfHighSpeedDevicesAndAnnouncesTheOthers) {
   startAt("high");
   sim::Worker& slow = attach(scanner("1-1", "Slow"));
   sim::Worker& fast = attach(fastScanner("1-2", "Fast"));
@@ -164,98 +127,87 @@ TEST_F(SlowerLink, TerminatesTheWorkersOfHighSpeedDevicesAndAnnouncesTheOthers) 
   superSpeed.speed = "5000";
   sim::Worker& super = attach(superSpeed);
 
-  const Lines lines = shownAt("full");
+  const Lines shown = shownAt("full");
 
   fast.waitForEnd();
-  EXPECT_TRUE(contains(lines, "Slow attached\n"));
-  EXPECT_TRUE(contains(lines, "Super attached\n"));
-  EXPECT_FALSE(contains(lines, "Fast attached\n"));
+  const auto isShown = [&](const std::string& name) {
+    return std::count(shown.begin(), shown.end(), display::attached(name) + "\n") == 1;
+  };
+  EXPECT_TRUE(isShown("Slow"));
+  EXPECT_TRUE(isShown("Super"));
+  EXPECT_FALSE(isShown("Fast"));
   EXPECT_TRUE(slow.isRunning());
   EXPECT_TRUE(super.isRunning());
 }
 
-TEST_F(SlowerLink, TerminatesByTheTerminationSignal) {
+TEST_F(LinkChangeToFullSpeed, TerminatesByTheTerminationSignal) {
   startAt("high");
-  sim::Worker& fast = attach(fastScanner());
-  ASSERT_EQ(::kill(fast.start.pid, SIGSTOP), 0);
-  waitUntilStopped(fast.start.pid);
+  const pid_t worker = attach(fastScanner()).start.pid;
+  ASSERT_EQ(::kill(worker, SIGSTOP), 0);
+  support::waitUntilStopped(worker);
 
-  change("full");
-  settleEverySource(unit);
+  deliver(linkLine("full"));
 
-  EXPECT_EQ(pendingSignalsOf(fast.start.pid), std::set<int>{SIGTERM});
-  ASSERT_EQ(::kill(fast.start.pid, SIGCONT), 0);
-  fast.waitForEnd();
+  EXPECT_EQ(support::pendingSignalsOf(worker), std::set<int>{SIGTERM});
+  ASSERT_EQ(::kill(worker, SIGCONT), 0);
 }
 
-TEST_F(SlowerLink, TerminatesNothingWhenFullSpeedIsRepeated) {
-  startAt("full");
-  sim::Worker& worker = attach(scanner());
-  unit.sysfs.writeAttribute(worker.device(), "speed", "480\n");
+class LinkChangeToFullSpeedWithout : public LinkChangeToFullSpeed {
+ protected:
+  /** A device whose speed cannot be read ends the daemon. */
+  void expectEndForLackOfSpeed(const std::string& directory) {
+    send(linkLine("full"));
+    EXPECT_EQ(lastWordsOf(unit.daemon()), error::openFailed(reason::noSuchFile, directory + "/speed"));
+  }
+};
 
-  EXPECT_EQ(shownAt("full"), Lines{"Scanner attached\n"});
-  EXPECT_EQ(pendingSignalsOf(worker.start.pid), std::set<int>{});
-  EXPECT_TRUE(worker.isRunning());
-}
-
-TEST_F(SlowerLink, TerminatesNothingWhenFullSpeedIsRepeatedByALaterLine) {
+TEST_F(LinkChangeToFullSpeedWithout, ADeviceThatHasAWorkerEndsTheDaemon) {
   startAt("high");
-  EXPECT_EQ(shownAt("full"), Lines{});
-  sim::Worker& worker = attach(scanner());
-  unit.sysfs.writeAttribute(worker.device(), "speed", "480\n");
-
-  EXPECT_TRUE(contains(shownAt("full"), "Scanner attached\n"));
-  EXPECT_TRUE(worker.isRunning());
-}
-
-TEST_F(SlowerLink, TerminatesNothingForAnyOtherWord) {
-  startAt("high");
-  sim::Worker& worker = attach(fastScanner());
-
-  EXPECT_EQ(shownAt("low"), Lines{"Fast Scanner attached\n"});
-  EXPECT_EQ(shownAt("FULL"), Lines{"Fast Scanner attached\n"});
-  EXPECT_EQ(shownAt("fuller"), Lines{"Fast Scanner attached\n"});
-  EXPECT_TRUE(worker.isRunning());
-}
-
-TEST_F(SlowerLink, TerminatesNothingWhenTheLinkBecomesFaster) {
-  startAt("full");
-  sim::Worker& worker = attach(scanner());
-  unit.sysfs.writeAttribute(worker.device(), "speed", "480\n");
-
-  EXPECT_EQ(shownAt("high"), Lines{"Scanner attached\n"});
-  EXPECT_TRUE(worker.isRunning());
-}
-
-TEST_F(SlowerLink, EndsADaemonWhoseDeviceHasGoneBeforeItsWorker) {
-  sim::Daemon& daemon = startAt("high");
   const std::string directory = attach(scanner()).device();
   unit.unplug(directory);
   unit.settle();
 
-  change("full");
-
-  EXPECT_EQ(lastWordsOf(daemon), "No such file or directory while open(\"" + directory + "/speed\")");
+  expectEndForLackOfSpeed(directory);
 }
 
-TEST_F(SlowerLink, EndsADaemonThatServesAKeyboardNodeSinceItHasNoSpeed) {
-  sim::Daemon& daemon = startAt("high");
-  const std::string node = unit.plug(sim::HiddevNode{.usbDevice = unit.plug(keyboard())});
-  unit.workers.waitForWorker();
-
-  change("full");
-
-  EXPECT_EQ(lastWordsOf(daemon), "No such file or directory while open(\"" + node + "/speed\")");
+TEST_F(LinkChangeToFullSpeedWithout, TheSpeedOfAStorageNodeEndsTheDaemon) {
+  startAt("high");
+  expectEndForLackOfSpeed(attachDisk().device());
 }
 
-TEST_F(SlowerLink, EndsADaemonThatServesAStorageNodeSinceItHasNoSpeed) {
-  sim::Daemon& daemon = startAt("high");
-  const std::string node = unit.plug(sim::ScsiGenericNode{.usbDevice = unit.plug(disk())});
-  unit.workers.waitForWorker();
+/** Changes of the link that terminate no worker, though its device has become one of high speed. */
+struct HarmlessChange {
+  std::string name;
+  Lines before;  ///< speeds, the first of which is the command line's
+  Lines after;   ///< speeds that are delivered when the worker runs
+  friend std::ostream& operator<<(std::ostream& out, const HarmlessChange& one) { return out << one.name; }
+};
 
-  change("full");
+const std::vector<HarmlessChange> harmlessChanges = {
+    {"FullSpeedAgain", {"full"}, {"full", "full"}},
+    {"FullSpeedOfALaterLineAgain", {"high", "full"}, {"full"}},
+    {"AnyOtherWord", {"high"}, {"low", "FULL", "fuller"}},
+    {"AFasterLink", {"full"}, {"high"}},
+};
 
-  EXPECT_EQ(lastWordsOf(daemon), "No such file or directory while open(\"" + node + "/speed\")");
+class LinkChangeTo : public LinkChange, public testing::WithParamInterface<HarmlessChange> {};
+
+TEST_P(LinkChangeTo, TerminatesNothing) {
+  startAt(GetParam().before.front());
+  std::for_each(GetParam().before.begin() + 1, GetParam().before.end(),
+                [&](const std::string& speed) { deliver(linkLine(speed)); });
+  sim::Worker& worker = attach(scanner());
+  unit.sysfs.writeAttribute(worker.device(), "speed", "480\n");
+
+  for (const std::string& speed : GetParam().after) {
+    EXPECT_EQ(shownAt(speed), writes({display::attached("Scanner")})) << speed;
+  }
+
+  EXPECT_EQ(support::pendingSignalsOf(worker.start.pid), std::set<int>{});
+  EXPECT_TRUE(worker.isRunning());
 }
+
+INSTANTIATE_TEST_SUITE_P(Speed, LinkChangeTo, testing::ValuesIn(harmlessChanges),
+                         testing::PrintToStringParamName());
 
 }  // namespace

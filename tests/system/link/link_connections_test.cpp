@@ -1,121 +1,96 @@
+// What becomes of the connections of control clients, and of the numbers that they had in the daemon.
+
 #include <gtest/gtest.h>
 
-#include "sim/error.h"
+#include <string>
+#include <vector>
+
 #include "system/support/control_messages.h"
-#include "system/support/eventually.h"
+#include "system/support/daemon_fixture.h"
 
 namespace {
+
+using support::acceptedClient;
+using support::askForParameters;
+using support::commandLine;
+using support::isSilentAndOpen;
 
 const std::string firstLine = "first 1001 high eth1 IN1 OUT1";
 const std::string secondLine = "second 1002 high eth2 IN2 OUT2";
 const std::string thirdLine = "third 1003 high eth3 IN3 OUT3";
 
 /** A daemon whose port is not known. */
-class ControlConnections : public testing::Test {
+class LinkConnections : public support::DaemonFixture {
  protected:
-  void SetUp() override {
-    unit.startDaemon({"--debug=ctrl", "transmitter", "0", "high"});
-    unit.waitUntilServing();
-  }
-
-  /** A client that has asked and waits; in the daemon its connection has the lowest free number. */
-  sim::LinkManager waitingClient() {
-    const std::size_t before = unit.daemon().openDescriptors().size();
-    sim::LinkManager client = unit.connect();
-    client.send("?");
-    eventually("a client kept", [&] { return unit.daemon().openDescriptors().size() > before; });
-    return client;
-  }
-
-  /** Delivers a line that may make the port 0 again. */
-  sim::LinkManager deliverUnanswered(const std::string& line) {
-    sim::LinkManager manager = unit.connect();
-    manager.send(line);
-    unit.settle();
-    unit.settle();  // the line has been served before this event
-    return manager;
-  }
-
-  sim::Unit unit;
+  LinkConnections() { start(commandLine({"--debug=ctrl"}, {"transmitter", "0", "high"})); }
 };
 
-bool isSilentAndOpen(sim::LinkManager& client) {
-  try {
-    static_cast<void>(client.receive(sim::Deadline(0)));
-    return false;
-  } catch (const sim::TimedOut&) {
-    return true;
-  }
-}
+TEST_F(LinkConnections, ThatDeliveredALineStayOpenAndSilent) {
+  const std::size_t before = unit.daemon().openDescriptors().size();
 
-}  // namespace
+  sim::LinkManager& first = deliver(firstLine);
+  sim::LinkManager& second = deliver(secondLine);
 
-TEST_F(ControlConnections, ThatDeliveredALineStayOpenAndSilent) {
-  sim::LinkManager manager = deliver(unit, firstLine);
-  unit.settle();
-  EXPECT_TRUE(isSilentAndOpen(manager));
+  EXPECT_TRUE(isSilentAndOpen(first));
+  EXPECT_TRUE(isSilentAndOpen(second));
+  EXPECT_EQ(unit.daemon().openDescriptors().size(), before + 2);
   EXPECT_TRUE(unit.daemon().isRunning());
 }
 
-TEST_F(ControlConnections, ThatDeliveredAnEarlierLineStayOpenAndSilent) {
-  sim::LinkManager first = deliver(unit, firstLine);
-  sim::LinkManager second = deliver(unit, secondLine);
-  EXPECT_TRUE(isSilentAndOpen(first));
-  EXPECT_TRUE(isSilentAndOpen(second));
+TEST_F(LinkConnections, OfAnsweredQueriesAreClosed) {
+  deliver(firstLine);
+  const std::vector<int> before = unit.daemon().openDescriptors();
+
+  for (int i = 0; i < 20; ++i) {
+    askForParameters(unit);
+  }
+
+  EXPECT_EQ(unit.daemon().openDescriptors(), before);
 }
 
-TEST_F(ControlConnections, WithTheNumberOfAClientThatWaitedGetTheirOwnLineAndStayOpen) {
-  sim::LinkManager waiting = waitingClient();
-  const sim::LinkManager first = deliver(unit, firstLine);
-  EXPECT_EQ(waiting.receiveAll(), firstLine);
-  sim::LinkManager second = deliver(unit, secondLine);
+/** A client that waited has been answered with the first line: the next connection gets its number. */
+class LinkConnectionsWithTheNumberOfAWaitingClient : public LinkConnections {
+ protected:
+  LinkConnectionsWithTheNumberOfAWaitingClient() {
+    sim::LinkManager waiting = acceptedClient(unit, "?");
+    deliver(firstLine);
+    EXPECT_EQ(waiting.receiveAll(), firstLine);
+  }
+};
+
+TEST_F(LinkConnectionsWithTheNumberOfAWaitingClient, GetTheirOwnLineAndStayOpen) {
+  sim::LinkManager& second = deliver(secondLine);
+
   EXPECT_EQ(second.receive(), secondLine);
   EXPECT_TRUE(isSilentAndOpen(second));
   EXPECT_TRUE(unit.daemon().isRunning());
 }
 
-TEST_F(ControlConnections, WithTheNumberOfAClientThatWaitedGetLaterLinesAndAreClosed) {
-  sim::LinkManager waiting = waitingClient();
-  const sim::LinkManager first = deliver(unit, firstLine);
-  sim::LinkManager second = deliver(unit, secondLine);
-  const sim::LinkManager third = deliver(unit, thirdLine);
-  EXPECT_EQ(waiting.receiveAll(), firstLine);
+TEST_F(LinkConnectionsWithTheNumberOfAWaitingClient, GetLaterLinesAndAreClosed) {
+  sim::LinkManager& second = deliver(secondLine);
+  deliver(thirdLine);
+
   EXPECT_EQ(second.receiveAll(), secondLine + thirdLine);
   EXPECT_EQ(askForParameters(unit), thirdLine);
 }
 
-TEST_F(ControlConnections, ThatReplaceOneThatWasClosedByALaterLineEndTheDaemon) {
-  const sim::LinkManager waiting = waitingClient();
-  const sim::LinkManager first = deliver(unit, firstLine);
-  const sim::LinkManager second = deliver(unit, secondLine);
-  sim::LinkManager third = deliver(unit, thirdLine);
-  third.close();
+TEST_F(LinkConnectionsWithTheNumberOfAWaitingClient, LeaveTheEndOfTheDaemonToTheConnectionThatReplacesThem) {
+  deliver(secondLine);
+  deliver(thirdLine).close();
+
   EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(0));
 }
 
-TEST_F(ControlConnections, OfAClientThatWaitsWhereOneHasWaitedGetEachLineOnce) {
-  sim::LinkManager earlier = waitingClient();
-  const sim::LinkManager first = deliverUnanswered("first 0 high eth1");
+TEST_F(LinkConnections, OfAClientThatWaitsWhereOneHasWaitedGetEachLineOnce) {
+  sim::LinkManager earlier = acceptedClient(unit, "?");
+  deliver("first 0 high eth1");
   EXPECT_EQ(earlier.receiveAll(), "first 0 high eth1");
-  sim::LinkManager later = waitingClient();
-  const sim::LinkManager second = deliver(unit, secondLine);
+  sim::LinkManager later = acceptedClient(unit, "?");
+
+  deliver(secondLine);
+
   EXPECT_EQ(later.receiveAll(), secondLine);
   EXPECT_EQ(askForParameters(unit), secondLine);
 }
 
-TEST_F(ControlConnections, OfWaitingClientsAreClosedByTheLineThatAnswersThem) {
-  const std::size_t before = unit.daemon().openDescriptors().size();
-  const sim::LinkManager one = waitingClient();
-  const sim::LinkManager two = waitingClient();
-  const sim::LinkManager manager = deliver(unit, firstLine);
-  EXPECT_EQ(unit.daemon().openDescriptors().size(), before + 1);
-}
-
-TEST_F(ControlConnections, OfAnsweredQueriesAreClosed) {
-  const sim::LinkManager manager = deliver(unit, firstLine);
-  const std::vector<int> before = unit.daemon().openDescriptors();
-  for (int i = 0; i < 20; ++i) {
-    askForParameters(unit);
-  }
-  EXPECT_EQ(unit.daemon().openDescriptors(), before);
-}
+}  // namespace

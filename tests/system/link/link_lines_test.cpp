@@ -1,112 +1,122 @@
+// Lines of link parameters: what their fields change, and where they end.
+
 #include <gtest/gtest.h>
 
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "sim/contract.h"
+#include "system/support/attached_devices.h"
 #include "system/support/control_messages.h"
-#include "system/support/worker_launch.h"
+#include "system/support/daemon_fixture.h"
+#include "system/support/last_words.h"
 
 namespace {
 
-class ControlLines : public WorkerLaunch {
- protected:
-  /** What the generic worker of a device is started with after this line. */
-  Arguments workerAfter(const std::string& line) {
-    startWith({"--keys", "OLDIN", "OLDOUT"});
-    const sim::LinkManager manager = deliver(unit, line);
-    return genericWorker().start.arguments;
-  }
+using namespace std::string_literals;
+using support::acceptedClient;
+using support::askForParameters;
+using support::commandLine;
+using support::Lines;
 
-  static Arguments generic(const std::string& inkey, const std::string& outkey, const std::string& interface,
-                           const std::string& host, const std::string& port) {
-    return {"usb_rx_generic", "--keys", inkey, outkey, interface, host, port, genericDirectory};
+/** What the generic worker of a device is started with after a line, between "--keys" and the device. */
+struct Line {
+  std::string name;
+  std::string text;
+  Lines worker;
+  friend std::ostream& operator<<(std::ostream& out, const Line& line) { return out << line.name; }
+};
+
+const std::vector<Line> lines = {
+    {"SixFields", "host 7000 full wlan0 KEYIN KEYOUT", {"KEYIN", "KEYOUT", "wlan0", "host", "7000"}},
+    {"FourFieldsKeepTheKeys", "host 7000 full wlan0", {"OLDIN", "OLDOUT", "wlan0", "host", "7000"}},
+    {"EmptyKeysKeepTheKeys", "host 7000 full wlan0  ", {"OLDIN", "OLDOUT", "wlan0", "host", "7000"}},
+    {"OneKeyKeepsTheOther", "host 7000 full wlan0 KEYIN", {"KEYIN", "OLDOUT", "wlan0", "host", "7000"}},
+    {"SecondKeyKeepsTheFirst", "host 7000 full wlan0  KEYOUT", {"OLDIN", "KEYOUT", "wlan0", "host", "7000"}},
+    {"TwoFieldsEmptyTheInterface", "host 7000", {"OLDIN", "OLDOUT", "", "host", "7000"}},
+    {"EmptyHost", " 7000 full wlan0", {"OLDIN", "OLDOUT", "wlan0", "", "7000"}},
+    {"EverySingleBlankDivides", "host 7000  wlan0 KEYIN", {"KEYIN", "OLDOUT", "wlan0", "host", "7000"}},
+    {"MoreThanSixFields", "host 7000 full wlan0 IN OUT and more", {"IN", "OUT", "wlan0", "host", "7000"}},
+    {"TabsAndNewlineDivideNothing",
+     "host 7000 full wl\tan0 KEYIN KEYOUT\n",
+     {"KEYIN", "KEYOUT\n", "wl\tan0", "host", "7000"}},
+    {"MinusOneIsTheHighestPort", "host -1 full wlan0", {"OLDIN", "OLDOUT", "wlan0", "host", "65535"}},
+};
+
+class LinkLinesOf : public support::DaemonFixture, public testing::WithParamInterface<Line> {};
+
+TEST_P(LinkLinesOf, FieldsReachTheGenericWorker) {
+  start(commandLine({"--debug=ctrl", "--keys", "OLDIN", "OLDOUT"}));
+
+  deliver(GetParam().text);
+
+  Lines expected = support::joined({"usb_rx_generic", "--keys"}, GetParam().worker);
+  expected.push_back(scanner().directory());
+  EXPECT_EQ(attach(scanner()).start.arguments, expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Text, LinkLinesOf, testing::ValuesIn(lines), testing::PrintToStringParamName());
+
+class LinkLines : public support::DaemonFixture {
+ protected:
+  /** Delivers a line to a daemon without a port, and checks how much of it is taken. */
+  void expectTaken(const std::string& line, const std::string& byWaitingClients,
+                   const std::string& byTheDaemon) {
+    start(commandLine({"--debug=ctrl"}, {"transmitter", "0", "high"}));
+    sim::LinkManager waiting = acceptedClient(unit, "?");
+    deliver(line);
+    EXPECT_EQ(waiting.receiveAll(), byWaitingClients);
+    EXPECT_EQ(askForParameters(unit), byTheDaemon);
+    EXPECT_EQ(attach(scanner()).start.arguments.at(3), byTheDaemon.substr(byTheDaemon.rfind(' ') + 1));
   }
 };
 
+/** A line of this many bytes, the last three of which are not the same. */
+std::string lineOf(std::size_t size) {
+  const std::string head = "host 7000 high eth1 KEYIN ";
+  return head + std::string(size - head.size() - 3, 'k') + "xyz";
+}
+
+TEST_F(LinkLines, Of255BytesAreTakenWhole) {
+  expectTaken(lineOf(255), lineOf(255), lineOf(255));
+}
+
+TEST_F(LinkLines, Of256BytesLoseTheirLastByte) {
+  expectTaken(lineOf(256), lineOf(256).substr(0, 255), lineOf(256).substr(0, 255));
+}
+
+TEST_F(LinkLines, EndAtTheirFirstNulButForWaitingClients) {
+  const std::string line = "host 7000 high eth1 KEYIN KEYOUT\n";
+  expectTaken(line + "\0 more"s, line + "\0 more"s, line);
+}
+
+TEST_F(LinkLines, Of300BytesAreCutAndTheRestEndsTheDaemon) {
+  start(commandLine({"--debug=ctrl"}, {"transmitter", "0", "high"}));
+  sim::LinkManager waiting = acceptedClient(unit, "?");
+
+  send(lineOf(300));
+
+  EXPECT_EQ(waiting.receiveAll(), lineOf(300).substr(0, 255));
+  EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(0));
+}
+
+TEST_F(LinkLines, WithoutAPortEndTheDaemon) {
+  for (const std::string& line : {""s, "ab"s, "\0host 7000"s, "host port high eth1"s, "host  high"s,
+                                  "host 65536"s, "host 0x1388"s, "host 5000\n"s}) {
+    sim::Daemon& daemon = unit.startDaemon(commandLine({}));
+    unit.connect().send(line);
+    EXPECT_EQ(support::lastWordsOf(daemon), contract::error::badNumber) << line;
+  }
+}
+
+TEST_F(LinkLines, WithoutASpeedEmptyIt) {
+  start(commandLine({"--debug=ctrl"}, {"transmitter", "5000", "full"}));
+  deliver("host 7000");
+
+  unit.plug(fastScanner());
+
+  EXPECT_EQ(unit.display.waitForWrite(), contract::display::attached("Fast Scanner") + "\n");
+}
+
 }  // namespace
-
-TEST_F(ControlLines, OfSixFieldsTellHostPortSpeedInterfaceAndKeys) {
-  EXPECT_EQ(workerAfter("host 7000 full wlan0 KEYIN KEYOUT"),
-            generic("KEYIN", "KEYOUT", "wlan0", "host", "7000"));
-}
-
-TEST_F(ControlLines, OfFourFieldsKeepTheKeys) {
-  EXPECT_EQ(workerAfter("host 7000 full wlan0"), generic("OLDIN", "OLDOUT", "wlan0", "host", "7000"));
-}
-
-TEST_F(ControlLines, WithEmptyKeysKeepTheKeys) {
-  EXPECT_EQ(workerAfter("host 7000 full wlan0  "), generic("OLDIN", "OLDOUT", "wlan0", "host", "7000"));
-}
-
-TEST_F(ControlLines, WithOneKeyKeepTheOther) {
-  EXPECT_EQ(workerAfter("host 7000 full wlan0 KEYIN "), generic("KEYIN", "OLDOUT", "wlan0", "host", "7000"));
-}
-
-TEST_F(ControlLines, WithFiveFieldsKeepTheSecondKey) {
-  EXPECT_EQ(workerAfter("host 7000 full wlan0 KEYIN"), generic("KEYIN", "OLDOUT", "wlan0", "host", "7000"));
-}
-
-TEST_F(ControlLines, WithTheSecondKeyOnlyKeepTheFirst) {
-  EXPECT_EQ(workerAfter("host 7000 full wlan0  KEYOUT"), generic("OLDIN", "KEYOUT", "wlan0", "host", "7000"));
-}
-
-TEST_F(ControlLines, OfThreeFieldsEmptyTheInterface) {
-  EXPECT_EQ(workerAfter("host 7000 full"), generic("OLDIN", "OLDOUT", "", "host", "7000"));
-}
-
-TEST_F(ControlLines, OfTwoFieldsEmptyTheInterface) {
-  EXPECT_EQ(workerAfter("host 7000"), generic("OLDIN", "OLDOUT", "", "host", "7000"));
-}
-
-TEST_F(ControlLines, MayHaveAnEmptyHost) {
-  EXPECT_EQ(workerAfter(" 7000 full wlan0"), generic("OLDIN", "OLDOUT", "wlan0", "", "7000"));
-}
-
-TEST_F(ControlLines, DivideTheirFieldsAtEverySingleBlank) {
-  EXPECT_EQ(workerAfter("host 7000  wlan0 KEYIN"), generic("KEYIN", "OLDOUT", "wlan0", "host", "7000"));
-}
-
-TEST_F(ControlLines, EndTheSecondKeyAtABlank) {
-  EXPECT_EQ(workerAfter("host 7000 full wlan0 KEYIN KEYOUT more and more"),
-            generic("KEYIN", "KEYOUT", "wlan0", "host", "7000"));
-}
-
-TEST_F(ControlLines, AreNotDividedAtTabs) {
-  EXPECT_EQ(workerAfter("host 7000 full wl\tan0 KEY\tIN KEYOUT"),
-            generic("KEY\tIN", "KEYOUT", "wl\tan0", "host", "7000"));
-}
-
-TEST_F(ControlLines, KeepANewlineInTheirLastField) {
-  EXPECT_EQ(workerAfter("host 7000 full wlan0 KEYIN KEYOUT\n"),
-            generic("KEYIN", "KEYOUT\n", "wlan0", "host", "7000"));
-}
-
-TEST_F(ControlLines, TakeMinusOneForTheHighestPort) {
-  EXPECT_EQ(workerAfter("host -1 full wlan0"), generic("OLDIN", "OLDOUT", "wlan0", "host", "65535"));
-}
-
-TEST_F(ControlLines, TakeTheHighestPort) {
-  EXPECT_EQ(workerAfter("host 65535 full wlan0"), generic("OLDIN", "OLDOUT", "wlan0", "host", "65535"));
-}
-
-TEST_F(ControlLines, ReplaceEachOther) {
-  startWith({"--keys", "OLDIN", "OLDOUT"});
-  const sim::LinkManager first = deliver(unit, "first 1 full eth1 IN1 OUT1");
-  EXPECT_EQ(genericWorker("1-1").start.arguments, generic("IN1", "OUT1", "eth1", "first", "1"));
-  const sim::LinkManager second = deliver(unit, "second 2 full eth2  OUT2");
-  sim::Worker& worker = genericWorker("1-5");
-  EXPECT_EQ(worker.start.arguments, (Arguments{"usb_rx_generic", "--keys", "IN1", "OUT2", "eth2", "second",
-                                               "2", "/sys/devices/platform/usb-host.0/usb1/1-5"}));
-}
-
-TEST_F(ControlLines, DoNotTouchWorkersThatRun) {
-  startWith({});
-  sim::Worker& worker = genericWorker();
-  const sim::LinkManager manager = deliver(unit, "host 7000 high wlan0 KEYIN KEYOUT");
-  EXPECT_TRUE(worker.isRunning());
-  EXPECT_EQ(unit.workers.count(), 1U);
-}
-
-TEST_F(ControlLines, WithoutASpeedEmptyIt) {
-  startFor({"transmitter", "5000", "full"});
-  const sim::LinkManager manager = deliver(unit, "host 7000");
-  unit.plug(highSpeedDevice());
-  EXPECT_EQ(unit.display.waitForWrite(), "Synthetic Device attached\n");
-}

@@ -1,102 +1,111 @@
+// Keys of the link go to generic workers and control clients, and nowhere else.
+
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <string>
 
+#include "sim/contract.h"
+#include "system/support/attached_devices.h"
 #include "system/support/control_messages.h"
-#include "system/support/eventually.h"
-#include "system/support/worker_launch.h"
+#include "system/support/daemon_fixture.h"
+#include "system/support/made_up_devices.h"
 
 namespace {
+
+using support::acceptedClient;
+using support::askForParameters;
+using support::commandLine;
 
 /** Every key that goes through the daemon contains this. */
 constexpr const char* secret = "S3cret";
 
-class ControlSecrecy : public WorkerLaunch {
+const std::string toClient = contract::debug::immediateSend("host 7000 full eth1 *** ***", 0);
+const std::string answer = contract::debug::line(toClient.substr(0, toClient.size() - 1));
+
+bool isSecret(const std::string& text) {
+  return text.find(secret) != std::string::npos;
+}
+
+class LinkSecrecy : public support::DaemonFixture {
  protected:
-  /** Takes the daemon through everything that it does with keys, up to its end. */
-  void workWithKeys() {
-    const sim::LinkManager first = deliver(unit, "host 7000 full eth1 S3cretIn S3cretOut");
-    genericWorker();
-    const sim::LinkManager second = deliver(unit, "host 7000 full eth1 S3cretIn2 S3cretOut2 rest\n");
-    const sim::LinkManager third = deliver(unit, "host 7000 full eth1  S3cretOut3");
-    const sim::LinkManager fourth =
-        deliver(unit, "host 7000 full eth1 " + std::string(200, 'k') + secret + " " + secret);
-    genericWorker("1-5");
+  /** Takes a daemon with keys through everything that it does with keys, up to its end. */
+  void workWithKeys(const std::string& log) {
+    start(commandLine(
+        {log, "--debug=ctrl,generic,keyboard,scsi", "--class=all", "--keys", "S3cretIn0", "S3cretOut0"}));
+    attach(scanner("1-4"));
+    for (const std::string& line : {std::string("host 7000 full eth1 S3cretIn S3cretOut"),
+                                    std::string("host 7000 full eth1  S3cretOut3"),
+                                    std::string("host 7000 full eth1 S3cretIn2 S3cretOut2 rest\n"),
+                                    "host 7000 full eth1 " + std::string(200, 'k') + secret + " " + secret}) {
+      send(line);
+      askForParameters(unit);
+    }
+    attach(scanner("1-5"));
     unit.plug(named(isochronousDevice(), "1-6", "Speaker"));
-    unit.connect().send("host badport full eth1 S3cretIn4 S3cretOut4");
+    send("host badport full eth1 S3cretIn4 S3cretOut4");
     EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
   }
 
-  void expectNothingShown() {
+  void expectNothingPrintedOrShown() {
     for (const std::string& write : unit.display.takeWrites()) {
-      EXPECT_EQ(write.find(secret), std::string::npos) << write;
+      EXPECT_FALSE(isSecret(write)) << write;
     }
-    EXPECT_EQ(unit.daemon().standardOutput().find(secret), std::string::npos);
-    EXPECT_EQ(unit.daemon().standardError().find(secret), std::string::npos) << unit.daemon().standardError();
+    EXPECT_FALSE(isSecret(unit.daemon().standardOutput()));
+    EXPECT_FALSE(isSecret(unit.daemon().standardError())) << unit.daemon().standardError();
   }
 };
 
-}  // namespace
+TEST_F(LinkSecrecy, KeepsKeysFromStandardError) {
+  workWithKeys("--stderr");
 
-TEST_F(ControlSecrecy, KeysAreNeverOnStandardError) {
-  startWith({"--debug=ctrl,generic,keyboard,scsi", "--keys", "S3cretIn0", "S3cretOut0"});
-  genericWorker("1-4");
-  workWithKeys();
-  EXPECT_TRUE(unit.daemon().hasLine("immediate send host 7000"));
-  expectNothingShown();
+  EXPECT_TRUE(unit.daemon().hasLine(answer));
+  expectNothingPrintedOrShown();
 }
 
-TEST_F(ControlSecrecy, KeysAreNeverInSyslog) {
-  startWith({"--syslog", "--debug=ctrl,generic,keyboard,scsi", "--keys", "S3cretIn0", "S3cretOut0"});
-  genericWorker("1-4");
-  workWithKeys();
-  bool sent = false;
-  for (const sim::SyslogMessage& message : unit.syslog.takeMessages()) {
-    EXPECT_EQ(message.raw.find(secret), std::string::npos) << message.raw;
-    sent = sent || message.text.find("immediate send host 7000") != std::string::npos;
+TEST_F(LinkSecrecy, KeepsKeysFromSyslog) {
+  workWithKeys("--syslog");
+
+  const std::vector<sim::SyslogMessage> messages = unit.syslog.takeMessages();
+  EXPECT_TRUE(std::any_of(messages.begin(), messages.end(), [](const sim::SyslogMessage& message) {
+    return message.text.starts_with(answer);
+  }));
+  for (const sim::SyslogMessage& message : messages) {
+    EXPECT_FALSE(isSecret(message.raw)) << message.raw;
   }
-  EXPECT_TRUE(sent);
-  expectNothingShown();
+  expectNothingPrintedOrShown();
 }
 
-TEST_F(ControlSecrecy, KeysAreHiddenOneByOneInTheLogOfAQuery) {
-  startWith({"--debug=ctrl"});
-  const sim::LinkManager manager = deliver(unit, "host 7000 full eth1  S3cretOut");
-  askForParameters(unit);
-  EXPECT_TRUE(unit.daemon().hasLine("[rx_ctrl] immediate send host 7000 full eth1 *** *** to "));
-}
-
-TEST_F(ControlSecrecy, ALineWithoutKeysIsLoggedAsItCame) {
-  startWith({"--debug=ctrl"});
-  const sim::LinkManager manager = deliver(unit, "host 7000 full eth1");
-  askForParameters(unit);
-  EXPECT_TRUE(unit.daemon().hasLine("[rx_ctrl] immediate send host 7000 full eth1 to "));
-}
-
-TEST_F(ControlSecrecy, KeysReachNoWorkerButTheGenericOne) {
-  startWith({"--keys", "S3cretIn", "S3cretOut"});
-  for (const sim::WorkerStart& worker : {keyboardWorker().start, scsiWorker().start}) {
+TEST_F(LinkSecrecy, KeepsKeysFromKeyboardAndStorageWorkers) {
+  start(commandLine({"--debug=ctrl", "--class=all", "--keys", "S3cretIn", "S3cretOut"}));
+  for (const sim::WorkerStart& worker : {attachKeyboard().start, attachDisk().start}) {
     for (const std::string& argument : worker.arguments) {
-      EXPECT_EQ(argument.find(secret), std::string::npos) << argument;
+      EXPECT_FALSE(isSecret(argument)) << argument;
     }
   }
 }
 
-TEST_F(ControlSecrecy, KeysDoNotGoToASyslogThatHasTheNumberOfAnAnsweredClient) {
+TEST_F(LinkSecrecy, KeepsKeysFromASyslogThatHasTheNumberOfAnAnsweredClient) {
   std::filesystem::remove("/dev/log");
-  unit.startDaemon({"--syslog", "--debug=ctrl", "transmitter", "0", "high"});
+  unit.startDaemon(commandLine({"--syslog", "--debug=ctrl"}, {"transmitter", "0", "high"}));
   sim::LinkManager waiting = unit.connect();
   waiting.send("?");
-  const sim::LinkManager first = deliver(unit, "host 7000 full eth1 in out");
+  send("host 7000 full eth1 in out");
+  askForParameters(unit);
   ASSERT_EQ(waiting.receiveAll(), "host 7000 full eth1 in out");
 
   sim::SyslogSink syslog;  // the next message opens it, under the lowest free number
   askForParameters(unit);
-  syslog.waitForText("immediate send");
-  const sim::LinkManager second = deliver(unit, "host 7000 full eth1 S3cretIn S3cretOut");
+  syslog.waitForText(answer);
+  send("host 7000 full eth1 S3cretIn S3cretOut");
+  askForParameters(unit);
+
   for (const sim::SyslogMessage& message : syslog.takeMessages()) {
-    EXPECT_EQ(message.raw.find(secret), std::string::npos) << message.raw;
+    EXPECT_FALSE(isSecret(message.raw)) << message.raw;
   }
   askForParameters(unit);
-  syslog.waitForText("immediate send");  // nor was it closed
+  syslog.waitForText(answer);  // nor was it closed
 }
+
+}  // namespace

@@ -1,4 +1,4 @@
-// Every text of a running daemon's frame, byte for byte: all that it says in one run each.
+// Whole runs print and show exactly the texts of the contract, and nothing else.
 
 #include <gtest/gtest.h>
 
@@ -8,28 +8,32 @@
 #include <string>
 #include <vector>
 
-#include "sim/unit.h"
+#include "sim/contract.h"
 #include "system/support/attached_devices.h"
+#include "system/support/daemon_fixture.h"
+#include "system/support/hotplug.h"
 
 namespace {
 
-using Lines = std::vector<std::string>;
+namespace debug = contract::debug;
+namespace display = contract::display;
+namespace error = contract::error;
 
-const std::string directory = "/sys/devices/platform/usb-host.0/usb1/1-1";
-const std::string node = directory + "/1-1:1.0/usb/hiddev0";
-const std::string cannotOpenConfiguration = "Config failed to open file '/vel/quor.conf\n";
+using support::commandLine;
+using support::joined;
+using support::Lines;
+using support::tagged;
 
-const Lines debugging = {"--debug=ctrl", "transmitter", "5000", "high"};
-const Lines started = {"[rx_ctrl] setup signal hansler", "[rx_ctrl] coldplugging existing devices",
-                       "[rx_ctrl] hotplugging new devices"};
-const Lines attached = {"[rx_ctrl] add /devices/platform/usb-host.0/usb1/1-1", "[rx_ctrl] subsystem is 'usb'",
-                        "[rx_ctrl]   no iso endpoints found, this is supported.",
-                        "[rx_ctrl] this is a generic USB device",
-                        "[rx_ctrl] starting usb_rx_generic for " + directory};
+const std::string node = scanner().directory() + "/1-1:1.0/usb/hiddev0";
+const std::string cannotOpenConfiguration = error::cannotOpenConfig(contract::configurationPath);
 
-Lines joined(Lines lines, const Lines& more) {
-  lines.insert(lines.end(), more.begin(), more.end());
-  return lines;
+const Lines started = tagged({debug::hangupHandler, debug::coldplugging, debug::hotplugging});
+const Lines startedAndAttached = joined(started, genericDevice(scanner().directory()));
+const Lines scannerShown = {display::attached("Scanner")};
+
+/** A text with a newline at its end as a line. */
+std::string lineOf(const std::string& text) {
+  return text.substr(0, text.size() - 1);
 }
 
 struct Run {
@@ -39,22 +43,11 @@ struct Run {
   Lines standardError;  ///< its lines, without the time where there is one
   Lines display;
   std::string standardOutput = cannotOpenConfiguration;
+  friend std::ostream& operator<<(std::ostream& out, const Run& run) { return out << run.name; }
 };
 
-std::ostream& operator<<(std::ostream& out, const Run& run) {
-  return out << run.name;
-}
-
-sim::LinkManager configured(sim::Unit& unit, const std::string& speed = "high") {
-  sim::LinkParameters parameters;
-  parameters.speed = speed;
-  sim::LinkManager client = unit.connect();
-  client.configure(parameters);
-  return client;
-}
-
 void endByControlConnection(sim::Unit& unit) {
-  configured(unit).close();
+  unit.connect().configure();
   EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(0));
 }
 
@@ -64,10 +57,14 @@ void attachThenEnd(sim::Unit& unit, const sim::UsbDevice& device) {
   endByControlConnection(unit);
 }
 
-void failToExecute(sim::Unit& unit) {
-  unit.plug(scanner());
-  unit.workers.waitForWorker().exitWith(42);
-  EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
+void attachScannerThenEnd(sim::Unit& unit) {
+  attachThenEnd(unit, scanner());
+}
+
+void attachUnnamedDeviceThenEnd(sim::Unit& unit) {
+  sim::UsbDevice device = scanner();
+  device.product.reset();
+  attachThenEnd(unit, device);
 }
 
 void reloadThenEnd(sim::Unit& unit) {
@@ -75,12 +72,19 @@ void reloadThenEnd(sim::Unit& unit) {
   attachThenEnd(unit, scanner());
 }
 
+void failToExecute(sim::Unit& unit) {
+  unit.plug(scanner());
+  unit.workers.waitForWorker().exitWith(42);
+  EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
+}
+
 /** The class nodes have no speed of their own. */
 void dropTheSpeedUnderAKeyboard(sim::Unit& unit) {
   unit.sysfs.add(keyboard("1-1"));
-  unit.plug(sim::HiddevNode{.usbDevice = directory});
+  unit.plug(sim::HiddevNode{.usbDevice = scanner().directory()});
   unit.workers.waitForWorker();
-  const sim::LinkManager client = configured(unit, "full");
+  sim::LinkManager client = unit.connect();
+  client.send(support::linkLine("full"));
   EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
 }
 
@@ -90,75 +94,45 @@ void sendABadPort(sim::Unit& unit) {
   EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
 }
 
-sim::UsbDevice unnamed() {
-  sim::UsbDevice device = scanner();
-  device.product.reset();
-  return device;
-}
-
 const std::vector<Run> runs = {
-    {"StartAndEnd", debugging, endByControlConnection, started, {}},
-    {"StartAndEndWithoutDebugging", {"transmitter", "5000", "high"}, endByControlConnection, {}, {}},
-    {"NamedDevice",
-     debugging,
-     [](sim::Unit& unit) { attachThenEnd(unit, scanner()); },
-     joined(started, attached),
-     {"Scanner attached\n"}},
+    {"StartAndEnd", commandLine(), endByControlConnection, started, {}},
+    {"StartAndEndWithoutDebugging", commandLine({}), endByControlConnection, {}, {}},
+    {"NamedDevice", commandLine(), attachScannerThenEnd, startedAndAttached, scannerShown},
+    {"NamedDeviceWithoutDebugging", commandLine({}), attachScannerThenEnd, {}, scannerShown},
     {"UnnamedDevice",
-     debugging,
-     [](sim::Unit& unit) { attachThenEnd(unit, unnamed()); },
-     joined(started, attached),
-     {"un-named device attached\n"}},
-    {"NamedDeviceWithoutDebugging",
-     {"transmitter", "5000", "high"},
-     [](sim::Unit& unit) { attachThenEnd(unit, scanner()); },
-     {},
-     {"Scanner attached\n"}},
-    {"ConfigurationReadAgain",
-     debugging,
-     reloadThenEnd,
-     joined(started, attached),
-     {"Scanner attached\n"},
+     commandLine(),
+     attachUnnamedDeviceThenEnd,
+     startedAndAttached,
+     {display::attached(display::unnamedDevice)}},
+    {"ConfigurationReadAgain", commandLine(), reloadThenEnd, startedAndAttached, scannerShown,
      cannotOpenConfiguration + cannotOpenConfiguration},
     {"WorkerThatCannotBeExecuted",
-     debugging,
+     commandLine(),
      failToExecute,
-     joined(joined(started, attached), {"[RxCtrl] *** subprocess exec() failed; maybe not found? ***"}),
+     joined(startedAndAttached, {lineOf(error::execFailed)}),
      {}},
     {"NodeWithoutASpeed",
-     {"--debug=ctrl", "--class=keyboard", "transmitter", "5000", "high"},
+     commandLine({"--debug=ctrl", "--class=keyboard"}),
      dropTheSpeedUnderAKeyboard,
-     joined(started,
-            {"[rx_ctrl] add " + node.substr(sizeof("/sys") - 1), "[rx_ctrl] subsystem is 'usb'",
-             "[rx_ctrl] this is HID device", "[rx_ctrl] starting usb_rx_keyboard for " + node + " (180:0)",
-             "No such file or directory while open(\"" + node + "/speed\")", ""}),
-     {"Keyboard attached\n"}},
-    {"ParametersWithABadPort",
-     debugging,
-     sendABadPort,
-     joined(started, {"bad lexical cast: source type value could not be interpreted as target", ""}),
-     {}},
+     joined(joined(started, usbDevice(node, {debug::hid, debug::startingKeyboard(node, "180:0")})),
+            {error::openFailed(contract::reason::noSuchFile, node + "/speed"), ""}),
+     {display::attached("Keyboard")}},
+    {"ParametersWithABadPort", commandLine(), sendABadPort, joined(started, {error::badNumber, ""}), {}},
 };
 
-class Runs : public testing::TestWithParam<Run> {};
+class ContractTexts : public support::DaemonFixture, public testing::WithParamInterface<Run> {};
 
-TEST_P(Runs, SayExactlyThis) {
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon(GetParam().arguments);
-  unit.waitUntilServing();
+TEST_P(ContractTexts, AreAllThatARunPrintsAndShows) {
+  sim::Daemon& daemon = start(GetParam().arguments);
 
   GetParam().events(unit);
 
   EXPECT_EQ(daemon.messages(), GetParam().standardError);
   EXPECT_EQ(daemon.standardOutput(), GetParam().standardOutput);
-  EXPECT_EQ(unit.display.takeWrites(), GetParam().display);
+  EXPECT_EQ(unit.display.takeWrites(), support::writes(GetParam().display));
   EXPECT_TRUE(unit.syslog.takeMessages().empty());
 }
 
-std::string nameOf(const testing::TestParamInfo<Run>& info) {
-  return info.param.name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Texts, Runs, testing::ValuesIn(runs), nameOf);
+INSTANTIATE_TEST_SUITE_P(Of, ContractTexts, testing::ValuesIn(runs), testing::PrintToStringParamName());
 
 }  // namespace

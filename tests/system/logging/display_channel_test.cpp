@@ -2,186 +2,145 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include "sim/contract.h"
 #include "sim/files.h"
-#include "sim/unit.h"
 #include "system/support/attached_devices.h"
+#include "system/support/daemon_fixture.h"
 #include "system/support/process_state.h"
 
 namespace {
 
-namespace fs = std::filesystem;
+using support::commandLine;
+using support::writes;
 
 constexpr const char* fifo = "/dev/osd_fifo";
 
-/** Makes the daemon write one user message: every storage worker is announced at its start. */
-void attachDisk(sim::Unit& unit, const std::string& name, const std::string& vendor) {
-  sim::ScsiGenericNode node;
-  node.usbDevice = unit.plug(disk(name));
-  node.name = "sg" + name.substr(name.find('-') + 1);
-  node.vendor = vendor;
-  node.model = "Disk";
-  unit.plug(node);
-  unit.settle();
-}
+class DisplayChannel : public support::DaemonFixture {
+ protected:
+  sim::Daemon& startWithStorage() { return start(commandLine({"--debug=ctrl", "--class=all"})); }
 
-sim::Daemon& startWithStorage(sim::Unit& unit) {
-  sim::Daemon& daemon = unit.startDaemon({"--debug=ctrl", "--class=all", "transmitter", "5000", "high"});
-  unit.waitUntilServing();
-  return daemon;
-}
-
-bool hasOpen(const sim::Daemon& daemon, const std::string& path) {
-  for (const int number : daemon.openDescriptors()) {
-    if (targetOf(daemon.pid(), number) == path) {
-      return true;
-    }
+  /** Makes the daemon write one user message: every storage worker is announced at its start. */
+  void attachDiskOf(const std::string& vendor) {
+    sim::ScsiGenericNode node;
+    node.name = "sg" + std::to_string(++disks_);
+    node.usbDevice = unit.plug(disk("1-" + std::to_string(disks_)));
+    node.vendor = vendor;
+    node.model = "Disk";
+    unit.plug(node);
+    unit.settle();
   }
-  return false;
-}
 
-TEST(DisplayChannel, GetsEachMessageAsOneWriteThatEndsInOneNewline) {
-  sim::Unit unit;
-  startWithStorage(unit);
+  [[nodiscard]] bool isOpen() {
+    const std::vector<int> open = unit.daemon().openDescriptors();
+    return std::any_of(open.begin(), open.end(),
+                       [&](int number) { return support::targetOf(unit.daemon().pid(), number) == fifo; });
+  }
 
-  attachDisk(unit, "1-1", "First");
-  attachDisk(unit, "1-2", "Second");
-  attachDisk(unit, "1-3", "");
+  static std::string textOf(const std::string& vendor) {
+    return contract::display::attached(vendor + " Disk");
+  }
 
-  EXPECT_EQ(
-      unit.display.takeWrites(),
-      (std::vector<std::string>{"First Disk attached\n", "Second Disk attached\n", " Disk attached\n"}));
+ private:
+  int disks_ = 0;
+};
+
+TEST_F(DisplayChannel, GetsEachMessageAsOneWriteThatEndsInOneNewline) {
+  startWithStorage();
+  const std::string longVendor(3000, 'v');
+
+  for (const std::string& vendor : {std::string("First"), longVendor, std::string()}) {
+    attachDiskOf(vendor);
+  }
+
+  EXPECT_EQ(unit.display.takeWrites(), writes({textOf("First"), textOf(longVendor), textOf("")}));
   EXPECT_TRUE(unit.display.keepsBoundaries());
 }
 
-TEST(DisplayChannel, GetsALongMessageAsOneWrite) {
-  sim::Unit unit;
-  startWithStorage(unit);
-  const std::string vendor(3000, 'v');
-
-  attachDisk(unit, "1-1", vendor);
-
-  EXPECT_EQ(unit.display.waitForWrite(), vendor + " Disk attached\n");
-  EXPECT_TRUE(unit.display.keepsBoundaries());
-}
-
-TEST(DisplayChannel, GetsMessagesAlsoWhenTheLogGoesToSyslog) {
-  sim::Unit unit;
-  unit.startDaemon({"--syslog", "transmitter", "5000", "full"});
-  unit.waitUntilServing();
+TEST_F(DisplayChannel, GetsMessagesAlsoWhenTheLogGoesToSyslog) {
+  start(commandLine({"--syslog"}, {"transmitter", "5000", "full"}));
 
   unit.plug(fastScanner());
 
-  EXPECT_EQ(unit.display.waitForWrite(),
-            "High speed Fast Scanner is not supported on a full speed only port\n");
+  EXPECT_EQ(unit.display.waitForWrite(), contract::display::highSpeed("Fast Scanner") + "\n");
 }
 
-TEST(DisplayChannel, IsOpenedAtTheStart) {
-  sim::Unit unit;
-
-  EXPECT_TRUE(hasOpen(startWithStorage(unit), fifo));
+TEST_F(DisplayChannel, IsOpenedAtTheStart) {
+  startWithStorage();
+  EXPECT_TRUE(isOpen());
 }
 
-TEST(DisplayChannel, MayBeMissing) {
-  sim::Unit unit;
+TEST_F(DisplayChannel, MayBeMissing) {
   unit.display.removeFifo();
-  sim::Daemon& daemon = startWithStorage(unit);
+  sim::Daemon& daemon = startWithStorage();
 
-  attachDisk(unit, "1-1", "First");
+  attachDiskOf("First");
 
   EXPECT_TRUE(daemon.isRunning());
-  EXPECT_FALSE(fs::exists(fifo));
-  EXPECT_TRUE(daemon.hasLine("[rx_ctrl] starting usb_rx_scsi for "));
+  EXPECT_FALSE(std::filesystem::exists(fifo));
+  unit.workers.waitForWorker();
 }
 
-TEST(DisplayChannel, IsNotUsedWhenItIsMadeAfterTheStart) {
-  sim::Unit unit;
-  unit.display.removeFifo();
-  sim::Daemon& daemon = startWithStorage(unit);
-  unit.display.makeFifo();
-  unit.display.openReader();
-
-  attachDisk(unit, "1-1", "First");
-
-  EXPECT_TRUE(unit.display.takeWrites().empty());
-  EXPECT_FALSE(hasOpen(daemon, fifo));
-}
-
-TEST(DisplayChannel, IsNotUsedWhenNobodyReadsItAtTheStart) {
-  sim::Unit unit;
-  unit.display.closeReader();
-  sim::Daemon& daemon = startWithStorage(unit);
-  unit.display.openReader();
-
-  attachDisk(unit, "1-1", "First");
-
-  EXPECT_TRUE(unit.display.takeWrites().empty());
-  EXPECT_FALSE(hasOpen(daemon, fifo));
-}
-
-TEST(DisplayChannel, MayBeADirectory) {
-  sim::Unit unit;
-  unit.display.removeFifo();
-  fs::create_directory(fifo);
-  sim::Daemon& daemon = startWithStorage(unit);
-
-  attachDisk(unit, "1-1", "First");
-
-  EXPECT_TRUE(daemon.isRunning());
-}
-
-TEST(DisplayChannel, MayBeAFile) {
-  sim::Unit unit;
+TEST_F(DisplayChannel, MayBeAFile) {
   unit.display.removeFifo();
   sim::writeFile(fifo, "");
-  startWithStorage(unit);
+  startWithStorage();
 
-  attachDisk(unit, "1-1", "First");
-  attachDisk(unit, "1-2", "Second");
+  attachDiskOf("First");
+  attachDiskOf("Second");
 
-  EXPECT_EQ(sim::readFile(fifo), "First Disk attached\nSecond Disk attached\n");
+  EXPECT_EQ(sim::readFile(fifo), textOf("First") + "\n" + textOf("Second") + "\n");
 }
 
-TEST(DisplayChannel, LosesAMessageWhenItIsFullAndGetsTheNext) {
-  sim::Unit unit;
-  sim::Daemon& daemon = startWithStorage(unit);
-
-  unit.display.fill();
-  attachDisk(unit, "1-1", "First");
-  unit.display.drain();
-  attachDisk(unit, "1-2", "Second");
-
-  EXPECT_EQ(unit.display.takeWrites(), (std::vector<std::string>{"Second Disk attached\n"}));
-  EXPECT_TRUE(daemon.isRunning());
-}
-
-TEST(DisplayChannel, LosesAMessageWhenItsReaderHasGoneAndGetsTheNext) {
-  sim::Unit unit;
-  sim::Daemon& daemon = startWithStorage(unit);
-
+TEST_F(DisplayChannel, IsNotUsedWhenNobodyReadsItAtTheStart) {
   unit.display.closeReader();
-  attachDisk(unit, "1-1", "First");
+  startWithStorage();
   unit.display.openReader();
-  attachDisk(unit, "1-2", "Second");
 
-  EXPECT_EQ(unit.display.takeWrites(), (std::vector<std::string>{"Second Disk attached\n"}));
-  EXPECT_TRUE(daemon.isRunning());
+  attachDiskOf("First");
+
+  EXPECT_TRUE(unit.display.takeWrites().empty());
+  EXPECT_FALSE(isOpen());
 }
 
-TEST(DisplayChannel, IsNotOpenedAnewWhenAnotherFifoTakesItsPlace) {
-  sim::Unit unit;
-  sim::Daemon& daemon = startWithStorage(unit);
+TEST_F(DisplayChannel, IsNotOpenedAnewWhenAnotherFifoTakesItsPlace) {
+  startWithStorage();
   unit.display.removeFifo();
   unit.display.makeFifo();
   unit.display.openReader();
 
-  attachDisk(unit, "1-1", "First");
+  attachDiskOf("First");
 
   EXPECT_TRUE(unit.display.takeWrites().empty());
-  EXPECT_FALSE(hasOpen(daemon, fifo));
+  EXPECT_FALSE(isOpen());
+}
+
+TEST_F(DisplayChannel, LosesAMessageWhenItIsFullAndGetsTheNext) {
+  sim::Daemon& daemon = startWithStorage();
+
+  unit.display.fill();
+  attachDiskOf("First");
+  unit.display.drain();
+  attachDiskOf("Second");
+
+  EXPECT_EQ(unit.display.takeWrites(), writes({textOf("Second")}));
+  EXPECT_TRUE(daemon.isRunning());
+}
+
+TEST_F(DisplayChannel, LosesAMessageWhenItsReaderHasGoneAndGetsTheNext) {
+  sim::Daemon& daemon = startWithStorage();
+
+  unit.display.closeReader();
+  attachDiskOf("First");
+  unit.display.openReader();
+  attachDiskOf("Second");
+
+  EXPECT_EQ(unit.display.takeWrites(), writes({textOf("Second")}));
+  EXPECT_TRUE(daemon.isRunning());
 }
 
 }  // namespace

@@ -1,53 +1,22 @@
-// SIGHUP and the signals that the daemon leaves as they are.
+// SIGHUP: the policy is read again for the next generic device, and nothing else happens.
 
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <set>
 #include <string>
 
-#include "sim/unit.h"
+#include "sim/contract.h"
 #include "system/support/attached_devices.h"
-#include "system/support/process_state.h"
+#include "system/support/daemon_fixture.h"
 
 namespace {
 
-TEST(Signals, AreCaughtForEndedChildrenAndHangupsOnly) {
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon();
-  unit.waitUntilServing();
+namespace display = contract::display;
 
-  const ProcessState state = stateOf(daemon.pid());
-  EXPECT_TRUE(state.caughtSignals.contains(SIGCHLD));
-  EXPECT_TRUE(state.caughtSignals.contains(SIGHUP));
-  for (const int other : {SIGTERM, SIGINT, SIGQUIT, SIGUSR1, SIGUSR2, SIGALRM}) {
-    EXPECT_FALSE(state.caughtSignals.contains(other)) << other;
-  }
-  EXPECT_EQ(state.ignoredSignals, std::set<int>{SIGPIPE});
-  EXPECT_EQ(state.blockedSignals, std::set<int>{});
-}
+using HangupSignal = support::DaemonFixture;
 
-TEST(Signals, ThatAskForTheEndEndTheDaemon) {
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon();
-  unit.waitUntilServing();
-
-  daemon.signal(SIGTERM);
-
-  EXPECT_EQ(daemon.waitForExit(), sim::ProcessEnd::killedBy(SIGTERM));
-}
-
-TEST(Hangup, TellsThatItsHandlerIsThere) {
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon();
-
-  EXPECT_EQ(daemon.waitForLine("signal"), "[rx_ctrl] setup signal hansler");
-}
-
-TEST(Hangup, DoesNothingByItself) {
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon();
-  unit.waitUntilServing();
+TEST_F(HangupSignal, DoesNothingByItself) {
+  sim::Daemon& daemon = start();
   const std::size_t lines = daemon.messages().size();
   const std::string output = daemon.standardOutput();
 
@@ -61,66 +30,55 @@ TEST(Hangup, DoesNothingByItself) {
   EXPECT_TRUE(unit.display.takeWrites().empty());
 }
 
-TEST(Hangup, BringsAChangedPolicyToTheNextGenericDevice) {
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon();
-  unit.waitUntilServing();
-  unit.writeConfig("[usb]\nhid_only = 1\n");
-  unit.plug(scanner("1-1"));
-  unit.workers.waitForWorker();
+TEST_F(HangupSignal, BringsAChangedPolicyToTheNextGenericDevice) {
+  sim::Daemon& daemon = start();
+  sim::Unit::writeConfig("[usb]\nhid_only = 1\n");
+  attach(scanner("1-1"));
 
   daemon.signal(SIGHUP);
   unit.plug(scanner("1-2"));
 
-  EXPECT_EQ(unit.display.waitForWrite(), "Scanner is not supported because it has non-HID endpoints\n");
+  EXPECT_EQ(unit.display.waitForWrite(), display::nonHid("Scanner") + "\n");
   unit.settle();
   EXPECT_EQ(unit.workers.count(), 1U);
 }
 
-TEST(Hangup, ReadsTheConfigurationOnceForSeveralSignals) {
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon();
-  unit.waitUntilServing();
-  const std::string line = "Config failed to open file '/vel/quor.conf\n";
+TEST_F(HangupSignal, ReadsTheConfigurationOnceForSeveralSignals) {
+  const std::string line = contract::error::cannotOpenConfig(contract::configurationPath);
+  sim::Daemon& daemon = start();
   EXPECT_EQ(daemon.standardOutput(), line);
 
   daemon.signal(SIGHUP);
   daemon.signal(SIGHUP);
-  unit.plug(scanner("1-1"));
-  unit.plug(scanner("1-2"));
-  unit.settle();
+  attach(scanner("1-1"));
+  attach(scanner("1-2"));
 
   EXPECT_EQ(daemon.standardOutput(), line + line);
 }
 
-TEST(Hangup, LeavesTheSettingsOfTheStartAsTheyAre) {
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon();
-  unit.waitUntilServing();
-  unit.writeConfig("[usb]\ndebug = generic,bogus\nclasses = bogus\nlog_to_syslog = 1\n");
+TEST_F(HangupSignal, LeavesTheSettingsOfTheStartAsTheyAre) {
+  sim::Daemon& daemon = start();
+  sim::Unit::writeConfig("[usb]\ndebug = generic,bogus\nclasses = bogus\nlog_to_syslog = 1\n");
 
   daemon.signal(SIGHUP);
-  const std::string directory = unit.plug(scanner());
 
-  EXPECT_EQ(unit.workers.waitForWorker().start.arguments, genericWorker(directory));
+  EXPECT_EQ(attach(scanner()).start.arguments, genericWorker(scanner().directory()));
   unit.settle();
   EXPECT_TRUE(unit.syslog.takeMessages().empty());
 }
 
-TEST(Hangup, DuringTheWaitForADeviceHoldsForThatDevice) {
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon();
-  unit.waitUntilServing();
+TEST_F(HangupSignal, DuringTheWaitForADeviceHoldsForThatDevice) {
+  sim::Daemon& daemon = start();
   sim::UsbDevice incomplete = scanner();
   incomplete.deviceClass.reset();
   const std::string directory = unit.plug(incomplete);
-  daemon.waitForLine("subsystem is 'usb'");
+  daemon.waitForLine(contract::debug::subsystem("usb"));
 
-  unit.writeConfig("[usb]\nhid_only = 1\n");
+  sim::Unit::writeConfig("[usb]\nhid_only = 1\n");
   daemon.signal(SIGHUP);
   unit.sysfs.writeAttribute(directory, "bDeviceClass", "00\n");
 
-  EXPECT_EQ(unit.display.waitForWrite(), "Scanner is not supported because it has non-HID endpoints\n");
+  EXPECT_EQ(unit.display.waitForWrite(), display::nonHid("Scanner") + "\n");
 }
 
 }  // namespace

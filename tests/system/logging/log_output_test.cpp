@@ -4,20 +4,34 @@
 #include <sys/time.h>
 
 #include <cmath>
+#include <csignal>
 #include <filesystem>
 #include <regex>
 #include <string>
 #include <vector>
 
-#include "sim/unit.h"
+#include "sim/contract.h"
 #include "system/support/attached_devices.h"
+#include "system/support/control_messages.h"
+#include "system/support/daemon_fixture.h"
 
 namespace {
+
+namespace debug = contract::debug;
+namespace error = contract::error;
+
+using support::commandLine;
+using support::Lines;
+using Output = sim::ProcessOptions::Output;
 
 constexpr int userDebug = 8 + 7;
 constexpr int userError = 8 + 3;
 
-const std::vector<std::string> debugToSyslog = {"--syslog", "--debug=ctrl", "transmitter", "5000", "high"};
+/** Seconds of two places and three decimals. */
+const std::string timePattern = R"(( \d|\d\d|100)\.\d{3}: )";
+const Lines debugToSyslog = commandLine({"--syslog", "--debug=ctrl"});
+const std::string missingDirectory = error::bindFailed(contract::reason::noSuchFile);
+const std::string percentSigns = "/devices/%s%n%d%%";
 
 double wallClock() {
   timeval now{};
@@ -25,27 +39,26 @@ double wallClock() {
   return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_usec) / 1e6;
 }
 
-TEST(StandardErrorLog, BeginsEveryLineWithSecondsOfTwoPlacesAndThreeDecimals) {
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon();
-  unit.waitUntilServing();
-  unit.plug(scanner());
+using LogOutput = support::DaemonFixture;
+
+TEST_F(LogOutput, BeginsEveryLineWithTheTimeAndTheTag) {
+  sim::Daemon& daemon = start();
+  attach(scanner());
   unit.settle();
 
-  const std::regex line(R"(( \d|\d\d|100)\.\d{3}: \[rx_ctrl\] .+)");
+  const std::regex line(timePattern + R"(\[rx_ctrl\] .+)");
   ASSERT_GE(daemon.lines().size(), 5U);
   for (const std::string& each : daemon.lines()) {
     EXPECT_TRUE(std::regex_match(each, line)) << each;
   }
 }
 
-TEST(StandardErrorLog, TellsTheWallClockModulo100Seconds) {
+TEST_F(LogOutput, HasTheWallClockModulo100SecondsAsItsTime) {
   constexpr double wrap = 100;
   constexpr double roundingError = 0.001;
-  sim::Unit unit;
   const double before = wallClock();
   sim::Daemon& daemon = unit.startDaemon();
-  daemon.waitForLine("[rx_ctrl] hotplugging new devices");
+  daemon.waitForLine(debug::line(debug::hotplugging));
   const double after = wallClock();
 
   for (const std::string& line : daemon.lines()) {
@@ -55,158 +68,117 @@ TEST(StandardErrorLog, TellsTheWallClockModulo100Seconds) {
   }
 }
 
-TEST(StandardErrorLog, GivesAnErrorALineWithTheTimeAndAnEmptyOne) {
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon({"--sock=/missing/socket", "transmitter", "5000", "high"});
+TEST_F(LogOutput, HasALineWithTheTimeAndAnEmptyOneForAnError) {
+  sim::Daemon& daemon = unit.startDaemon(commandLine({"--sock=/missing/socket"}));
   daemon.waitForExit();
 
-  const std::regex text(R"(( \d|\d\d|100)\.\d{3}: No such file or directory while bind\(\)\n\n)");
-  EXPECT_TRUE(std::regex_match(daemon.standardError(), text)) << daemon.standardError();
+  const std::string output = daemon.standardError();
+  EXPECT_EQ(sim::messageOf(output), missingDirectory + "\n\n");
+  EXPECT_TRUE(std::regex_search(output, std::regex("^" + timePattern))) << output;
 }
 
-TEST(StandardErrorLog, IsEmptyWithoutDebugging) {
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon({"--class=all", "transmitter", "5000", "full"});
-  unit.waitUntilServing();
+TEST_F(LogOutput, IsEmptyWithoutDebugging) {
+  sim::Daemon& daemon = start(commandLine({"--class=all"}, {"transmitter", "5000", "full"}));
 
-  unit.plug(scanner("1-1"));
-  unit.plug(fastScanner("1-2"));
-  unit.plug(sim::HiddevNode{.usbDevice = unit.plug(keyboard("1-3"))});
+  attach(scanner("1-1")).exitWith(1);
+  unit.workers.waitForWorker();
+  unit.plug(fastScanner("1-5"));
+  attachKeyboard();
   unit.uevents.add("/devices/missing");
   unit.uevents.remove("/devices/missing");
+  support::askForParameters(unit);
   daemon.signal(SIGHUP);
   unit.settle();
 
   EXPECT_EQ(daemon.standardError(), "");
 }
 
-TEST(StandardErrorLog, KeepsALongMessageWhole) {
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon();
-  const std::string devpath = "/devices/" + std::string(20'000, 'x');
-
-  unit.uevents.remove(devpath);
-
-  EXPECT_EQ(daemon.waitForLine("[rx_ctrl] remove"), "[rx_ctrl] remove " + devpath);
-}
-
-TEST(StandardErrorLog, TakesPercentSignsAsTheyAre) {
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon();
-
-  unit.uevents.remove("/devices/%s%n%d%%");
-
-  EXPECT_EQ(daemon.waitForLine("[rx_ctrl] remove"), "[rx_ctrl] remove /devices/%s%n%d%%");
-}
-
-TEST(SyslogLog, HasTheSameMessagesWithoutTheTime) {
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon(debugToSyslog);
-
-  EXPECT_EQ(unit.syslog.waitForMessage().text, "[rx_ctrl] setup signal hansler");
-  EXPECT_EQ(unit.syslog.waitForMessage().text, "[rx_ctrl] coldplugging existing devices");
-  EXPECT_EQ(unit.syslog.waitForMessage().text, "[rx_ctrl] hotplugging new devices");
-  EXPECT_EQ(daemon.standardError(), "");
-}
-
-TEST(SyslogLog, HasDebugMessagesAtTheDebugLevelOfUserPrograms) {
-  sim::Unit unit;
-  unit.startDaemon(debugToSyslog);
-  unit.waitUntilServing();
-
-  for (const sim::SyslogMessage& message : unit.syslog.takeMessages()) {
-    EXPECT_EQ(message.priority, userDebug) << message.raw;
-    EXPECT_EQ(message.tag, "usb_rx_ctrl") << message.raw;
+TEST_F(LogOutput, KeepsLongMessagesAndPercentSignsAsTheyAre) {
+  sim::Daemon& daemon = start();
+  for (const std::string& devpath : {"/devices/" + std::string(20'000, 'x'), percentSigns}) {
+    unit.uevents.remove(devpath);
+    EXPECT_EQ(daemon.waitForLine("remove /devices"), debug::line(debug::event("remove", devpath)));
   }
 }
 
-TEST(SyslogLog, HasTheErrorThatEndsTheDaemonAtTheErrorLevel) {
-  sim::Unit unit;
-  sim::Daemon& daemon =
-      unit.startDaemon({"--syslog", "--sock=/missing/socket", "transmitter", "5000", "high"});
+using LogOutputToSyslog = support::DaemonFixture;
 
-  const sim::SyslogMessage message = unit.syslog.waitForMessage();
-  EXPECT_EQ(message.priority, userError);
-  EXPECT_EQ(message.text, "No such file or directory while bind()\n");
-  EXPECT_EQ(daemon.waitForExit(), sim::ProcessEnd::exited(1));
-  EXPECT_EQ(daemon.standardError(), "");
-  EXPECT_TRUE(unit.syslog.takeMessages().empty());
-}
-
-TEST(SyslogLog, HasABadPortToo) {
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon({"--syslog", "transmitter", "bogus", "high"});
-
-  const sim::SyslogMessage message = unit.syslog.waitForMessage();
-  EXPECT_EQ(message.priority, userError);
-  EXPECT_EQ(message.text, "bad lexical cast: source type value could not be interpreted as target\n");
-  EXPECT_EQ(daemon.waitForExit(), sim::ProcessEnd::exited(1));
-  EXPECT_EQ(daemon.standardError(), "");
-}
-
-TEST(SyslogLog, TakesPercentSignsAsTheyAre) {
-  sim::Unit unit;
-  unit.startDaemon(debugToSyslog);
-  unit.waitUntilServing();
-
-  unit.uevents.remove("/devices/%s%n%d%%");
-
-  EXPECT_EQ(unit.syslog.waitForText("remove").text, "[rx_ctrl] remove /devices/%s%n%d%%");
-}
-
-TEST(SyslogLog, IsEmptyWithoutDebugging) {
-  sim::Unit unit;
-  unit.startDaemon({"--syslog", "transmitter", "5000", "high"});
-  unit.waitUntilServing();
-  unit.settle();
-
-  EXPECT_TRUE(unit.syslog.takeMessages().empty());
-}
-
-TEST(SyslogLog, MayHaveNoListener) {
-  sim::Unit unit;
-  std::filesystem::remove("/dev/log");
+TEST_F(LogOutputToSyslog, HasTheSameMessagesWithoutTheTimeAtTheDebugLevelOfUserPrograms) {
   sim::Daemon& daemon = unit.startDaemon(debugToSyslog);
-  unit.waitUntilServing();
+
+  for (const char* text : {debug::hangupHandler, debug::coldplugging, debug::hotplugging}) {
+    const sim::SyslogMessage message = unit.syslog.waitForMessage();
+    EXPECT_EQ(message.text, debug::line(text));
+    EXPECT_EQ(message.priority, userDebug) << message.raw;
+    EXPECT_EQ(message.tag, "usb_rx_ctrl") << message.raw;
+  }
+  unit.uevents.remove(percentSigns);
+  EXPECT_EQ(unit.syslog.waitForMessage().text, debug::line(debug::event("remove", percentSigns)));
+  EXPECT_EQ(daemon.standardError(), "");
+}
+
+TEST_F(LogOutputToSyslog, HasTheErrorThatEndsTheDaemonAtTheErrorLevel) {
+  sim::Daemon& daemon = unit.startDaemon(commandLine({"--syslog", "--sock=/missing/socket"}));
+
+  const sim::SyslogMessage message = unit.syslog.waitForMessage();
+  EXPECT_EQ(message.priority, userError);
+  EXPECT_EQ(message.text, missingDirectory + "\n");
+  EXPECT_EQ(daemon.waitForExit(), sim::ProcessEnd::exited(1));
+  EXPECT_EQ(daemon.standardError(), "");
+  EXPECT_TRUE(unit.syslog.takeMessages().empty());
+}
+
+TEST_F(LogOutputToSyslog, HasABadPortToo) {
+  sim::Daemon& daemon = unit.startDaemon(commandLine({"--syslog"}, {"transmitter", "bogus", "high"}));
+
+  const sim::SyslogMessage message = unit.syslog.waitForMessage();
+  EXPECT_EQ(message.priority, userError);
+  EXPECT_EQ(message.text, std::string(error::badNumber) + "\n");
+  EXPECT_EQ(daemon.waitForExit(), sim::ProcessEnd::exited(1));
+  EXPECT_EQ(daemon.standardError(), "");
+}
+
+TEST_F(LogOutputToSyslog, IsEmptyWithoutDebugging) {
+  start(commandLine({"--syslog"}));
+  unit.settle();
+
+  EXPECT_TRUE(unit.syslog.takeMessages().empty());
+}
+
+TEST_F(LogOutputToSyslog, MayHaveNoListener) {
+  std::filesystem::remove("/dev/log");
+  sim::Daemon& daemon = start(debugToSyslog);
   unit.settle();
 
   EXPECT_TRUE(daemon.isRunning());
   EXPECT_EQ(daemon.standardError(), "");
 }
 
-TEST(LostReaders, OfStandardErrorDoNotStopTheDaemon) {
-  sim::Unit unit;
-  sim::ProcessOptions options;
-  options.standardError = sim::ProcessOptions::Output::BrokenPipe;
-  sim::Daemon& daemon = unit.startDaemon({"--debug=ctrl", "transmitter", "5000", "high"}, options);
-  sim::LinkManager client = unit.connect();
-  client.send("?");
+class LogOutputWithoutAReader : public support::DaemonFixture {
+ protected:
+  sim::ProcessOptions world;
+};
 
-  EXPECT_EQ(client.receiveAll(), "");
-  const std::string directory = unit.plug(scanner());
-  EXPECT_EQ(unit.workers.waitForWorker().start.arguments, genericWorker(directory));
+TEST_F(LogOutputWithoutAReader, OnStandardErrorDoesNotStopTheDaemon) {
+  world.standardError = Output::BrokenPipe;
+  sim::Daemon& daemon = unit.startDaemon(commandLine(), world);
+
+  EXPECT_EQ(support::askForParameters(unit), "");
+  EXPECT_EQ(attach(scanner()).start.arguments, genericWorker(scanner().directory()));
   EXPECT_TRUE(daemon.isRunning());
 }
 
-TEST(LostReaders, OfStandardErrorDoNotChangeTheStatusOfAFailure) {
-  sim::Unit unit;
-  sim::ProcessOptions options;
-  options.standardError = sim::ProcessOptions::Output::BrokenPipe;
-
-  EXPECT_EQ(unit.startDaemon({"transmitter", "bogus", "high"}, options).waitForExit(),
-            sim::ProcessEnd::exited(1));
-  EXPECT_EQ(unit.startDaemon({"--debug=bogus", "transmitter", "5000", "high"}, options).waitForExit(),
-            sim::ProcessEnd::exited(1));
-  EXPECT_EQ(unit.startDaemon({}, options).waitForExit(), sim::ProcessEnd::exited(1));
+TEST_F(LogOutputWithoutAReader, OnStandardErrorDoesNotChangeTheStatusOfAFailure) {
+  world.standardError = Output::BrokenPipe;
+  for (const Lines& arguments :
+       {commandLine({}, {"transmitter", "bogus", "high"}), commandLine({"--debug=bogus"}), Lines{}}) {
+    EXPECT_EQ(unit.startDaemon(arguments, world).waitForExit(), sim::ProcessEnd::exited(1));
+  }
 }
 
-TEST(LostReaders, OfStandardOutputDoNotStopADaemonWithoutAConfiguration) {
-  sim::Unit unit;
-  sim::ProcessOptions options;
-  options.standardOutput = sim::ProcessOptions::Output::BrokenPipe;
-  unit.startDaemon({"--debug=ctrl", "transmitter", "5000", "high"}, options);
-
-  unit.waitUntilServing();
+TEST_F(LogOutputWithoutAReader, OnStandardOutputDoesNotStopADaemonWithoutAConfiguration) {
+  world.standardOutput = Output::BrokenPipe;
+  start(commandLine(), world);
   unit.settle();
 }
 

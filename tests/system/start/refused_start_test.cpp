@@ -1,182 +1,130 @@
-// Every text with which the daemon refuses to start, byte for byte.
+// Every text with which the daemon refuses to start, and the order of its checks.
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
+#include <ostream>
 #include <string>
 #include <vector>
 
-#include "sim/unit.h"
+#include "sim/contract.h"
+#include "system/support/daemon_fixture.h"
 
 namespace {
 
-const std::string usage =
-    "Usage: usb_rx_ctrl [--class={none,keyboard,scsi,all}] [--debug={ctrl,generic,keyboard,scsi}] "
-    "[--syslog|--stderr] [--keys <inkey> <outkey>]  [--sock=<socketpath>] [--intf=<networkconn>] "
-    "<hostname> <port> <speed>";
-const std::string badPort = "bad lexical cast: source type value could not be interpreted as target";
+using support::commandLine;
+using support::Lines;
 
-using Arguments = std::vector<std::string>;
-
-Arguments before(const Arguments& options, const Arguments& positionals = {"transmitter", "5000", "high"}) {
-  Arguments all = options;
-  all.insert(all.end(), positionals.begin(), positionals.end());
-  return all;
-}
-
-Arguments withPort(const std::string& port) {
-  return {"transmitter", port, "high"};
-}
-
-struct RefusedStart {
+struct Start {
   std::string name;
-  Arguments arguments;
+  Lines arguments;
+  std::string standardError;  ///< without the time where there is one
   std::string configuration;
-  std::vector<std::string> standardError;  ///< its lines, without the time where there is one
+  friend std::ostream& operator<<(std::ostream& out, const Start& start) { return out << start.name; }
 };
 
-std::ostream& operator<<(std::ostream& out, const RefusedStart& start) {
-  return out << start.name;
+Start usageFor(const std::string& name, const Lines& arguments) {
+  return {name, arguments, contract::error::usage, ""};
 }
 
-RefusedStart usageFor(const std::string& name, const Arguments& arguments) {
-  return {name, arguments, "", {usage}};
-}
-
-RefusedStart badItem(const std::string& name, const std::string& option, const std::string& item) {
-  return {name, before({option}), "", {"Invalid debug option '" + item + "'"}};
-}
-
-RefusedStart badConfiguredItem(const std::string& name, const std::string& configuration,
-                               const std::string& item) {
-  return {name, before({}), configuration, {"Invalid debug option '" + item + "'"}};
+Start badItem(const std::string& name, const Lines& options, const std::string& item,
+              const std::string& configuration = {}) {
+  return {name, commandLine(options), contract::error::invalidItem(item), configuration};
 }
 
 /** The error is a log message: its text ends in a newline, and so does the line that holds it. */
-RefusedStart failing(const std::string& name, const Arguments& arguments, const std::string& error) {
-  return {name, arguments, "", {error, ""}};
+Start failing(const std::string& name, const Lines& arguments, const std::string& error) {
+  return {name, arguments, error + "\n\n", ""};
 }
 
-const std::vector<RefusedStart> commandLines = {
+Start badPort(const std::string& name, const std::string& port) {
+  return failing(name, commandLine({}, {"transmitter", port, "high"}), contract::error::badNumber);
+}
+
+Start badSocket(const std::string& name, const std::string& path, const std::string& reason) {
+  return failing(name, commandLine({"--sock=" + path}), contract::error::bindFailed(reason));
+}
+
+const std::vector<Start> commandLines = {
     usageFor("NoArguments", {}),
     usageFor("OneArgument", {"transmitter"}),
     usageFor("TwoArguments", {"transmitter", "5000"}),
     usageFor("TwoArgumentsThatLookLikeOptions", {"--debug=bogus", "--class=bogus"}),
-    usageFor("UnknownLongOption", before({"--verbose"})),
-    usageFor("UnknownShortOption", before({"-d"})),
-    usageFor("HelpIsUnknownToo", before({"--help"})),
-    usageFor("FourthPositional", before({"eth1"})),
-    usageFor("EmptyOption", before({""})),
-    usageFor("OptionInCapitals", before({"--SYSLOG"})),
-    usageFor("ListOptionWithoutItsEqualsSign", before({"--debug"})),
-    usageFor("ClassOptionWithoutItsEqualsSign", before({"--class"})),
-    usageFor("ListOptionWithItsListApart", before({"--debug", "ctrl"})),
-    usageFor("SocketOptionWithoutItsEqualsSign", before({"--sock"})),
-    usageFor("InterfaceOptionWithoutItsEqualsSign", before({"--intf"})),
-    usageFor("SyslogOptionWithAValue", before({"--syslog=1"})),
-    usageFor("StandardErrorOptionWithAValue", before({"--stderr="})),
-    usageFor("KeysOptionWithAValue", before({"--keys=a,b"})),
-    usageFor("ThirdKey", before({"--keys", "in", "out", "more"})),
-    usageFor("UnknownOptionBehindGoodOnes", before({"--debug=ctrl", "--class=all", "--syslog", "--what"})),
-    usageFor("UnknownOptionBeforeABadList", before({"--what", "--debug=bogus"})),
-    usageFor("UnknownOptionBeforeABadPort", before({"--what"}, withPort("bogus"))),
+    usageFor("UnknownOption", commandLine({"--help"})),
+    usageFor("FourthArgumentOfTheLink", commandLine({"eth1"})),
+    usageFor("EmptyOption", commandLine({""})),
+    usageFor("ListOptionWithItsListApart", commandLine({"--debug", "ctrl"})),
+    usageFor("SyslogOptionWithAValue", commandLine({"--syslog=1"})),
+    usageFor("ThirdKey", commandLine({"--keys", "in", "out", "more"})),
+    usageFor("UnknownOptionBehindGoodOnes",
+             commandLine({"--debug=ctrl", "--class=all", "--syslog", "--what"})),
+    usageFor("UnknownOptionBeforeABadList", commandLine({"--what", "--debug=bogus"})),
+    usageFor("UnknownOptionBeforeABadPort", commandLine({"--what"}, {"transmitter", "bogus", "high"})),
+    badItem("BadDebugItem", {"--debug=bogus"}, "bogus"),
+    badItem("BadClassItemIsCalledADebugOptionToo", {"--class=bogus"}, "bogus"),
+    badItem("EmptyItemInTheMiddle", {"--debug=ctrl,,scsi"}, ""),
+    badItem("BlankBeforeAnItem", {"--debug=ctrl, scsi"}, " scsi"),
+    badItem("FirstOfTwoBadItems", {"--class=none,one,two"}, "one"),
+    badItem("AllIsNoDebugItem", {"--debug=all"}, "all"),
+    badItem("GenericIsNoClassItem", {"--class=generic"}, "generic"),
+    badItem("SecondEqualsSign", {"--debug==ctrl"}, "=ctrl"),
+    badItem("PercentSigns", {"--debug=%s%n"}, "%s%n"),
+    badItem("BadListBeforeAnUnknownOption", {"--class=bogus", "--what"}, "bogus"),
+    badItem("BadListThoughSyslogIsChosen", {"--syslog", "--debug=bogus"}, "bogus"),
+    badItem("FirstOfTwoBadLists", {"--class=one", "--debug=two"}, "one"),
 };
 
-const std::vector<RefusedStart> lists = {
-    badItem("BadDebugItem", "--debug=bogus", "bogus"),
-    badItem("BadClassItemIsCalledADebugOptionToo", "--class=bogus", "bogus"),
-    badItem("ClassItemInCapitals", "--class=Keyboard", "Keyboard"),
-    badItem("DebugItemInCapitals", "--debug=CTRL", "CTRL"),
-    badItem("EmptyItemInTheMiddle", "--debug=ctrl,,scsi", ""),
-    badItem("EmptyClassItemInTheMiddle", "--class=keyboard,,scsi", ""),
-    badItem("LeadingComma", "--class=,keyboard", ""),
-    badItem("OnlyAComma", "--debug=,", ""),
-    badItem("BlankBeforeAnItem", "--debug=ctrl, scsi", " scsi"),
-    badItem("BlankAfterAnItem", "--class=all ", "all "),
-    badItem("ItemThatBeginsLikeAGoodOne", "--class=keyboards", "keyboards"),
-    badItem("BeginningOfAGoodItem", "--debug=key", "key"),
-    badItem("FirstOfTwoBadItems", "--class=none,one,two", "one"),
-    badItem("AllIsNoDebugItem", "--debug=all", "all"),
-    badItem("GenericIsNoClassItem", "--class=generic", "generic"),
-    badItem("SecondEqualsSign", "--debug==ctrl", "=ctrl"),
-    badItem("PercentSigns", "--debug=%s%n", "%s%n"),
-    {"BadListBeforeAnUnknownOption",
-     before({"--class=bogus", "--what"}),
-     "",
-     {"Invalid debug option 'bogus'"}},
-    {"BadListThoughSyslogIsChosen",
-     before({"--syslog", "--debug=bogus"}),
-     "",
-     {"Invalid debug option 'bogus'"}},
-    {"FirstOfTwoBadLists", before({"--class=one", "--debug=two"}), "", {"Invalid debug option 'one'"}},
+const std::vector<Start> configurations = {
+    badItem("BadDebugItem", {}, "bogus", "[usb]\ndebug = ctrl,bogus\n"),
+    badItem("BadClassItem", {}, "bogus", "[usb]\nclasses = bogus\n"),
+    badItem("DebugListBeforeClassList", {}, "two", "[usb]\nclasses = one\ndebug = two\n"),
+    badItem("BadDebugItemThoughClassesAreGiven", {"--class=all"}, "bogus", "[usb]\ndebug = bogus\n"),
+    badItem("BadClassItemThoughDebugIsGiven", {"--debug=ctrl"}, "bogus", "[usb]\nclasses = bogus\n"),
+    badItem("BadListThoughItChoosesSyslog", {}, "bogus", "[usb]\nlog_to_syslog = 1\nclasses = bogus\n"),
+    {"BadListBeforeABadPort", commandLine({}, {"transmitter", "x", "high"}),
+     contract::error::invalidItem("no"), "[usb]\ndebug = no\n"},
 };
 
-const std::vector<RefusedStart> configurations = {
-    badConfiguredItem("BadConfiguredDebugItem", "[usb]\ndebug = ctrl,bogus\n", "bogus"),
-    badConfiguredItem("BadConfiguredClassItem", "[usb]\nclasses = bogus\n", "bogus"),
-    badConfiguredItem("DebugListBeforeClassList", "[usb]\nclasses = one\ndebug = two\n", "two"),
-    {"BadConfiguredDebugItemThoughClassesAreGiven",
-     before({"--class=all"}),
-     "[usb]\ndebug = bogus\n",
-     {"Invalid debug option 'bogus'"}},
-    {"BadConfiguredClassItemThoughDebugIsGiven",
-     before({"--debug=ctrl"}),
-     "[usb]\nclasses = bogus\n",
-     {"Invalid debug option 'bogus'"}},
-    {"BadConfiguredListBeforeABadPort", withPort("x"), "[usb]\ndebug = no\n", {"Invalid debug option 'no'"}},
-    {"BadListThoughTheConfigurationChoosesSyslog",
-     before({}),
-     "[usb]\nlog_to_syslog = 1\nclasses = bogus\n",
-     {"Invalid debug option 'bogus'"}},
+const std::vector<Start> failures = {
+    badPort("WordAsPort", "five"),
+    badPort("NoPort", ""),
+    badPort("PortOf65536", "65536"),
+    badPort("PortFarTooBig", "99999999999999999999"),
+    badPort("HexadecimalPort", "0x1388"),
+    badPort("PortWithAFraction", "5000.0"),
+    badPort("PortAfterABlank", " 5000"),
+    badPort("PortBeforeABlank", "5000 "),
+    badPort("PortBeforeALetter", "5000x"),
+    badPort("TwoSigns", "+-5"),
+    badPort("OptionAsPort", "--debug=ctrl"),
+    failing("BadPortBeforeABadSocket", commandLine({"--sock=/missing/socket"}, {"transmitter", "x", "high"}),
+            contract::error::badNumber),
+    badSocket("SocketInAMissingDirectory", "/missing/socket", contract::reason::noSuchFile),
+    badSocket("SocketBelowAFile", "/vel/quor.conf/socket", contract::reason::notDirectory),
+    badSocket("SocketInThePlaceOfADirectory", "/vel", contract::reason::addressInUse),
+    badSocket("SocketPathOf108Bytes", "/vel/" + std::string(103, 's'), contract::reason::invalidArgument),
 };
 
-const std::vector<RefusedStart> failures = {
-    failing("WordInPlaceOfThePort", withPort("five"), badPort),
-    failing("NoPort", withPort(""), badPort),
-    failing("PortOf65536", withPort("65536"), badPort),
-    failing("PortFarTooBig", withPort("99999999999999999999"), badPort),
-    failing("HexadecimalPort", withPort("0x1388"), badPort),
-    failing("PortWithAFraction", withPort("5000.0"), badPort),
-    failing("PortAfterABlank", withPort(" 5000"), badPort),
-    failing("PortBeforeABlank", withPort("5000 "), badPort),
-    failing("PortBeforeALetter", withPort("5000x"), badPort),
-    failing("TwoSigns", withPort("+-5"), badPort),
-    failing("OptionInPlaceOfThePort", {"--class=all", "--debug=ctrl", "--syslog"}, badPort),
-    failing("BadPortBeforeABadSocket", before({"--sock=/missing/socket"}, withPort("x")), badPort),
-    failing("SocketInAMissingDirectory", before({"--sock=/missing/socket"}),
-            "No such file or directory while bind()"),
-    failing("SocketBelowAFile", before({"--sock=/vel/quor.conf/socket"}), "Not a directory while bind()"),
-    failing("SocketInThePlaceOfADirectory", before({"--sock=/vel"}), "Address already in use while bind()"),
-    failing("SocketPathOf108Bytes", before({"--sock=/vel/" + std::string(103, 's')}),
-            "Invalid argument while bind()"),
-};
+class RefusedStart : public support::DaemonFixture, public testing::WithParamInterface<Start> {};
 
-class RefusedStarts : public testing::TestWithParam<RefusedStart> {};
-
-TEST_P(RefusedStarts, AreToldOnStandardErrorAndEndWithStatusOne) {
-  const RefusedStart& start = GetParam();
-  sim::Unit unit;
+TEST_P(RefusedStart, PrintsAnErrorAndExitsWithStatusOne) {
   unit.display.removeFifo();  // nobody waits for the daemon to open it
-  unit.writeConfig(start.configuration);
+  unit.writeConfig(GetParam().configuration);
 
-  sim::Daemon& daemon = unit.startDaemon(start.arguments);
+  sim::Daemon& daemon = unit.startDaemon(GetParam().arguments);
 
   EXPECT_EQ(daemon.waitForExit(), sim::ProcessEnd::exited(1));
-  EXPECT_EQ(daemon.messages(), start.standardError);
-  EXPECT_TRUE(daemon.standardError().ends_with('\n'));
+  EXPECT_EQ(sim::messageOf(daemon.standardError()), GetParam().standardError);
   EXPECT_EQ(daemon.standardOutput(), "");
   EXPECT_TRUE(unit.syslog.takeMessages().empty());
   EXPECT_FALSE(std::filesystem::exists(sim::LinkManager::usualPath));
 }
 
-std::string nameOf(const testing::TestParamInfo<RefusedStart>& info) {
-  return info.param.name;
-}
-
-INSTANTIATE_TEST_SUITE_P(CommandLines, RefusedStarts, testing::ValuesIn(commandLines), nameOf);
-INSTANTIATE_TEST_SUITE_P(Lists, RefusedStarts, testing::ValuesIn(lists), nameOf);
-INSTANTIATE_TEST_SUITE_P(Configurations, RefusedStarts, testing::ValuesIn(configurations), nameOf);
-INSTANTIATE_TEST_SUITE_P(Failures, RefusedStarts, testing::ValuesIn(failures), nameOf);
+INSTANTIATE_TEST_SUITE_P(CommandLines, RefusedStart, testing::ValuesIn(commandLines),
+                         testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Configurations, RefusedStart, testing::ValuesIn(configurations),
+                         testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Failures, RefusedStart, testing::ValuesIn(failures),
+                         testing::PrintToStringParamName());
 
 }  // namespace

@@ -1,4 +1,4 @@
-// In which order the daemon makes what it needs, and how it looks to whoever started it.
+// In which order the daemon makes what it needs, and how a started daemon looks from outside.
 
 #include <gtest/gtest.h>
 #include <sys/mount.h>
@@ -6,11 +6,14 @@
 
 #include <csignal>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
-#include "sim/unit.h"
+#include "sim/contract.h"
 #include "system/support/attached_devices.h"
+#include "system/support/control_messages.h"
+#include "system/support/daemon_fixture.h"
 #include "system/support/eventually.h"
 #include "system/support/last_words.h"
 #include "system/support/process_state.h"
@@ -18,141 +21,122 @@
 namespace {
 
 namespace fs = std::filesystem;
+namespace error = contract::error;
+namespace reason = contract::reason;
 
-// What the daemon has open before it makes its first socket: the standard descriptors and a pipe.
+using support::commandLine;
+using support::lastWordsOf;
+using support::Lines;
+
+/** What the daemon has open before it makes its first socket: the standard descriptors and a pipe. */
 constexpr rlim_t descriptorsBeforeSockets = 5;
 
-const std::vector<std::string> plain = {"transmitter", "5000", "high"};
+class StartupOrder : public support::DaemonFixture {
+ protected:
+  StartupOrder() { unit.display.removeFifo(); }
 
-sim::ProcessOptions withDescriptors(rlim_t count) {
-  sim::ProcessOptions options;
-  options.limits = {{RLIMIT_NOFILE, count}};
-  return options;
-}
+  /** The error that ends a daemon which may make so many sockets. */
+  std::string errorWithSockets(rlim_t count, const Lines& options = {}) {
+    sim::ProcessOptions world;
+    world.limits = {{RLIMIT_NOFILE, descriptorsBeforeSockets + count}};
+    return lastWordsOf(unit.startDaemon(commandLine(options), world));
+  }
+};
 
-void mountReadOnly(const std::string& directory) {
-  fs::create_directory(directory);
-  ASSERT_EQ(::mount("none", directory.c_str(), "tmpfs", MS_RDONLY, nullptr), 0);
-}
-
-TEST(StartUp, EndsWhenTheSocketsDirectoryCannotBeWritten) {
-  sim::Unit unit;
-  unit.display.removeFifo();
-  mountReadOnly("/vel/ro");
-
-  EXPECT_EQ(lastWordsOf(unit.startDaemon({"--sock=/vel/ro/control", "transmitter", "5000", "high"})),
-            "Read-only file system while bind()");
-}
-
-TEST(StartUp, MakesTheControlSocketFirst) {
-  sim::Unit unit;
-  unit.display.removeFifo();
-
-  EXPECT_EQ(lastWordsOf(unit.startDaemon(plain, withDescriptors(descriptorsBeforeSockets))),
-            "Too many open files while socket()");
+TEST_F(StartupOrder, MakesTheControlSocketFirst) {
+  EXPECT_EQ(errorWithSockets(0), error::whileCalling(reason::tooManyFiles, "socket()"));
   EXPECT_FALSE(fs::exists(sim::LinkManager::usualPath));
 }
 
-TEST(StartUp, BindsTheControlSocketBeforeTheUeventSocketExists) {
-  // There is room for one socket: were it the uevents', the control socket would fail otherwise.
-  sim::Unit unit;
-  unit.display.removeFifo();
-  const std::vector<std::string> arguments = {"--sock=/missing/socket", "transmitter", "5000", "high"};
-
-  EXPECT_EQ(lastWordsOf(unit.startDaemon(arguments, withDescriptors(descriptorsBeforeSockets + 1))),
-            "No such file or directory while bind()");
+TEST_F(StartupOrder, BindsTheControlSocketBeforeTheUeventSocketExists) {
+  EXPECT_EQ(errorWithSockets(1, {"--sock=/missing/socket"}), error::bindFailed(reason::noSuchFile));
 }
 
-TEST(StartUp, ListensBeforeTheUeventSocketExists) {
-  sim::Unit unit;
-  unit.display.removeFifo();
-
-  EXPECT_EQ(lastWordsOf(unit.startDaemon(plain, withDescriptors(descriptorsBeforeSockets + 1))),
-            "Too many open files while socket(PF_NETLINK)");
+TEST_F(StartupOrder, ListensBeforeTheUeventSocketExists) {
+  EXPECT_EQ(errorWithSockets(1), error::whileCalling(reason::tooManyFiles, "socket(PF_NETLINK)"));
   EXPECT_TRUE(fs::exists(sim::LinkManager::usualPath));
 }
 
-TEST(StartUp, LetsOneSocketHearTheUevents) {
-  sim::Unit unit;
+TEST_F(StartupOrder, EndsWhereTheSocketsDirectoryCannotBeWritten) {
+  fs::create_directory("/vel/ro");
+  ASSERT_EQ(::mount("none", "/vel/ro", "tmpfs", MS_RDONLY, nullptr), 0);
+
+  EXPECT_EQ(lastWordsOf(unit.startDaemon(commandLine({"--sock=/vel/ro/control"}))),
+            error::bindFailed(reason::readOnly));
+}
+
+using StartupOrderOfAServingDaemon = support::DaemonFixture;
+
+TEST_F(StartupOrderOfAServingDaemon, LetsOneSocketReceiveUevents) {
   EXPECT_TRUE(sim::UeventSender::listeners().empty());
 
-  unit.startDaemon();
-  unit.waitUntilServing();
+  start();
 
   EXPECT_EQ(sim::UeventSender::listeners().size(), 1U);
 }
 
-TEST(StartUp, TakesThePlaceOfTheSocketOfAnEarlierDaemon) {
-  sim::Unit unit;
-  sim::Daemon& first = unit.startDaemon();
-  unit.waitUntilServing();
+TEST_F(StartupOrderOfAServingDaemon, TakesThePlaceOfTheSocketOfAnEarlierDaemon) {
+  sim::Daemon& first = start();
   first.signal(SIGKILL);
   first.waitForExit();
   ASSERT_TRUE(fs::is_socket(sim::LinkManager::usualPath));
 
-  unit.startDaemon();
-  unit.waitUntilServing();
-  sim::LinkManager client = unit.connect();
-  client.send("?");
+  start();
 
-  EXPECT_EQ(client.receiveAll(), "");
+  EXPECT_EQ(support::askForParameters(unit), "");
 }
 
-TEST(StartUp, HandlesUeventsThatCameBeforeTheMainLoop) {
-  sim::Unit unit;
+TEST_F(StartupOrderOfAServingDaemon, HandlesUeventsThatCameBeforeTheMainLoop) {
   sim::Daemon& daemon = unit.startDaemon();
-  eventually("a socket for uevents", [] { return !sim::UeventSender::listeners().empty(); });
+  support::eventually("a socket for uevents", [] { return !sim::UeventSender::listeners().empty(); });
 
   unit.uevents.remove("/devices/early");
 
-  EXPECT_EQ(daemon.waitForLine("remove"), "[rx_ctrl] remove /devices/early");
+  EXPECT_EQ(daemon.waitForLine("remove"),
+            contract::debug::line(contract::debug::event("remove", "/devices/early")));
 }
 
-TEST(StartUp, StaysInTheForegroundAndInItsDirectory) {
-  sim::Unit unit;
-  sim::ProcessOptions options;
-  options.workingDirectory = "/vel";
-  sim::Daemon& daemon = unit.startDaemon({"--debug=ctrl", "transmitter", "5000", "high"}, options);
-  unit.waitUntilServing();
-  unit.plug(scanner());
-  sim::Worker& worker = unit.workers.waitForWorker();
+TEST_F(StartupOrderOfAServingDaemon, StaysInTheForegroundAndInItsDirectory) {
+  sim::ProcessOptions world;
+  world.workingDirectory = "/vel";
+  sim::Daemon& daemon = start(commandLine(), world);
+  const sim::WorkerStart& worker = attach(scanner()).start;
 
   EXPECT_TRUE(daemon.isRunning());
-  EXPECT_EQ(daemon.children(), std::vector<pid_t>{worker.start.pid});
-  EXPECT_EQ(stateOf(daemon.pid()).workingDirectory, "/vel");
-  EXPECT_EQ(worker.start.workingDirectory, "/vel");
+  EXPECT_EQ(daemon.children(), std::vector<pid_t>{worker.pid});
+  EXPECT_EQ(support::stateOf(daemon.pid()).workingDirectory, "/vel");
+  EXPECT_EQ(worker.workingDirectory, "/vel");
 }
 
-TEST(StartUp, TakesASocketPathFromItsDirectory) {
-  sim::Unit unit;
-  sim::ProcessOptions options;
-  options.workingDirectory = "/vel";
-  unit.startDaemon({"--debug=ctrl", "--sock=control", "transmitter", "5000", "high"}, options);
-  unit.waitUntilServing();
+TEST_F(StartupOrderOfAServingDaemon, TakesASocketPathFromItsDirectory) {
+  sim::ProcessOptions world;
+  world.workingDirectory = "/vel";
+  start(commandLine({"--debug=ctrl", "--sock=control"}), world);
   sim::LinkManager client("/vel/control");
 
   client.send("?");
 
   EXPECT_EQ(client.receiveAll(), "");
+  EXPECT_FALSE(fs::exists(sim::LinkManager::usualPath));
 }
 
-TEST(StartUp, StartsNoWorkerAndShowsNothingWithoutADevice) {
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon();
-  unit.waitUntilServing();
+TEST_F(StartupOrderOfAServingDaemon, StartsNoWorkerAndShowsNothingWithoutADevice) {
+  sim::Daemon& daemon = start();
 
   EXPECT_TRUE(daemon.children().empty());
   EXPECT_TRUE(unit.display.takeWrites().empty());
 }
 
-TEST(StartUp, TellsItsStepsInOrder) {
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon();
-  unit.waitUntilServing();
+TEST_F(StartupOrderOfAServingDaemon, CatchesTheSignalsOfEndedChildrenAndHangupsOnly) {
+  const support::ProcessState state = support::stateOf(start().pid());
 
-  EXPECT_EQ(daemon.messages(), (std::vector<std::string>{"[rx_ctrl] setup signal hansler",
-                                                         "[rx_ctrl] coldplugging existing devices",
-                                                         "[rx_ctrl] hotplugging new devices"}));
+  EXPECT_TRUE(state.caughtSignals.contains(SIGCHLD));
+  EXPECT_TRUE(state.caughtSignals.contains(SIGHUP));
+  for (const int other : {SIGTERM, SIGINT, SIGQUIT, SIGUSR1, SIGUSR2, SIGALRM}) {
+    EXPECT_FALSE(state.caughtSignals.contains(other)) << other;
+  }
+  EXPECT_EQ(state.ignoredSignals, std::set<int>{SIGPIPE});
+  EXPECT_EQ(state.blockedSignals, std::set<int>{});
 }
 
 }  // namespace

@@ -1,169 +1,125 @@
-// A daemon started by somebody who leaves signals blocked or ignored, and descriptors closed.
+// A daemon whose starter leaves signals blocked or ignored, and descriptors closed.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <csignal>
+#include <ostream>
 #include <set>
 #include <string>
 #include <vector>
 
-#include "sim/unit.h"
+#include "sim/contract.h"
 #include "system/support/attached_devices.h"
-#include "system/support/eventually.h"
+#include "system/support/control_messages.h"
+#include "system/support/daemon_fixture.h"
 #include "system/support/process_state.h"
 
 namespace {
 
-using Output = sim::ProcessOptions::Output;
-using Input = sim::ProcessOptions::Input;
+using support::commandLine;
+using Closed = std::set<int>;
 
-const std::vector<std::string> debugging = {"--debug=ctrl", "transmitter", "5000", "high"};
-
-/** Lets a worker end whose device has gone, and waits until the daemon has taken notice. */
-void expectEndedWorkerIsReaped(sim::Unit& unit) {
-  const sim::Daemon& daemon = unit.daemon();
-  const std::string directory = unit.plug(scanner());
-  sim::Worker& worker = unit.workers.waitForWorker();
-  unit.unplug(directory);
-  worker.exitWith(0);
-  eventually("the daemon's notice of its worker's end", [&] { return daemon.children().empty(); });
-}
-
-TEST(UnfriendlyStart, MayLeaveTheSignalOfEndedChildrenBlocked) {
-  sim::Unit unit;
+sim::ProcessOptions withSignals(const std::vector<int>& blocked, const std::vector<int>& ignored) {
   sim::ProcessOptions options;
-  options.blockedSignals = {SIGCHLD};
-  unit.startDaemon(debugging, options);
-  unit.waitUntilServing();
-
-  expectEndedWorkerIsReaped(unit);
+  options.blockedSignals = blocked;
+  options.ignoredSignals = ignored;
+  return options;
 }
 
-TEST(UnfriendlyStart, MayLeaveTheSignalOfEndedChildrenIgnored) {
-  sim::Unit unit;
+sim::ProcessOptions without(const Closed& descriptors) {
+  using Output = sim::ProcessOptions::Output;
   sim::ProcessOptions options;
-  options.ignoredSignals = {SIGCHLD};
-  sim::Daemon& daemon = unit.startDaemon(debugging, options);
-  unit.waitUntilServing();
-
-  expectEndedWorkerIsReaped(unit);
-  EXPECT_TRUE(stateOf(daemon.pid()).caughtSignals.contains(SIGCHLD));
+  options.standardInput =
+      descriptors.contains(0) ? sim::ProcessOptions::Input::Closed : sim::ProcessOptions::Input::Empty;
+  options.standardOutput = descriptors.contains(1) ? Output::Closed : Output::Captured;
+  options.standardError = descriptors.contains(2) ? Output::Closed : Output::Captured;
+  return options;
 }
 
-TEST(UnfriendlyStart, MayLeaveTheHangupSignalBlocked) {
-  sim::Unit unit;
-  sim::ProcessOptions options;
-  options.blockedSignals = {SIGHUP};
-  sim::Daemon& daemon = unit.startDaemon(debugging, options);
-  unit.waitUntilServing();
-  unit.writeConfig("[usb]\nhid_only = 1\n");
+class UnfriendlyStart : public support::DaemonFixture {
+ protected:
+  void expectEndedWorkerIsReaped() {
+    sim::Worker& worker = attach(scanner());
+    detachAndEnd(worker);
+    waitUntilForgotten(worker);
+  }
 
-  daemon.signal(SIGHUP);
-  unit.plug(scanner());
+  void expectHangupReloadsThePolicy() {
+    unit.writeConfig("[usb]\nhid_only = 1\n");
+    unit.daemon().signal(SIGHUP);
+    unit.plug(scanner());
+    EXPECT_EQ(unit.display.waitForWrite(), contract::display::nonHid("Scanner") + "\n");
+  }
+};
 
-  EXPECT_EQ(unit.display.waitForWrite(), "Scanner is not supported because it has non-HID endpoints\n");
+TEST_F(UnfriendlyStart, MayLeaveTheSignalOfEndedChildrenBlocked) {
+  start(commandLine(), withSignals({SIGCHLD}, {}));
+  expectEndedWorkerIsReaped();
 }
 
-TEST(UnfriendlyStart, MayLeaveTheHangupSignalIgnored) {
-  sim::Unit unit;
-  sim::ProcessOptions options;
-  options.ignoredSignals = {SIGHUP};
-  sim::Daemon& daemon = unit.startDaemon(debugging, options);
-  unit.waitUntilServing();
-  unit.writeConfig("[usb]\nhid_only = 1\n");
-
-  daemon.signal(SIGHUP);
-  unit.plug(scanner());
-
-  EXPECT_EQ(unit.display.waitForWrite(), "Scanner is not supported because it has non-HID endpoints\n");
+TEST_F(UnfriendlyStart, MayLeaveTheSignalOfEndedChildrenIgnored) {
+  sim::Daemon& daemon = start(commandLine(), withSignals({}, {SIGCHLD}));
+  expectEndedWorkerIsReaped();
+  EXPECT_TRUE(support::stateOf(daemon.pid()).caughtSignals.contains(SIGCHLD));
 }
 
-TEST(UnfriendlyStart, LeavesNoTraceInTheSignalsOfWorkers) {
-  sim::Unit unit;
-  sim::ProcessOptions options;
-  options.blockedSignals = {SIGCHLD, SIGHUP, SIGTERM, SIGUSR1};
-  options.ignoredSignals = {SIGPIPE, SIGTERM, SIGINT};
-  unit.startDaemon(debugging, options);
-  unit.waitUntilServing();
-
-  unit.plug(scanner());
-  const sim::WorkerStart& start = unit.workers.waitForWorker().start;
-
-  EXPECT_EQ(start.blockedSignals, std::set<int>{});
-  EXPECT_EQ(start.ignoredSignals, std::set<int>{});
-  EXPECT_EQ(start.caughtSignals, std::set<int>{});
+TEST_F(UnfriendlyStart, MayLeaveTheHangupSignalBlocked) {
+  start(commandLine(), withSignals({SIGHUP}, {}));
+  expectHangupReloadsThePolicy();
 }
 
-bool contains(const std::vector<sim::OpenDescriptor>& all, const sim::OpenDescriptor& one) {
-  return std::find(all.begin(), all.end(), one) != all.end();
+TEST_F(UnfriendlyStart, MayLeaveTheHangupSignalIgnored) {
+  start(commandLine(), withSignals({}, {SIGHUP}));
+  expectHangupReloadsThePolicy();
 }
 
-/** Checks that the daemon serves its sources, and that its standard descriptors lead nowhere else. */
-void expectServiceWithout(sim::Unit& unit, const std::set<int>& closed) {
-  const sim::Daemon& daemon = unit.daemon();
-  sim::LinkManager client = unit.connect();
-  client.send("?");
-  EXPECT_EQ(client.receiveAll(), "");
+TEST_F(UnfriendlyStart, LeavesNoTraceInTheSignalsOfWorkers) {
+  start(commandLine(), withSignals({SIGCHLD, SIGHUP, SIGTERM, SIGUSR1}, {SIGPIPE, SIGTERM, SIGINT}));
 
-  const std::string directory = unit.plug(scanner());
-  const sim::WorkerStart& start = unit.workers.waitForWorker().start;
+  const sim::WorkerStart& worker = attach(scanner()).start;
 
-  EXPECT_EQ(start.arguments, genericWorker(directory));
-  for (const int number : closed) {
-    EXPECT_EQ(targetOf(daemon.pid(), number), "/dev/null");
-    EXPECT_TRUE(contains(start.descriptors, {number, "/dev/null"})) << number;
+  EXPECT_EQ(worker.blockedSignals, std::set<int>{});
+  EXPECT_EQ(worker.ignoredSignals, std::set<int>{});
+  EXPECT_EQ(worker.caughtSignals, std::set<int>{});
+}
+
+class UnfriendlyStartWithout : public UnfriendlyStart, public testing::WithParamInterface<Closed> {};
+
+TEST_P(UnfriendlyStartWithout, DescriptorsServesAndLetsThemLeadNowhere) {
+  sim::Daemon& daemon = unit.startDaemon(commandLine(), without(GetParam()));
+  EXPECT_EQ(support::askForParameters(unit), "");
+
+  const sim::WorkerStart& worker = attach(scanner()).start;
+
+  EXPECT_EQ(worker.arguments, genericWorker(scanner().directory()));
+  for (const int number : GetParam()) {
+    EXPECT_EQ(support::targetOf(daemon.pid(), number), "/dev/null");
+    EXPECT_EQ(std::count(worker.descriptors.begin(), worker.descriptors.end(),
+                         sim::OpenDescriptor{number, "/dev/null"}),
+              1)
+        << number;
   }
 }
 
-TEST(UnfriendlyStart, MayLeaveStandardInputClosed) {
-  sim::Unit unit;
-  sim::ProcessOptions options;
-  options.standardInput = Input::Closed;
-  unit.startDaemon(debugging, options);
-
-  expectServiceWithout(unit, {0});
-}
-
-TEST(UnfriendlyStart, MayLeaveStandardOutputClosed) {
-  sim::Unit unit;
-  sim::ProcessOptions options;
-  options.standardOutput = Output::Closed;
-  unit.startDaemon(debugging, options);
-
-  expectServiceWithout(unit, {1});
-}
-
-TEST(UnfriendlyStart, MayLeaveStandardErrorClosed) {
-  sim::Unit unit;
-  sim::ProcessOptions options;
-  options.standardError = Output::Closed;
-  unit.startDaemon(debugging, options);
-
-  expectServiceWithout(unit, {2});
-}
-
-TEST(UnfriendlyStart, MayLeaveAllThreeClosed) {
-  sim::Unit unit;
-  sim::ProcessOptions options;
-  options.standardInput = Input::Closed;
-  options.standardOutput = Output::Closed;
-  options.standardError = Output::Closed;
-  unit.startDaemon(debugging, options);
-
-  expectServiceWithout(unit, {0, 1, 2});
-}
-
-TEST(UnfriendlyStart, FailsWithTheSameStatusWithoutStandardDescriptors) {
-  sim::Unit unit;
-  sim::ProcessOptions options;
-  options.standardInput = Input::Closed;
-  options.standardOutput = Output::Closed;
-  options.standardError = Output::Closed;
+TEST_P(UnfriendlyStartWithout, DescriptorsFailsWithTheUsualStatus) {
+  const sim::ProcessOptions options = without(GetParam());
 
   EXPECT_EQ(unit.startDaemon({}, options).waitForExit(), sim::ProcessEnd::exited(1));
   EXPECT_EQ(unit.startDaemon({"transmitter", "bogus", "high"}, options).waitForExit(),
             sim::ProcessEnd::exited(1));
 }
+
+std::string nameOf(const testing::TestParamInfo<Closed>& info) {
+  const std::vector<std::string> names = {"Input", "Output", "Error"};
+  std::string name;
+  for (const int number : info.param) {
+    name += names.at(static_cast<std::size_t>(number));
+  }
+  return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Standard, UnfriendlyStartWithout,
+                         testing::Values(Closed{0}, Closed{1}, Closed{2}, Closed{0, 1, 2}), nameOf);
 
 }  // namespace

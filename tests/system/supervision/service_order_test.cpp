@@ -2,135 +2,109 @@
 
 #include <gtest/gtest.h>
 
-#include <list>
 #include <string>
-#include <vector>
 
-#include "sim/unit.h"
+#include "sim/contract.h"
 #include "system/support/attached_devices.h"
+#include "system/support/daemon_fixture.h"
+#include "system/support/held_daemon.h"
 #include "system/support/process_state.h"
-#include "system/support/stopped_daemon.h"
 
 namespace {
 
-using Lines = std::vector<std::string>;
+namespace debug = contract::debug;
 
-class ServiceOrder : public testing::Test {
+using support::Lines;
+using support::linkLine;
+using support::StoppedDaemon;
+using support::writes;
+
+class ServiceOrder : public support::DaemonFixture {
  protected:
-  ServiceOrder() {
-    unit.startDaemon();
-    unit.waitUntilServing();
-  }
+  ServiceOrder() { start(); }
 
-  /** A client that delivers parameters with this host, but is not served yet. */
-  sim::LinkManager& queueParameters(const std::string& host) {
-    sim::LinkParameters parameters;
-    parameters.host = host;
-    clients.push_back(unit.connect());
-    clients.back().configure(parameters);
-    return clients.back();
-  }
-
-  /** The hosts that the next workers were started with, in the order of the workers' starts. */
+  /** The hosts that the next workers were started with, in the order of their starts. */
   Lines hostsOfWorkers(std::size_t count) {
     Lines hosts;
-    for (std::size_t i = 0; i < count; ++i) {
+    while (hosts.size() < count) {
       hosts.push_back(unit.workers.waitForWorker().start.arguments[2]);
     }
     return hosts;
   }
-
-  sim::Unit unit;
-  std::list<sim::LinkManager> clients;  ///< they stay connected
 };
 
-TEST_F(ServiceOrder, TakesOneUeventThenANewClientThenTheNextUevent) {
-  StoppedDaemon stopped(unit);
-  unit.plug(scanner("1-1"));
-  unit.plug(scanner("1-2"));
-  queueParameters("newhost");
-
-  stopped.resume();
-
-  EXPECT_EQ(hostsOfWorkers(2), (Lines{"transmitter", "newhost"}));
-}
-
-TEST_F(ServiceOrder, TakesOneClientARound) {
+TEST_F(ServiceOrder, IsOneUeventThenOneClientThenTheNextOfBoth) {
   StoppedDaemon stopped(unit);
   unit.plug(scanner("1-1"));
   unit.plug(scanner("1-2"));
   unit.plug(scanner("1-3"));
-  queueParameters("first");
-  queueParameters("second");
+  send(linkLine("high", "first"));
+  send(linkLine("high", "second"));
 
   stopped.resume();
 
   EXPECT_EQ(hostsOfWorkers(3), (Lines{"transmitter", "first", "second"}));
 }
 
-TEST_F(ServiceOrder, HandlesAUeventBeforeTheEndOfAWorker) {
-  const std::string directory = unit.plug(scanner());
-  sim::Worker& worker = unit.workers.waitForWorker();
+TEST_F(ServiceOrder, HasAUeventBeforeTheEndOfAWorker) {
+  sim::Worker& worker = attach(scanner());
   StoppedDaemon stopped(unit);
-  unit.uevents.add(directory.substr(sizeof("/sys") - 1));
+  unit.plug(scanner());
   worker.exitWith(0);
-  waitUntilEnded(worker.start.pid);
+  support::waitUntilEnded(worker.start.pid);
 
   stopped.resume();
 
-  unit.daemon().waitForLine("[rx_ctrl] a subprocess is already handling this device");
+  unit.daemon().waitForLine(debug::line(debug::alreadyHandled));
 }
 
-TEST_F(ServiceOrder, ForgetsEndedWorkersBeforeANewClientIsServed) {
-  const std::string gone = unit.plug(scanner("1-1", "Gone"));
-  sim::Worker& worker = unit.workers.waitForWorker();
-  unit.plug(scanner("1-2", "Here"));
-  unit.workers.waitForWorker();
+TEST_F(ServiceOrder, HasEndedWorkersBeforeANewClient) {
+  sim::Worker& worker = attach(scanner("1-1", "Gone"));
+  attach(scanner("1-2", "Here"));
   StoppedDaemon stopped(unit);
-  unit.sysfs.removeDevice(gone);
+  unit.sysfs.removeDevice(worker.device());
   worker.exitWith(0);
-  waitUntilEnded(worker.start.pid);
-  queueParameters("newhost");
+  support::waitUntilEnded(worker.start.pid);
+  send();
 
   stopped.resume();
-  settleEverySource(unit);
+  support::settleEverySource(unit);
 
-  EXPECT_EQ(unit.display.takeWrites(), (Lines{"Here attached\n"}));
+  EXPECT_EQ(unit.display.takeWrites(), writes({contract::display::attached("Here")}));
 }
 
-TEST_F(ServiceOrder, AnnouncesADeviceWhoseUeventCameWithTheParameters) {
+TEST_F(ServiceOrder, HasAUeventBeforeANewClientWhoseParametersAnnounceItsDevice) {
   StoppedDaemon stopped(unit);
   unit.plug(scanner("1-1", "New"));
-  queueParameters("newhost");
+  send();
 
   stopped.resume();
-  settleEverySource(unit);
+  support::settleEverySource(unit);
 
-  EXPECT_EQ(unit.display.takeWrites(), (Lines{"New attached\n"}));
+  EXPECT_EQ(unit.display.takeWrites(), writes({contract::display::attached("New")}));
 }
 
 TEST_F(ServiceOrder, EndsInTheRoundInWhichAClientDeliversParametersAndLeaves) {
   StoppedDaemon stopped(unit);
   unit.uevents.remove("/devices/first");
   unit.uevents.remove("/devices/second");
-  queueParameters("newhost").close();
+  send().close();
 
   stopped.resume();
 
   EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(0));
-  EXPECT_TRUE(unit.daemon().hasLine("[rx_ctrl] remove /devices/first"));
-  EXPECT_FALSE(unit.daemon().hasLine("[rx_ctrl] remove /devices/second"));
+  EXPECT_TRUE(unit.daemon().hasLine(debug::line(debug::event("remove", "/devices/first"))));
+  EXPECT_FALSE(unit.daemon().hasLine(debug::line(debug::event("remove", "/devices/second"))));
 }
 
-TEST_F(ServiceOrder, ServesANewClientBeforeTheEndOfTheControlConnection) {
-  sim::LinkManager& old = queueParameters("oldhost");
-  settleEverySource(unit);
+TEST_F(ServiceOrder, HasANewClientBeforeTheEndOfTheControlConnection) {
+  sim::LinkManager& old = deliver();
   StoppedDaemon stopped(unit);
   old.close();
-  sim::LinkManager& replacing = queueParameters("newhost");
+  sim::LinkManager& replacing = send();
 
   stopped.resume();
-  settleEverySource(unit);
+  support::settleEverySource(unit);
 
   EXPECT_TRUE(unit.daemon().isRunning());
   replacing.close();

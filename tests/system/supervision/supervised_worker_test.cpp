@@ -1,252 +1,222 @@
-// What the whole daemon does when workers end.
+// What the whole daemon does when workers end and their devices are still there, or have gone.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <csignal>
-#include <memory>
+#include <functional>
 #include <string>
 #include <vector>
 
+#include "sim/contract.h"
 #include "system/support/attached_devices.h"
-#include "system/support/eventually.h"
+#include "system/support/daemon_fixture.h"
+#include "system/support/held_daemon.h"
 #include "system/support/hotplug.h"
 #include "system/support/last_words.h"
 #include "system/support/process_state.h"
-#include "system/support/stopped_daemon.h"
 
 namespace {
 
-const std::string waitMessage = "<0>Scanner cannot be attached until Transmitter available\n";
+namespace debug = contract::debug;
+namespace display = contract::display;
 
-std::string ended(const sim::Worker& worker) {
-  return "subprocess " + std::to_string(worker.start.pid) + " has terminated";
-}
+using support::joined;
+using support::Lines;
+using support::tagged;
 
-class Supervision : public Hotplug {
+class SupervisedWorker : public support::DaemonFixture {
  protected:
-  void endWith(sim::Worker& worker, int status, const std::string& lastLine) {
-    worker.exitWith(status);
-    unit.daemon().waitForLine(lastLine);
+  /** What the daemon prints until `action` is done and every event is handled. */
+  Lines printedDuring(const std::function<void()>& action) {
+    const std::size_t before = unit.daemon().lines().size();
+    action();
+    unit.settle();
+    const Lines messages = unit.daemon().messages();
+    return {messages.begin() + static_cast<std::ptrdiff_t>(before), messages.end() - 1};
   }
-  /** What the daemon says when the next worker fails, up to the number of restarts so far. */
-  std::string restartOfNext() {
+  /** The next worker exits, and the daemon restarts it as the latest of so many restarts. */
+  void expectRestart(unsigned count) {
     unit.workers.waitForWorker().exitWith(1);
-    const std::string line = unit.daemon().waitForLine("still present; restarting ");
-    return line.substr(line.rfind(' ') + 1);
+    unit.daemon().waitForLine(debug::restarting(device, count));
   }
-  /** Delivers link parameters, for the daemon to take up when it comes to it; the connection stays. */
-  void send(const std::string& speed) {
-    managers.push_back(std::make_unique<sim::LinkManager>(unit.connect()));
-    sim::LinkParameters parameters;
-    parameters.speed = speed;
-    managers.back()->configure(parameters);
-  }
-  /** The same, and waits until it has taken them up. */
-  void deliver(const std::string& speed) {
-    send(speed);
-    settleEverySource(unit);
-  }
+  void expectShown(const std::string& text) { EXPECT_EQ(unit.display.waitForWrite(), text + "\n"); }
 
-  std::vector<std::unique_ptr<sim::LinkManager>> managers;
+  const std::string device = scanner().directory();
 };
 
-TEST_F(Supervision, RestartsAWorkerWhoseDeviceIsStillThere) {
+TEST_F(SupervisedWorker, IsRestartedWhereItsDeviceIsStillThere) {
   start();
-  const std::string device = unit.plug(scanner());
-  sim::Worker& worker = unit.workers.waitForWorker();
-  const Messages said = during([&] { endWith(worker, 3, "still present; restarting 1"); });
-  Messages expected =
-      rxCtrl({ended(worker), "  exited with status 3", "device " + device + " still present; sleep again",
-              "device " + device + " still present; sleep again",
-              "device " + device + " still present; restarting 1"});
-  const Messages again = genericDevice(device);
-  expected.insert(expected.end(), again.begin(), again.end());
-  EXPECT_EQ(said, expected);
-  EXPECT_EQ(unit.workers.waitForWorker().start.arguments, genericWorker(device));
+  sim::Worker& worker = attach(scanner());
+
+  const Lines printed = printedDuring([&] {
+    worker.exitWith(3);
+    EXPECT_EQ(unit.workers.waitForWorker().start.arguments, genericWorker(device));
+  });
+
+  EXPECT_EQ(printed, joined(tagged({debug::terminated(worker.start.pid), debug::withStatus(3),
+                                    debug::stillPresent(device), debug::stillPresent(device),
+                                    debug::restarting(device, 1)}),
+                            genericDevice(device)));
 }
 
-TEST_F(Supervision, SeesThatTheDeviceOfAWorkerHasGone) {
+TEST_F(SupervisedWorker, IsForgottenWhereItsDeviceHasGone) {
   start();
-  const std::string device = unit.plug(scanner());
-  sim::Worker& worker = unit.workers.waitForWorker();
+  sim::Worker& worker = attach(scanner());
   unit.unplug(device);
   unit.settle();
-  const Messages said = during([&] {
+
+  const Lines printed = printedDuring([&] {
     worker.dieBy(SIGKILL);
-    unit.daemon().waitForLine("has gone");
+    unit.daemon().waitForLine(debug::gone(device));
   });
-  EXPECT_EQ(said, rxCtrl({ended(worker), "  terminated due to signal 9", "device " + device + " has gone"}));
+
+  EXPECT_EQ(printed,
+            tagged({debug::terminated(worker.start.pid), debug::bySignal(SIGKILL), debug::gone(device)}));
   EXPECT_TRUE(unit.daemon().children().empty());
 }
 
-TEST_F(Supervision, GivesADeviceUpThatCannotBeConfigured) {
+TEST_F(SupervisedWorker, IsNotRestartedWhereItsDeviceCannotBeConfigured) {
   start();
-  unit.plug(scanner());
-  sim::Worker& worker = unit.workers.waitForWorker();
-  const Messages said = during([&] { endWith(worker, 5, "exited with status 5"); });
-  EXPECT_EQ(said, rxCtrl({ended(worker), "  exited with status 5"}));
-  EXPECT_EQ(unit.display.waitForWrite(),
-            "<0>Scanner cannot be configured; please remove any intermediate hubs and/or device\n");
+  sim::Worker& worker = attach(scanner());
+
+  const Lines printed = printedDuring([&] {
+    worker.exitWith(5);
+    unit.daemon().waitForLine(debug::withStatus(5));
+  });
+
+  EXPECT_EQ(printed, tagged({debug::terminated(worker.start.pid), debug::withStatus(5)}));
+  expectShown(display::cannotBeConfigured("Scanner"));
   EXPECT_TRUE(unit.daemon().children().empty());
 }
 
-TEST_F(Supervision, SaysNothingWithoutDebugging) {
-  unit.startDaemon({"transmitter", "5000", "high"});
-  unit.waitUntilServing();
-  unit.plug(scanner());
-  unit.workers.waitForWorker().exitWith(1);
-  unit.workers.waitForWorker().exitWith(28);
-  unit.workers.waitForWorker();
-  EXPECT_EQ(unit.daemon().standardError(), "");
-}
-
-/** A scanner that has been attached, and whose worker fails as soon as it is started. */
-class FailingScanner : public Supervision {
+/** The worker of a scanner that has been announced. */
+class SupervisedWorkerThatFails : public SupervisedWorker {
  protected:
-  FailingScanner() {
+  SupervisedWorkerThatFails() {
     start();
-    deliver("high");
-    device = unit.plug(scanner());
+    deliver();
+    unit.plug(scanner());
   }
 
-  /** Lets its worker fail until it waits for the Transmitter. */
-  void failUntilItWaits() {
-    for (int i = 0; i < 5; ++i) {
-      EXPECT_EQ(unit.display.waitForWrite(), "Scanner attached\n");
-      restartOfNext();
+  void expectFailuresUntilItWaits() {
+    for (const unsigned count : {1U, 3U, 5U, 7U, 9U}) {
+      expectShown(display::attached("Scanner"));
+      expectRestart(count);
     }
-    EXPECT_EQ(unit.display.waitForWrite(), waitMessage);
+    expectShown(display::noTransmitter("Scanner"));
   }
-  /** The worker that is started next, which is to be told how long to wait. */
+  /** The worker that is started next, with the time that it is to wait. */
   sim::Worker& waitingWorker() {
     sim::Worker& worker = unit.workers.waitForWorker();
     EXPECT_EQ(worker.start.arguments, genericWorker(device, {"--timeout", "10"}));
     return worker;
   }
-
-  std::string device;
 };
 
-TEST_F(FailingScanner, IsCountedByTwo) {
-  for (const char* count : {"1", "3", "5", "7", "9", "11"}) {
-    EXPECT_EQ(restartOfNext(), count);
+TEST_F(SupervisedWorkerThatFails, IsCountedByTwo) {
+  for (const unsigned count : {1U, 3U, 5U, 7U, 9U, 11U}) {
+    expectRestart(count);
   }
 }
 
-TEST_F(FailingScanner, WaitsForTheTransmitterAfterFiveFailures) {
-  failUntilItWaits();
-  endWith(waitingWorker(), 28, "RxGeneric exited due to timeout");
-  EXPECT_EQ(unit.display.waitForWrite(), waitMessage);
+TEST_F(SupervisedWorkerThatFails, WaitsForTheTransmitterAfterFiveFailures) {
+  expectFailuresUntilItWaits();
+  waitingWorker().exitWith(28);
+  unit.daemon().waitForLine(debug::line(debug::waitedInVain));
+  expectShown(display::noTransmitter("Scanner"));
   waitingWorker();
 }
 
-TEST_F(FailingScanner, WaitsUntilItFailsAfterNewParameters) {
-  failUntilItWaits();
+TEST_F(SupervisedWorkerThatFails, WaitsUntilItFailsAfterNewParameters) {
+  expectFailuresUntilItWaits();
   sim::Worker& waiting = waitingWorker();
-  deliver("high");
-  EXPECT_EQ(unit.display.waitForWrite(), "Scanner attached\n");
-  endWith(waiting, 28, "still present; restarting 10");
-  EXPECT_EQ(unit.display.waitForWrite(), waitMessage);
-  endWith(waitingWorker(), 1, "still present; restarting 0");
-  EXPECT_EQ(unit.display.waitForWrite(), "Scanner attached\n");
+  deliver();
+  expectShown(display::attached("Scanner"));
+  waiting.exitWith(28);
+  unit.daemon().waitForLine(debug::restarting(device, 10));
+  expectShown(display::noTransmitter("Scanner"));
+  waitingWorker().exitWith(1);
+  unit.daemon().waitForLine(debug::restarting(device, 0));
+  expectShown(display::attached("Scanner"));
   EXPECT_EQ(unit.workers.waitForWorker().start.arguments, genericWorker(device));
 }
 
-TEST_F(Supervision, HasNoPatienceWhereTheConfiguredTimeoutIsNoNumber) {
+TEST_F(SupervisedWorker, IsNeverOneTooManyWhereTheConfiguredTimeoutIsNoNumber) {
   sim::Unit::writeConfig("[usb]\nconnect_fail_timeout = abc\n");
   start();
   unit.plug(scanner());
   for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(restartOfNext(), "0");
+    expectRestart(0);
   }
 }
 
-TEST_F(Supervision, OffersARestartedDeviceToTheChangedPolicy) {
+TEST_F(SupervisedWorker, IsNotRestartedWhereTheChangedPolicyRefusesItsDevice) {
   start();
-  unit.plug(scanner());
-  sim::Worker& worker = unit.workers.waitForWorker();
+  sim::Worker& worker = attach(scanner());
   sim::Unit::writeConfig("[usb]\nhid_only = 1\n");
   unit.daemon().signal(SIGHUP);
-  endWith(worker, 1, kind::unsupported);
-  EXPECT_EQ(unit.display.waitForWrite(), "Scanner is not supported because it has non-HID endpoints\n");
+
+  worker.exitWith(1);
+
+  unit.daemon().waitForLine(debug::unsupported);
+  expectShown(display::nonHid("Scanner"));
   unit.settle();
   EXPECT_TRUE(unit.daemon().children().empty());
 }
 
-TEST_F(Supervision, OffersADeviceThatTheSlowerLinkCannotCarryInVain) {
+TEST_F(SupervisedWorker, IsNotRestartedWhereTheSlowerLinkCannotCarryItsDevice) {
   start();
-  deliver("high");
-  unit.plug(fastScanner());
-  unit.workers.waitForWorker();
-  EXPECT_EQ(unit.display.waitForWrite(), "Fast Scanner attached\n");
-  send("full");
-  unit.daemon().waitForLine("  terminated due to signal 15");
-  unit.daemon().waitForLine(kind::unsupported);
-  EXPECT_EQ(unit.display.waitForWrite(),
-            "High speed Fast Scanner is not supported on a full speed only port\n");
+  deliver();
+  attach(fastScanner());
+  expectShown(display::attached("Fast Scanner"));
+
+  send(support::linkLine("full"));
+
+  unit.daemon().waitForLine(debug::bySignal(SIGTERM));
+  unit.daemon().waitForLine(debug::unsupported);
+  expectShown(display::highSpeed("Fast Scanner"));
   EXPECT_TRUE(unit.daemon().children().empty());
 }
 
-TEST_F(Supervision, EndsWithTheDaemonWhereADeviceCannotBeLookedFor) {
+TEST_F(SupervisedWorker, EndsTheDaemonWhereItsDeviceCannotBeLookedFor) {
   start();
-  const std::string device = unit.plug(scanner());
-  sim::Worker& worker = unit.workers.waitForWorker();
+  sim::Worker& worker = attach(scanner());
   const std::string hub = scanner().parent;
   unit.sysfs.removeDevice(hub);
   unit.sysfs.makeLink(hub, "usb1");
+
   worker.exitWith(1);
-  EXPECT_EQ(lastWordsOf(unit.daemon()), "Too many levels of symbolic links while stat(" + device + ")");
+
+  EXPECT_EQ(support::lastWordsOf(unit.daemon()),
+            contract::error::statFailed(contract::reason::tooManyLinks, device));
 }
 
-class ManyWorkers : public Supervision {
- protected:
-  ManyWorkers() {
-    start();
-    descriptorsBefore = unit.daemon().openDescriptors();
-    for (int i = 1; i <= count; ++i) {
-      directories.push_back(unit.plug(scanner("1-" + std::to_string(i))));
-    }
-    for (int i = 0; i < count; ++i) {
-      workers.push_back(&unit.workers.waitForWorker());
-    }
-  }
-
-  /** Takes out all devices and ends all workers before the daemon sees any of that. */
-  void endTogether() {
-    StoppedDaemon stopped(unit);
-    for (const std::string& directory : directories) {
-      unit.unplug(directory);
-    }
-    for (sim::Worker* worker : workers) {
-      worker->exitWith(0);
-      waitUntilEnded(worker->start.pid);
-    }
-    stopped.resume();
-  }
-  std::ptrdiff_t goneDevices() {
-    const Messages messages = unit.daemon().messages();
-    return std::count_if(messages.begin(), messages.end(),
-                         [](const std::string& message) { return message.ends_with(" has gone"); });
-  }
-
-  static constexpr int count = 200;
-  std::vector<int> descriptorsBefore;
-  std::vector<std::string> directories;
+TEST_F(SupervisedWorker, LeavesNothingWhenItEndsTogetherWithManyOthers) {
+  constexpr std::size_t count = 200;
+  const sim::Deadline enough(40);  // seconds: each device is looked after for 50 ms
+  sim::Daemon& daemon = start();
+  const std::vector<int> descriptorsBefore = daemon.openDescriptors();
   std::vector<sim::Worker*> workers;
-};
+  for (std::size_t i = 1; i <= count; ++i) {
+    workers.push_back(&attach(scanner("1-" + std::to_string(i))));
+  }
+  EXPECT_EQ(daemon.children().size(), count);
 
-TEST_F(ManyWorkers, ThatEndTogetherLeaveNothing) {
-  constexpr double enough = 40;  // seconds: each device is looked after for 50 ms
-  EXPECT_EQ(unit.daemon().children().size(), static_cast<std::size_t>(count));
-  endTogether();
-  eventually(
-      "no child of the daemon", [&] { return unit.daemon().children().empty(); }, sim::Deadline(enough));
-  settleEverySource(unit);
-  EXPECT_EQ(unit.daemon().openDescriptors(), descriptorsBefore);
-  EXPECT_EQ(goneDevices(), count);
-  const std::string device = unit.plug(scanner("1-200"));
-  EXPECT_EQ(unit.workers.waitForWorker().device(), device);
+  support::StoppedDaemon stopped(unit);
+  for (sim::Worker* worker : workers) {
+    detachAndEnd(*worker);
+    support::waitUntilEnded(worker->start.pid);
+  }
+  stopped.resume();
+
+  waitUntilAllForgotten(enough);
+  support::settleEverySource(unit);
+  EXPECT_EQ(daemon.openDescriptors(), descriptorsBefore);
+  for (const sim::Worker* worker : workers) {
+    EXPECT_TRUE(daemon.hasLine(debug::line(debug::gone(worker->device()))));
+  }
+  attach(scanner("1-200"));
 }
 
 }  // namespace

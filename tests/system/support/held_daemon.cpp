@@ -1,26 +1,31 @@
 #include "system/support/held_daemon.h"
 
-#include <cstddef>
+#include <csignal>
 
-#include "system/support/eventually.h"
+#include "system/support/control_messages.h"
 #include "system/support/process_state.h"
 
-namespace {
+namespace support {
 
-sim::LinkManager connectedTo(sim::Unit& unit) {
-  const std::size_t before = unit.daemon().openDescriptors().size();
-  sim::LinkManager client = unit.connect();
-  eventually("the daemon's accept of a silent client",
-             [&] { return unit.daemon().openDescriptors().size() > before; });
+HeldDaemon::HeldDaemon(sim::Unit& unit) : silentClient_(acceptedClient(unit)) {
   waitUntilAsleep(unit.daemon().pid());
-  return client;
 }
 
-}  // namespace
-
-HeldDaemon::HeldDaemon(sim::Unit& unit) : silentClient_(connectedTo(unit)) {}
-
-void HeldDaemon::release() {
+std::string HeldDaemon::release() {
   silentClient_.send("?");
-  static_cast<void>(silentClient_.receiveAll());
+  return silentClient_.receiveAll();
 }
+
+StoppedDaemon::StoppedDaemon(sim::Unit& unit) : daemon_(unit.daemon()) {
+  settleEverySource(unit);
+  waitUntilAsleep(daemon_.pid());
+  daemon_.signal(SIGSTOP);
+  waitUntilStopped(daemon_.pid());
+}
+
+// cppcheck-suppress functionConst ; it changes the daemon
+void StoppedDaemon::resume() {
+  daemon_.signal(SIGCONT);
+}
+
+}  // namespace support

@@ -7,6 +7,8 @@
 
 #include "sim/unit.h"
 
+namespace support {
+
 /** What the system tells of a running process. */
 struct ProcessState {
   std::string workingDirectory;
@@ -40,3 +42,15 @@ std::string targetOf(pid_t process, int descriptor);
  * then served. It must debug to standard error.
  */
 void settleEverySource(sim::Unit& unit);
+
+}  // namespace support
+
+using support::ProcessState;
+using support::contextSwitchesOf;
+using support::pendingSignalsOf;
+using support::settleEverySource;
+using support::stateOf;
+using support::targetOf;
+using support::waitUntilAsleep;
+using support::waitUntilEnded;
+using support::waitUntilStopped;
