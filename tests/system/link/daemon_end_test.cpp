@@ -125,10 +125,4 @@ TEST_F(DaemonEndWithWorkers, EndsTheGenericOneWhenAnotherWorkerCannotBeExecuted)
   expectOnlyTheGenericWorkerEnds();
 }
 
-TEST_F(DaemonEndWithWorkers, IsASignalToTheGenericOneOnly) {
-  EXPECT_EQ(generic.start.parentDeathSignal, SIGTERM);
-  EXPECT_EQ(keyboards.start.parentDeathSignal, 0);
-  EXPECT_EQ(storage.start.parentDeathSignal, 0);
-}
-
 }  // namespace

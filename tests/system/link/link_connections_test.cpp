@@ -37,17 +37,6 @@ TEST_F(LinkConnections, ThatDeliveredALineStayOpenAndSilent) {
   EXPECT_TRUE(unit.daemon().isRunning());
 }
 
-TEST_F(LinkConnections, OfAnsweredQueriesAreClosed) {
-  deliver(firstLine);
-  const std::vector<int> before = unit.daemon().openDescriptors();
-
-  for (int i = 0; i < 20; ++i) {
-    askForParameters(unit);
-  }
-
-  EXPECT_EQ(unit.daemon().openDescriptors(), before);
-}
-
 /** A client that waited has been answered with the first line: the next connection gets its number. */
 class LinkConnectionsWithTheNumberOfAWaitingClient : public LinkConnections {
  protected:

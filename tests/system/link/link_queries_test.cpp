@@ -2,12 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <string>
 #include <vector>
 
+#include "system/support/attached_devices.h"
 #include "system/support/control_messages.h"
 #include "system/support/daemon_fixture.h"
-#include "system/support/held_daemon.h"
+#include "system/support/eventually.h"
+#include "system/support/process_state.h"
 
 namespace {
 
@@ -15,13 +18,11 @@ using support::acceptedClient;
 using support::askForParameters;
 using support::commandLine;
 using support::isSilentAndOpen;
+using support::silentClient;
 
 constexpr const char* line = "otherhost 7000 low wlan0 IN OUT";
 
-class LinkQueries : public support::DaemonFixture {
- protected:
-  void startWithoutPort() { start(commandLine({"--debug=ctrl"}, {"transmitter", "0", "high"})); }
-};
+using LinkQueries = support::DaemonFixture;
 
 TEST_F(LinkQueries, AreAnsweredWithTheLatestLineAsItCame) {
   start();
@@ -31,12 +32,6 @@ TEST_F(LinkQueries, AreAnsweredWithTheLatestLineAsItCame) {
   EXPECT_EQ(askForParameters(unit), line);
   deliver("third 1 full eth9   \n");
   EXPECT_EQ(askForParameters(unit), "third 1 full eth9   \n");
-}
-
-TEST_F(LinkQueries, AreAnsweredOnceALineHasThePort) {
-  startWithoutPort();
-  deliver(line);
-  EXPECT_EQ(askForParameters(unit), line);
 }
 
 TEST_F(LinkQueries, AreAnsweredThoughTheClientSendsNoMore) {
@@ -51,14 +46,15 @@ TEST_F(LinkQueries, AreAnsweredThoughTheClientSendsNoMore) {
 TEST_F(LinkQueries, OfAClientThatHasGoneBeforeItsAnswerDoNoHarm) {
   start();
   deliver(line);
-  support::HeldDaemon held(unit);
+  sim::LinkManager slow = silentClient(unit);
   unit.connect().send("?");
-  held.release();
+  slow.send("?");
+  EXPECT_EQ(slow.receiveAll(), line);
   EXPECT_EQ(askForParameters(unit), line);
 }
 
 TEST_F(LinkQueries, WaitForThePortAndAreThenAllAnsweredAndClosed) {
-  startWithoutPort();
+  start(commandLine({"--debug=ctrl"}, {"transmitter", "0", "high"}));
   const std::size_t before = unit.daemon().openDescriptors().size();
   std::vector<sim::LinkManager> waiting;
   for (int i = 0; i < 20; ++i) {
@@ -91,14 +87,37 @@ TEST_F(LinkQueries, WaitAgainAfterALineWithPortZero) {
   EXPECT_EQ(client.receiveAll(), line);
 }
 
-TEST_F(LinkQueries, ThatWaitAreNotAnsweredWithABadLine) {
-  startWithoutPort();
-  sim::LinkManager client = acceptedClient(unit, "?");
+// A client that connects and says nothing for a while: the daemon waits for it.
 
-  send("host port high eth1");
+using LinkQueriesOfASlowClient = support::DaemonFixture;
 
-  EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
-  EXPECT_EQ(client.receiveAll(), "");
+TEST_F(LinkQueriesOfASlowClient, HoldUpTheDaemonUntilTheyCome) {
+  start();
+  sim::LinkManager slow = silentClient(unit);
+  unit.plug(scanner());
+
+  slow.send("host 7000 high wlan0");
+
+  EXPECT_EQ(unit.workers.waitForWorker().start.arguments,
+            (support::Lines{"usb_rx_generic", "wlan0", "host", "7000", scanner().directory()}));
+}
+
+TEST_F(LinkQueriesOfASlowClient, AreAwaitedThoughSignalsInterruptTheWait) {
+  sim::Daemon& daemon = start();
+  sim::Worker& worker = attach(scanner());
+  sim::LinkManager slow = silentClient(unit);
+
+  detachAndEnd(worker);
+  support::waitUntilEnded(worker.start.pid);
+  daemon.signal(SIGHUP);
+  support::eventually("a daemon that has taken its signals",
+                      [&] { return support::pendingSignalsOf(daemon.pid()).empty(); });
+  support::waitUntilAsleep(daemon.pid());
+  EXPECT_EQ(daemon.children(), std::vector<pid_t>{worker.start.pid});
+  slow.send("host 7000 high wlan0 IN OUT");
+
+  EXPECT_EQ(askForParameters(unit), "host 7000 high wlan0 IN OUT");
+  waitUntilForgotten(worker);
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <string>
 
 #include "sim/contract.h"
@@ -14,7 +13,6 @@
 
 namespace {
 
-using support::acceptedClient;
 using support::askForParameters;
 using support::commandLine;
 
@@ -75,37 +73,6 @@ TEST_F(LinkSecrecy, KeepsKeysFromSyslog) {
     EXPECT_FALSE(isSecret(message.raw)) << message.raw;
   }
   expectNothingPrintedOrShown();
-}
-
-TEST_F(LinkSecrecy, KeepsKeysFromKeyboardAndStorageWorkers) {
-  start(commandLine({"--debug=ctrl", "--class=all", "--keys", "S3cretIn", "S3cretOut"}));
-  for (const sim::WorkerStart& worker : {attachKeyboard().start, attachDisk().start}) {
-    for (const std::string& argument : worker.arguments) {
-      EXPECT_FALSE(isSecret(argument)) << argument;
-    }
-  }
-}
-
-TEST_F(LinkSecrecy, KeepsKeysFromASyslogThatHasTheNumberOfAnAnsweredClient) {
-  std::filesystem::remove("/dev/log");
-  unit.startDaemon(commandLine({"--syslog", "--debug=ctrl"}, {"transmitter", "0", "high"}));
-  sim::LinkManager waiting = unit.connect();
-  waiting.send("?");
-  send("host 7000 full eth1 in out");
-  askForParameters(unit);
-  ASSERT_EQ(waiting.receiveAll(), "host 7000 full eth1 in out");
-
-  sim::SyslogSink syslog;  // the next message opens it, under the lowest free number
-  askForParameters(unit);
-  syslog.waitForText(answer);
-  send("host 7000 full eth1 S3cretIn S3cretOut");
-  askForParameters(unit);
-
-  for (const sim::SyslogMessage& message : syslog.takeMessages()) {
-    EXPECT_FALSE(isSecret(message.raw)) << message.raw;
-  }
-  askForParameters(unit);
-  syslog.waitForText(answer);  // nor was it closed
 }
 
 }  // namespace

@@ -97,6 +97,7 @@ void sendABadPort(sim::Unit& unit) {
 const std::vector<Run> runs = {
     {"StartAndEnd", commandLine(), endByControlConnection, started, {}},
     {"StartAndEndWithoutDebugging", commandLine({}), endByControlConnection, {}, {}},
+    {"StartAndEndWithSyslogButWithoutDebugging", commandLine({"--syslog"}), endByControlConnection, {}, {}},
     {"NamedDevice", commandLine(), attachScannerThenEnd, startedAndAttached, scannerShown},
     {"NamedDeviceWithoutDebugging", commandLine({}), attachScannerThenEnd, {}, scannerShown},
     {"UnnamedDevice",

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "sim/contract.h"
-#include "sim/files.h"
 #include "system/support/attached_devices.h"
 #include "system/support/daemon_fixture.h"
 #include "system/support/process_state.h"
@@ -69,11 +68,6 @@ TEST_F(DisplayChannel, GetsMessagesAlsoWhenTheLogGoesToSyslog) {
   EXPECT_EQ(unit.display.waitForWrite(), contract::display::highSpeed("Fast Scanner") + "\n");
 }
 
-TEST_F(DisplayChannel, IsOpenedAtTheStart) {
-  startWithStorage();
-  EXPECT_TRUE(isOpen());
-}
-
 TEST_F(DisplayChannel, MayBeMissing) {
   unit.display.removeFifo();
   sim::Daemon& daemon = startWithStorage();
@@ -83,28 +77,6 @@ TEST_F(DisplayChannel, MayBeMissing) {
   EXPECT_TRUE(daemon.isRunning());
   EXPECT_FALSE(std::filesystem::exists(fifo));
   unit.workers.waitForWorker();
-}
-
-TEST_F(DisplayChannel, MayBeAFile) {
-  unit.display.removeFifo();
-  sim::writeFile(fifo, "");
-  startWithStorage();
-
-  attachDiskOf("First");
-  attachDiskOf("Second");
-
-  EXPECT_EQ(sim::readFile(fifo), textOf("First") + "\n" + textOf("Second") + "\n");
-}
-
-TEST_F(DisplayChannel, IsNotUsedWhenNobodyReadsItAtTheStart) {
-  unit.display.closeReader();
-  startWithStorage();
-  unit.display.openReader();
-
-  attachDiskOf("First");
-
-  EXPECT_TRUE(unit.display.takeWrites().empty());
-  EXPECT_FALSE(isOpen());
 }
 
 TEST_F(DisplayChannel, IsNotOpenedAnewWhenAnotherFifoTakesItsPlace) {
@@ -117,18 +89,6 @@ TEST_F(DisplayChannel, IsNotOpenedAnewWhenAnotherFifoTakesItsPlace) {
 
   EXPECT_TRUE(unit.display.takeWrites().empty());
   EXPECT_FALSE(isOpen());
-}
-
-TEST_F(DisplayChannel, LosesAMessageWhenItIsFullAndGetsTheNext) {
-  sim::Daemon& daemon = startWithStorage();
-
-  unit.display.fill();
-  attachDiskOf("First");
-  unit.display.drain();
-  attachDiskOf("Second");
-
-  EXPECT_EQ(unit.display.takeWrites(), writes({textOf("Second")}));
-  EXPECT_TRUE(daemon.isRunning());
 }
 
 TEST_F(DisplayChannel, LosesAMessageWhenItsReaderHasGoneAndGetsTheNext) {

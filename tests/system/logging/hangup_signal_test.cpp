@@ -11,8 +11,6 @@
 
 namespace {
 
-namespace display = contract::display;
-
 using HangupSignal = support::DaemonFixture;
 
 TEST_F(HangupSignal, DoesNothingByItself) {
@@ -28,32 +26,6 @@ TEST_F(HangupSignal, DoesNothingByItself) {
   EXPECT_EQ(daemon.messages().size(), lines + 1);
   EXPECT_EQ(daemon.standardOutput(), output);
   EXPECT_TRUE(unit.display.takeWrites().empty());
-}
-
-TEST_F(HangupSignal, BringsAChangedPolicyToTheNextGenericDevice) {
-  sim::Daemon& daemon = start();
-  sim::Unit::writeConfig("[usb]\nhid_only = 1\n");
-  attach(scanner("1-1"));
-
-  daemon.signal(SIGHUP);
-  unit.plug(scanner("1-2"));
-
-  EXPECT_EQ(unit.display.waitForWrite(), display::nonHid("Scanner") + "\n");
-  unit.settle();
-  EXPECT_EQ(unit.workers.count(), 1U);
-}
-
-TEST_F(HangupSignal, ReadsTheConfigurationOnceForSeveralSignals) {
-  const std::string line = contract::error::cannotOpenConfig(contract::configurationPath);
-  sim::Daemon& daemon = start();
-  EXPECT_EQ(daemon.standardOutput(), line);
-
-  daemon.signal(SIGHUP);
-  daemon.signal(SIGHUP);
-  attach(scanner("1-1"));
-  attach(scanner("1-2"));
-
-  EXPECT_EQ(daemon.standardOutput(), line + line);
 }
 
 TEST_F(HangupSignal, LeavesTheSettingsOfTheStartAsTheyAre) {
@@ -78,7 +50,7 @@ TEST_F(HangupSignal, DuringTheWaitForADeviceHoldsForThatDevice) {
   daemon.signal(SIGHUP);
   unit.sysfs.writeAttribute(directory, "bDeviceClass", "00\n");
 
-  EXPECT_EQ(unit.display.waitForWrite(), display::nonHid("Scanner") + "\n");
+  EXPECT_EQ(unit.display.waitForWrite(), contract::display::nonHid("Scanner") + "\n");
 }
 
 }  // namespace

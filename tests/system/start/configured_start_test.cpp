@@ -1,29 +1,24 @@
 // What the configuration file says where the command line is silent, and a file that cannot be used.
 
 #include <gtest/gtest.h>
-#include <linux/capability.h>
-#include <sys/prctl.h>
 
-#include <filesystem>
+#include <csignal>
 #include <ostream>
 #include <string>
 #include <vector>
 
 #include "sim/contract.h"
-#include "support/child.h"
 #include "system/support/attached_devices.h"
 #include "system/support/daemon_fixture.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-
+using namespace std::string_literals;
 using support::commandLine;
 using support::Lines;
 
 const Lines debugsToStandardError = {"--debug", "--stderr"};
 const Lines debugsToSyslog = {"--debug", "--syslog"};
-const std::string cannotOpen = contract::error::cannotOpenConfig(contract::configurationPath);
 
 struct Configuration {
   std::string name;
@@ -112,24 +107,6 @@ TEST_F(ConfiguredStartOfTheDaemon, LeavesTheDestinationToTheStandardErrorOption)
   EXPECT_TRUE(unit.syslog.takeMessages().empty());
 }
 
-TEST_F(ConfiguredStartOfTheDaemon, ReadsTheFileOnce) {
-  sim::Daemon& daemon = start();
-  unit.writeConfig("[usb]\nhid_only = 1\n[apps]\nquor_usb_rx_generic = /missing/worker\n");
-
-  EXPECT_EQ(attach(scanner()).start.arguments, genericWorker(scanner().directory()));
-  EXPECT_TRUE(daemon.isRunning());
-}
-
-/** A configuration that changes everything, were it read. */
-const std::string changesEverything =
-    "[usb]\n"
-    "debug = generic\n"
-    "log_to_syslog = 1\n"
-    "hid_only = 1\n"
-    "[apps]\n"
-    "quor_usb_rx_generic = /missing/worker\n";
-const std::string firstBadLine = std::string(contract::configurationPath) + " (7)";
-
 class ConfiguredStartInVain : public support::DaemonFixture {
  protected:
   /** Starts the daemon and checks that it serves a generic device as it does without any setting. */
@@ -138,69 +115,31 @@ class ConfiguredStartInVain : public support::DaemonFixture {
     EXPECT_EQ(attach(scanner()).start.arguments, genericWorker(scanner().directory()));
     return daemon;
   }
-
-  void expectDefaultsAndAMessage() {
-    sim::Daemon& daemon = startWithDefaults();
-    EXPECT_EQ(daemon.standardOutput(), cannotOpen);
-    EXPECT_EQ(daemon.standardError(), "");
-  }
 };
 
+TEST_F(ConfiguredStartInVain, PrintsWhereThereIsNoFile) {
+  sim::Daemon& daemon = startWithDefaults();
+
+  EXPECT_EQ(daemon.standardOutput(), contract::error::cannotOpenConfig(contract::configurationPath));
+  EXPECT_EQ(daemon.standardError(), "");
+}
+
 TEST_F(ConfiguredStartInVain, IgnoresAFileWithABadLineAndNamesTheLine) {
-  for (const std::string& bad :
-       {std::string("nonsense"), std::string("[usb"), "key = " + std::string(2000, 'v'),
-        std::string(100'000, 'v'), std::string("\x01\x02\xff\xfe")}) {
+  const std::string changesEverything =
+      "[usb]\ndebug = generic\nlog_to_syslog = 1\nhid_only = 1\n"
+      "[apps]\nquor_usb_rx_generic = /missing/worker\n";
+  const std::string place = std::string(contract::configurationPath) + " (7)";
+  for (const std::string& bad : {"nonsense"s, "[usb"s, "key = " + std::string(2000, 'v'),
+                                 std::string(100'000, 'v'), "\x01\x02\xff\xfe"s}) {
     SCOPED_TRACE(bad.substr(0, 10));
-    sim::Unit::writeConfig(changesEverything + bad + "\n");
+    unit.writeConfig(changesEverything + bad + "\n");
     sim::Daemon& daemon = startWithDefaults();
-    EXPECT_NE(daemon.standardError().find(firstBadLine), std::string::npos) << daemon.standardError();
+    EXPECT_NE(daemon.standardError().find(place), std::string::npos) << daemon.standardError();
     EXPECT_EQ(daemon.standardOutput(), "");
     daemon.signal(SIGKILL);
     daemon.waitForExit();
     unit.unplug(scanner().directory());
   }
-}
-
-TEST_F(ConfiguredStartInVain, PrintsAtOnceThatThereIsNoFile) {
-  EXPECT_EQ(start().standardOutput(), cannotOpen);
-}
-
-TEST_F(ConfiguredStartInVain, NeedsNoFile) {
-  expectDefaultsAndAMessage();
-}
-
-TEST_F(ConfiguredStartInVain, NeedsNotEvenTheFilesDirectory) {
-  fs::remove("/vel");
-  expectDefaultsAndAMessage();
-}
-
-TEST_F(ConfiguredStartInVain, TakesADirectoryInItsPlaceForNoFile) {
-  fs::create_directory(contract::configurationPath);
-  expectDefaultsAndAMessage();
-}
-
-TEST_F(ConfiguredStartInVain, TakesALinkToNowhereForNoFile) {
-  fs::create_symlink("/vel/missing.conf", contract::configurationPath);
-  expectDefaultsAndAMessage();
-}
-
-TEST_F(ConfiguredStartInVain, TakesAFileThatItMayNotReadForNoFile) {
-  support::inChild([this] {
-    unit.writeConfig(changesEverything);
-    fs::permissions(contract::configurationPath, fs::perms::none);
-    // The programs that this process starts now can read only what their user may read.
-    ASSERT_EQ(::prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE), 0);
-    ASSERT_EQ(::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH), 0);
-    expectDefaultsAndAMessage();
-  });
-}
-
-TEST_F(ConfiguredStartInVain, TakesAnEmptyFileAsItIs) {
-  unit.writeConfig("");
-
-  sim::Daemon& daemon = startWithDefaults();
-
-  EXPECT_EQ(daemon.standardOutput() + daemon.standardError(), "");
 }
 
 }  // namespace

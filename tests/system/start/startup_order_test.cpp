@@ -120,13 +120,6 @@ TEST_F(StartupOrderOfAServingDaemon, TakesASocketPathFromItsDirectory) {
   EXPECT_FALSE(fs::exists(sim::LinkManager::usualPath));
 }
 
-TEST_F(StartupOrderOfAServingDaemon, StartsNoWorkerAndShowsNothingWithoutADevice) {
-  sim::Daemon& daemon = start();
-
-  EXPECT_TRUE(daemon.children().empty());
-  EXPECT_TRUE(unit.display.takeWrites().empty());
-}
-
 TEST_F(StartupOrderOfAServingDaemon, CatchesTheSignalsOfEndedChildrenAndHangupsOnly) {
   const support::ProcessState state = support::stateOf(start().pid());
 

@@ -74,16 +74,6 @@ TEST_F(UnfriendlyStart, MayLeaveTheHangupSignalIgnored) {
   expectHangupReloadsThePolicy();
 }
 
-TEST_F(UnfriendlyStart, LeavesNoTraceInTheSignalsOfWorkers) {
-  start(commandLine(), withSignals({SIGCHLD, SIGHUP, SIGTERM, SIGUSR1}, {SIGPIPE, SIGTERM, SIGINT}));
-
-  const sim::WorkerStart& worker = attach(scanner()).start;
-
-  EXPECT_EQ(worker.blockedSignals, std::set<int>{});
-  EXPECT_EQ(worker.ignoredSignals, std::set<int>{});
-  EXPECT_EQ(worker.caughtSignals, std::set<int>{});
-}
-
 class UnfriendlyStartWithout : public UnfriendlyStart, public testing::WithParamInterface<Closed> {};
 
 TEST_P(UnfriendlyStartWithout, DescriptorsServesAndLetsThemLeadNowhere) {

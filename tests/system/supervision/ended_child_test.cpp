@@ -9,9 +9,9 @@
 
 #include "sim/contract.h"
 #include "system/support/attached_devices.h"
+#include "system/support/control_messages.h"
 #include "system/support/daemon_fixture.h"
 #include "system/support/held_attribute.h"
-#include "system/support/held_daemon.h"
 #include "system/support/process_state.h"
 #include "system/support/system_call_trace.h"
 
@@ -19,8 +19,8 @@ namespace {
 
 using EndedChild = support::DaemonFixture;
 
-/** The status of a worker that could not be executed is no such signal. */
-constexpr int signalOfASpecialStatus = 42;
+/** The status of a worker that could not be executed. As the number of a signal it has no such meaning. */
+constexpr int cannotExecute = 42;
 
 TEST_F(EndedChild, IsReapedWhateverEndedIt) {
   sim::Daemon& daemon = start();
@@ -28,45 +28,19 @@ TEST_F(EndedChild, IsReapedWhateverEndedIt) {
   for (const int status : {0, 1, 41, 43, 255}) {
     sim::Worker& worker = attach(scanner());
     detachAndEnd(worker, status);
-    waitUntilForgotten(worker);
+    daemon.waitForLine(contract::debug::gone(worker.device()));
   }
-  for (const int signal : {SIGTERM, SIGKILL, SIGSEGV, SIGHUP, signalOfASpecialStatus}) {
+  for (const int signal : {SIGTERM, SIGKILL, SIGSEGV, SIGHUP, cannotExecute}) {
     sim::Worker& worker = attach(scanner());
     unit.unplug(worker.device());
     worker.dieBy(signal);
-    waitUntilForgotten(worker);
+    daemon.waitForLine(contract::debug::gone(worker.device()));
   }
   unit.settle();
 
-  EXPECT_TRUE(daemon.isRunning());
-}
-
-TEST_F(EndedChild, MakesRoomForAnotherWorkerOfItsDevice) {
-  sim::Daemon& daemon = start();
-  sim::Worker& first = attach(scanner());
-  detachAndEnd(first);
-  daemon.waitForLine(contract::debug::gone(first.device()));
-
-  EXPECT_NE(attach(scanner()).start.pid, first.start.pid);
+  EXPECT_TRUE(daemon.children().empty());
   EXPECT_FALSE(daemon.hasLine(contract::debug::alreadyHandled));
-}
-
-TEST_F(EndedChild, IsReapedWithAllThatEndedWhileTheDaemonWasBusy) {
-  sim::Daemon& daemon = start();
-  std::vector<sim::Worker*> workers;
-  for (const char* name : {"1-1", "1-2", "1-3", "1-4", "1-5"}) {
-    workers.push_back(&attach(scanner(name)));
-  }
-  support::HeldDaemon held(unit);
-  for (sim::Worker* worker : workers) {
-    detachAndEnd(*worker);
-    support::waitUntilEnded(worker->start.pid);
-  }
-  EXPECT_EQ(daemon.children().size(), workers.size());
-
-  held.release();
-
-  waitUntilAllForgotten();
+  EXPECT_TRUE(daemon.isRunning());
 }
 
 TEST_F(EndedChild, IsNoneThatStopsAndGoesOn) {
@@ -131,6 +105,31 @@ TEST_F(EndedChild, IsReapedAlsoWhenItEndsRightAfterTheLastLook) {
     support::waitUntilEnded(late.start.pid);
   }
   waitUntilForgotten(late);
+}
+
+using EndedChildThatCouldNotBeExecuted = support::DaemonFixture;
+
+TEST_F(EndedChildThatCouldNotBeExecuted, EndsTheDaemonWithoutAWordUnlessItDebugs) {
+  sim::ProcessOptions world;
+  world.environment = {"PATH=/vel/empty"};
+  sim::Daemon& daemon = start(support::commandLine({}), world);
+
+  unit.plug(scanner());
+
+  EXPECT_EQ(daemon.waitForExit(), sim::ProcessEnd::exited(1));
+  EXPECT_EQ(daemon.standardError(), "");
+  EXPECT_TRUE(unit.syslog.takeMessages().empty());
+}
+
+TEST_F(EndedChildThatCouldNotBeExecuted, EndsADaemonThatWaitsForAControlClient) {
+  sim::Daemon& daemon = start();
+  sim::Worker& worker = attach(scanner());
+  const sim::LinkManager slow = support::silentClient(unit);
+
+  worker.exitWith(cannotExecute);
+
+  EXPECT_EQ(daemon.waitForExit(), sim::ProcessEnd::exited(1));
+  EXPECT_EQ(daemon.messages().back() + "\n", contract::error::execFailed);
 }
 
 }  // namespace

@@ -7,8 +7,8 @@
 #include "sim/contract.h"
 #include "system/support/attached_devices.h"
 #include "system/support/daemon_fixture.h"
-#include "system/support/held_daemon.h"
 #include "system/support/process_state.h"
+#include "system/support/stopped_daemon.h"
 
 namespace {
 
@@ -71,17 +71,6 @@ TEST_F(ServiceOrder, HasEndedWorkersBeforeANewClient) {
   support::settleEverySource(unit);
 
   EXPECT_EQ(unit.display.takeWrites(), writes({contract::display::attached("Here")}));
-}
-
-TEST_F(ServiceOrder, HasAUeventBeforeANewClientWhoseParametersAnnounceItsDevice) {
-  StoppedDaemon stopped(unit);
-  unit.plug(scanner("1-1", "New"));
-  send();
-
-  stopped.resume();
-  support::settleEverySource(unit);
-
-  EXPECT_EQ(unit.display.takeWrites(), writes({contract::display::attached("New")}));
 }
 
 TEST_F(ServiceOrder, EndsInTheRoundInWhichAClientDeliversParametersAndLeaves) {

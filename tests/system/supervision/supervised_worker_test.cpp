@@ -11,10 +11,10 @@
 #include "sim/contract.h"
 #include "system/support/attached_devices.h"
 #include "system/support/daemon_fixture.h"
-#include "system/support/held_daemon.h"
 #include "system/support/hotplug.h"
 #include "system/support/last_words.h"
 #include "system/support/process_state.h"
+#include "system/support/stopped_daemon.h"
 
 namespace {
 
@@ -113,12 +113,6 @@ class SupervisedWorkerThatFails : public SupervisedWorker {
     return worker;
   }
 };
-
-TEST_F(SupervisedWorkerThatFails, IsCountedByTwo) {
-  for (const unsigned count : {1U, 3U, 5U, 7U, 9U, 11U}) {
-    expectRestart(count);
-  }
-}
 
 TEST_F(SupervisedWorkerThatFails, WaitsForTheTransmitterAfterFiveFailures) {
   expectFailuresUntilItWaits();

@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+#include "sim/wait.h"
 #include "system/support/attached_devices.h"
 #include "system/support/control_messages.h"
 #include "system/support/daemon_fixture.h"
@@ -14,6 +15,7 @@ namespace {
 
 constexpr double noLimit = 1'000'000;  // seconds
 constexpr double quietPeriod = 3;      // seconds
+constexpr double quietSeconds = 10;    // far more than that
 
 class WaitInterval : public support::DaemonFixture {
  protected:
@@ -77,6 +79,23 @@ TEST_F(WaitInterval, IsShortFromTheFirstRestartOnUntilNothingHappens) {
   EXPECT_EQ(nextInterval(trace), quietPeriod);
 
   EXPECT_EQ(nextInterval(trace), noLimit);
+}
+
+using WaitIntervalOfAnIdleDaemon = support::DaemonFixture;
+
+TEST_F(WaitIntervalOfAnIdleDaemon, HasNoWakeUpInIt) {
+  sim::Daemon& daemon = start();
+  attach(scanner());
+  deliver();
+  support::waitUntilAsleep(daemon.pid());
+  const auto before = support::contextSwitchesOf(daemon.pid());
+  const std::size_t lines = daemon.lines().size();
+
+  const bool ended = sim::waitReadable(daemon.endEvents(), sim::Deadline(quietSeconds));
+
+  EXPECT_FALSE(ended);
+  EXPECT_EQ(support::contextSwitchesOf(daemon.pid()), before);
+  EXPECT_EQ(daemon.lines().size(), lines);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include "sim/error.h"
 #include "system/support/eventually.h"
+#include "system/support/process_state.h"
 
 namespace support {
 
@@ -21,11 +22,15 @@ sim::LinkManager deliver(sim::Unit& unit, const std::string& line) {
 sim::LinkManager acceptedClient(sim::Unit& unit, const std::string& message) {
   const std::size_t before = unit.daemon().openDescriptors().size();
   sim::LinkManager client = unit.connect();
-  if (!message.empty()) {
-    client.send(message);
-  }
+  client.send(message);
   eventually("the daemon's accept of a client",
              [&] { return unit.daemon().openDescriptors().size() > before; });
+  return client;
+}
+
+sim::LinkManager silentClient(sim::Unit& unit) {
+  sim::LinkManager client = acceptedClient(unit, "");
+  waitUntilAsleep(unit.daemon().pid());
   return client;
 }
 

@@ -16,7 +16,10 @@ std::string askForParameters(sim::Unit& unit);
 [[nodiscard]] sim::LinkManager deliver(sim::Unit& unit, const std::string& line);
 
 /** A client that has connected and sent this, and that the daemon has accepted and keeps. */
-[[nodiscard]] sim::LinkManager acceptedClient(sim::Unit& unit, const std::string& message = {});
+[[nodiscard]] sim::LinkManager acceptedClient(sim::Unit& unit, const std::string& message);
+
+/** A client that has connected and sends nothing: the daemon waits for it, and serves no other source. */
+[[nodiscard]] sim::LinkManager silentClient(sim::Unit& unit);
 
 /** Whether the daemon neither sends to the client nor closes its connection. */
 [[nodiscard]] bool isSilentAndOpen(sim::LinkManager& client);

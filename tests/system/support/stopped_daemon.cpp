@@ -1,20 +1,10 @@
-#include "system/support/held_daemon.h"
+#include "system/support/stopped_daemon.h"
 
 #include <csignal>
 
-#include "system/support/control_messages.h"
 #include "system/support/process_state.h"
 
 namespace support {
-
-HeldDaemon::HeldDaemon(sim::Unit& unit) : silentClient_(acceptedClient(unit)) {
-  waitUntilAsleep(unit.daemon().pid());
-}
-
-std::string HeldDaemon::release() {
-  silentClient_.send("?");
-  return silentClient_.receiveAll();
-}
 
 StoppedDaemon::StoppedDaemon(sim::Unit& unit) : daemon_(unit.daemon()) {
   settleEverySource(unit);
