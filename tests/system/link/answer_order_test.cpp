@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "sim/error.h"
+#include "system/support/control_messages.h"
 #include "system/support/daemon_fixture.h"
 
 namespace {
@@ -80,7 +81,8 @@ TEST_F(AnswerOrder, IsThatOfTheConnectionsThoughTheyAskedInAnother) {
     asking.at(index).ask();
   }
 
-  deliver();
+  // Served in the order in which they connected, it is the last.
+  const sim::LinkManager manager = support::deliver(unit, sim::LinkParameters().line());
 
   std::vector<int> connected;
   for (const SignallingClient& client : asking) {

@@ -110,13 +110,4 @@ TEST_F(LinkLines, WithoutAPortEndTheDaemon) {
   }
 }
 
-TEST_F(LinkLines, WithoutASpeedEmptyIt) {
-  start(commandLine({"--debug=ctrl"}, {"transmitter", "5000", "full"}));
-  deliver("host 7000");
-
-  unit.plug(fastScanner());
-
-  EXPECT_EQ(unit.display.waitForWrite(), contract::display::attached("Fast Scanner") + "\n");
-}
-
 }  // namespace

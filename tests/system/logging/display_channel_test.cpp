@@ -2,15 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <string>
-#include <vector>
 
 #include "sim/contract.h"
 #include "system/support/attached_devices.h"
 #include "system/support/daemon_fixture.h"
-#include "system/support/process_state.h"
 
 namespace {
 
@@ -32,12 +29,6 @@ class DisplayChannel : public support::DaemonFixture {
     node.model = "Disk";
     unit.plug(node);
     unit.settle();
-  }
-
-  [[nodiscard]] bool isOpen() {
-    const std::vector<int> open = unit.daemon().openDescriptors();
-    return std::any_of(open.begin(), open.end(),
-                       [&](int number) { return support::targetOf(unit.daemon().pid(), number) == fifo; });
   }
 
   static std::string textOf(const std::string& vendor) {
@@ -77,18 +68,6 @@ TEST_F(DisplayChannel, MayBeMissing) {
   EXPECT_TRUE(daemon.isRunning());
   EXPECT_FALSE(std::filesystem::exists(fifo));
   unit.workers.waitForWorker();
-}
-
-TEST_F(DisplayChannel, IsNotOpenedAnewWhenAnotherFifoTakesItsPlace) {
-  startWithStorage();
-  unit.display.removeFifo();
-  unit.display.makeFifo();
-  unit.display.openReader();
-
-  attachDiskOf("First");
-
-  EXPECT_TRUE(unit.display.takeWrites().empty());
-  EXPECT_FALSE(isOpen());
 }
 
 TEST_F(DisplayChannel, LosesAMessageWhenItsReaderHasGoneAndGetsTheNext) {

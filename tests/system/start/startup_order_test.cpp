@@ -48,6 +48,7 @@ TEST_F(StartupOrder, MakesTheControlSocketFirst) {
   EXPECT_FALSE(fs::exists(sim::LinkManager::usualPath));
 }
 
+// Were the one socket that it may make that of the uevents, the control socket would fail otherwise.
 TEST_F(StartupOrder, BindsTheControlSocketBeforeTheUeventSocketExists) {
   EXPECT_EQ(errorWithSockets(1, {"--sock=/missing/socket"}), error::bindFailed(reason::noSuchFile));
 }

@@ -44,7 +44,8 @@ class DaemonFixture : public testing::Test {
 
   /** Sends a line of link parameters, which the daemon serves when it comes to it. */
   sim::LinkManager& send(const std::string& line = sim::LinkParameters().line());
-  /** The same, and waits until the daemon has served it; the daemon must debug to standard error. */
+  /** The same, and waits until the daemon has served it. The daemon must debug to standard error, and must have no
+   * other client to serve. */
   sim::LinkManager& deliver(const std::string& line = sim::LinkParameters().line());
 
   sim::Unit unit;

@@ -9,7 +9,7 @@
 
 namespace support {
 
-/** What the system tells of a running process. */
+/** What the system shows of a running process. */
 struct ProcessState {
   std::string workingDirectory;
   std::set<int> caughtSignals;
@@ -38,16 +38,16 @@ void waitUntilEnded(pid_t process);
 std::string targetOf(pid_t process, int descriptor);
 
 /**
- * Waits until the daemon has gone once round its loop: whatever was pending in any of its sources before is
- * then served. It must debug to standard error.
+ * Waits until the daemon has gone once round its loop: what was pending in its sources before is then
+ * served, though only one event and one client of several. It must debug to standard error.
  */
 void settleEverySource(sim::Unit& unit);
 
 }  // namespace support
 
-using support::ProcessState;
 using support::contextSwitchesOf;
 using support::pendingSignalsOf;
+using support::ProcessState;
 using support::settleEverySource;
 using support::stateOf;
 using support::targetOf;
