@@ -56,6 +56,7 @@ TEST_F(ServiceOrder, HasAUeventBeforeTheEndOfAWorker) {
   stopped.resume();
 
   unit.daemon().waitForLine(debug::line(debug::alreadyHandled));
+  unit.daemon().waitForLine(debug::line(debug::terminated(worker.start.pid)));
 }
 
 TEST_F(ServiceOrder, HasEndedWorkersBeforeANewClient) {
