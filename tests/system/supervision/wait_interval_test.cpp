@@ -3,10 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <string>
 
-#include "sim/unit.h"
+#include "sim/wait.h"
 #include "system/support/attached_devices.h"
+#include "system/support/control_messages.h"
+#include "system/support/daemon_fixture.h"
 #include "system/support/process_state.h"
 #include "system/support/system_call_trace.h"
 
@@ -14,33 +15,30 @@ namespace {
 
 constexpr double noLimit = 1'000'000;  // seconds
 constexpr double quietPeriod = 3;      // seconds
+constexpr double quietSeconds = 10;    // far more than that
 
-class WaitInterval : public testing::Test {
+class WaitInterval : public support::DaemonFixture {
  protected:
   void SetUp() override {
-    if (const auto obstacle = SystemCallTrace::obstacle()) {
+    if (const auto obstacle = support::SystemCallTrace::obstacle()) {
       GTEST_SKIP() << *obstacle;
     }
-    unit.startDaemon();
-    unit.waitUntilServing();
-    directory = unit.plug(scanner());
-    worker = &unit.workers.waitForWorker();
+    start();
+    worker = &attach(scanner());
     letItSleep();
   }
 
   /** A trace that begins while the daemon waits sees no beginning of that wait. */
   void letItSleep() {
     unit.settle();
-    waitUntilAsleep(unit.daemon().pid());
+    support::waitUntilAsleep(unit.daemon().pid());
   }
 
-  sim::Unit unit;
-  std::string directory;          ///< of a device
-  sim::Worker* worker = nullptr;  ///< its worker
+  sim::Worker* worker = nullptr;
 };
 
 /** What the daemon begins its next wait with: whole seconds, unlike a wait that a signal has interrupted. */
-double nextInterval(SystemCallTrace& trace) {
+double nextInterval(support::SystemCallTrace& trace) {
   double seconds = 0;
   do {
     seconds = trace.runToWait();
@@ -49,7 +47,7 @@ double nextInterval(SystemCallTrace& trace) {
 }
 
 TEST_F(WaitInterval, HasNoLimitInEffectWhileNothingWasRestarted) {
-  SystemCallTrace trace(unit.daemon().pid());
+  support::SystemCallTrace trace(unit.daemon().pid());
   for (int event = 0; event < 3; ++event) {
     unit.uevents.remove("/devices/none");
     EXPECT_EQ(nextInterval(trace), noLimit);
@@ -58,17 +56,17 @@ TEST_F(WaitInterval, HasNoLimitInEffectWhileNothingWasRestarted) {
 
 // A control client makes the daemon forget its last start: the failure of a worker then begins a new streak.
 TEST_F(WaitInterval, IsShortAfterASingleRestart) {
-  sim::LinkManager client = unit.connect();
-  client.send("?");
-  client.receiveAll();
+  support::askForParameters(unit);
   letItSleep();
-  SystemCallTrace trace(unit.daemon().pid());
+  support::SystemCallTrace trace(unit.daemon().pid());
+
   worker->exitWith(0);
+
   EXPECT_EQ(nextInterval(trace), quietPeriod);
 }
 
 TEST_F(WaitInterval, IsShortFromTheFirstRestartOnUntilNothingHappens) {
-  SystemCallTrace trace(unit.daemon().pid());
+  support::SystemCallTrace trace(unit.daemon().pid());
   worker->exitWith(0);
   EXPECT_EQ(nextInterval(trace), quietPeriod);
   unit.uevents.remove("/devices/none");
@@ -76,11 +74,28 @@ TEST_F(WaitInterval, IsShortFromTheFirstRestartOnUntilNothingHappens) {
 
   // The device goes, which ends the streak of restarts at once.
   sim::Worker& restarted = unit.workers.waitForWorker();
-  unit.sysfs.removeDevice(directory);
+  unit.sysfs.removeDevice(restarted.device());
   restarted.exitWith(0);
   EXPECT_EQ(nextInterval(trace), quietPeriod);
 
   EXPECT_EQ(nextInterval(trace), noLimit);
+}
+
+using WaitIntervalOfAnIdleDaemon = support::DaemonFixture;
+
+TEST_F(WaitIntervalOfAnIdleDaemon, HasNoWakeUpInIt) {
+  sim::Daemon& daemon = start();
+  attach(scanner());
+  deliver();
+  support::waitUntilAsleep(daemon.pid());
+  const auto before = support::contextSwitchesOf(daemon.pid());
+  const std::size_t lines = daemon.lines().size();
+
+  const bool ended = sim::waitReadable(daemon.endEvents(), sim::Deadline(quietSeconds));
+
+  EXPECT_FALSE(ended);
+  EXPECT_EQ(support::contextSwitchesOf(daemon.pid()), before);
+  EXPECT_EQ(daemon.lines().size(), lines);
 }
 
 }  // namespace

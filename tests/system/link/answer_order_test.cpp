@@ -1,3 +1,5 @@
+// In which order waiting clients are answered.
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -7,11 +9,12 @@
 #include <array>
 #include <csignal>
 #include <ctime>
+#include <string>
+#include <vector>
 
 #include "sim/error.h"
-#include "sim/wait.h"
 #include "system/support/control_messages.h"
-#include "system/support/eventually.h"
+#include "system/support/daemon_fixture.h"
 
 namespace {
 
@@ -34,32 +37,16 @@ class SignallingClient {
   }
 
   [[nodiscard]] int descriptor() const { return connection_.get(); }
-
   void ask() const { ASSERT_EQ(::send(connection_.get(), "?", 1, MSG_NOSIGNAL), 1); }
-
-  /** Waits for the end of the connection. */
-  [[nodiscard]] std::string answer() const {
-    std::string all;
-    std::array<char, 512> some{};
-    ssize_t length = 0;
-    do {
-      all.append(some.data(), static_cast<std::size_t>(length));
-      if (!sim::waitReadable(connection_.get(), sim::Deadline())) {
-        throw sim::TimedOut("the answer to a waiting client");
-      }
-      length = ::recv(connection_.get(), some.data(), some.size(), 0);
-    } while (length > 0);
-    return all;
-  }
 
  private:
   sim::Descriptor connection_;
 };
 
 /** Holds the signals back until they are asked for. */
-class ArrivalRecord {
+class Arrivals {
  public:
-  ArrivalRecord() {
+  Arrivals() {
     sigemptyset(&signals_);
     sigaddset(&signals_, arrivalSignal);
     ::sigprocmask(SIG_BLOCK, &signals_, nullptr);
@@ -82,24 +69,26 @@ class ArrivalRecord {
   sigset_t signals_{};
 };
 
-}  // namespace
+class AnswerOrder : public support::DaemonFixture {
+ protected:
+  Arrivals arrivals;
+};
 
-TEST(ControlWaitingOrder, ClientsAreAnsweredInTheOrderInWhichTheyAsked) {
-  const ArrivalRecord arrivals;
-  sim::Unit unit;
-  unit.startDaemon({"--debug=ctrl", "transmitter", "0", "high"});
-  unit.waitUntilServing();
-  const std::array<SignallingClient, 5> clients;
-  const std::array<std::size_t, 5> order = {3, 1, 4, 0, 2};
-  for (const std::size_t index : order) {
-    clients.at(index).ask();
+TEST_F(AnswerOrder, IsThatOfTheConnectionsThoughTheyAskedInAnother) {
+  start(support::commandLine({"--debug=ctrl"}, {"transmitter", "0", "high"}));
+  const std::array<SignallingClient, 5> asking;
+  for (const std::size_t index : {3U, 1U, 4U, 0U, 2U}) {
+    asking.at(index).ask();
   }
-  // They are served in the order in which they have connected.
-  const sim::LinkManager manager = deliver(unit, "transmitter 5000 high eth1 IN OUT");
+
+  // Served in the order in which they connected, it is the last.
+  const sim::LinkManager manager = support::deliver(unit, sim::LinkParameters().line());
+
   std::vector<int> connected;
-  for (const SignallingClient& client : clients) {
-    EXPECT_EQ(client.answer(), "transmitter 5000 high eth1 IN OUT");
+  for (const SignallingClient& client : asking) {
     connected.push_back(client.descriptor());
   }
   EXPECT_EQ(arrivals.take(), connected);
 }
+
+}  // namespace
