@@ -1,115 +1,124 @@
-#include <gtest/gtest.h>
+// Devices that are incomplete when the rules look at them, or change while they do.
 
 #include <filesystem>
+#include <functional>
+#include <ostream>
+#include <string>
 
 #include "system/support/admission_check.h"
+#include "system/support/control_messages.h"
 #include "system/support/held_attribute.h"
 
 namespace {
 
-using AdmissionOfChangingDevices = AdmissionCheck;
+using namespace support;
 
-constexpr const char* ignoredEvent = "[rx_ctrl] Exception while processing uevent; ignored.";
+namespace display = contract::display;
 
-const std::string harmlessDescriptors = sim::mouseDescriptors();
+const std::string name = "Synthetic Device";
 
-/** Whoever has the file open keeps the old one. */
-void replaceAttribute(sim::Unit& unit, const std::string& directory, const std::string& name,
-                      const std::string& content) {
-  unit.sysfs.writeAttribute(directory, name + ".new", content);
-  std::filesystem::rename(directory + "/" + name + ".new", directory + "/" + name);
+struct Incomplete {
+  std::string name;
+  std::string settings;
+  std::string link;
+  sim::UsbDevice device;
+  std::string attribute;  ///< a directory is in its place
+  Decision decision;
+  bool endsTheEvent;
+};
+
+std::ostream& operator<<(std::ostream& out, const Incomplete& incomplete) {
+  return out << incomplete.name;
+}
+
+class AdmissionChangingDeviceAttribute : public AdmissionCheck,
+                                         public testing::WithParamInterface<Incomplete> {};
+
+const sim::UsbDevice highSpeedDisk = named(disk(), "1-1", name);
+
+INSTANTIATE_TEST_SUITE_P(Rules, AdmissionChangingDeviceAttribute,
+                         testing::Values(Incomplete{"DescriptorsAreNeeded", "", "high", mouse(),
+                                                    "descriptors", refusedSilently, true},
+                                         Incomplete{"DescriptorsAreNotReadWhereNoRuleAsks",
+                                                    "isochronous_enabled = true\n", "high", mouse(),
+                                                    "descriptors", admittedSilently, false},
+                                         Incomplete{"SpeedIsNeededOnAFullSpeedLink", "", "full",
+                                                    fastScanner(), "speed", refusedSilently, true},
+                                         Incomplete{"SpeedIsNotReadOnAFasterLink", "", "high", fastScanner(),
+                                                    "speed", admittedSilently, false},
+                                         Incomplete{"SpeedIsNotReadOfADeviceThatIsRefusedBefore",
+                                                    "block_mass_storage = true\n", "full", highSpeedDisk,
+                                                    "speed", refusedWith(display::massStorage(name)), false},
+                                         Incomplete{"NameIsNeededForARefusal", "", "high",
+                                                    isochronousDevice(), "product", refusedSilently, true}),
+                         [](const auto& instance) { return instance.param.name; });
+
+TEST_P(AdmissionChangingDeviceAttribute, IsReadWhereARuleNeedsIt) {
+  startWith(GetParam().settings, GetParam().link);
+  const std::string directory = unit.sysfs.add(GetParam().device);
+  unit.sysfs.removeAttribute(directory, GetParam().attribute);
+  unit.sysfs.makeDirectory(directory + "/" + GetParam().attribute);
+  EXPECT_EQ(decideAdded(directory), GetParam().decision);
+  EXPECT_EQ(unit.daemon().hasLine(contract::debug::eventIgnored), GetParam().endsTheEvent);
+}
+
+class AdmissionChangingDevice : public AdmissionCheck {
+ protected:
+  /** The decision of a mouse that changes while a rule reads its descriptors, as which it gets `content`. */
+  Decision decideWhenChanged(const std::string& content, const std::function<void()>& change) {
+    unit.sysfs.add(mouse());
+    return decisionAfter([&] {
+      HeldAttribute descriptors(directory + "/descriptors");
+      unit.uevents.add(devpathOf(directory));
+      descriptors.waitForReader();
+      change();
+      descriptors.release(content);
+    });
+  }
+
+  static inline const std::string directory = mouse().directory();
+};
+
+TEST_F(AdmissionChangingDevice, HasItsDescriptorsReadAfreshByEachRule) {
+  startWith("smartcard = true\nhid_only = true\n");
+  EXPECT_EQ(decideWhenChanged(sim::mouseDescriptors(),
+                              [&] {
+                                unit.sysfs.removeAttribute(directory, "descriptors");
+                                unit.sysfs.writeAttribute(directory, "descriptors",
+                                                          sim::vendorDeviceDescriptors());
+                              }),
+            refusedWith(display::nonHid(name)));
+}
+
+TEST_F(AdmissionChangingDevice, HasItsNameReadWhenTheUserIsTold) {
+  startWith("block_mass_storage = true\n");
+  EXPECT_EQ(decideWhenChanged(sim::diskDescriptors(),
+                              [&] { unit.sysfs.writeAttribute(directory, "product", "Renamed\n"); }),
+            refusedWith(display::massStorage("Renamed")));
+}
+
+TEST_F(AdmissionChangingDevice, HasItsSpeedReadAfterTheDescriptors) {
+  startWith("", "full");
+  EXPECT_EQ(decideWhenChanged(sim::mouseDescriptors(),
+                              [&] { unit.sysfs.writeAttribute(directory, "speed", "480\n"); }),
+            refusedWith(display::highSpeed(name)));
+}
+
+TEST_F(AdmissionChangingDevice, IsOfferedAgainByItsNextEvent) {
+  startWith("");
+  unit.sysfs.add(mouse());
+  unit.sysfs.removeAttribute(directory, "descriptors");
+  EXPECT_EQ(decideAdded(directory), refusedSilently);
+  unit.sysfs.writeAttribute(directory, "descriptors", sim::mouseDescriptors());
+  EXPECT_EQ(decideAdded(directory), admittedSilently);
+}
+
+TEST_F(AdmissionChangingDevice, IsDecidedByTheSpeedOfTheLatestLinkParameters) {
+  startWithoutConfiguration("high");
+  const sim::LinkManager first = deliver(unit, "transmitter 5000 full eth1");
+  EXPECT_EQ(decide(fastScanner("1-1", "First")), refusedWith(display::highSpeed("First")));
+  const sim::LinkManager second = deliver(unit, "transmitter 5000 fullspeed eth1");
+  EXPECT_EQ(decide(fastScanner("1-2", "Second")), (Decision{true, {display::attached("Second") + "\n"}}));
 }
 
 }  // namespace
-
-TEST_F(AdmissionOfChangingDevices, EachRuleReadsTheDescriptorsAfresh) {
-  startWith("smartcard = true\nhid_only = true\n");
-  const std::string directory = unit.sysfs.add(mouse());
-  HeldAttribute descriptors(directory + "/descriptors");
-  unit.uevents.add(directory.substr(4));
-  descriptors.waitForReader();
-  replaceAttribute(unit, directory, "descriptors", sim::vendorDeviceDescriptors());
-  descriptors.release(harmlessDescriptors);
-  EXPECT_EQ(decision(), refusedWith("Synthetic Device is not supported because it has non-HID endpoints\n"));
-}
-
-TEST_F(AdmissionOfChangingDevices, TheNameIsReadWhenTheUserIsTold) {
-  startWith("block_mass_storage = true\n");
-  const std::string directory = unit.sysfs.add(deviceOfClass(sim::usb_class::massStorage));
-  HeldAttribute descriptors(directory + "/descriptors");
-  unit.uevents.add(directory.substr(4));
-  descriptors.waitForReader();
-  unit.sysfs.writeAttribute(directory, "product", "Renamed\n");
-  descriptors.release(sim::diskDescriptors());
-  EXPECT_EQ(decision(), refusedWith("Renamed configuration blocked due to mass storage capability\n"));
-}
-
-TEST_F(AdmissionOfChangingDevices, DescriptorsThatVanishBetweenTwoRulesEndTheEvent) {
-  startWith("smartcard = true\n");
-  const std::string directory = unit.sysfs.add(mouse());
-  HeldAttribute descriptors(directory + "/descriptors");
-  unit.uevents.add(directory.substr(4));
-  descriptors.waitForReader();
-  unit.sysfs.removeAttribute(directory, "descriptors");
-  descriptors.release(harmlessDescriptors);
-  EXPECT_EQ(decision(), refusedSilently);
-  EXPECT_TRUE(unit.daemon().hasLine(ignoredEvent));
-}
-
-TEST_F(AdmissionOfChangingDevices, ADeviceThatVanishesBetweenTwoRulesEndsTheEvent) {
-  startWith("smartcard = true\n");
-  const std::string directory = unit.sysfs.add(mouse());
-  HeldAttribute descriptors(directory + "/descriptors");
-  unit.uevents.add(directory.substr(4));
-  descriptors.waitForReader();
-  unit.sysfs.removeDevice(directory);
-  descriptors.release(harmlessDescriptors);
-  EXPECT_EQ(decision(), refusedSilently);
-  EXPECT_TRUE(unit.daemon().hasLine(ignoredEvent));
-}
-
-TEST_F(AdmissionOfChangingDevices, ARefusedDeviceThatVanishesBeforeItsNameIsReadIsUnnamed) {
-  startWith("block_mass_storage = true\n");
-  const std::string directory = unit.sysfs.add(deviceOfClass(sim::usb_class::massStorage));
-  HeldAttribute descriptors(directory + "/descriptors");
-  unit.uevents.add(directory.substr(4));
-  descriptors.waitForReader();
-  unit.sysfs.removeDevice(directory);
-  descriptors.release(sim::diskDescriptors());
-  EXPECT_EQ(decision(),
-            refusedWith("un-named device configuration blocked due to mass storage capability\n"));
-}
-
-TEST_F(AdmissionOfChangingDevices, SpeedIsReadAfterTheDescriptors) {
-  startWith("", "full");
-  const std::string directory = unit.sysfs.add(mouse());
-  HeldAttribute descriptors(directory + "/descriptors");
-  unit.uevents.add(directory.substr(4));
-  descriptors.waitForReader();
-  unit.sysfs.writeAttribute(directory, "speed", "480\n");
-  descriptors.release(harmlessDescriptors);
-  EXPECT_EQ(decision(),
-            refusedWith("High speed Synthetic Device is not supported on a full speed only port\n"));
-}
-
-TEST_F(AdmissionOfChangingDevices, TheNextDeviceIsCheckedAfterOneThatFailed) {
-  startWith("");
-  const std::string directory = unit.sysfs.add(mouse());
-  unit.sysfs.removeAttribute(directory, "descriptors");
-  unit.uevents.add(directory.substr(4));
-  EXPECT_EQ(decision(), refusedSilently);
-  EXPECT_EQ(decide(named(isochronousDevice(), "1-2", "Speaker")),
-            refusedWith("Speaker is not supported because it has isochronous endpoints\n"));
-  EXPECT_EQ(decide(named(mouse(), "1-3", "Mouse")), admittedSilently);
-}
-
-TEST_F(AdmissionOfChangingDevices, AFailedDeviceIsOfferedAgainByItsNextEvent) {
-  startWith("");
-  const std::string directory = unit.sysfs.add(mouse());
-  unit.sysfs.removeAttribute(directory, "descriptors");
-  unit.uevents.add(directory.substr(4));
-  EXPECT_EQ(decision(), refusedSilently);
-  unit.sysfs.writeAttribute(directory, "descriptors", harmlessDescriptors);
-  unit.uevents.add(directory.substr(4));
-  EXPECT_EQ(decision(), admittedSilently);
-}

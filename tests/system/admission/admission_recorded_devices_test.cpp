@@ -1,159 +1,106 @@
-#include <gtest/gtest.h>
+// What each rule makes of every recorded device.
 
 #include <algorithm>
+#include <functional>
+#include <iterator>
+#include <ostream>
 #include <set>
+#include <string>
 
 #include "sim/recording_views.h"
 #include "system/support/admission_check.h"
 
 namespace {
 
-using Names = std::set<std::string>;
+using namespace support;
 
-const Names keyboardsAndPointers = {
-    "kbd-fs",
-    "kbd-fs-hiddev",
-    "kbd-hs",
-    "kbd-hs-hiddev",
-    "made-kbd-iad",
-    "made-kbd-low",
-    "made-kbd-mouse-hiddev",
-    "made-kbd-noboot-hiddev",
-    "made-kbd-unnamed",
-    "made-two-kbd-hiddev",
-    "mouse-fs",
-    "mouse-fs-hiddev",
-    "tablet-hs",
-};
-const Names disks = {
-    "made-card-disk", "made-disk-8070", "made-disk-alt", "made-disk-atapi", "made-disk-two-configs",
-    "storage-2lun",   "storage-fs",     "storage-hs",    "storage-ss",      "uas-hs",
-};
-const Names smartCardReaders = {"ccid", "made-card-disk"};
-const Names isochronousDevices = {"audio", "made-camera-hs"};
-const Names highSpeedDevices = {
-    "kbd-hs",         "kbd-hs-hiddev", "made-camera-hs", "made-disk-alt", "made-disk-two-configs",
-    "made-vendor-hs", "mtp-hs",        "storage-2lun",   "storage-hs",    "tablet-hs",
-    "uas-hs",
-};
-const Names others = {"made-hid-vendor", "made-long-name", "made-no-interfaces", "made-odd-name", "net",
-                      "serial"};
+namespace display = contract::display;
+
+using Names = std::set<std::string>;
 
 Names operator+(Names some, const Names& more) {
   some.insert(more.begin(), more.end());
   return some;
 }
 
-const Names everyDevice =
-    keyboardsAndPointers + disks + smartCardReaders + isochronousDevices + highSpeedDevices + others;
-
-/** What became of a group of devices, told by the names of the recordings. */
-struct Outcome {
-  Names admitted;
-  Names refusedWithTheirLine;
-  Names other;
-
-  bool operator==(const Outcome&) const = default;
-};
-
-Names without(Names all, const Names& some) {
+Names operator-(Names all, const Names& some) {
   std::erase_if(all, [&](const std::string& name) { return some.contains(name); });
   return all;
 }
 
-/** Of all devices these are refused with the line that is expected; the others are admitted. */
-Outcome refusing(const Names& names) {
-  return {without(everyDevice, names), names, {}};
+const Names hubs = {"hub", "hub-hub-kbd", "hub-mouse", "root-hubs"};
+const Names hidDevices = {"kbd-fs",
+                          "kbd-fs-hiddev",
+                          "kbd-hs",
+                          "kbd-hs-hiddev",
+                          "made-kbd-iad",
+                          "made-kbd-low",
+                          "made-kbd-mouse-hiddev",
+                          "mouse-fs",
+                          "mouse-fs-hiddev",
+                          "made-kbd-noboot-hiddev",
+                          "tablet-hs",
+                          "made-kbd-unnamed",
+                          "made-two-kbd-hiddev"};
+const Names disks = {"made-card-disk", "made-disk-8070",       "made-disk-alt", "made-disk-atapi",
+                     "storage-2lun",   "storage-fs",           "storage-hs",    "storage-ss",
+                     "uas-hs",         "made-disk-two-configs"};
+const Names smartCardReaders = {"ccid", "made-card-disk"};
+const Names isochronousDevices = {"audio", "made-camera-hs"};
+const Names highSpeedDevices = {
+    "kbd-hs", "kbd-hs-hiddev", "made-camera-hs", "made-disk-alt", "made-vendor-hs", "made-disk-two-configs",
+    "mtp-hs", "storage-2lun",  "storage-hs",     "tablet-hs",     "uas-hs"};
+
+/** A hub is subject to no rule, and what is behind one as any other device. */
+Names everyDevice() {
+  const std::vector<std::string> names = sim::DeviceRecording::names();
+  return Names(names.begin(), names.end()) - hubs;
 }
 
-std::string list(const Names& names) {
-  std::string text;
-  for (const std::string& name : names) {
-    text += " " + name;
-  }
-  return text;
-}
-
-std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
-  return out << "admitted:" << list(outcome.admitted) << "; refused:" << list(outcome.refusedWithTheirLine)
-             << "; neither:" << list(outcome.other);
-}
-
-std::string nameOf(const sim::DeviceRecording& recording) {
-  return recording.product.empty() ? "un-named device" : recording.product;
-}
-
-/** The recording in a port of its own, so that all can be plugged in at a time. */
-sim::DeviceRecording inOwnPort(const std::string& recording) {
-  const auto number = std::distance(everyDevice.begin(), everyDevice.find(recording)) + 1;
-  return sim::atPort(sim::DeviceRecording::load(recording), "8-" + std::to_string(number),
-                     static_cast<int>(number) * 4);
-}
-
-class AdmissionOfRecordedDevices : public AdmissionCheck {
- protected:
-  /** Plugs every device in; those refused are expected to be shown as `before` + name + `after`. */
-  Outcome plugAll(const std::string& before, const std::string& after) {
-    Outcome outcome;
-    for (const std::string& name : everyDevice) {
-      const sim::DeviceRecording recording = inOwnPort(name);
-      const std::string line = std::string(before).append(nameOf(recording)).append(after);
-      const Decision decided = decide(recording);
-      if (decided == admittedSilently) {
-        outcome.admitted.insert(name);
-      } else if (decided == refusedWith(line)) {
-        outcome.refusedWithTheirLine.insert(name);
-      } else {
-        outcome.other.insert(name);
-      }
-    }
-    return outcome;
-  }
+struct Rule {
+  std::string name;
+  std::string settings;
+  std::string link;
+  std::string (*line)(const std::string& device);  ///< on the display
+  std::function<Names()> refused;                  ///< all others are admitted
 };
 
+std::ostream& operator<<(std::ostream& out, const Rule& rule) {
+  return out << rule.name;
+}
+
+const std::vector<Rule> rules = {
+    {"Default", "", "high", display::isochronous, [] { return isochronousDevices; }},
+    {"IsochronousEnabled", "isochronous_enabled = true\n", "high", display::isochronous,
+     [] { return Names(); }},
+    {"Smartcard", "smartcard = true\nisochronous_enabled = true\n", "high", display::smartcard,
+     [] { return smartCardReaders; }},
+    {"HidOnly", "hid_only = true\n", "high", display::nonHid,
+     [] { return everyDevice() - (hidDevices + Names{"made-no-interfaces"}); }},
+    {"BlockMassStorage", "block_mass_storage = true\nisochronous_enabled = true\n", "high",
+     display::massStorage, [] { return disks; }},
+    {"FullSpeedLink", "isochronous_enabled = true\n", "full", display::highSpeed,
+     [] { return highSpeedDevices; }},
+};
+
+class AdmissionRecordedDevices : public AdmissionCheck, public testing::WithParamInterface<Rule> {};
+
+INSTANTIATE_TEST_SUITE_P(Rules, AdmissionRecordedDevices, testing::ValuesIn(rules),
+                         [](const auto& instance) { return instance.param.name; });
+
+TEST_P(AdmissionRecordedDevices, AreRefusedByTheirRuleOnly) {
+  startWith(GetParam().settings, GetParam().link);
+  const Names refused = GetParam().refused();
+  int port = 0;
+  for (const std::string& name : everyDevice()) {
+    ++port;
+    const sim::DeviceRecording recording =
+        sim::atPort(sim::DeviceRecording::load(name), "8-" + std::to_string(port), 4 * port);
+    const std::string shownName = recording.product.empty() ? display::unnamedDevice : recording.product;
+    EXPECT_EQ(decide(recording),
+              refused.contains(name) ? refusedWith(GetParam().line(shownName)) : admittedSilently)
+        << name;
+  }
+}
+
 }  // namespace
-
-TEST_F(AdmissionOfRecordedDevices, ByDefaultOnlyIsochronousOnesAreRefused) {
-  startWithoutConfiguration();
-  EXPECT_EQ(plugAll("", " is not supported because it has isochronous endpoints\n"),
-            refusing(isochronousDevices));
-}
-
-TEST_F(AdmissionOfRecordedDevices, NoneIsRefusedWhereIsochronousOnesAreEnabled) {
-  startWith("isochronous_enabled = true\n");
-  EXPECT_EQ(plugAll("", ""), refusing({}));
-}
-
-TEST_F(AdmissionOfRecordedDevices, SmartCardReadersAreRefusedWhereSmartCardsAreSecuredLocally) {
-  startWith("smartcard = true\nisochronous_enabled = true\n");
-  EXPECT_EQ(plugAll("", "local smartcard security\n"), refusing(smartCardReaders));
-}
-
-TEST_F(AdmissionOfRecordedDevices, KeyboardsAndPointersAloneAreAdmittedWhereOnlyHidIsAllowed) {
-  startWith("hid_only = true\n");
-  EXPECT_EQ(plugAll("", " is not supported because it has non-HID endpoints\n"),
-            refusing(without(everyDevice, keyboardsAndPointers + Names{"made-no-interfaces"})));
-}
-
-TEST_F(AdmissionOfRecordedDevices, DisksAreRefusedWhereMassStorageIsBlocked) {
-  startWith("block_mass_storage = true\nisochronous_enabled = true\n");
-  EXPECT_EQ(plugAll("", " configuration blocked due to mass storage capability\n"), refusing(disks));
-}
-
-TEST_F(AdmissionOfRecordedDevices, HighSpeedOnesAreRefusedOnAFullSpeedLink) {
-  startWith("isochronous_enabled = true\n", "full");
-  EXPECT_EQ(plugAll("High speed ", " is not supported on a full speed only port\n"),
-            refusing(highSpeedDevices));
-}
-
-TEST_F(AdmissionOfRecordedDevices, HubsAreNotSubjectToAnyRule) {
-  startWith("hid_only = true\nblock_mass_storage = true\nsmartcard = true\n", "full");
-  EXPECT_EQ(decide(sim::DeviceRecording::load("hub")), refusedSilently);
-  EXPECT_TRUE(unit.daemon().hasLine("[rx_ctrl] this is a hub device"));
-  EXPECT_FALSE(unit.daemon().hasLine("unsupported"));
-}
-
-TEST_F(AdmissionOfRecordedDevices, AMouseBehindAHubIsAdmittedAsAnyOther) {
-  startWithoutConfiguration();
-  EXPECT_EQ(decide(sim::DeviceRecording::load("hub-mouse")), admittedSilently);
-}

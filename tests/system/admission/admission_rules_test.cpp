@@ -1,130 +1,307 @@
-#include <gtest/gtest.h>
+// Which devices may be used: what the rules make of a device with these settings on this link.
+
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
 
 #include "system/support/admission_check.h"
+#include "system/support/control_messages.h"
 
 namespace {
 
-using sim::endpoint;
-using sim::interface;
-namespace usb_class = sim::usb_class;
-namespace transfer_type = sim::transfer_type;
+using namespace support;
 
-using AdmissionRules = AdmissionCheck;
+namespace debug = contract::debug;
+namespace display = contract::display;
+using sim::bytes;
+using sim::endpoint;
+using sim::usb_class::audio;
+using sim::usb_class::hid;
+using sim::usb_class::massStorage;
+using sim::usb_class::smartCard;
+using sim::usb_class::vendor;
 
 constexpr std::uint8_t printer = 0x07;
-constexpr std::uint8_t smartCard = usb_class::smartCard;
-constexpr std::uint8_t massStorage = usb_class::massStorage;
+
+/** Every key but that of isochronous devices on. */
+constexpr const char* everyRule = "smartcard = true\nhid_only = 1\nblock_mass_storage = yes\n";
+
+const std::string name = "Synthetic Device";
+const std::string isochronousEndpoint = endpoint(sim::transfer_type::isochronous);
+
+/** What is said of the endpoints before the verdict. */
+const Messages notLookedAt = {};
+const Messages harmless = {debug::noIsochronousFound};
+const Messages isochronous = {debug::isochronousFound};
+
+struct Rule {
+  std::string name;
+  std::string settings;  ///< of the section "usb"
+  sim::UsbDevice device;
+  std::string link;  ///< its speed
+  Messages endpoints;
+  bool isAdmitted;
+  std::optional<std::string> line;  ///< on the display
+};
+
+std::ostream& operator<<(std::ostream& out, const Rule& rule) {
+  return out << rule.name;
+}
 
 /** One interface of a class; its bytes but the class are such that a test of a wrong byte would be misled. */
 std::string plainInterface(std::uint8_t interfaceClass) {
-  return interface(interfaceClass, 0x3f, 0x3f, 0x3f, 0x3f);
+  return sim::interface(interfaceClass, 0x3f, 0x3f, 0x3f, 0x3f);
+}
+
+sim::UsbDevice deviceWithPlain(std::uint8_t first, std::uint8_t second) {
+  return deviceWith(plainInterface(first) + plainInterface(second));
+}
+
+sim::UsbDevice ofSpeed(const std::string& speed, sim::UsbDevice device = deviceOfClass(vendor)) {
+  device.speed = speed;
+  return device;
+}
+
+sim::UsbDevice unnamed(sim::UsbDevice device) {
+  device.product.reset();
+  return device;
+}
+
+/** Breaks every rule at once. */
+const sim::UsbDevice unwanted = ofSpeed("480", deviceWith(interfaceOf(massStorage) + interfaceOf(smartCard) +
+                                                          interfaceOf(vendor) + isochronousEndpoint));
+const sim::UsbDevice camera = ofSpeed("480", isochronousDevice());
+
+/** Of mass storage by its own class, which does not count. */
+sim::UsbDevice deviceOfItsOwnClass() {
+  sim::UsbDevice device = deviceWithRaw(sim::deviceDescriptor(massStorage) +
+                                        sim::configuration(interfaceOf(vendor) + endpoint(2, smartCard)));
+  device.deviceClass = "08";
+  return device;
+}
+
+const std::vector<Rule> smartCardRules = {
+    {"SmartcardRefusesAReader", "smartcard = true\n", deviceOfClass(smartCard), "high", notLookedAt, false,
+     display::smartcard(name)},
+    {"SmartcardRefusesAReaderBehindOtherInterfaces", "smartcard = yes\n", deviceWithPlain(vendor, smartCard),
+     "high", notLookedAt, false, display::smartcard(name)},
+    {"SmartcardAdmitsOtherClasses",
+     "smartcard = 1\n",
+     deviceWith(plainInterface(massStorage) + plainInterface(0x0a) + plainInterface(0x0c)),
+     "high",
+     harmless,
+     true,
+     {}},
+    {"SmartcardOffAdmitsAReader",
+     "smartcard = false\n",
+     deviceOfClass(smartCard),
+     "high",
+     harmless,
+     true,
+     {}},
+    {"SmartcardNeitherOnNorOffAdmitsAReader",
+     "smartcard = maybe\n",
+     deviceOfClass(smartCard),
+     "high",
+     harmless,
+     true,
+     {}},
+    {"SmartcardShowsAnUnnamedReader", "smartcard = true\n", unnamed(deviceOfClass(smartCard)), "high",
+     notLookedAt, false, display::smartcard(display::unnamedDevice)},
+};
+
+const std::vector<Rule> hidOnlyRules = {
+    {"HidOnlyRefusesAScanner", "hid_only = true\n", deviceOfClass(vendor), "high", notLookedAt, false,
+     display::nonHid(name)},
+    {"HidOnlyRefusesOneInterfaceOfAnotherClass", "hid_only = Yes\n", deviceWithPlain(hid, vendor), "high",
+     notLookedAt, false, display::nonHid(name)},
+    {"HidOnlyAdmitsHidInterfaces", "hid_only = 1\n", deviceWithPlain(hid, hid), "high", harmless, true, {}},
+    {"HidOnlyAdmitsADeviceWithoutInterfaces",
+     "hid_only = true\n",
+     deviceWith(""),
+     "high",
+     harmless,
+     true,
+     {}},
+    {"HidOnlyOffAdmitsAScanner", "hid_only = no\n", deviceOfClass(vendor), "high", harmless, true, {}},
+    {"HidOnlyShowsAnUnnamedDevice", "hid_only = true\n", unnamed(deviceOfClass(vendor)), "high", notLookedAt,
+     false, display::nonHid(display::unnamedDevice)},
+};
+
+const std::vector<Rule> massStorageRules = {
+    {"BlockMassStorageRefusesADisk", "block_mass_storage = true\n", deviceOfClass(massStorage), "high",
+     notLookedAt, false, display::massStorage(name)},
+    {"BlockMassStorageRefusesADiskBesidesOtherInterfaces", "block_mass_storage = 1\n",
+     deviceWithPlain(printer, massStorage), "high", notLookedAt, false, display::massStorage(name)},
+    {"BlockMassStorageRefusesADiskInAnotherConfiguration", "block_mass_storage = true\n",
+     deviceWithRaw(sim::deviceDescriptor(0, 2) + sim::configuration(interfaceOf(vendor)) +
+                   sim::configuration(interfaceOf(massStorage))),
+     "high", notLookedAt, false, display::massStorage(name)},
+    {"BlockMassStorageAdmitsOtherClasses",
+     "block_mass_storage = true\n",
+     deviceWith(plainInterface(printer) + plainInterface(smartCard) + plainInterface(0x09)),
+     "high",
+     harmless,
+     true,
+     {}},
+    {"BlockMassStorageOffAdmitsADisk",
+     "block_mass_storage = 0\n",
+     deviceOfClass(massStorage),
+     "high",
+     harmless,
+     true,
+     {}},
+    {"BlockMassStorageShowsAnUnnamedDisk", "block_mass_storage = true\n", unnamed(deviceOfClass(massStorage)),
+     "high", notLookedAt, false, display::massStorage(display::unnamedDevice)},
+    {"ClassesAreThoseOfInterfacesNotOfTheDevice",
+     "smartcard = true\nblock_mass_storage = true\n",
+     deviceOfItsOwnClass(),
+     "high",
+     harmless,
+     true,
+     {}},
+};
+
+const std::vector<Rule> isochronousRules = {
+    {"DefaultsRefuseIsochronousEndpoints", "", isochronousDevice(), "high", isochronous, false,
+     display::isochronous(name)},
+    {"IsochronousOffRefusesThem", "isochronous_enabled = false\n", isochronousDevice(), "high", isochronous,
+     false, display::isochronous(name)},
+    {"IsochronousOnAdmitsThem",
+     "isochronous_enabled = true\n",
+     isochronousDevice(),
+     "high",
+     notLookedAt,
+     true,
+     {}},
+    {"IsochronousOnAdmitsThemAlsoWithoutTheWarning",
+     "isochronous_enabled = true\nisochronous_user_warning = false\n",
+     isochronousDevice(),
+     "high",
+     notLookedAt,
+     true,
+     {}},
+    {"WarningOffRefusesThemSilently",
+     "isochronous_user_warning = no\n",
+     isochronousDevice(),
+     "high",
+     isochronous,
+     false,
+     {}},
+    {"WarningOnRefusesThemWithALine", "isochronous_user_warning = 1\n", isochronousDevice(), "high",
+     isochronous, false, display::isochronous(name)},
+    {"WarningNeitherOnNorOffRefusesThemWithALine", "isochronous_user_warning = maybe\n", isochronousDevice(),
+     "high", isochronous, false, display::isochronous(name)},
+    {"IsochronousEndpointsBehindOthersAreFound", "",
+     deviceWith(interfaceOf(vendor) + endpoint(2) + endpoint(3) + isochronousEndpoint), "high", isochronous,
+     false, display::isochronous(name)},
+    {"IsochronousEndpointsOfAnAlternateSettingAreFound", "",
+     deviceWith(interfaceOf(audio) + sim::interface(audio, 2, 0, 0, 1) + endpoint(0x0d)), "high", isochronous,
+     false, display::isochronous(name)},
+    {"IsochronousInterfaceNumbersAreNoEndpoints",
+     "",
+     deviceWith(sim::interface(vendor, 0, 0, 0, 1)),
+     "high",
+     harmless,
+     true,
+     {}},
+    {"IsochronousShowsAnUnnamedDevice", "", unnamed(isochronousDevice()), "high", isochronous, false,
+     display::isochronous(display::unnamedDevice)},
+    {"IsochronousShowsAnEmptyNameAsNothing", "", named(isochronousDevice(), "1-1", ""), "high", isochronous,
+     false, display::isochronous("")},
+    {"IsochronousShowsANameOfTwoLines", "", named(isochronousDevice(), "1-1", "Two\nLines\n"), "high",
+     isochronous, false, display::isochronous("Two\nLines\n")},
+};
+
+const std::vector<Rule> speedRules = {
+    {"FullSpeedLinkRefusesHighSpeed", "", ofSpeed("480"), "full", harmless, false, display::highSpeed(name)},
+    {"FullSpeedLinkAdmitsLowSpeed", "", ofSpeed("1.5"), "full", harmless, true, {}},
+    {"FullSpeedLinkAdmitsFullSpeed", "", ofSpeed("12"), "full", harmless, true, {}},
+    {"FullSpeedLinkAdmitsSuperSpeed", "", ofSpeed("5000"), "full", harmless, true, {}},
+    {"FullSpeedLinkAdmitsAnotherSpelling", "", ofSpeed("480.0"), "full", harmless, true, {}},
+    {"FullSpeedLinkShowsAnUnnamedDevice", "", unnamed(ofSpeed("480")), "full", harmless, false,
+     display::highSpeed(display::unnamedDevice)},
+    {"FullSpeedLinkRefusesAnEnabledCamera", "isochronous_enabled = true\n", camera, "full", notLookedAt,
+     false, display::highSpeed(name)},
+    {"FullSpeedLinkIsNoReasonForACameraRefusedWithALine", "", camera, "full", isochronous, false,
+     display::isochronous(name)},
+    {"FullSpeedLinkIsTheReasonForACameraRefusedSilently", "isochronous_user_warning = false\n", camera,
+     "full", isochronous, false, display::highSpeed(name)},
+    {"FullSpeedLinkDoesNotAdmitWhatWasRefusedSilently",
+     "isochronous_user_warning = false\n",
+     isochronousDevice(),
+     "full",
+     isochronous,
+     false,
+     {}},
+    {"HighSpeedLinkRefusesACameraSilently",
+     "isochronous_user_warning = false\n",
+     camera,
+     "high",
+     isochronous,
+     false,
+     {}},
+    {"HighSpeedLinkAdmitsHighSpeed", "", ofSpeed("480"), "high", harmless, true, {}},
+    {"LinkOfNoSpeedAdmitsHighSpeed", "", ofSpeed("480"), "", harmless, true, {}},
+    {"LinkOfAnotherSpellingAdmitsHighSpeed", "", ofSpeed("480"), "Full", harmless, true, {}},
+};
+
+const std::vector<Rule> order = {
+    {"SmartcardComesFirst", everyRule, unwanted, "full", notLookedAt, false, display::smartcard(name)},
+    {"HidOnlyComesSecond", "hid_only = true\nblock_mass_storage = true\n", unwanted, "full", notLookedAt,
+     false, display::nonHid(name)},
+    {"BlockMassStorageComesThird", "block_mass_storage = true\n", unwanted, "full", notLookedAt, false,
+     display::massStorage(name)},
+    {"IsochronousComesFourth", "", unwanted, "full", isochronous, false, display::isochronous(name)},
+    {"SpeedComesLast", "isochronous_enabled = true\n", unwanted, "full", notLookedAt, false,
+     display::highSpeed(name)},
+    {"AMouseBreaksNone", everyRule, mouse(), "full", harmless, true, {}},
+};
+
+/** Files that no tests of the walk over descriptors hold: what the rules take a whole file for. */
+const std::vector<Rule> oddDescriptors = {
+    {"AnEmptyFileBreaksNoRule", everyRule, deviceWithRaw(""), "high", harmless, true, {}},
+    {"OneByteBreaksNoRule", everyRule, deviceWithRaw(bytes({9})), "high", harmless, true, {}},
+    {"AFileOfZerosBreaksNoRule",
+     everyRule,
+     deviceWithRaw(std::string(4096, '\0')),
+     "high",
+     harmless,
+     true,
+     {}},
+    {"AFileIsScannedFromItsFirstByte", "smartcard = true\n", deviceWithRaw(interfaceOf(smartCard)), "high",
+     notLookedAt, false, display::smartcard(name)},
+    {"AnInterfaceCutBehindItsClassIsNotHid", "hid_only = true\n",
+     deviceWith(interfaceOf(hid) + interfaceOf(vendor).substr(0, 6)), "high", notLookedAt, false,
+     display::nonHid(name)},
+};
+
+class AdmissionRules : public AdmissionCheck, public testing::WithParamInterface<Rule> {};
+
+constexpr auto nameOfRule = [](const auto& instance) { return instance.param.name; };
+
+INSTANTIATE_TEST_SUITE_P(SmartCards, AdmissionRules, testing::ValuesIn(smartCardRules), nameOfRule);
+INSTANTIATE_TEST_SUITE_P(HidOnly, AdmissionRules, testing::ValuesIn(hidOnlyRules), nameOfRule);
+INSTANTIATE_TEST_SUITE_P(MassStorage, AdmissionRules, testing::ValuesIn(massStorageRules), nameOfRule);
+INSTANTIATE_TEST_SUITE_P(Isochronous, AdmissionRules, testing::ValuesIn(isochronousRules), nameOfRule);
+INSTANTIATE_TEST_SUITE_P(Speed, AdmissionRules, testing::ValuesIn(speedRules), nameOfRule);
+INSTANTIATE_TEST_SUITE_P(Order, AdmissionRules, testing::ValuesIn(order), nameOfRule);
+INSTANTIATE_TEST_SUITE_P(Descriptors, AdmissionRules, testing::ValuesIn(oddDescriptors), nameOfRule);
+
+TEST_P(AdmissionRules, DecideOfADevice) {
+  const Rule& rule = GetParam();
+  startWith(rule.settings, rule.link);
+  Messages said = rule.endpoints;
+  if (rule.isAdmitted) {
+    said.insert(said.end(), {debug::generic, debug::startingGeneric(rule.device.directory())});
+  } else {
+    said.emplace_back(debug::unsupported);
+  }
+  EXPECT_EQ(saidOfPlugging(rule.device), usbDevice(rule.device.directory(), said));
+  EXPECT_EQ(hasNoWorker(), !rule.isAdmitted);
+  EXPECT_EQ(unit.display.takeWrites(), rule.line ? Messages{*rule.line + "\n"} : Messages{});
+  EXPECT_TRUE(unit.display.keepsBoundaries());
 }
 
 }  // namespace
-
-TEST_F(AdmissionRules, ASmartCardReaderIsRefusedWhereSmartCardsAreSecuredLocally) {
-  startWith("smartcard = true\n");
-  EXPECT_EQ(decide(deviceOfClass(smartCard)), refusedWith("Synthetic Devicelocal smartcard security\n"));
-}
-
-TEST_F(AdmissionRules, ASmartCardReaderIsAdmittedWhereSmartCardsAreNotSecuredLocally) {
-  startWith("smartcard = false\n");
-  EXPECT_EQ(decide(deviceOfClass(smartCard)), admittedSilently);
-}
-
-TEST_F(AdmissionRules, ASmartCardInterfaceBehindOthersIsFound) {
-  startWith("smartcard = true\n");
-  EXPECT_EQ(decide(deviceWith(interfaceOf(usb_class::vendor) + endpoint(transfer_type::bulk) +
-                              interfaceOf(smartCard))),
-            refusedWith("Synthetic Devicelocal smartcard security\n"));
-}
-
-TEST_F(AdmissionRules, LocalSmartCardSecurityConcernsNoOtherDevice) {
-  startWith("smartcard = true\n");
-  EXPECT_EQ(decide(deviceWith(plainInterface(massStorage) + plainInterface(0x0a) + plainInterface(0x0c))),
-            admittedSilently);
-}
-
-TEST_F(AdmissionRules, AVendorSpecificInterfaceIsRefusedWhereOnlyHidIsAllowed) {
-  startWith("hid_only = true\n");
-  EXPECT_EQ(decide(deviceOfClass(usb_class::vendor)),
-            refusedWith("Synthetic Device is not supported because it has non-HID endpoints\n"));
-}
-
-TEST_F(AdmissionRules, OneInterfaceThatIsNotHidIsEnoughToBeRefusedWhereOnlyHidIsAllowed) {
-  startWith("hid_only = true\n");
-  EXPECT_EQ(decide(deviceWith(plainInterface(usb_class::hid) + plainInterface(usb_class::vendor))),
-            refusedWith("Synthetic Device is not supported because it has non-HID endpoints\n"));
-}
-
-TEST_F(AdmissionRules, ADeviceOfHidInterfacesAloneIsAdmittedWhereOnlyHidIsAllowed) {
-  startWith("hid_only = true\n");
-  EXPECT_EQ(decide(deviceWith(plainInterface(usb_class::hid) + plainInterface(usb_class::hid))),
-            admittedSilently);
-}
-
-TEST_F(AdmissionRules, ADeviceWithoutAnyInterfaceIsAdmittedWhereOnlyHidIsAllowed) {
-  startWith("hid_only = true\n");
-  EXPECT_EQ(decide(deviceWith("")), admittedSilently);
-}
-
-TEST_F(AdmissionRules, AVendorSpecificInterfaceIsAdmittedWhereNotOnlyHidIsAllowed) {
-  startWith("hid_only = false\n");
-  EXPECT_EQ(decide(deviceOfClass(usb_class::vendor)), admittedSilently);
-}
-
-TEST_F(AdmissionRules, MassStorageIsRefusedWhereItIsBlocked) {
-  startWith("block_mass_storage = true\n");
-  EXPECT_EQ(decide(deviceOfClass(massStorage)),
-            refusedWith("Synthetic Device configuration blocked due to mass storage capability\n"));
-}
-
-TEST_F(AdmissionRules, MassStorageBesidesOtherInterfacesIsRefusedWhereItIsBlocked) {
-  startWith("block_mass_storage = true\n");
-  EXPECT_EQ(
-      decide(deviceWith(interfaceOf(printer) + endpoint(transfer_type::bulk) + interfaceOf(massStorage))),
-      refusedWith("Synthetic Device configuration blocked due to mass storage capability\n"));
-}
-
-TEST_F(AdmissionRules, BlockedMassStorageConcernsNoOtherDevice) {
-  startWith("block_mass_storage = true\n");
-  EXPECT_EQ(decide(deviceWith(plainInterface(printer) + plainInterface(smartCard) + plainInterface(0x09))),
-            admittedSilently);
-}
-
-TEST_F(AdmissionRules, MassStorageIsAdmittedWhereItIsNotBlocked) {
-  startWith("block_mass_storage = false\n");
-  EXPECT_EQ(decide(deviceOfClass(massStorage)), admittedSilently);
-}
-
-TEST_F(AdmissionRules, ClassesAreThoseOfInterfacesNotOfTheDevice) {
-  startWith("smartcard = true\nblock_mass_storage = true\n");
-  sim::UsbDevice device =
-      deviceWithRaw(sim::deviceDescriptor(massStorage) + sim::configuration(interfaceOf(usb_class::vendor)));
-  device.deviceClass = "08";
-  EXPECT_EQ(decide(device), admittedSilently);
-}
-
-TEST_F(AdmissionRules, InterfacesOfEveryConfigurationCount) {
-  startWith("block_mass_storage = true\n");
-  EXPECT_EQ(decide(deviceWithRaw(sim::deviceDescriptor(usb_class::perInterface, 2) +
-                                 sim::configuration(interfaceOf(usb_class::vendor)) +
-                                 sim::configuration(interfaceOf(massStorage)))),
-            refusedWith("Synthetic Device configuration blocked due to mass storage capability\n"));
-}
-
-TEST_F(AdmissionRules, EveryKeyMayBeOnAtOnce) {
-  startWith(
-      "smartcard = true\nhid_only = true\nblock_mass_storage = true\n"
-      "isochronous_enabled = true\nisochronous_user_warning = true\n");
-  EXPECT_EQ(decide(mouse()), admittedSilently);
-}
-
-TEST_F(AdmissionRules, EachCheckStandsForItself) {
-  startWith("block_mass_storage = true\n");
-  EXPECT_EQ(decide(named(deviceOfClass(massStorage), "1-1", "First")),
-            refusedWith("First configuration blocked due to mass storage capability\n"));
-  EXPECT_EQ(decide(named(deviceOfClass(printer), "1-2", "Second")), admittedSilently);
-  EXPECT_EQ(decide(named(deviceOfClass(massStorage), "1-3", "Third")),
-            refusedWith("Third configuration blocked due to mass storage capability\n"));
-}

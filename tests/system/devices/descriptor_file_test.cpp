@@ -1,171 +1,121 @@
-// What the daemon finds in a "descriptors" file that is cut, damaged or odd. It must come to an end with
-// each.
+// What the daemon takes a device for by its "descriptors" file, with workers of their own for keyboards and disks.
 
-#include <gtest/gtest.h>
-
+#include <ostream>
 #include <string>
 
+#include "system/support/attached_devices.h"
 #include "system/support/hotplug.h"
 
 namespace {
 
+using namespace support;
+
+namespace debug = contract::debug;
 using sim::bytes;
+using sim::configuration;
+using sim::deviceDescriptor;
+using sim::interface;
 
-const std::string device = sim::deviceDescriptor();
-const std::string configuration = sim::configuration("");
-const std::string mouseInterface = sim::interface(sim::usb_class::hid, 1, 2);
-const std::string keyboardInterface = sim::interface(sim::usb_class::hid, 1, 1);
-const std::string diskInterface = sim::interface(sim::usb_class::massStorage, 6, 0x50);
+constexpr std::uint8_t hid = sim::usb_class::hid;
+constexpr std::uint8_t storage = sim::usb_class::massStorage;
 
-/** Up to the interface's protocol, the last field that matters. */
-const std::size_t lengthThatMatters = device.size() + configuration.size() + 8;
+const std::string device = deviceDescriptor();
+const std::string mouseInterface = interface(hid, 1, 2);
+const std::string keyboardInterface = interface(hid, 1, 1);
+const std::string diskInterface = interface(storage, 6, 0x50);
 
-class DescriptorFile : public Hotplug {
- protected:
-  /** What a device is taken for whose "descriptors" file holds this; each is plugged into a port of its own.
-   */
-  std::string kindWith(const std::string& descriptors) {
-    sim::UsbDevice plugged;
-    plugged.name = "1-" + std::to_string(++ports_);
-    plugged.descriptors = descriptors;
-    return kindOf(plugged);
+/** Longer than any buffer. */
+std::string filler() {
+  std::string descriptors;
+  for (int i = 0; i < 300; ++i) {
+    descriptors += bytes({255, 0x24}) + std::string(253, '\4');
   }
+  return descriptors;
+}
 
- private:
-  int ports_ = 0;
+/** With one configuration that holds these descriptors. */
+std::string with(const std::string& content) {
+  return device + configuration(content);
+}
+
+std::string beginningWith(std::uint8_t length, const std::string& descriptor) {
+  return bytes({length}) + descriptor.substr(1);
+}
+
+struct Content {
+  std::string name;
+  std::string descriptors;
+  const char* kind;
 };
 
-TEST_F(DescriptorFile, OfAMouseIsCutAnywhere) {
-  start("keyboard");
-  const std::string whole = sim::mouseDescriptors();
-  for (std::size_t length = 0; length <= whole.size(); ++length) {
-    const char* expected = kind::generic;
-    if (length < device.size()) {
-      expected = eventIgnored;
-    } else if (length < lengthThatMatters) {
-      expected = kind::keyboard;  // no interface is seen that could be anything else
-    }
-    EXPECT_EQ(kindWith(whole.substr(0, length)), expected) << "cut to " << length;
-  }
+std::ostream& operator<<(std::ostream& out, const Content& content) {
+  return out << content.name;
 }
 
-TEST_F(DescriptorFile, OfADiskIsCutAnywhere) {
-  start("scsi");
-  const std::string whole = sim::diskDescriptors();
-  for (std::size_t length = 0; length <= whole.size(); ++length) {
-    const char* expected = kind::storage;
-    if (length < device.size()) {
-      expected = eventIgnored;
-    } else if (length < lengthThatMatters) {
-      expected = kind::generic;  // no interface is seen, and a disk has exactly one
-    }
-    EXPECT_EQ(kindWith(whole.substr(0, length)), expected) << "cut to " << length;
-  }
+const std::vector<Content> contents = {
+    {"BootKeyboard", with(keyboardInterface), debug::keyboard},
+    {"KeyboardWithoutBoot", with(interface(hid, 0, 1)), debug::keyboard},
+    {"KeyboardOfAnOddSubclass", with(interface(hid, 0xff, 1)), debug::keyboard},
+    {"NoInterface", with(""), debug::keyboard},
+    {"NoConfiguration", device, debug::keyboard},
+    {"CutBehindTheDeviceDescriptor", with(diskInterface).substr(0, device.size()), debug::keyboard},
+    {"CutBeforeTheProtocol", with(mouseInterface).substr(0, 18 + 9 + 7), debug::keyboard},
+    {"Mouse", with(mouseInterface), debug::generic},
+    {"MouseCutBehindItsProtocol", with(mouseInterface).substr(0, 18 + 9 + 8), debug::generic},
+    {"KeyboardAndMouse", with(keyboardInterface + interface(hid, 1, 2, 1)), debug::generic},
+    {"KeyboardAndDisk", with(keyboardInterface + diskInterface), debug::generic},
+    {"KeyboardWithAnotherAlternateSetting", with(keyboardInterface + interface(hid, 1, 0, 0, 1)),
+     debug::generic},
+    {"KeyboardByTheClassOfTheDevice", deviceDescriptor(hid) + configuration(keyboardInterface),
+     debug::generic},
+    {"ScsiDisk", with(diskInterface), debug::storage},
+    {"AtapiDisk", with(interface(storage, 2, 0x50)), debug::storage},
+    {"DiskOfOddNumbers", with(interface(storage, 6, 0x50, 3, 2)), debug::storage},
+    {"DiskOfOtherCommands", with(interface(storage, 3, 0x50)), debug::generic},
+    {"DiskOfMoreCommands", with(interface(storage, 7, 0x50)), debug::generic},
+    {"DiskOfAnotherTransport", with(interface(storage, 6, 0x62)), debug::generic},
+    {"DiskWithAnAlternateSetting", with(diskInterface + interface(storage, 6, 0x62, 0, 1)), debug::generic},
+    {"DiskOfTwoConfigurations", deviceDescriptor(0, 2) + configuration(diskInterface), debug::generic},
+    {"DiskByTheClassOfTheDevice", deviceDescriptor(0xef) + configuration(diskInterface), debug::generic},
+    {"DiskBehindAnOddDeviceDescriptor", beginningWith(0, device) + configuration(diskInterface),
+     debug::storage},
+    {"KeyboardBeforeALongFiller", device + keyboardInterface + filler(), debug::keyboard},
+    {"MouseBehindALongFiller", device + keyboardInterface + filler() + mouseInterface, debug::generic},
+    {"DiskBehindALongFiller", device + filler() + diskInterface, debug::storage},
+    {"EmptyFile", "", debug::eventIgnored},
+    {"CutDeviceDescriptor", device.substr(0, device.size() - 1), debug::eventIgnored},
+};
+
+class DescriptorFile : public Hotplug, public testing::WithParamInterface<Content> {};
+
+INSTANTIATE_TEST_SUITE_P(Contents, DescriptorFile, testing::ValuesIn(contents),
+                         [](const auto& instance) { return instance.param.name; });
+
+TEST_P(DescriptorFile, MakesTheKind) {
+  start("all");
+  EXPECT_EQ(kindOf(deviceWithRaw(GetParam().descriptors)), GetParam().kind);
 }
 
-TEST_F(DescriptorFile, IsNotTestedWhereNoClassIsServed) {
+TEST_P(DescriptorFile, MakesNoKindWhereNoClassIsServed) {
   start("none");
-  const std::string whole = sim::keyboardDescriptors();
-  for (std::size_t length = 0; length <= whole.size(); ++length) {
-    EXPECT_EQ(kindWith(whole.substr(0, length)), kind::generic) << "cut to " << length;
-  }
-  EXPECT_EQ(kindWith(configuration + diskInterface), kind::generic);
+  EXPECT_EQ(kindOf(deviceWithRaw(GetParam().descriptors)), debug::generic);
 }
 
-TEST_F(DescriptorFile, EndsAtALengthOfZero) {
-  start("all");
-  const std::string lengthless = bytes({0, 0x21, 1, 1, 0});
-  EXPECT_EQ(kindWith(device + lengthless + mouseInterface), kind::keyboard);
-  EXPECT_EQ(kindWith(device + keyboardInterface + lengthless + mouseInterface), kind::keyboard);
-  EXPECT_EQ(kindWith(device + mouseInterface + lengthless), kind::generic);
-  EXPECT_EQ(kindWith(device + diskInterface + lengthless + diskInterface), kind::storage);
-  EXPECT_EQ(kindWith(device + std::string(64, '\0') + mouseInterface), kind::keyboard);
-}
+class DescriptorFileOfAnotherDescriptor : public Hotplug, public testing::WithParamInterface<std::string> {};
 
-TEST_F(DescriptorFile, EndsAtAnInterfaceOfLengthZero) {
-  start("scsi");
-  std::string lengthless = diskInterface;
-  lengthless.front() = '\0';
-  EXPECT_EQ(kindWith(device + lengthless), kind::generic);
-  EXPECT_EQ(kindWith(device + diskInterface + lengthless), kind::storage);
-}
+INSTANTIATE_TEST_SUITE_P(ClassList, DescriptorFileOfAnotherDescriptor,
+                         testing::Values("keyboard", "scsi", "all"));
 
-TEST_F(DescriptorFile, GoesOnByOneByteAtALengthOfOne) {
-  start("scsi");
-  // The second byte of such a descriptor is the first of the next one: here the interface's length, 9.
-  EXPECT_EQ(kindWith(device + bytes({1}) + diskInterface), kind::storage);
-  EXPECT_EQ(kindWith(device + std::string(200, '\1') + diskInterface), kind::storage);
-  EXPECT_EQ(kindWith(device + std::string(200, '\1')), kind::generic);
-  EXPECT_EQ(kindWith(device + bytes({1})), kind::generic);
-}
-
-TEST_F(DescriptorFile, MayHaveAnInterfaceShorterThanItsFields) {
-  start("scsi");
-  std::string interface = diskInterface;
-  interface.front() = 2;  // then a length of 0
-  EXPECT_EQ(kindWith(device + interface), kind::storage);
-}
-
-TEST_F(DescriptorFile, MayHaveDescriptorsLongerThanUsual) {
-  start("all");
-  const std::string longInterface =
-      bytes({13}) + keyboardInterface.substr(1) + bytes({9, 4, 0, 0});  // its tail is no interface
-  EXPECT_EQ(kindWith(device + longInterface + keyboardInterface), kind::keyboard);
-  EXPECT_EQ(kindWith(device + longInterface + mouseInterface), kind::generic);
-}
-
-TEST_F(DescriptorFile, MayEndBeforeItsLastDescriptorDoes) {
-  start("all");
-  std::string endless = diskInterface;
-  endless.front() = static_cast<char>(255);
-  EXPECT_EQ(kindWith(device + endless), kind::storage);
-  EXPECT_EQ(kindWith(device + endless + mouseInterface), kind::storage);
-  EXPECT_EQ(kindWith(device + bytes({255, 0x24}) + mouseInterface), kind::keyboard);
-  EXPECT_EQ(kindWith(device + bytes({9})), kind::keyboard);
-  EXPECT_EQ(kindWith(device + bytes({9, 4})), kind::keyboard);
-}
-
-TEST_F(DescriptorFile, IsReadToItsEndHoweverLongItIs) {
-  start("all");
-  std::string filler;
-  for (int i = 0; i < 300; ++i) {
-    filler += bytes({255, 0x24}) + std::string(253, '\4');
-  }
-  EXPECT_EQ(kindWith(device + keyboardInterface + filler), kind::keyboard);
-  EXPECT_EQ(kindWith(device + keyboardInterface + filler + mouseInterface), kind::generic);
-  EXPECT_EQ(kindWith(device + filler + diskInterface), kind::storage);
-}
-
-TEST_F(DescriptorFile, BeginsWithADeviceDescriptorOfAnyLength) {
-  start("all");
-  std::string odd = device;
-  odd.front() = '\0';
-  EXPECT_EQ(kindWith(odd + configuration + diskInterface), kind::storage);
-  odd.front() = 9;
-  EXPECT_EQ(kindWith(odd + configuration + diskInterface), kind::storage);
-}
-
-class ForeignFirstDescriptor : public DescriptorFile, public testing::WithParamInterface<std::string> {};
-
-INSTANTIATE_TEST_SUITE_P(ClassList, ForeignFirstDescriptor, testing::Values("keyboard", "scsi", "all"));
-
-TEST_P(ForeignFirstDescriptor, EndsTheEvent) {
+TEST_P(DescriptorFileOfAnotherDescriptor, EndsTheEvent) {
   start(GetParam());
-  EXPECT_EQ(kindWith(configuration + diskInterface + keyboardInterface), eventIgnored);
+  EXPECT_EQ(kindOf(deviceWithRaw(configuration(diskInterface + keyboardInterface))), debug::eventIgnored);
   for (const unsigned type : {0U, 2U, 4U, 5U, 0x81U, 255U}) {
     std::string foreign = device;
     foreign[1] = static_cast<char>(type);
-    EXPECT_EQ(kindWith(foreign + configuration + keyboardInterface), eventIgnored) << "type " << type;
+    EXPECT_EQ(kindOf(deviceWithRaw(foreign + configuration(keyboardInterface))), debug::eventIgnored)
+        << "type " << type;
   }
-  EXPECT_TRUE(unit.daemon().children().empty());
-}
-
-TEST_P(ForeignFirstDescriptor, DoesNotMatterForAHub) {
-  start(GetParam());
-  sim::UsbDevice hub;
-  hub.deviceClass = "09";
-  hub.descriptors = configuration + diskInterface;
-  EXPECT_EQ(kindOf(hub), kind::hub);
+  EXPECT_TRUE(hasNoWorker());
 }
 
 }  // namespace

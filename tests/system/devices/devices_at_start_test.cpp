@@ -1,12 +1,11 @@
 // Devices that are plugged in when the daemon starts.
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <filesystem>
+#include <functional>
+#include <ostream>
 #include <set>
 #include <string>
-#include <vector>
 
 #include "sim/recording_views.h"
 #include "system/support/attached_devices.h"
@@ -15,6 +14,11 @@
 #include "system/support/last_words.h"
 
 namespace {
+
+using namespace support;
+
+namespace debug = contract::debug;
+namespace error = contract::error;
 
 class DevicesAtStart : public Hotplug {
  protected:
@@ -31,98 +35,60 @@ class DevicesAtStart : public Hotplug {
     }
     return started;
   }
-  /** What the daemon says of its coldplug. */
-  Messages saidOfColdplug() {
-    Messages messages = unit.daemon().messages();
-    const auto begin = std::find(messages.begin(), messages.end(), "[rx_ctrl] coldplugging existing devices");
-    const auto end = std::find(messages.begin(), messages.end(), "[rx_ctrl] hotplugging new devices");
-    return begin < end ? Messages(begin + 1, end) : Messages{};
-  }
-  bool isSaid(const std::string& text) {
-    const Messages said = saidOfColdplug();
-    return std::find(said.begin(), said.end(), rxCtrl({text}).front()) != said.end();
-  }
 };
 
-TEST_F(DevicesAtStart, ComesBeforeTheEventsOfTheKernel) {
+TEST_F(DevicesAtStart, ComeBeforeTheEventsOfTheKernel) {
   const std::string device = unit.sysfs.add(scanner());
   start("all");
-  Messages messages = unit.daemon().messages();
-  EXPECT_EQ(messages,
-            rxCtrl({"setup signal hansler", "coldplugging existing devices", "add /bus/usb/devices/1-1",
-                    "subsystem is 'usb'", "  no iso endpoints found, this is supported.", kind::generic,
-                    "starting usb_rx_generic for " + device, "hotplugging new devices"}));
+  EXPECT_EQ(unit.daemon().messages(),
+            tagged({debug::hangupHandler, debug::coldplugging, debug::event("add", "/bus/usb/devices/1-1"),
+                    debug::subsystem("usb"), debug::noIsochronousFound, debug::generic,
+                    debug::startingGeneric(device), debug::hotplugging}));
   EXPECT_EQ(unit.workers.waitForWorker().start.arguments, genericWorker(device));
   EXPECT_TRUE(unit.display.takeWrites().empty());
 }
 
-/** Three recorded devices that are there before each daemon. */
-class RecordedDevicesAtStart : public DevicesAtStart {
- protected:
-  RecordedDevicesAtStart() {
-    for (const auto* recording : {&recordedKeyboard, &recordedDisk, &recordedReader}) {
-      unit.sysfs.layOut(*recording);
-    }
-  }
-
-  const sim::DeviceRecording recordedKeyboard =
-      sim::withClassUsbHiddev(sim::DeviceRecording::load("kbd-fs-hiddev"));
-  const sim::DeviceRecording recordedDisk = sim::atPort(sim::DeviceRecording::load("storage-hs"), "1-7", 1);
-  const sim::DeviceRecording recordedReader = sim::atPort(sim::DeviceRecording::load("ccid"), "1-8", 2);
-  const Messages genericKeyboard = {"usb_rx_generic", recordedKeyboard.directory};
-  const Messages genericDisk = {"usb_rx_generic", recordedDisk.directory};
-  const Messages ownKeyboard = {"usb_rx_keyboard", "0"};
-  const Messages ownDisk = {"usb_rx_scsi", recordedDisk.nodes("sg").front()};
-  const Messages others = {"usb_rx_generic", recordedReader.directory};
+struct Served {
+  std::string classList;
+  bool keyboards;
+  bool disks;
 };
 
-TEST_F(RecordedDevicesAtStart, AreAllGenericWhereNoClassIsServed) {
-  start("none");
-  EXPECT_EQ(startedWorkers(), (std::set<Messages>{genericKeyboard, genericDisk, others}));
+std::ostream& operator<<(std::ostream& out, const Served& served) {
+  return out << served.classList;
 }
 
-TEST_F(RecordedDevicesAtStart, HaveAKeyboardWorkerWhereKeyboardsAreServed) {
-  start("keyboard");
-  EXPECT_EQ(startedWorkers(), (std::set<Messages>{ownKeyboard, genericDisk, others}));
+class DevicesAtStartServed : public DevicesAtStart, public testing::WithParamInterface<Served> {};
+
+INSTANTIATE_TEST_SUITE_P(ClassList, DevicesAtStartServed,
+                         testing::Values(Served{"none", false, false}, Served{"keyboard", true, false},
+                                         Served{"scsi", false, true}, Served{"all", true, true}));
+
+TEST_P(DevicesAtStartServed, HaveTheWorkersOfTheirKinds) {
+  const sim::DeviceRecording keys = sim::withClassUsbHiddev(sim::DeviceRecording::load("kbd-fs-hiddev"));
+  const sim::DeviceRecording stick = sim::atPort(sim::DeviceRecording::load("storage-hs"), "1-7", 1);
+  const sim::DeviceRecording reader = sim::atPort(sim::DeviceRecording::load("ccid"), "1-8", 2);
+  for (const auto* recording : {&keys, &stick, &reader}) {
+    unit.sysfs.layOut(*recording);
+  }
+  start(GetParam().classList);
+  EXPECT_EQ(startedWorkers(),
+            (std::set<Messages>{GetParam().keyboards ? Messages{"usb_rx_keyboard", "0"}
+                                                     : Messages{"usb_rx_generic", keys.directory},
+                                GetParam().disks ? Messages{"usb_rx_scsi", stick.nodes("sg").front()}
+                                                 : Messages{"usb_rx_generic", stick.directory},
+                                {"usb_rx_generic", reader.directory}}));
 }
 
-TEST_F(RecordedDevicesAtStart, HaveAScsiWorkerWhereDisksAreServed) {
-  start("scsi");
-  EXPECT_EQ(startedWorkers(), (std::set<Messages>{genericKeyboard, ownDisk, others}));
-}
-
-TEST_F(RecordedDevicesAtStart, HaveWorkersOfTheirOwnWhereAllClassesAreServed) {
-  start("all");
-  EXPECT_EQ(startedWorkers(), (std::set<Messages>{ownKeyboard, ownDisk, others}));
-}
-
-TEST_F(DevicesAtStart, LeavesRecordedKeyboardsWithoutBootInterfaceAlone) {
-  unit.sysfs.layOut(sim::withClassUsbHiddev(sim::DeviceRecording::load("made-kbd-noboot-hiddev")));
-  start("all");
-  EXPECT_TRUE(isSaid("coldplugging keyboards"));
-  EXPECT_FALSE(isSaid("add /class/usb/hiddev0"));
-  EXPECT_TRUE(unit.daemon().children().empty());
-}
-
-TEST_F(DevicesAtStart, LeavesTheNodesOfRecordedMiceAlone) {
-  const sim::DeviceRecording mouse = sim::withClassUsbHiddev(sim::DeviceRecording::load("mouse-fs-hiddev"));
-  unit.sysfs.layOut(mouse);
-  start("all");
-  EXPECT_TRUE(isSaid("coldplugging keyboards"));
-  EXPECT_FALSE(isSaid("add /class/usb/hiddev0"));
-  EXPECT_EQ(startedWorkers(), (std::set<Messages>{{"usb_rx_generic", mouse.directory}}));
-}
-
-TEST_F(DevicesAtStart, TellsTheUserOfDevicesThatAreRefused) {
+TEST_F(DevicesAtStart, AreToldToTheUserWhenTheyAreRefused) {
   const sim::DeviceRecording camera = sim::DeviceRecording::load("made-camera-hs");
   unit.sysfs.layOut(camera);
   start("all");
-  EXPECT_EQ(unit.display.waitForWrite(),
-            camera.product + " is not supported because it has isochronous endpoints\n");
-  EXPECT_TRUE(unit.daemon().children().empty());
+  EXPECT_EQ(unit.display.waitForWrite(), contract::display::isochronous(camera.product) + "\n");
+  EXPECT_TRUE(hasNoWorker());
 }
 
-TEST_F(DevicesAtStart, OfADeviceThatTheKernelAnnouncesMeanwhileGivesItOneWorker) {
+TEST_F(DevicesAtStart, HaveOneWorkerThoughTheKernelAnnouncesThemMeanwhile) {
   const std::string device = unit.sysfs.add(scanner());
   HeldAttribute held(device + "/bDeviceClass");
   startDuring("none");
@@ -132,14 +98,14 @@ TEST_F(DevicesAtStart, OfADeviceThatTheKernelAnnouncesMeanwhileGivesItOneWorker)
   unit.waitUntilServing();
   unit.settle();
   const Messages messages = unit.daemon().messages();
-  const auto serving = std::find(messages.begin(), messages.end(), "[rx_ctrl] hotplugging new devices");
+  const auto serving = std::find(messages.begin(), messages.end(), tagged({debug::hotplugging}).front());
   ASSERT_NE(serving, messages.end());
   EXPECT_EQ(Messages(serving + 1, messages.end() - 1),
-            rxCtrl({"add " + devpathOf(device), "a subprocess is already handling this device"}));
+            tagged({debug::event("add", devpathOf(device)), debug::alreadyHandled}));
   EXPECT_EQ(unit.daemon().children().size(), 1U);
 }
 
-TEST_F(DevicesAtStart, OfADiskThatIsPluggedInMeanwhileGivesItOneWorker) {
+TEST_F(DevicesAtStart, LeaveADiskThatIsPluggedInMeanwhileItsOneWorker) {
   const std::string present = unit.sysfs.add(scanner("1-1"));
   HeldAttribute held(present + "/bDeviceClass");
   startDuring("scsi");
@@ -154,64 +120,79 @@ TEST_F(DevicesAtStart, OfADiskThatIsPluggedInMeanwhileGivesItOneWorker) {
   EXPECT_EQ(unit.daemon().children().size(), 2U);
 }
 
-TEST_F(DevicesAtStart, LooksAfterItsWorkersLikeAfterAnyOther) {
+TEST_F(DevicesAtStart, HaveTheirWorkersLookedAfterLikeAnyOther) {
   const std::string device = unit.sysfs.add(scanner());
   start("none");
   unit.workers.waitForWorker().exitWith(1);
-  EXPECT_EQ(unit.daemon().waitForLine("restarting"),
-            "[rx_ctrl] device " + device + " still present; restarting 1");
+  EXPECT_EQ(Messages{unit.daemon().waitForLine("restarting")}, tagged({debug::restarting(device, 1)}));
   EXPECT_EQ(unit.workers.waitForWorker().start.arguments, genericWorker(device));
 }
 
-TEST_F(DevicesAtStart, PassesADeviceByThatCannotBeHandled) {
+TEST_F(DevicesAtStart, ArePassedByWhenTheyCannotBeHandled) {
   unit.sysfs.makeLink("/sys/bus/usb/devices/1-4", "../../../../devices/none");
   const std::string device = unit.sysfs.add(scanner());
   start("all");
-  EXPECT_TRUE(isSaid(eventIgnored));
+  EXPECT_TRUE(unit.daemon().hasLine(debug::eventIgnored));
   EXPECT_EQ(startedWorkers(), (std::set<Messages>{{"usb_rx_generic", device}}));
 }
 
-TEST_F(DevicesAtStart, WithoutTheDirectoryOfUsbDevicesEndsTheDaemon) {
+TEST_F(DevicesAtStart, WithoutTheirDirectoryEndTheDaemon) {
   std::filesystem::remove(unit.sysfs.placeOf("/sys/bus/usb/devices"));
   EXPECT_EQ(lastWordsOf(startDuring("none")),
-            "No such file or directory while opendir(/sys/bus/usb/devices)");
+            error::whileCalling("No such file or directory", "opendir(/sys/bus/usb/devices)"));
 }
 
 /** A keyboard's node that coldplug cannot judge. */
-class UnreadableKeyboardAtStart : public DevicesAtStart {
- protected:
-  UnreadableKeyboardAtStart() { unit.sysfs.add(sim::HiddevNode{.usbDevice = unit.sysfs.add(keyboard())}); }
-
-  std::string lastWords() {
-    std::string words = lastWordsOf(startDuring("keyboard"));
-    EXPECT_TRUE(unit.daemon().hasLine("coldplugging keyboards"));
-    EXPECT_FALSE(unit.daemon().hasLine("hotplugging"));
-    return words;
-  }
-
-  const std::string directory = keyboard().directory();
+struct Unreadable {
+  std::string name;
+  std::function<void(sim::Sysfs& sysfs)> change;
+  std::string lastWords;
 };
 
-TEST_F(UnreadableKeyboardAtStart, WithoutDescriptorsEndsTheDaemon) {
-  unit.sysfs.removeAttribute(directory, "descriptors");
-  EXPECT_EQ(lastWords(),
-            "No such file or directory while open(\"/sys/class/usb/hiddev0/device/../descriptors\")");
+std::ostream& operator<<(std::ostream& out, const Unreadable& unreadable) {
+  return out << unreadable.name;
 }
 
-TEST_F(UnreadableKeyboardAtStart, WithShortDescriptorsEndsTheDaemon) {
-  unit.sysfs.writeAttribute(directory, "descriptors", sim::keyboardDescriptors().substr(0, 17));
-  EXPECT_EQ(lastWords(), "EOF");
+class DevicesAtStartUnreadable : public DevicesAtStart, public testing::WithParamInterface<Unreadable> {};
+
+const std::string directory = keyboard().directory();
+
+/** What a keyboard's missing attribute ends the daemon with. */
+std::string missing(const std::string& attribute) {
+  return error::whileCalling("No such file or directory",
+                             "open(\"/sys/class/usb/hiddev0/device/" + attribute + "\")");
 }
 
-TEST_F(UnreadableKeyboardAtStart, WithOtherDescriptorsEndsTheDaemon) {
-  unit.sysfs.writeAttribute(directory, "descriptors", sim::configuration(sim::interface(3, 1, 1)));
-  EXPECT_EQ(lastWords(), "Not a device descriptor");
-}
+INSTANTIATE_TEST_SUITE_P(
+    Keyboards, DevicesAtStartUnreadable,
+    testing::Values(Unreadable{"NoDescriptors",
+                               [](sim::Sysfs& sysfs) { sysfs.removeAttribute(directory, "descriptors"); },
+                               missing("../descriptors")},
+                    Unreadable{"ShortDescriptors",
+                               [](sim::Sysfs& sysfs) {
+                                 sysfs.writeAttribute(directory, "descriptors",
+                                                      sim::keyboardDescriptors().substr(0, 17));
+                               },
+                               "EOF"},
+                    Unreadable{"OtherDescriptors",
+                               [](sim::Sysfs& sysfs) {
+                                 sysfs.writeAttribute(directory, "descriptors",
+                                                      sim::configuration(sim::interface(3, 1, 1)));
+                               },
+                               error::notADevice},
+                    Unreadable{"NoSubclass",
+                               [](sim::Sysfs& sysfs) {
+                                 sysfs.removeAttribute(directory + "/1-2:1.0", "bInterfaceSubClass");
+                               },
+                               missing("bInterfaceSubClass")}),
+    [](const auto& instance) { return instance.param.name; });
 
-TEST_F(UnreadableKeyboardAtStart, WithoutASubclassEndsTheDaemon) {
-  unit.sysfs.removeAttribute(directory + "/1-2:1.0", "bInterfaceSubClass");
-  EXPECT_EQ(lastWords(),
-            "No such file or directory while open(\"/sys/class/usb/hiddev0/device/bInterfaceSubClass\")");
+TEST_P(DevicesAtStartUnreadable, EndTheDaemon) {
+  unit.sysfs.add(sim::HiddevNode{.usbDevice = unit.sysfs.add(keyboard())});
+  GetParam().change(unit.sysfs);
+  EXPECT_EQ(lastWordsOf(startDuring("keyboard")), GetParam().lastWords);
+  EXPECT_TRUE(unit.daemon().hasLine(debug::coldpluggingKeyboards));
+  EXPECT_FALSE(unit.daemon().hasLine(debug::hotplugging));
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 // The kernel may announce a device before its attributes are there: the daemon waits for them.
 
-#include <gtest/gtest.h>
-
 #include <functional>
 #include <string>
 
@@ -12,7 +10,12 @@
 
 namespace {
 
-const std::string completeUevent = *sim::UsbDevice().uevent;
+using namespace support;
+
+namespace debug = contract::debug;
+
+const std::string directory = scanner().directory();
+const std::string completeUevent = *scanner().uevent;
 
 /** The times before lines on standard error are rounded to milliseconds. */
 constexpr double roundingOfTimes = 0.001;
@@ -23,22 +26,22 @@ double secondsBetween(const std::string& earlier, const std::string& later) {
   return difference < 0 ? difference + 100 : difference;
 }
 
-class LateAttributes : public Hotplug {
- protected:
-  /** Announces what there is of the device, and lets it become complete when the daemon has looked in vain.
-   */
-  Messages saidOfCompleting(const sim::UsbDevice& incomplete, const std::function<void()>& complete) {
-    return during([&] {
-      SystemCallTrace trace(unit.daemon().pid());
-      unit.plug(incomplete);
-      trace.runToSleep();
-      trace.runToSleep();
-      complete();
-    });
-  }
-};
+sim::UsbDevice withoutUevent() {
+  sim::UsbDevice device = scanner();
+  device.uevent.reset();
+  return device;
+}
 
-class AwaitedAttributes : public LateAttributes {
+sim::UsbDevice withoutClass() {
+  sim::UsbDevice device = scanner();
+  device.deviceClass.reset();
+  return device;
+}
+
+class LateAttributes : public Hotplug {};
+
+/** A daemon that is traced, to see it wait. */
+class LateAttributesAwaited : public LateAttributes {
  protected:
   void SetUp() override {
     if (const auto obstacle = SystemCallTrace::obstacle()) {
@@ -46,80 +49,69 @@ class AwaitedAttributes : public LateAttributes {
     }
     start();
   }
+
+  /** Announces the device, and lets its attributes come when the daemon has looked in vain. */
+  Messages saidOfCompleting(const sim::UsbDevice& incomplete,
+                            const std::function<void(SystemCallTrace& trace)>& complete) {
+    return during([&] {
+      SystemCallTrace trace(unit.daemon().pid());
+      unit.plug(incomplete);
+      trace.runToSleep();
+      trace.runToSleep();
+      complete(trace);
+    });
+  }
+  /** The same for one attribute. */
+  Messages saidOfLate(const sim::UsbDevice& incomplete, const std::string& name, const std::string& content) {
+    return saidOfCompleting(
+        incomplete, [&](SystemCallTrace& /*trace*/) { unit.sysfs.writeAttribute(directory, name, content); });
+  }
 };
 
-TEST_F(AwaitedAttributes, MayBeTheUeventFile) {
-  sim::UsbDevice device = scanner();
-  device.uevent.reset();
-  EXPECT_EQ(saidOfCompleting(
-                device, [&] { unit.sysfs.writeAttribute(device.directory(), "uevent", completeUevent); }),
-            genericDevice(device.directory()));
+TEST_F(LateAttributesAwaited, MayBeTheUeventFile) {
+  EXPECT_EQ(saidOfLate(withoutUevent(), "uevent", completeUevent), genericDevice(directory));
 }
 
-TEST_F(AwaitedAttributes, MayBeTheDeviceClass) {
-  sim::UsbDevice device = scanner();
+TEST_F(LateAttributesAwaited, MayBeTheDeviceClass) {
+  EXPECT_EQ(saidOfLate(withoutClass(), "bDeviceClass", "09\n"), usbDevice(directory, {debug::hub}));
+}
+
+TEST_F(LateAttributesAwaited, ShowAnInterfaceWhenTheyCome) {
+  EXPECT_EQ(saidOfLate(withoutUevent(), "uevent", "DEVTYPE=usb_interface\n"), usbDevice(directory, {}));
+}
+
+TEST_F(LateAttributesAwaited, MayBeTheDeviceClassAfterTheUeventFile) {
+  sim::UsbDevice device = withoutUevent();
   device.deviceClass.reset();
   EXPECT_EQ(saidOfCompleting(device,
-                             [&] { unit.sysfs.writeAttribute(device.directory(), "bDeviceClass", "09\n"); }),
-            usbDevice(device.directory(), {kind::hub}));
+                             [&](SystemCallTrace& trace) {
+                               unit.sysfs.writeAttribute(directory, "uevent", completeUevent);
+                               trace.runToSleep();
+                               unit.sysfs.writeAttribute(directory, "bDeviceClass", "00\n");
+                             }),
+            genericDevice(directory));
 }
 
-TEST_F(AwaitedAttributes, MayBeTheDeviceClassAfterTheUeventFile) {
-  sim::UsbDevice device = scanner();
-  device.uevent.reset();
-  device.deviceClass.reset();
-  const Messages said = during([&] {
-    SystemCallTrace trace(unit.daemon().pid());
-    unit.plug(device);
-    trace.runToSleep();
-    unit.sysfs.writeAttribute(device.directory(), "uevent", completeUevent);
-    trace.runToSleep();
-    unit.sysfs.writeAttribute(device.directory(), "bDeviceClass", "00\n");
-  });
-  EXPECT_EQ(said, genericDevice(device.directory()));
+TEST_F(LateAttributesAwaited, DoNotComeBackWhenTheDeviceHasGone) {
+  EXPECT_EQ(saidOfCompleting(withoutClass(), [&](SystemCallTrace& /*trace*/) { unit.unplug(directory); }),
+            usbDevice(directory, {debug::undetermined, debug::event("remove", devpathOf(directory))}));
 }
 
-TEST_F(AwaitedAttributes, ShowAnInterfaceWhenTheyCome) {
-  sim::UsbDevice device = scanner();
-  device.uevent.reset();
-  EXPECT_EQ(saidOfCompleting(
-                device,
-                [&] { unit.sysfs.writeAttribute(device.directory(), "uevent", "DEVTYPE=usb_interface\n"); }),
-            usbDevice(device.directory(), {}));
-}
-
-TEST_F(AwaitedAttributes, DoNotComeBackWhenTheDeviceHasGone) {
-  sim::UsbDevice device = scanner();
-  device.deviceClass.reset();
-  const Messages said = during([&] {
-    SystemCallTrace trace(unit.daemon().pid());
-    unit.plug(device);
-    trace.runToSleep();
-    unit.unplug(device.directory());
-  });
-  EXPECT_EQ(said,
-            usbDevice(device.directory(), {kind::undetermined, "remove " + devpathOf(device.directory())}));
-}
-
-TEST_F(AwaitedAttributes, AreLookedForTwentyTimesASecond) {
+TEST_F(LateAttributesAwaited, AreLookedForTwentyTimesASecond) {
   SystemCallTrace trace(unit.daemon().pid());
-  sim::UsbDevice device = scanner();
-  device.uevent.reset();
-  unit.plug(device);
+  unit.plug(withoutUevent());
   for (int look = 0; look < 3; ++look) {
     EXPECT_DOUBLE_EQ(trace.runToSleep(), 0.05);
   }
-  unit.sysfs.writeAttribute(device.directory(), "uevent", "");
+  unit.sysfs.writeAttribute(directory, "uevent", "");
 }
 
 // However slow the unit is, three seconds have passed after sixty sleeps (and one for a clock that is
 // adjusted).
-TEST_F(AwaitedAttributes, AreNotAwaitedForMoreThanThreeSecondsOfSleep) {
+TEST_F(LateAttributesAwaited, AreNotAwaitedForMoreThanThreeSecondsOfSleep) {
   constexpr int sleepsOfThreeSeconds = 60;
   SystemCallTrace trace(unit.daemon().pid());
-  sim::UsbDevice device = scanner();
-  device.deviceClass.reset();
-  unit.plug(device);
+  unit.plug(withoutClass());
   trace.runToSleep();
   int sleeps = 1;
   for (SystemCall call = trace.next(); !SystemCallTrace::isWait(call); call = trace.next()) {
@@ -130,16 +122,14 @@ TEST_F(AwaitedAttributes, AreNotAwaitedForMoreThanThreeSecondsOfSleep) {
 
 TEST_F(LateAttributes, AreAwaitedForThreeSeconds) {
   start("all");
-  sim::UsbDevice device = scanner();
-  device.deviceClass.reset();
-  unit.plug(device);
-  unit.daemon().waitForLine("subsystem is 'usb'");
+  unit.plug(withoutClass());
+  unit.daemon().waitForLine(debug::subsystem("usb"));
   const std::string begin = unit.daemon().lines().back();
   const sim::Deadline tooLate(4);
-  EXPECT_EQ(unit.daemon().waitForLine("timed out"), "[rx_ctrl] " + std::string(kind::undetermined));
+  EXPECT_EQ(Messages{unit.daemon().waitForLine("timed out")}, tagged({debug::undetermined}));
   EXPECT_FALSE(tooLate.passed());
   EXPECT_GE(secondsBetween(begin, unit.daemon().lines().back()), 3.0 - roundingOfTimes);
-  EXPECT_TRUE(unit.daemon().children().empty());
+  EXPECT_TRUE(hasNoWorker());
 }
 
 TEST_F(LateAttributes, AreNotAwaitedForAnInterface) {
@@ -147,20 +137,20 @@ TEST_F(LateAttributes, AreNotAwaitedForAnInterface) {
   const std::string interface = unit.sysfs.add(scanner()) + "/1-1:1.0";
   unit.sysfs.linkTo("/sys/bus/usb", interface + "/subsystem");
   HeldAttribute uevent(interface + "/uevent");
-  const Messages said = during([&] {
-    unit.uevents.add(devpathOf(interface));
-    uevent.waitForReader();
-    // A second look would find a file that nobody writes, and not come back.
-    uevent.release("DEVTYPE=usb_interface\n");
-  });
-  EXPECT_EQ(said, usbDevice(interface, {}));
+  EXPECT_EQ(during([&] {
+              unit.uevents.add(devpathOf(interface));
+              uevent.waitForReader();
+              // A second look would find a file that nobody writes, and not come back.
+              uevent.release("DEVTYPE=usb_interface\n");
+            }),
+            usbDevice(interface, {}));
 }
 
 TEST_F(LateAttributes, AreNotAwaitedForAnEndpoint) {
   start("all");
   const std::string endpoint = unit.sysfs.add(scanner()) + "/ep_00";
   unit.sysfs.writeAttribute(endpoint, "uevent", "");
-  EXPECT_EQ(saidOfAdding(endpoint), rxCtrl({"add " + devpathOf(endpoint), "subsystem is ''"}));
+  EXPECT_EQ(saidOfAdding(endpoint), nodeOf("", endpoint));
   unit.sysfs.linkTo("/sys/bus/usb", endpoint + "/subsystem");
   EXPECT_EQ(saidOfAdding(endpoint), usbDevice(endpoint, {}));
 }
@@ -168,14 +158,13 @@ TEST_F(LateAttributes, AreNotAwaitedForAnEndpoint) {
 TEST_F(LateAttributes, MayHaveTheDeviceTypeAnywhereInTheUeventFile) {
   start();
   sim::UsbDevice device = scanner();
-  device.uevent = "DEVTYPE=usb_device";
-  EXPECT_EQ(kindOf(device), kind::generic);
-  device.name = "1-2";
-  device.uevent = "A=\nDEVTYPE=usb_device\nB=\n";
-  EXPECT_EQ(kindOf(device), kind::generic);
-  device.name = "1-3";
-  device.uevent = std::string(20000, 'x') + "\nDEVTYPE=usb_device\n";
-  EXPECT_EQ(kindOf(device), kind::generic);
+  for (const std::string& uevent :
+       {std::string("DEVTYPE=usb_device"), std::string("A=\nDEVTYPE=usb_device\nB=\n"),
+        std::string(20000, 'x') + "\nDEVTYPE=usb_device\n"}) {
+    device.uevent = uevent;
+    device.name += "1";
+    EXPECT_EQ(kindOf(device), debug::generic);
+  }
 }
 
 TEST_F(LateAttributes, AreNotAwaitedWithoutTheExactDeviceType) {

@@ -1,16 +1,32 @@
-// How the daemon finds out to which subsystem a device belongs: from the text of its "subsystem" link.
+// How the daemon finds out to which subsystem a node belongs: from the text of its "subsystem" link.
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
+#include <ostream>
 #include <string>
 
-#include "system/support/attached_devices.h"
 #include "system/support/hotplug.h"
 
 namespace {
 
+using namespace support;
+
 constexpr std::size_t longestText = 128;
+
+const std::string directory = "/sys/devices/platform/node";
+
+/** A path of `length` bytes that ends in "/" and this name. */
+std::string pathEndingIn(const std::string& name, std::size_t length) {
+  return "../" + std::string(length - name.size() - 4, 'p') + "/" + name;
+}
+
+struct Link {
+  std::string name;
+  std::string text;
+  std::string subsystem;
+};
+
+std::ostream& operator<<(std::ostream& out, const Link& link) {
+  return out << link.name;
+}
 
 class SubsystemLink : public Hotplug {
  protected:
@@ -18,73 +34,46 @@ class SubsystemLink : public Hotplug {
     start("all");
     unit.sysfs.makeDirectory(directory);
   }
-
-  /** What the daemon says of a node whose link has this text. */
-  Messages saidOfText(const std::string& text) {
-    unit.sysfs.makeLink(directory + "/subsystem", text);
-    return saidOfAdding(directory);
-  }
-  static Messages isSubsystem(const std::string& subsystem) {
-    return rxCtrl({"add " + devpathOf(directory), "subsystem is '" + subsystem + "'"});
-  }
-
-  static inline const std::string directory = "/sys/devices/platform/node";
 };
 
-/** A path of `length` bytes that ends in "/" and this name. */
-std::string pathEndingIn(const std::string& name, std::size_t length) {
-  return "../" + std::string(length - name.size() - 4, 'p') + "/" + name;
+class SubsystemLinkText : public SubsystemLink, public testing::WithParamInterface<Link> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    Links, SubsystemLinkText,
+    testing::Values(Link{"RelativePath", "../../../class/input", "input"},
+                    Link{"AbsolutePath", "/somewhere/else/tty", "tty"},
+                    Link{"NowhereAtAll", "nowhere/at/all", "all"}, Link{"ToItself", "subsystem", "subsystem"},
+                    Link{"NameAlone", "input", "input"}, Link{"SlashAtItsEnd", "../../../class/input/", ""},
+                    Link{"OddCharacters", "class/a b'c\xff%s", "a b'c\xff%s"},
+                    Link{"OneByteLessThanTheLongest", pathEndingIn("input", longestText - 1), "input"},
+                    Link{"Longest", pathEndingIn("input", longestText), "input"},
+                    Link{"CutByOneByte", pathEndingIn("inputs", longestText + 1), "input"},
+                    Link{"CutBeforeASlash", pathEndingIn("input/tail", longestText + 5), "input"},
+                    Link{"LongName", std::string(1000, 'n'), std::string(longestText, 'n')}),
+    [](const auto& instance) { return instance.param.name; });
+
+TEST_P(SubsystemLinkText, NamesItByItsLastPart) {
+  unit.sysfs.makeLink(directory + "/subsystem", GetParam().text);
+  EXPECT_EQ(saidOfAdding(directory), nodeOf(GetParam().subsystem, directory));
 }
 
 TEST_F(SubsystemLink, ThatIsMissingMeansNone) {
-  EXPECT_EQ(saidOfAdding(directory), isSubsystem(""));
-}
-
-TEST_F(SubsystemLink, NamesItByItsLastPart) {
-  EXPECT_EQ(saidOfText("../../../class/input"), isSubsystem("input"));
-  EXPECT_EQ(saidOfText("/somewhere/else/tty"), isSubsystem("tty"));
-}
-
-TEST_F(SubsystemLink, NeedNotLeadAnywhere) {
-  EXPECT_EQ(saidOfText("nowhere/at/all"), isSubsystem("all"));
-  EXPECT_EQ(saidOfText("subsystem"), isSubsystem("subsystem"));  // to itself
-}
-
-TEST_F(SubsystemLink, MayBeANameAlone) {
-  EXPECT_EQ(saidOfText("input"), isSubsystem("input"));
-}
-
-TEST_F(SubsystemLink, ThatEndsInASlashMeansNone) {
-  EXPECT_EQ(saidOfText("../../../class/input/"), isSubsystem(""));
-}
-
-TEST_F(SubsystemLink, MayHaveOddCharacters) {
-  EXPECT_EQ(saidOfText("class/a b'c\xff%s"), isSubsystem("a b'c\xff%s"));
-}
-
-TEST_F(SubsystemLink, IsReadWholeUpTo128Bytes) {
-  EXPECT_EQ(saidOfText(pathEndingIn("input", longestText - 1)), isSubsystem("input"));
-  EXPECT_EQ(saidOfText(pathEndingIn("input", longestText)), isSubsystem("input"));
-}
-
-TEST_F(SubsystemLink, IsCutAt128Bytes) {
-  EXPECT_EQ(saidOfText(pathEndingIn("inputs", longestText + 1)), isSubsystem("input"));
-  EXPECT_EQ(saidOfText(pathEndingIn("input/tail", longestText + 5)), isSubsystem("input"));
-  EXPECT_EQ(saidOfText(std::string(1000, 'n')), isSubsystem(std::string(longestText, 'n')));
+  EXPECT_EQ(saidOfAdding(directory), nodeOf("", directory));
 }
 
 TEST_F(SubsystemLink, ThatIsCutToUsbMakesAUsbDevice) {
   unit.sysfs.writeAttribute(directory, "uevent", "DEVTYPE=usb_device\n");
   unit.sysfs.writeAttribute(directory, "bDeviceClass", "09\n");
-  EXPECT_EQ(saidOfText(pathEndingIn("usbmisc", longestText + 4)), usbDevice(directory, {kind::hub}));
+  unit.sysfs.makeLink(directory + "/subsystem", pathEndingIn("usbmisc", longestText + 4));
+  EXPECT_EQ(saidOfAdding(directory), usbDevice(directory, {contract::debug::hub}));
 }
 
 TEST_F(SubsystemLink, ThatIsNoLinkEndsTheEvent) {
   unit.sysfs.writeAttribute(directory, "subsystem", "usb");
-  EXPECT_EQ(saidOfAdding(directory), rxCtrl({"add " + devpathOf(directory), eventIgnored}));
+  EXPECT_EQ(saidOfAdding(directory), ignoredEvent(devpathOf(directory)));
   unit.sysfs.removeAttribute(directory, "subsystem");
   unit.sysfs.makeDirectory(directory + "/subsystem");
-  EXPECT_EQ(saidOfAdding(directory), rxCtrl({"add " + devpathOf(directory), eventIgnored}));
+  EXPECT_EQ(saidOfAdding(directory), ignoredEvent(devpathOf(directory)));
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 // What an event of no interest costs: no system call that is not needed to tell that it is of none.
 
-#include <gtest/gtest.h>
 #include <sys/syscall.h>
 
 #include <algorithm>
@@ -12,6 +11,8 @@
 #include "system/support/system_call_trace.h"
 
 namespace {
+
+using namespace support;
 
 using Calls = std::vector<unsigned long>;
 

@@ -1,9 +1,7 @@
 // Devices that are taken out while the daemon reads one of their attributes: each test holds the daemon at
 // one read, removes the device, and lets it go on. A kernel then gives what it has read already, or nothing.
 
-#include <gtest/gtest.h>
-
-#include <functional>
+#include <ostream>
 #include <string>
 
 #include "system/support/attached_devices.h"
@@ -11,6 +9,13 @@
 #include "system/support/hotplug.h"
 
 namespace {
+
+using namespace support;
+
+namespace debug = contract::debug;
+namespace display = contract::display;
+
+const std::string directory = scanner().directory();
 
 class VanishingAtRead : public Hotplug {
  protected:
@@ -28,128 +33,134 @@ class VanishingAtRead : public Hotplug {
       held.release(content);
     });
   }
-  Messages saidWhenGone(const std::string& name, const std::string& content) {
-    return saidWhen(directory, directory + "/" + name, content, directory);
-  }
-  /** The same when the device goes at a later reading of its descriptors, the first giving `firstContent`. */
-  Messages saidWhenGoneAtSecondReading(const std::string& firstContent, const std::string& content) {
+  /** The same when a scanner goes at the second reading of its descriptors, the first giving those of a disk. */
+  Messages saidWhenGoneAtSecondReading(const std::string& content) {
+    unit.sysfs.add(scanner());
     HeldAttribute first(directory + "/descriptors");
     return during([&] {
       unit.uevents.add(devpathOf(directory));
       first.waitForReader();
       HeldAttribute second(directory + "/descriptors");
-      first.release(firstContent);
+      first.release(sim::diskDescriptors());
       second.waitForReader();
       unit.sysfs.removeDevice(directory);
       second.release(content);
     });
   }
-
-  static inline const std::string directory = scanner().directory();
 };
 
-TEST_F(VanishingAtRead, OfTheUeventFileIsNoUsbDevice) {
-  start("all");
-  unit.sysfs.add(scanner());
-  EXPECT_EQ(saidWhenGone("uevent", ""), usbDevice(directory, {}));
+struct Read {
+  std::string name;
+  std::string classList;
+  std::string settings;  ///< of the section "usb"
+  std::string attribute;
+  std::string content;  ///< that the read gives
+  Messages said;
+  Messages shown;  ///< on the display
+};
+
+std::ostream& operator<<(std::ostream& out, const Read& read) {
+  return out << read.name;
 }
 
-TEST_F(VanishingAtRead, OfTheUeventFileInTimeIsAwaitedInVain) {
-  start("all");
+constexpr const char* blocking = "block_mass_storage = 1\n";
+const Messages ignored = {debug::eventIgnored};
+const Messages generic = {debug::noIsochronousFound, debug::generic, debug::startingGeneric(directory)};
+
+const std::vector<Read> reads = {
+    {"UeventWithoutContentIsNoUsbDevice", "all", "", "uevent", "", {}, {}},
+    {"UeventIsAwaitedInVain", "all", "", "uevent", *scanner().uevent, {debug::undetermined}, {}},
+    {"ClassWithoutContentEndsTheEvent", "all", "", "bDeviceClass", "", ignored, {}},
+    {"ClassEndsTheEvent", "all", "", "bDeviceClass", "00\n", ignored, {}},
+    {"ClassOfAHubIsAHub", "all", "", "bDeviceClass", "09\n", {debug::hub}, {}},
+    {"DescriptorsWithoutContentEndTheEvent", "all", "", "descriptors", "", ignored, {}},
+    {"CutDescriptorsEndTheEvent",
+     "all",
+     "",
+     "descriptors",
+     sim::deviceDescriptor().substr(0, 17),
+     ignored,
+     {}},
+    {"DescriptorsOfAMouseEndTheEvent", "all", "", "descriptors", sim::mouseDescriptors(), ignored, {}},
+    {"DescriptorsOfADiskEndTheEvent", "all", "", "descriptors", sim::diskDescriptors(), ignored, {}},
+    {"DescriptorsOfAKeyboardAreAKeyboard",
+     "all",
+     "",
+     "descriptors",
+     sim::keyboardDescriptors(),
+     {debug::keyboard},
+     {}},
+    {"NoDescriptorsForARuleEndTheEventAtTheNext", "none", blocking, "descriptors", "", ignored, {}},
+    {"DescriptorsForARuleEndTheEventAtTheNext",
+     "none",
+     blocking,
+     "descriptors",
+     sim::vendorDeviceDescriptors(),
+     ignored,
+     {}},
+    {"DescriptorsForTheLastRuleStartAWorkerAllTheSame",
+     "none",
+     "",
+     "descriptors",
+     sim::vendorDeviceDescriptors(),
+     generic,
+     {}},
+    {"DescriptorsForARefusalAreRefusedByTheDefaultName",
+     "none",
+     blocking,
+     "descriptors",
+     sim::diskDescriptors(),
+     {debug::unsupported},
+     {display::massStorage(display::unnamedDevice) + "\n"}},
+    {"NameForARefusalIsWhatWasRead",
+     "none",
+     "hid_only = 1\n",
+     "product",
+     "Scan",
+     {debug::unsupported},
+     {display::nonHid("Scan") + "\n"}},
+};
+
+class VanishingAtReadOf : public VanishingAtRead, public testing::WithParamInterface<Read> {};
+
+INSTANTIATE_TEST_SUITE_P(Attribute, VanishingAtReadOf, testing::ValuesIn(reads),
+                         [](const auto& instance) { return instance.param.name; });
+
+TEST_P(VanishingAtReadOf, GoesOnWithWhatWasRead) {
+  const Read& read = GetParam();
+  sim::Unit::writeConfig("[usb]\n" + read.settings);
+  start(read.classList);
   unit.sysfs.add(scanner());
-  EXPECT_EQ(saidWhenGone("uevent", *scanner().uevent), usbDevice(directory, {kind::undetermined}));
+  EXPECT_EQ(saidWhen(directory, directory + "/" + read.attribute, read.content, directory),
+            usbDevice(directory, read.said));
+  EXPECT_EQ(unit.display.takeWrites(), read.shown);
+  EXPECT_EQ(hasNoWorker(), read.said != generic);
 }
 
-TEST_F(VanishingAtRead, OfTheUeventFileInTimeIsHandledWhenPluggedInAnew) {
+TEST_F(VanishingAtRead, OfTheUeventFileIsHandledWhenPluggedInAnew) {
   start("all");
   unit.sysfs.add(scanner());
   HeldAttribute held(directory + "/uevent");
-  const Messages said = during([&] {
-    unit.uevents.add(devpathOf(directory));
-    held.waitForReader();
-    unit.sysfs.removeDevice(directory);
-    unit.sysfs.add(scanner());
-    held.release(*scanner().uevent);
-  });
-  EXPECT_EQ(said, genericDevice(directory));
-}
-
-TEST_F(VanishingAtRead, OfTheDeviceClassEndsTheEvent) {
-  start("all");
-  for (const std::string content : {"", "00\n"}) {
-    unit.sysfs.add(scanner());
-    EXPECT_EQ(saidWhenGone("bDeviceClass", content), usbDevice(directory, {eventIgnored}));
-  }
-}
-
-TEST_F(VanishingAtRead, OfTheDeviceClassInTimeIsAHub) {
-  start("all");
-  unit.sysfs.add(scanner());
-  EXPECT_EQ(saidWhenGone("bDeviceClass", "09\n"), usbDevice(directory, {kind::hub}));
-}
-
-TEST_F(VanishingAtRead, OfTheDescriptorsForTheKeyboardTestEndsTheEvent) {
-  start("all");
-  for (const std::string& content : {std::string(), sim::deviceDescriptor().substr(0, 17),
-                                     sim::mouseDescriptors(), sim::diskDescriptors()}) {
-    unit.sysfs.add(scanner());
-    EXPECT_EQ(saidWhenGone("descriptors", content), usbDevice(directory, {eventIgnored}));
-  }
-}
-
-TEST_F(VanishingAtRead, OfTheDescriptorsForTheKeyboardTestInTimeIsAKeyboard) {
-  start("all");
-  unit.sysfs.add(scanner());
-  EXPECT_EQ(saidWhenGone("descriptors", sim::keyboardDescriptors()), usbDevice(directory, {kind::keyboard}));
+  EXPECT_EQ(during([&] {
+              unit.uevents.add(devpathOf(directory));
+              held.waitForReader();
+              unit.sysfs.removeDevice(directory);
+              unit.sysfs.add(scanner());
+              held.release(*scanner().uevent);
+            }),
+            genericDevice(directory));
 }
 
 TEST_F(VanishingAtRead, OfTheDescriptorsForTheStorageTestEndsTheEvent) {
   start("all");
   for (const std::string& content : {std::string(), sim::deviceDescriptor(), sim::mouseDescriptors()}) {
-    unit.sysfs.add(scanner());
-    EXPECT_EQ(saidWhenGoneAtSecondReading(sim::diskDescriptors(), content),
-              usbDevice(directory, {eventIgnored}));
+    EXPECT_EQ(saidWhenGoneAtSecondReading(content), usbDevice(directory, ignored));
   }
 }
 
 TEST_F(VanishingAtRead, OfTheDescriptorsForTheStorageTestInTimeIsStorage) {
   start("all");
-  unit.sysfs.add(scanner());
-  EXPECT_EQ(saidWhenGoneAtSecondReading(sim::diskDescriptors(), sim::diskDescriptors()),
-            usbDevice(directory, {kind::storage}));
-}
-
-TEST_F(VanishingAtRead, OfTheDescriptorsForARuleEndsTheEventAtTheNextRule) {
-  unit.writeConfig("[usb]\nblock_mass_storage = 1\n");
-  start();
-  for (const std::string& content : {std::string(), sim::vendorDeviceDescriptors()}) {
-    unit.sysfs.add(scanner());
-    EXPECT_EQ(saidWhenGone("descriptors", content), usbDevice(directory, {eventIgnored}));
-  }
-}
-
-TEST_F(VanishingAtRead, OfTheDescriptorsForTheLastRuleStartsAWorkerAllTheSame) {
-  start();
-  unit.sysfs.add(scanner());
-  EXPECT_EQ(saidWhenGone("descriptors", sim::vendorDeviceDescriptors()), genericDevice(directory));
-  EXPECT_EQ(unit.workers.waitForWorker().device(), directory);
-}
-
-TEST_F(VanishingAtRead, OfTheDescriptorsForARefusalIsRefusedByItsDefaultName) {
-  unit.writeConfig("[usb]\nblock_mass_storage = 1\n");
-  start();
-  unit.sysfs.add(scanner());
-  EXPECT_EQ(saidWhenGone("descriptors", sim::diskDescriptors()), usbDevice(directory, {kind::unsupported}));
-  EXPECT_EQ(unit.display.takeWrites(),
-            Messages{"un-named device configuration blocked due to mass storage capability\n"});
-}
-
-TEST_F(VanishingAtRead, OfItsNameIsRefusedByWhatWasRead) {
-  unit.writeConfig("[usb]\nhid_only = 1\n");
-  start();
-  unit.sysfs.add(scanner());
-  EXPECT_EQ(saidWhenGone("product", "Scan"), usbDevice(directory, {kind::unsupported}));
-  EXPECT_EQ(unit.display.takeWrites(), Messages{"Scan is not supported because it has non-HID endpoints\n"});
+  EXPECT_EQ(saidWhenGoneAtSecondReading(sim::diskDescriptors()), usbDevice(directory, {debug::storage}));
 }
 
 TEST_F(VanishingAtRead, OfTheNodesNumberStartsAKeyboardWorkerAllTheSame) {
@@ -157,9 +168,9 @@ TEST_F(VanishingAtRead, OfTheNodesNumberStartsAKeyboardWorkerAllTheSame) {
   const std::string usb = unit.sysfs.add(keyboard());
   const std::string node = unit.sysfs.add(sim::HiddevNode{.usbDevice = usb});
   EXPECT_EQ(saidWhen(usb, node + "/dev", "180:7\n", node),
-            usbDevice(node, {kind::hid, "starting usb_rx_keyboard for " + node + " (180:7)"}));
+            usbDevice(node, {debug::hid, debug::startingKeyboard(node, "180:7")}));
   EXPECT_EQ(unit.workers.waitForWorker().device(), "7");
-  EXPECT_EQ(unit.display.waitForWrite(), "un-named device attached\n");
+  EXPECT_EQ(unit.display.waitForWrite(), display::attached(display::unnamedDevice) + "\n");
 }
 
 TEST_F(VanishingAtRead, OfTheKeyboardsNameHasItsWorkerStarted) {
@@ -167,9 +178,9 @@ TEST_F(VanishingAtRead, OfTheKeyboardsNameHasItsWorkerStarted) {
   const std::string usb = unit.sysfs.add(keyboard());
   const std::string node = unit.sysfs.add(sim::HiddevNode{.usbDevice = usb});
   EXPECT_EQ(saidWhen(usb, usb + "/product", "Keys", node),
-            usbDevice(node, {kind::hid, "starting usb_rx_keyboard for " + node + " (180:0)"}));
+            usbDevice(node, {debug::hid, debug::startingKeyboard(node, "180:0")}));
   unit.workers.waitForWorker();
-  EXPECT_EQ(unit.display.waitForWrite(), "Keys attached\n");
+  EXPECT_EQ(unit.display.waitForWrite(), display::attached("Keys") + "\n");
 }
 
 TEST_F(VanishingAtRead, OfTheDisksNameHasItsWorkerStarted) {
@@ -178,12 +189,12 @@ TEST_F(VanishingAtRead, OfTheDisksNameHasItsWorkerStarted) {
     const std::string usb = unit.sysfs.add(disk());
     const std::string node = unit.sysfs.add(sim::ScsiGenericNode{.usbDevice = usb, .name = "sg_" + name});
     EXPECT_EQ(saidWhen(usb, node + "/device/" + name, "What", node),
-              rxCtrl({"add " + devpathOf(node), "subsystem is 'scsi_generic'", kind::scsiGeneric,
-                      "starting usb_rx_scsi for " + node}));
+              nodeOf("scsi_generic", node, {debug::scsiGeneric, debug::startingScsi(node)}));
     EXPECT_EQ(unit.workers.waitForWorker().device(), node);
   }
-  EXPECT_EQ(unit.display.waitForWrite(), "What un-named device attached\n");
-  EXPECT_EQ(unit.display.waitForWrite(), "ACME     What attached\n");
+  EXPECT_EQ(unit.display.waitForWrite(),
+            display::attached(std::string("What ") + display::unnamedDevice) + "\n");
+  EXPECT_EQ(unit.display.waitForWrite(), display::attached("ACME     What") + "\n");
 }
 
 }  // namespace

@@ -1,10 +1,9 @@
 // Devices that are taken out between any two steps of their handling: before each of the daemon's system
 // calls in turn. Nothing else of it may suffer, and nothing wrong may be said or done.
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <functional>
+#include <ostream>
 #include <string>
 
 #include "system/support/attached_devices.h"
@@ -12,6 +11,10 @@
 #include "system/support/system_call_trace.h"
 
 namespace {
+
+using namespace support;
+
+namespace debug = contract::debug;
 
 /** A device or node that was made. */
 struct Made {
@@ -59,7 +62,9 @@ class Vanishing : public Hotplug {
   void expectPlausible(const Messages& said, const Made& made) const;
 
   /** Whether the event behind the device's has been handled. */
-  bool isDone() { return sim::messageOf(unit.daemon().lines().back()) == "[rx_ctrl] change " + next_; }
+  bool isDone() {
+    return sim::messageOf(unit.daemon().lines().back()) == debug::tag + debug::event("change", next_);
+  }
 
   std::string next_;       ///< what the event behind the device's names
   bool wasInTime_ = true;  ///< the device went before that event was handled
@@ -78,7 +83,7 @@ void Vanishing::vanishBeforeEachCall(const Maker& make) {
     workers += startsWorker(said) ? 1U : 0U;
     EXPECT_EQ(unit.daemon().children().size(), workers);
     if (call == 1) {
-      EXPECT_EQ(said, rxCtrl({"add " + devpathOf(made.announced), eventIgnored}));
+      EXPECT_EQ(said, ignoredEvent(devpathOf(made.announced)));
     }
   }
   EXPECT_EQ(said, made.whole);
@@ -114,40 +119,41 @@ void Vanishing::finish(SystemCallTrace& trace, const Made& made) {
 }
 
 void Vanishing::expectPlausible(const Messages& said, const Made& made) const {
-  const Messages withoutSubsystem = rxCtrl({"add " + devpathOf(made.announced), "subsystem is ''"});
-  const bool wasIgnored = isBeginningWith(said, made.whole, rxCtrl({eventIgnored}));
+  const Messages withoutSubsystem = nodeOf("", made.announced);
+  const bool wasIgnored = isBeginningWith(said, made.whole, tagged({debug::eventIgnored}));
   const bool wasAwaited = wasAwaited_ && said == usbDevice(made.announced, {});
   EXPECT_TRUE(said == made.whole || said == withoutSubsystem || wasIgnored || wasAwaited)
       << testing::PrintToString(said);
 }
 
-TEST_F(Vanishing, GenericDeviceIsSurvived) {
-  vanishBeforeEachCall([this](const std::string& port) {
-    const std::string directory = unit.sysfs.add(scanner(port));
-    return Made{directory, directory, genericDevice(directory)};
-  });
+struct UsbKind {
+  std::string name;
+  std::function<sim::UsbDevice(const std::string& port)> device;
+  std::function<Messages(const std::string& directory)> whole;
+};
+
+std::ostream& operator<<(std::ostream& out, const UsbKind& kind) {
+  return out << kind.name;
 }
 
-TEST_F(Vanishing, KeyboardIsSurvived) {
-  vanishBeforeEachCall([this](const std::string& port) {
-    const std::string directory = unit.sysfs.add(keyboard(port));
-    return Made{directory, directory, usbDevice(directory, {kind::keyboard})};
-  });
+/** That it is of this kind. */
+std::function<Messages(const std::string& directory)> just(const char* kind) {
+  return [kind](const std::string& directory) { return usbDevice(directory, {kind}); };
 }
 
-TEST_F(Vanishing, DiskIsSurvived) {
-  vanishBeforeEachCall([this](const std::string& port) {
-    const std::string directory = unit.sysfs.add(disk(port));
-    return Made{directory, directory, usbDevice(directory, {kind::storage})};
-  });
-}
+class VanishingUsbDevice : public Vanishing, public testing::WithParamInterface<UsbKind> {};
 
-TEST_F(Vanishing, HubIsSurvived) {
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, VanishingUsbDevice,
+    testing::Values(UsbKind{"Generic", [](const auto& port) { return scanner(port); }, genericDevice},
+                    UsbKind{"Keyboard", keyboard, just(debug::keyboard)},
+                    UsbKind{"Disk", disk, just(debug::storage)}, UsbKind{"Hub", hub, just(debug::hub)}),
+    [](const auto& instance) { return instance.param.name; });
+
+TEST_P(VanishingUsbDevice, IsSurvived) {
   vanishBeforeEachCall([this](const std::string& port) {
-    sim::UsbDevice hub = scanner(port);
-    hub.deviceClass = "09";
-    const std::string directory = unit.sysfs.add(hub);
-    return Made{directory, directory, usbDevice(directory, {kind::hub})};
+    const std::string directory = unit.sysfs.add(GetParam().device(port));
+    return Made{directory, directory, GetParam().whole(directory)};
   });
 }
 
@@ -155,8 +161,7 @@ TEST_F(Vanishing, HiddevNodeIsSurvived) {
   vanishBeforeEachCall([this](const std::string& port) {
     const std::string device = unit.sysfs.add(keyboard(port));
     const std::string node = unit.sysfs.add(sim::HiddevNode{.usbDevice = device});
-    return Made{device, node,
-                usbDevice(node, {kind::hid, "starting usb_rx_keyboard for " + node + " (180:0)"})};
+    return Made{device, node, usbDevice(node, {debug::hid, debug::startingKeyboard(node, "180:0")})};
   });
 }
 
@@ -164,9 +169,7 @@ TEST_F(Vanishing, ScsiGenericNodeIsSurvived) {
   vanishBeforeEachCall([this](const std::string& port) {
     const std::string device = unit.sysfs.add(disk(port));
     const std::string node = unit.sysfs.add(sim::ScsiGenericNode{.usbDevice = device});
-    return Made{device, node,
-                rxCtrl({"add " + devpathOf(node), "subsystem is 'scsi_generic'", kind::scsiGeneric,
-                        "starting usb_rx_scsi for " + node})};
+    return Made{device, node, nodeOf("scsi_generic", node, {debug::scsiGeneric, debug::startingScsi(node)})};
   });
 }
 

@@ -1,15 +1,29 @@
-#include <gtest/gtest.h>
+// Workers that cannot be started.
 
-#include "system/support/control_messages.h"
+#include <functional>
+#include <ostream>
+#include <string>
+
+#include "sim/contract.h"
 #include "system/support/worker_launch.h"
 
 namespace {
 
-using LaunchFailure = WorkerLaunch;
+using namespace support;
 
-using Lines = std::vector<std::string>;
+struct Missing {
+  std::string name;
+  std::function<void(sim::Unit& unit)> plug;
+  std::string configuration;
+};
 
-const std::string execFailed = "[RxCtrl] *** subprocess exec() failed; maybe not found? ***";
+std::ostream& operator<<(std::ostream& out, const Missing& missing) {
+  return out << missing.name;
+}
+
+void plugScanner(sim::Unit& unit) {
+  unit.plug(scanner());
+}
 
 /** A world in which no worker program can be found. */
 sim::ProcessOptions withoutWorkers() {
@@ -18,63 +32,49 @@ sim::ProcessOptions withoutWorkers() {
   return world;
 }
 
-}  // namespace
+class LaunchFailure : public WorkerLaunch {};
+class LaunchFailureOf : public WorkerLaunch, public testing::WithParamInterface<Missing> {};
 
-TEST_F(LaunchFailure, AMissingGenericWorkerEndsTheDaemon) {
+INSTANTIATE_TEST_SUITE_P(
+    Programs, LaunchFailureOf,
+    testing::Values(
+        Missing{"GenericWorker", plugScanner, ""},
+        Missing{"KeyboardWorker",
+                [](sim::Unit& unit) { unit.plug(sim::HiddevNode{.usbDevice = unit.sysfs.add(keyboard())}); },
+                ""},
+        Missing{"ScsiWorker",
+                [](sim::Unit& unit) { unit.plug(sim::ScsiGenericNode{.usbDevice = unit.sysfs.add(disk())}); },
+                ""},
+        Missing{"ConfiguredProgram", plugScanner, "[apps]\nquor_usb_rx_generic = /opt/x/missing\n"},
+        Missing{"ConfiguredDirectory", plugScanner, "[apps]\nquor_usb_rx_generic = /sys\n"}),
+    [](const auto& instance) { return instance.param.name; });
+
+TEST_P(LaunchFailureOf, EndsTheDaemon) {
+  sim::Unit::writeConfig(GetParam().configuration);
   startWith({}, withoutWorkers());
-  unit.plug(mouse());
+  GetParam().plug(unit);
   EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
   EXPECT_EQ(unit.daemon().standardError(), "");
 }
 
-TEST_F(LaunchFailure, AMissingKeyboardWorkerEndsTheDaemon) {
-  startWith({}, withoutWorkers());
-  sim::HiddevNode node;
-  node.usbDevice = unit.sysfs.add(named(deviceWithRaw(sim::keyboardDescriptors()), "1-2", "Keyboard"));
-  unit.plug(node);
-  EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
-}
-
-TEST_F(LaunchFailure, AMissingScsiWorkerEndsTheDaemon) {
-  startWith({}, withoutWorkers());
-  sim::ScsiGenericNode node;
-  node.usbDevice = unit.sysfs.add(named(deviceWithRaw(sim::diskDescriptors()), "1-3", "Disk"));
-  unit.plug(node);
-  EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
-}
-
-TEST_F(LaunchFailure, AMissingWorkerIsToldWhenTheDaemonDebugs) {
+TEST_F(LaunchFailure, IsToldWhenTheDaemonDebugs) {
   startWith({"--debug=ctrl"}, withoutWorkers());
   const std::size_t before = unit.daemon().lines().size();
-  unit.plug(mouse());
+  unit.plug(scanner());
   EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
-  Lines lines = unit.daemon().lines();  // not messages(): the last one has no time
+  const Arguments lines = unit.daemon().lines();  // not messages(): the last one has no time
   ASSERT_EQ(lines.size(), before + 6);
-  EXPECT_EQ(lines.back(), execFailed);
+  EXPECT_EQ(lines.back() + "\n", contract::error::execFailed);
 }
 
-TEST_F(LaunchFailure, AMissingWorkerIsToldOnStandardErrorThoughTheDaemonLogsToSyslog) {
+TEST_F(LaunchFailure, IsToldOnStandardErrorThoughTheDaemonLogsToSyslog) {
   startWith({"--debug=ctrl", "--syslog"}, withoutWorkers());
-  unit.plug(mouse());
+  unit.plug(scanner());
   EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
-  EXPECT_EQ(unit.daemon().standardError(), execFailed + "\n");
+  EXPECT_EQ(unit.daemon().standardError(), contract::error::execFailed);
 }
 
-TEST_F(LaunchFailure, AMissingConfiguredProgramEndsTheDaemon) {
-  sim::Unit::writeConfig("[apps]\nquor_usb_rx_generic = /opt/x/missing\n");
-  startWith({});
-  unit.plug(mouse());
-  EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
-}
-
-TEST_F(LaunchFailure, ADirectoryInAProgramsPlaceEndsTheDaemon) {
-  sim::Unit::writeConfig("[apps]\nquor_usb_rx_generic = /sys\n");
-  startWith({});
-  unit.plug(mouse());
-  EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
-}
-
-TEST_F(LaunchFailure, AMissingWorkerOfAnotherKindDoesNoHarm) {
+TEST_F(LaunchFailure, OfAnotherKindDoesNoHarm) {
   unit.installWorker("/opt/only/usb_rx_generic");
   sim::ProcessOptions world;
   world.environment = {"PATH=/opt/only"};
@@ -83,35 +83,4 @@ TEST_F(LaunchFailure, AMissingWorkerOfAnotherKindDoesNoHarm) {
   EXPECT_TRUE(unit.daemon().isRunning());
 }
 
-TEST_F(LaunchFailure, AKeyboardNodeWithoutDeviceNumberStartsNothing) {
-  startWith({"--debug=ctrl"});
-  sim::HiddevNode node;
-  node.usbDevice = unit.sysfs.add(named(deviceWithRaw(sim::keyboardDescriptors()), "1-2", "Keyboard"));
-  const std::string directory = unit.sysfs.add(node);
-  unit.sysfs.removeAttribute(directory, "dev");
-  const std::size_t before = unit.daemon().lines().size();
-  unit.uevents.add(directory.substr(4));
-  unit.settle();
-  Lines messages = unit.daemon().messages();
-  messages.erase(messages.begin(), messages.begin() + static_cast<std::ptrdiff_t>(before));
-  messages.pop_back();  // the settling event's
-  EXPECT_EQ(messages,
-            Lines({"[rx_ctrl] add " + directory.substr(4), "[rx_ctrl] subsystem is 'usb'",
-                   "[rx_ctrl] this is HID device", "[rx_ctrl] Exception while processing uevent; ignored."}));
-  EXPECT_EQ(unit.daemon().children(), std::vector<pid_t>());
-  EXPECT_EQ(unit.display.takeWrites(), Lines());
-}
-
-TEST_F(LaunchFailure, AKeyboardNodeIsOfferedAgainOnceItHasADeviceNumber) {
-  startWith({"--debug=ctrl"});
-  sim::HiddevNode node;
-  node.usbDevice = unit.sysfs.add(named(deviceWithRaw(sim::keyboardDescriptors()), "1-2", "Keyboard"));
-  const std::string directory = unit.sysfs.add(node);
-  unit.sysfs.removeAttribute(directory, "dev");
-  unit.uevents.add(directory.substr(4));
-  unit.settle();
-  unit.sysfs.writeAttribute(directory, "dev", "180:3\n");
-  unit.uevents.add(directory.substr(4));
-  EXPECT_EQ(unit.workers.waitForWorker().start.arguments,
-            (Arguments{"usb_rx_keyboard", "eth1", "transmitter", "5001", "180", "3"}));
-}
+}  // namespace

@@ -1,177 +1,137 @@
-#include <gtest/gtest.h>
+// What the display shows of a worker that was started.
 
+#include <functional>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "sim/contract.h"
 #include "sim/recording_views.h"
 #include "system/support/control_messages.h"
+#include "system/support/hotplug.h"
 #include "system/support/worker_launch.h"
 
 namespace {
 
+using namespace support;
+
+namespace debug = contract::debug;
+namespace display = contract::display;
+using Text = std::optional<std::string>;
+
+void plugDisk(sim::Unit& unit, const Text& vendor, const Text& model) {
+  unit.plug(sim::ScsiGenericNode{.usbDevice = unit.sysfs.add(disk()), .vendor = vendor, .model = model});
+}
+
+void plugKeyboard(sim::Unit& unit, const Text& product) {
+  sim::UsbDevice device = keyboard();
+  device.product = product;
+  unit.plug(sim::HiddevNode{.usbDevice = unit.sysfs.add(device)});
+}
+
+sim::UsbDevice unnamedScanner() {
+  sim::UsbDevice device = scanner();
+  device.product.reset();
+  return device;
+}
+
+struct Plug {
+  std::string name;
+  std::function<void(sim::Unit& unit)> plug;
+  Messages shown;           ///< lines of the display
+  Messages shownConnected;  ///< the same with a control connection
+};
+
+std::ostream& operator<<(std::ostream& out, const Plug& plug) {
+  return out << plug.name;
+}
+
+Plug shownAnyway(const std::string& name, const std::function<void(sim::Unit& unit)>& plug,
+                 const Messages& names) {
+  Messages lines;
+  for (const std::string& shownName : names) {
+    lines.push_back(display::attached(shownName) + "\n");
+  }
+  return {name, plug, lines, lines};
+}
+
+Plug shownConnected(const std::string& name, const std::function<void(sim::Unit& unit)>& plug,
+                    const std::string& shownName) {
+  return {name, plug, {}, {display::attached(shownName) + "\n"}};
+}
+
+const std::string unnamed = display::unnamedDevice;
+const std::string recordedDisk = "QEMU     QEMU HARDDISK   ";
+
+const std::vector<Plug> plugs = {
+    shownConnected(
+        "GenericDevice", [](sim::Unit& unit) { unit.plug(scanner()); }, "Scanner"),
+    shownConnected(
+        "UnnamedGenericDevice", [](sim::Unit& unit) { unit.plug(unnamedScanner()); }, unnamed),
+    shownConnected(
+        "GenericDeviceAnnouncedTwice",
+        [](sim::Unit& unit) { unit.uevents.add(devpathOf(unit.plug(scanner()))); }, "Scanner"),
+    shownAnyway("Keyboard", [](sim::Unit& unit) { plugKeyboard(unit, "Deck"); }, {"Deck"}),
+    shownAnyway("UnnamedKeyboard", [](sim::Unit& unit) { plugKeyboard(unit, {}); }, {unnamed}),
+    shownAnyway("Disk", [](sim::Unit& unit) { plugDisk(unit, "ACME    ", "Stick "); }, {"ACME     Stick "}),
+    shownAnyway("DiskWithoutVendor", [](sim::Unit& unit) { plugDisk(unit, {}, "Stick"); }, {" Stick"}),
+    shownAnyway("DiskWithoutModel", [](sim::Unit& unit) { plugDisk(unit, "ACME", {}); }, {"ACME " + unnamed}),
+    shownAnyway("DiskWithoutVendorAndModel", [](sim::Unit& unit) { plugDisk(unit, {}, {}); },
+                {" " + unnamed}),
+    shownAnyway("RecordedKeyboard",
+                [](sim::Unit& unit) {
+                  unit.plug(sim::withClassUsbHiddev(sim::DeviceRecording::load("kbd-fs-hiddev")));
+                },
+                {"QEMU USB Keyboard"}),
+    shownAnyway("TwoRecordedDisksInOneDevice",
+                [](sim::Unit& unit) { unit.plug(sim::DeviceRecording::load("storage-2lun")); },
+                {recordedDisk, recordedDisk}),
+};
+
 class WorkerAnnouncement : public WorkerLaunch {
  protected:
-  void start() { startWith({"--debug=ctrl"}); }
+  WorkerAnnouncement() { startWith({"--debug=ctrl"}); }
 
-  /** Everything that was shown until the daemon has handled what was sent. */
-  std::vector<std::string> shown() {
+  /** Everything that is shown until the daemon has handled what `plug` sends. */
+  Messages shownOf(const std::function<void(sim::Unit& unit)>& plug) {
+    plug(unit);
     unit.settle();
     return unit.display.takeWrites();
   }
-
-  std::string plugDisk(const sim::ScsiGenericNode& node) {
-    unit.sysfs.add(named(deviceWithRaw(sim::diskDescriptors()), "1-3", "Disk"));
-    sim::ScsiGenericNode placed = node;
-    placed.usbDevice = "/sys/devices/platform/usb-host.0/usb1/1-3";
-    return unit.plug(placed);
-  }
-
-  void plugKeyboard(const std::optional<std::string>& product) {
-    sim::UsbDevice keyboard = named(deviceWithRaw(sim::keyboardDescriptors()), "1-2", "");
-    keyboard.product = product;
-    sim::HiddevNode node;
-    node.usbDevice = unit.sysfs.add(keyboard);
-    unit.plug(node);
-  }
 };
 
-using Lines = std::vector<std::string>;
+class WorkerAnnouncementOf : public WorkerAnnouncement, public testing::WithParamInterface<Plug> {};
 
-std::string starting(const std::string& worker, const std::string& device) {
-  return "[rx_ctrl] starting " + worker + " for " + device;
+INSTANTIATE_TEST_SUITE_P(Devices, WorkerAnnouncementOf, testing::ValuesIn(plugs),
+                         [](const auto& instance) { return instance.param.name; });
+
+TEST_P(WorkerAnnouncementOf, IsMadeOnceWithoutAControlConnection) {
+  EXPECT_EQ(shownOf(GetParam().plug), GetParam().shown);
+  EXPECT_FALSE(unit.daemon().children().empty());
 }
 
-}  // namespace
-
-TEST_F(WorkerAnnouncement, OfAGenericDeviceIsNotMadeWithoutAControlConnection) {
-  start();
-  unit.plug(mouse());
-  EXPECT_EQ(shown(), Lines());
-  EXPECT_EQ(unit.daemon().children().size(), 1U);
-}
-
-TEST_F(WorkerAnnouncement, OfAGenericDeviceIsMadeWithAControlConnection) {
-  start();
+TEST_P(WorkerAnnouncementOf, IsMadeOnceWithAControlConnection) {
   const sim::LinkManager manager = deliver(unit, "transmitter 5000 high eth1");
-  unit.plug(mouse());
-  EXPECT_EQ(shown(), Lines({"Synthetic Device attached\n"}));
+  EXPECT_EQ(shownOf(GetParam().plug), GetParam().shownConnected);
 }
 
-TEST_F(WorkerAnnouncement, AQueryMakesNoControlConnection) {
-  start();
+TEST_F(WorkerAnnouncement, OfAGenericDeviceIsNotMadeForAQuery) {
   askForParameters(unit);
-  unit.plug(mouse());
-  EXPECT_EQ(shown(), Lines());
-}
-
-TEST_F(WorkerAnnouncement, OfAGenericDeviceWithoutProductTextSaysSo) {
-  start();
-  const sim::LinkManager manager = deliver(unit, "transmitter 5000 high eth1");
-  sim::UsbDevice device = mouse();
-  device.product.reset();
-  unit.plug(device);
-  EXPECT_EQ(shown(), Lines({"un-named device attached\n"}));
-}
-
-TEST_F(WorkerAnnouncement, OfAKeyboardIsMadeWithoutAControlConnection) {
-  start();
-  plugKeyboard("Deck");
-  EXPECT_EQ(shown(), Lines({"Deck attached\n"}));
-}
-
-TEST_F(WorkerAnnouncement, OfAKeyboardIsMadeWithAControlConnection) {
-  start();
-  const sim::LinkManager manager = deliver(unit, "transmitter 5000 high eth1");
-  plugKeyboard("Deck");
-  EXPECT_EQ(shown(), Lines({"Deck attached\n"}));
-}
-
-TEST_F(WorkerAnnouncement, OfAKeyboardWithoutProductTextSaysSo) {
-  start();
-  plugKeyboard(std::nullopt);
-  EXPECT_EQ(shown(), Lines({"un-named device attached\n"}));
-}
-
-TEST_F(WorkerAnnouncement, OfADiskIsMadeWithoutAControlConnection) {
-  start();
-  plugDisk({});
-  EXPECT_EQ(shown(), Lines({"ACME     Memory Stick     attached\n"}));
-}
-
-TEST_F(WorkerAnnouncement, OfADiskIsMadeWithAControlConnection) {
-  start();
-  const sim::LinkManager manager = deliver(unit, "transmitter 5000 high eth1");
-  plugDisk({});
-  EXPECT_EQ(shown(), Lines({"ACME     Memory Stick     attached\n"}));
-}
-
-TEST_F(WorkerAnnouncement, OfADiskWithoutVendorBeginsWithABlank) {
-  start();
-  sim::ScsiGenericNode node;
-  node.vendor.reset();
-  node.model = "Stick";
-  plugDisk(node);
-  EXPECT_EQ(shown(), Lines({" Stick attached\n"}));
-}
-
-TEST_F(WorkerAnnouncement, OfADiskWithoutModelCallsItUnnamed) {
-  start();
-  sim::ScsiGenericNode node;
-  node.vendor = "ACME";
-  node.model.reset();
-  plugDisk(node);
-  EXPECT_EQ(shown(), Lines({"ACME un-named device attached\n"}));
-}
-
-TEST_F(WorkerAnnouncement, OfADiskWithoutVendorAndModelCallsItUnnamed) {
-  start();
-  sim::ScsiGenericNode node;
-  node.vendor.reset();
-  node.model.reset();
-  plugDisk(node);
-  EXPECT_EQ(shown(), Lines({" un-named device attached\n"}));
-}
-
-TEST_F(WorkerAnnouncement, OfADiskDoesNotNameItsUsbDevice) {
-  start();
-  sim::ScsiGenericNode node;
-  node.vendor = "ACME";
-  node.model = "Stick";
-  const std::string directory = plugDisk(node);
-  EXPECT_EQ(shown(), Lines({"ACME Stick attached\n"}));
-}
-
-TEST_F(WorkerAnnouncement, OfARecordedKeyboardNamesItOnce) {
-  start();
-  unit.plug(sim::withClassUsbHiddev(sim::DeviceRecording::load("kbd-fs-hiddev")));
-  EXPECT_EQ(shown(), Lines({"QEMU USB Keyboard attached\n"}));
-}
-
-TEST_F(WorkerAnnouncement, OfTwoRecordedDisksInOneDeviceNamesBoth) {
-  start();
-  unit.plug(sim::DeviceRecording::load("storage-2lun"));
-  EXPECT_EQ(shown(), Lines({"QEMU     QEMU HARDDISK    attached\n", "QEMU     QEMU HARDDISK    attached\n"}));
-}
-
-TEST_F(WorkerAnnouncement, IsMadeOnceForADeviceThatIsAnnouncedTwice) {
-  start();
-  const sim::LinkManager manager = deliver(unit, "transmitter 5000 high eth1");
-  const std::string directory = unit.plug(mouse());
-  unit.uevents.add(directory.substr(4));
-  EXPECT_EQ(shown(), Lines({"Synthetic Device attached\n"}));
+  EXPECT_EQ(shownOf([](sim::Unit& plugged) { plugged.plug(scanner()); }), Messages());
 }
 
 TEST_F(WorkerAnnouncement, IsLoggedBeforehand) {
-  start();
-  plugKeyboard("Deck");
-  plugDisk({});
-  unit.plug(mouse());
+  plugKeyboard(unit, "Deck");
+  plugDisk(unit, {}, {});
+  unit.plug(scanner());
   unit.settle();
-  Lines started;
-  for (const std::string& message : unit.daemon().messages()) {
-    if (message.find("starting") != std::string::npos) {
-      started.push_back(message);
-    }
-  }
-  const std::string usb = "/sys/devices/platform/usb-host.0/usb1";
+  Messages started = unit.daemon().messages();
+  std::erase_if(started,
+                [](const std::string& message) { return message.find("starting") == std::string::npos; });
   EXPECT_EQ(started,
-            Lines({starting("usb_rx_keyboard", usb + "/1-2/1-2:1.0/usb/hiddev0 (180:0)"),
-                   starting("usb_rx_scsi", scsiDirectory), starting("usb_rx_generic", usb + "/1-1")}));
+            tagged({debug::startingKeyboard(keyboard().directory() + "/1-2:1.0/usb/hiddev0", "180:0"),
+                    debug::startingScsi(scsiDirectory), debug::startingGeneric(genericDirectory)}));
 }
+
+}  // namespace

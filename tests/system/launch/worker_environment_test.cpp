@@ -1,20 +1,36 @@
-#include <gtest/gtest.h>
+// The process that a worker begins as.
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
+#include <functional>
+#include <iterator>
 #include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "sim/contract.h"
 #include "sim/files.h"
 #include "system/support/control_messages.h"
 #include "system/support/eventually.h"
+#include "system/support/process_state.h"
 #include "system/support/worker_launch.h"
 
 namespace {
 
-using WorkerEnvironment = WorkerLaunch;
+using namespace support;
+
+class WorkerEnvironment : public WorkerLaunch {
+ protected:
+  /** Starts one worker of each kind and lets `check` look at each. */
+  void expectOfEachWorker(const std::function<void(const sim::WorkerStart& worker)>& check) {
+    for (const sim::WorkerStart& worker : startsOfAllWorkers()) {
+      SCOPED_TRACE(worker.arguments.front());
+      check(worker);
+    }
+  }
+};
 
 std::vector<std::string> environmentOf(pid_t process) {
   std::istringstream texts(sim::readFile("/proc/" + std::to_string(process) + "/environ"));
@@ -25,27 +41,22 @@ std::vector<std::string> environmentOf(pid_t process) {
   return environment;
 }
 
-std::vector<int> numbersOf(const std::vector<sim::OpenDescriptor>& descriptors) {
+void hasStandardDescriptorsOnly(const sim::WorkerStart& worker) {
   std::vector<int> numbers;
-  numbers.reserve(descriptors.size());
-  for (const sim::OpenDescriptor& descriptor : descriptors) {
-    numbers.push_back(descriptor.number);
-  }
-  return numbers;
+  std::transform(worker.descriptors.begin(), worker.descriptors.end(), std::back_inserter(numbers),
+                 [](const sim::OpenDescriptor& descriptor) { return descriptor.number; });
+  EXPECT_EQ(numbers, (std::vector<int>{0, 1, 2}));
 }
 
-const std::vector<int> standardOnes = {0, 1, 2};
+void hasDefaultDispositions(const sim::WorkerStart& worker) {
+  EXPECT_EQ(worker.ignoredSignals, std::set<int>());
+  EXPECT_EQ(worker.caughtSignals, std::set<int>());
+  EXPECT_EQ(worker.blockedSignals, std::set<int>());
+}
 
 std::multiset<std::string> inNoOrder(const std::vector<std::string>& texts) {
   return {texts.begin(), texts.end()};
 }
-
-std::string targetOf(pid_t process, int descriptor) {
-  return std::filesystem::read_symlink("/proc/" + std::to_string(process) + "/fd/" +
-                                       std::to_string(descriptor));
-}
-
-}  // namespace
 
 TEST_F(WorkerEnvironment, IsTheDaemonsOwn) {
   sim::ProcessOptions world;
@@ -53,9 +64,8 @@ TEST_F(WorkerEnvironment, IsTheDaemonsOwn) {
   startWith({}, world);
   const std::multiset<std::string> environment = inNoOrder(environmentOf(unit.daemon().pid()));
   EXPECT_TRUE(environment.contains("TEXT=a b=c\nd"));
-  for (const sim::WorkerStart& worker : startsOfAllWorkers()) {
-    EXPECT_EQ(inNoOrder(worker.environment), environment) << worker.arguments.front();
-  }
+  expectOfEachWorker(
+      [&](const sim::WorkerStart& worker) { EXPECT_EQ(inNoOrder(worker.environment), environment); });
 }
 
 TEST_F(WorkerEnvironment, HasTheDaemonsWorkingDirectory) {
@@ -63,16 +73,12 @@ TEST_F(WorkerEnvironment, HasTheDaemonsWorkingDirectory) {
   world.workingDirectory = "/var/run";
   startWith({}, world);
   const std::string directory = std::filesystem::canonical("/var/run");
-  for (const sim::WorkerStart& worker : startsOfAllWorkers()) {
-    EXPECT_EQ(worker.workingDirectory, directory) << worker.arguments.front();
-  }
+  expectOfEachWorker([&](const sim::WorkerStart& worker) { EXPECT_EQ(worker.workingDirectory, directory); });
 }
 
 TEST_F(WorkerEnvironment, HasTheDaemonAsParent) {
   startWith({});
-  for (const sim::WorkerStart& worker : startsOfAllWorkers()) {
-    EXPECT_EQ(worker.parent, unit.daemon().pid()) << worker.arguments.front();
-  }
+  expectOfEachWorker([&](const sim::WorkerStart& worker) { EXPECT_EQ(worker.parent, unit.daemon().pid()); });
 }
 
 TEST_F(WorkerEnvironment, FindsEveryWorkerOnThePath) {
@@ -91,9 +97,7 @@ TEST_F(WorkerEnvironment, FindsEveryWorkerOnThePath) {
 
 TEST_F(WorkerEnvironment, HasNoDescriptorsButTheStandardOnes) {
   startWith({"--debug=ctrl"});
-  for (const sim::WorkerStart& worker : startsOfAllWorkers()) {
-    EXPECT_EQ(numbersOf(worker.descriptors), standardOnes) << worker.arguments.front();
-  }
+  expectOfEachWorker(hasStandardDescriptorsOnly);
 }
 
 TEST_F(WorkerEnvironment, HasTheDaemonsStandardDescriptors) {
@@ -115,26 +119,20 @@ TEST_F(WorkerEnvironment, HasNoDescriptorOfWaitingClients) {
   sim::LinkManager second = unit.connect();
   second.send("?");
   eventually("two waiting clients", [&] { return unit.daemon().openDescriptors().size() == before + 2; });
-  for (const sim::WorkerStart& worker : startsOfAllWorkers()) {
-    EXPECT_EQ(numbersOf(worker.descriptors), standardOnes) << worker.arguments.front();
-  }
+  expectOfEachWorker(hasStandardDescriptorsOnly);
 }
 
 TEST_F(WorkerEnvironment, HasNoDescriptorOfControlConnectionsNewAndOld) {
   startWith({"--debug=ctrl"});
   const sim::LinkManager first = deliver(unit, "transmitter 5000 high eth1");
   const sim::LinkManager second = deliver(unit, "transmitter 5000 high eth1");
-  for (const sim::WorkerStart& worker : startsOfAllWorkers()) {
-    EXPECT_EQ(numbersOf(worker.descriptors), standardOnes) << worker.arguments.front();
-  }
+  expectOfEachWorker(hasStandardDescriptorsOnly);
 }
 
 TEST_F(WorkerEnvironment, HasNoDescriptorOfSyslog) {
   startWith({"--debug=ctrl", "--syslog"});
-  unit.syslog.waitForText("hotplugging new devices");
-  for (const sim::WorkerStart& worker : startsOfAllWorkers()) {
-    EXPECT_EQ(numbersOf(worker.descriptors), standardOnes) << worker.arguments.front();
-  }
+  unit.syslog.waitForText(contract::debug::hotplugging);
+  expectOfEachWorker(hasStandardDescriptorsOnly);
 }
 
 TEST_F(WorkerEnvironment, HasNoDescriptorsButTheStandardOnesWhereTheDaemonHadNone) {
@@ -152,11 +150,7 @@ TEST_F(WorkerEnvironment, HasNoDescriptorsButTheStandardOnesWhereTheDaemonHadNon
 
 TEST_F(WorkerEnvironment, HasDefaultSignalDispositions) {
   startWith({});
-  for (const sim::WorkerStart& worker : startsOfAllWorkers()) {
-    EXPECT_EQ(worker.ignoredSignals, std::set<int>()) << worker.arguments.front();
-    EXPECT_EQ(worker.caughtSignals, std::set<int>()) << worker.arguments.front();
-    EXPECT_EQ(worker.blockedSignals, std::set<int>()) << worker.arguments.front();
-  }
+  expectOfEachWorker(hasDefaultDispositions);
 }
 
 TEST_F(WorkerEnvironment, HasDefaultSignalDispositionsThoughTheDaemonWasStartedWithOthers) {
@@ -164,11 +158,7 @@ TEST_F(WorkerEnvironment, HasDefaultSignalDispositionsThoughTheDaemonWasStartedW
   world.ignoredSignals = {SIGHUP, SIGINT, SIGPIPE, SIGTERM, SIGUSR1, SIGRTMIN, SIGRTMAX};
   world.blockedSignals = {SIGHUP, SIGTERM, SIGCHLD, SIGUSR2, SIGRTMIN + 1, SIGRTMAX};
   startWith({}, world);
-  for (const sim::WorkerStart& worker : startsOfAllWorkers()) {
-    EXPECT_EQ(worker.ignoredSignals, std::set<int>()) << worker.arguments.front();
-    EXPECT_EQ(worker.caughtSignals, std::set<int>()) << worker.arguments.front();
-    EXPECT_EQ(worker.blockedSignals, std::set<int>()) << worker.arguments.front();
-  }
+  expectOfEachWorker(hasDefaultDispositions);
 }
 
 TEST_F(WorkerEnvironment, HasSigtermAtTheDaemonsDeathForGenericWorkersOnly) {
@@ -189,3 +179,5 @@ TEST_F(WorkerEnvironment, EndsWithTheDaemonForGenericWorkersOnly) {
   EXPECT_TRUE(keyboard.isRunning());
   EXPECT_TRUE(scsi.isRunning());
 }
+
+}  // namespace

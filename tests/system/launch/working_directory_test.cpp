@@ -1,6 +1,5 @@
 // Finding a device's physical directory takes the daemon there for a moment: it comes back to where it was.
 
-#include <gtest/gtest.h>
 #include <sys/syscall.h>
 
 #include <filesystem>
@@ -13,6 +12,8 @@
 #include "system/support/system_call_trace.h"
 
 namespace {
+
+using namespace support;
 
 namespace fs = std::filesystem;
 
@@ -48,23 +49,13 @@ TEST_F(WorkingDirectory, IsTheFormerOneAgainBeforeTheDeviceIsLookedAt) {
   unit.settle();
 }
 
-TEST_F(WorkingDirectory, IsUnchangedByADeviceThatHasGone) {
+TEST_F(WorkingDirectory, IsUnchangedByADeviceThatHasGoneOrIsHandledAlready) {
   startAtHome();
   saidOfAdding("/sys/devices/gone");
   EXPECT_EQ(current(), home);
-}
-
-TEST_F(WorkingDirectory, IsTheFormerOneAgainWhereTheDeviceIsHandledAlready) {
-  startAtHome();
   saidOfPlugging(scanner());
   saidOfAdding(scanner().directory());
   EXPECT_EQ(current(), home);
-}
-
-TEST_F(WorkingDirectory, IsThatOfWorkers) {
-  startAtHome();
-  unit.plug(scanner());
-  EXPECT_EQ(unit.workers.waitForWorker().start.workingDirectory, home);
 }
 
 TEST_F(WorkingDirectory, MayBeMoved) {
@@ -90,12 +81,11 @@ TEST_F(WorkingDirectory, ThatIsRemovedEndsEveryEventOfADevice) {
   startAtHome();
   fs::remove(home);
   for (const std::string port : {"1-1", "1-2"}) {
-    EXPECT_EQ(saidOfPlugging(scanner(port)),
-              rxCtrl({"add " + devpathOf(scanner(port).directory()), eventIgnored}));
+    EXPECT_EQ(saidOfPlugging(scanner(port)), ignoredEvent(devpathOf(scanner(port).directory())));
   }
   EXPECT_EQ(during([&] { unit.unplug(scanner("1-1").directory()); }),
-            rxCtrl({"remove " + devpathOf(scanner("1-1").directory())}));
-  EXPECT_TRUE(unit.daemon().children().empty());
+            tagged({contract::debug::event("remove", devpathOf(scanner("1-1").directory()))}));
+  EXPECT_TRUE(hasNoWorker());
 }
 
 TEST_F(WorkingDirectory, IsTheDevicesWhenThereIsNoWayBack) {
@@ -113,7 +103,7 @@ TEST_F(WorkingDirectory, IsTheDevicesWhenThereIsNoWayBack) {
     }
     fs::rename(home, "/sim/elsewhere");
   });
-  EXPECT_EQ(said, rxCtrl({"add " + devpathOf(directory), eventIgnored}));
+  EXPECT_EQ(said, ignoredEvent(devpathOf(directory)));
   EXPECT_EQ(current(), directory);
   EXPECT_EQ(saidOfPlugging(scanner("1-2")), genericDevice(scanner("1-2").directory()));
   EXPECT_EQ(current(), directory);
