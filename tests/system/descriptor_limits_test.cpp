@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "sim/contract.h"
 #include "sim/descriptor.h"
 #include "sim/unit.h"
 #include "system/support/attached_devices.h"
@@ -18,18 +19,11 @@
 
 namespace {
 
+using namespace support;
+
 constexpr rlim_t fewDescriptors = 24;
 constexpr std::size_t selectable = 1024;  // numbers that select() can wait for
 constexpr rlim_t manyDescriptors = 2 * selectable;
-
-// Without parameters every client that asks for them is kept.
-const std::vector<std::string> withoutParameters = {"--debug=ctrl", "transmitter", "0", "high"};
-
-sim::ProcessOptions withDescriptors(rlim_t count) {
-  sim::ProcessOptions options;
-  options.limits = {{RLIMIT_NOFILE, count}};
-  return options;
-}
 
 /** Lets this process have many descriptors; false where it may not. */
 bool raiseOwnLimit() {
@@ -68,79 +62,67 @@ class WaitingClients {
   std::vector<sim::Descriptor> clients_;
 };
 
-TEST(DescriptorLimits, EndTheDaemonWhenNoFurtherClientCanBeAccepted) {
+class DescriptorLimits : public testing::Test {
+ protected:
+  /** Starts a daemon that may have so many descriptors, and gives it clients until it has `used` of them. */
+  sim::Daemon& startWith(rlim_t count, std::size_t used) {
+    sim::ProcessOptions options;
+    options.limits = {{RLIMIT_NOFILE, count}};
+    // Without parameters every client that asks for them is kept.
+    sim::Daemon& daemon = unit.startDaemon({"--debug=ctrl", "transmitter", "0", "high"}, options);
+    unit.waitUntilServing();
+    clients.fill(unit, used);
+    return daemon;
+  }
+
   sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon(withoutParameters, withDescriptors(fewDescriptors));
-  unit.waitUntilServing();
   WaitingClients clients;
-  clients.fill(unit, fewDescriptors);
+};
 
+/** More than select() can wait for. */
+class DescriptorLimitsOfSelect : public DescriptorLimits {
+ protected:
+  void SetUp() override {
+    if (!raiseOwnLimit()) {
+      GTEST_SKIP() << "the system does not allow so many descriptors";
+    }
+  }
+};
+
+TEST_F(DescriptorLimits, EndTheDaemonWhenNoFurtherClientCanBeAccepted) {
+  sim::Daemon& daemon = startWith(fewDescriptors, fewDescriptors);
   clients.add();
-
-  EXPECT_EQ(lastWordsOf(daemon), "Too many open files while accept()");
+  EXPECT_EQ(lastWordsOf(daemon), contract::error::whileCalling("Too many open files", "accept()"));
 }
 
-TEST(DescriptorLimits, CostOneUeventButNotTheDaemonWhenSysfsCannotBeRead) {
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon(withoutParameters, withDescriptors(fewDescriptors));
-  unit.waitUntilServing();
-  WaitingClients clients;
-  clients.fill(unit, fewDescriptors);
-
+TEST_F(DescriptorLimits, CostOneUeventButNotTheDaemonWhenSysfsCannotBeRead) {
+  sim::Daemon& daemon = startWith(fewDescriptors, fewDescriptors);
   unit.plug(scanner());
-
-  daemon.waitForLine("[rx_ctrl] Exception while processing uevent; ignored.");
+  daemon.waitForLine(contract::debug::eventIgnored);
   unit.settle();
 }
 
-TEST(DescriptorLimits, DoNotConcernClientsThatAreOnlyKept) {
-  if (!raiseOwnLimit()) {
-    GTEST_SKIP() << "the system does not allow so many descriptors";
-  }
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon(withoutParameters, withDescriptors(manyDescriptors));
-  unit.waitUntilServing();
-  WaitingClients clients;
-  clients.fill(unit, selectable + 3);
+TEST_F(DescriptorLimitsOfSelect, DoNotConcernClientsThatAreOnlyKept) {
+  sim::Daemon& daemon = startWith(manyDescriptors, selectable + 3);
   EXPECT_GT(daemon.openDescriptors().back(), static_cast<int>(selectable));
-
   clients.closeFirst();
   settleEverySource(unit);
-
   EXPECT_TRUE(daemon.isRunning());
 }
 
-TEST(DescriptorLimits, EndTheDaemonWhenItCannotWaitForItsControlConnection) {
-  if (!raiseOwnLimit()) {
-    GTEST_SKIP() << "the system does not allow so many descriptors";
-  }
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon(withoutParameters, withDescriptors(manyDescriptors));
-  unit.waitUntilServing();
-  WaitingClients clients;
-  clients.fill(unit, selectable);
-
+TEST_F(DescriptorLimitsOfSelect, EndTheDaemonWhenItCannotWaitForItsControlConnection) {
+  sim::Daemon& daemon = startWith(manyDescriptors, selectable);
   sim::LinkManager client = unit.connect();
   client.configure();
-
-  EXPECT_EQ(lastWordsOf(daemon), "Invalid argument while select()");
+  EXPECT_EQ(lastWordsOf(daemon), contract::error::whileCalling("Invalid argument", "select()"));
 }
 
-TEST(DescriptorLimits, SpareTheLastControlConnectionThatItCanWaitFor) {
-  if (!raiseOwnLimit()) {
-    GTEST_SKIP() << "the system does not allow so many descriptors";
-  }
-  sim::Unit unit;
-  sim::Daemon& daemon = unit.startDaemon(withoutParameters, withDescriptors(manyDescriptors));
-  unit.waitUntilServing();
-  WaitingClients clients;
-  clients.fill(unit, selectable - 1);
+TEST_F(DescriptorLimitsOfSelect, SpareTheLastControlConnectionThatItCanWaitFor) {
+  sim::Daemon& daemon = startWith(manyDescriptors, selectable - 1);
   sim::LinkManager last = unit.connect();
-
   last.configure();
   settleEverySource(unit);
   EXPECT_EQ(daemon.openDescriptors().back(), static_cast<int>(selectable - 1));
-
   last.close();
   EXPECT_EQ(daemon.waitForExit(), sim::ProcessEnd::exited(0));
 }

@@ -2,12 +2,12 @@
 
 #include <filesystem>
 #include <functional>
-#include <ostream>
 #include <string>
 
 #include "system/support/admission_check.h"
 #include "system/support/control_messages.h"
 #include "system/support/held_attribute.h"
+#include "system/support/named_row.h"
 
 namespace {
 
@@ -17,8 +17,7 @@ namespace display = contract::display;
 
 const std::string name = "Synthetic Device";
 
-struct Incomplete {
-  std::string name;
+struct Incomplete : NamedRow {
   std::string settings;
   std::string link;
   sim::UsbDevice device;
@@ -26,10 +25,6 @@ struct Incomplete {
   Decision decision;
   bool endsTheEvent;
 };
-
-std::ostream& operator<<(std::ostream& out, const Incomplete& incomplete) {
-  return out << incomplete.name;
-}
 
 class AdmissionChangingDeviceAttribute : public AdmissionCheck,
                                          public testing::WithParamInterface<Incomplete> {};
@@ -51,7 +46,7 @@ INSTANTIATE_TEST_SUITE_P(Rules, AdmissionChangingDeviceAttribute,
                                                     "speed", refusedWith(display::massStorage(name)), false},
                                          Incomplete{"NameIsNeededForARefusal", "", "high",
                                                     isochronousDevice(), "product", refusedSilently, true}),
-                         [](const auto& instance) { return instance.param.name; });
+                         nameOfRow);
 
 TEST_P(AdmissionChangingDeviceAttribute, IsReadWhereARuleNeedsIt) {
   startWith(GetParam().settings, GetParam().link);

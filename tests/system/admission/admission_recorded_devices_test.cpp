@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <functional>
 #include <iterator>
-#include <ostream>
 #include <set>
 #include <string>
 
 #include "sim/recording_views.h"
 #include "system/support/admission_check.h"
+#include "system/support/named_row.h"
 
 namespace {
 
@@ -57,17 +57,12 @@ Names everyDevice() {
   return Names(names.begin(), names.end()) - hubs;
 }
 
-struct Rule {
-  std::string name;
+struct Rule : NamedRow {
   std::string settings;
   std::string link;
   std::string (*line)(const std::string& device);  ///< on the display
   std::function<Names()> refused;                  ///< all others are admitted
 };
-
-std::ostream& operator<<(std::ostream& out, const Rule& rule) {
-  return out << rule.name;
-}
 
 const std::vector<Rule> rules = {
     {"Default", "", "high", display::isochronous, [] { return isochronousDevices; }},
@@ -85,8 +80,7 @@ const std::vector<Rule> rules = {
 
 class AdmissionRecordedDevices : public AdmissionCheck, public testing::WithParamInterface<Rule> {};
 
-INSTANTIATE_TEST_SUITE_P(Rules, AdmissionRecordedDevices, testing::ValuesIn(rules),
-                         [](const auto& instance) { return instance.param.name; });
+INSTANTIATE_TEST_SUITE_P(Rules, AdmissionRecordedDevices, testing::ValuesIn(rules), nameOfRow);
 
 TEST_P(AdmissionRecordedDevices, AreRefusedByTheirRuleOnly) {
   startWith(GetParam().settings, GetParam().link);

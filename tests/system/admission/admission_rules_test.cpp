@@ -1,12 +1,12 @@
 // Which devices may be used: what the rules make of a device with these settings on this link.
 
 #include <optional>
-#include <ostream>
 #include <string>
 #include <vector>
 
 #include "system/support/admission_check.h"
 #include "system/support/control_messages.h"
+#include "system/support/named_row.h"
 
 namespace {
 
@@ -35,8 +35,9 @@ const Messages notLookedAt = {};
 const Messages harmless = {debug::noIsochronousFound};
 const Messages isochronous = {debug::isochronousFound};
 
-struct Rule {
-  std::string name;
+constexpr std::nullopt_t nothing = std::nullopt;
+
+struct Rule : NamedRow {
   std::string settings;  ///< of the section "usb"
   sim::UsbDevice device;
   std::string link;  ///< its speed
@@ -44,10 +45,6 @@ struct Rule {
   bool isAdmitted;
   std::optional<std::string> line;  ///< on the display
 };
-
-std::ostream& operator<<(std::ostream& out, const Rule& rule) {
-  return out << rule.name;
-}
 
 /** One interface of a class; its bytes but the class are such that a test of a wrong byte would be misled. */
 std::string plainInterface(std::uint8_t interfaceClass) {
@@ -86,27 +83,13 @@ const std::vector<Rule> smartCardRules = {
      display::smartcard(name)},
     {"SmartcardRefusesAReaderBehindOtherInterfaces", "smartcard = yes\n", deviceWithPlain(vendor, smartCard),
      "high", notLookedAt, false, display::smartcard(name)},
-    {"SmartcardAdmitsOtherClasses",
-     "smartcard = 1\n",
-     deviceWith(plainInterface(massStorage) + plainInterface(0x0a) + plainInterface(0x0c)),
-     "high",
-     harmless,
-     true,
-     {}},
-    {"SmartcardOffAdmitsAReader",
-     "smartcard = false\n",
-     deviceOfClass(smartCard),
-     "high",
-     harmless,
-     true,
-     {}},
-    {"SmartcardNeitherOnNorOffAdmitsAReader",
-     "smartcard = maybe\n",
-     deviceOfClass(smartCard),
-     "high",
-     harmless,
-     true,
-     {}},
+    {"SmartcardAdmitsOtherClasses", "smartcard = 1\n",
+     deviceWith(plainInterface(massStorage) + plainInterface(0x0a) + plainInterface(0x0c)), "high", harmless,
+     true, nothing},
+    {"SmartcardOffAdmitsAReader", "smartcard = false\n", deviceOfClass(smartCard), "high", harmless, true,
+     nothing},
+    {"SmartcardNeitherOnNorOffAdmitsAReader", "smartcard = maybe\n", deviceOfClass(smartCard), "high",
+     harmless, true, nothing},
     {"SmartcardShowsAnUnnamedReader", "smartcard = true\n", unnamed(deviceOfClass(smartCard)), "high",
      notLookedAt, false, display::smartcard(display::unnamedDevice)},
 };
@@ -116,15 +99,11 @@ const std::vector<Rule> hidOnlyRules = {
      display::nonHid(name)},
     {"HidOnlyRefusesOneInterfaceOfAnotherClass", "hid_only = Yes\n", deviceWithPlain(hid, vendor), "high",
      notLookedAt, false, display::nonHid(name)},
-    {"HidOnlyAdmitsHidInterfaces", "hid_only = 1\n", deviceWithPlain(hid, hid), "high", harmless, true, {}},
-    {"HidOnlyAdmitsADeviceWithoutInterfaces",
-     "hid_only = true\n",
-     deviceWith(""),
-     "high",
-     harmless,
-     true,
-     {}},
-    {"HidOnlyOffAdmitsAScanner", "hid_only = no\n", deviceOfClass(vendor), "high", harmless, true, {}},
+    {"HidOnlyAdmitsHidInterfaces", "hid_only = 1\n", deviceWithPlain(hid, hid), "high", harmless, true,
+     nothing},
+    {"HidOnlyAdmitsADeviceWithoutInterfaces", "hid_only = true\n", deviceWith(""), "high", harmless, true,
+     nothing},
+    {"HidOnlyOffAdmitsAScanner", "hid_only = no\n", deviceOfClass(vendor), "high", harmless, true, nothing},
     {"HidOnlyShowsAnUnnamedDevice", "hid_only = true\n", unnamed(deviceOfClass(vendor)), "high", notLookedAt,
      false, display::nonHid(display::unnamedDevice)},
 };
@@ -138,29 +117,15 @@ const std::vector<Rule> massStorageRules = {
      deviceWithRaw(sim::deviceDescriptor(0, 2) + sim::configuration(interfaceOf(vendor)) +
                    sim::configuration(interfaceOf(massStorage))),
      "high", notLookedAt, false, display::massStorage(name)},
-    {"BlockMassStorageAdmitsOtherClasses",
-     "block_mass_storage = true\n",
-     deviceWith(plainInterface(printer) + plainInterface(smartCard) + plainInterface(0x09)),
-     "high",
-     harmless,
-     true,
-     {}},
-    {"BlockMassStorageOffAdmitsADisk",
-     "block_mass_storage = 0\n",
-     deviceOfClass(massStorage),
-     "high",
-     harmless,
-     true,
-     {}},
+    {"BlockMassStorageAdmitsOtherClasses", "block_mass_storage = true\n",
+     deviceWith(plainInterface(printer) + plainInterface(smartCard) + plainInterface(0x09)), "high", harmless,
+     true, nothing},
+    {"BlockMassStorageOffAdmitsADisk", "block_mass_storage = 0\n", deviceOfClass(massStorage), "high",
+     harmless, true, nothing},
     {"BlockMassStorageShowsAnUnnamedDisk", "block_mass_storage = true\n", unnamed(deviceOfClass(massStorage)),
      "high", notLookedAt, false, display::massStorage(display::unnamedDevice)},
-    {"ClassesAreThoseOfInterfacesNotOfTheDevice",
-     "smartcard = true\nblock_mass_storage = true\n",
-     deviceOfItsOwnClass(),
-     "high",
-     harmless,
-     true,
-     {}},
+    {"ClassesAreThoseOfInterfacesNotOfTheDevice", "smartcard = true\nblock_mass_storage = true\n",
+     deviceOfItsOwnClass(), "high", harmless, true, nothing},
 };
 
 const std::vector<Rule> isochronousRules = {
@@ -168,27 +133,13 @@ const std::vector<Rule> isochronousRules = {
      display::isochronous(name)},
     {"IsochronousOffRefusesThem", "isochronous_enabled = false\n", isochronousDevice(), "high", isochronous,
      false, display::isochronous(name)},
-    {"IsochronousOnAdmitsThem",
-     "isochronous_enabled = true\n",
-     isochronousDevice(),
-     "high",
-     notLookedAt,
-     true,
-     {}},
+    {"IsochronousOnAdmitsThem", "isochronous_enabled = true\n", isochronousDevice(), "high", notLookedAt,
+     true, nothing},
     {"IsochronousOnAdmitsThemAlsoWithoutTheWarning",
-     "isochronous_enabled = true\nisochronous_user_warning = false\n",
-     isochronousDevice(),
-     "high",
-     notLookedAt,
-     true,
-     {}},
-    {"WarningOffRefusesThemSilently",
-     "isochronous_user_warning = no\n",
-     isochronousDevice(),
-     "high",
-     isochronous,
-     false,
-     {}},
+     "isochronous_enabled = true\nisochronous_user_warning = false\n", isochronousDevice(), "high",
+     notLookedAt, true, nothing},
+    {"WarningOffRefusesThemSilently", "isochronous_user_warning = no\n", isochronousDevice(), "high",
+     isochronous, false, nothing},
     {"WarningOnRefusesThemWithALine", "isochronous_user_warning = 1\n", isochronousDevice(), "high",
      isochronous, false, display::isochronous(name)},
     {"WarningNeitherOnNorOffRefusesThemWithALine", "isochronous_user_warning = maybe\n", isochronousDevice(),
@@ -199,13 +150,8 @@ const std::vector<Rule> isochronousRules = {
     {"IsochronousEndpointsOfAnAlternateSettingAreFound", "",
      deviceWith(interfaceOf(audio) + sim::interface(audio, 2, 0, 0, 1) + endpoint(0x0d)), "high", isochronous,
      false, display::isochronous(name)},
-    {"IsochronousInterfaceNumbersAreNoEndpoints",
-     "",
-     deviceWith(sim::interface(vendor, 0, 0, 0, 1)),
-     "high",
-     harmless,
-     true,
-     {}},
+    {"IsochronousInterfaceNumbersAreNoEndpoints", "", deviceWith(sim::interface(vendor, 0, 0, 0, 1)), "high",
+     harmless, true, nothing},
     {"IsochronousShowsAnUnnamedDevice", "", unnamed(isochronousDevice()), "high", isochronous, false,
      display::isochronous(display::unnamedDevice)},
     {"IsochronousShowsAnEmptyNameAsNothing", "", named(isochronousDevice(), "1-1", ""), "high", isochronous,
@@ -216,10 +162,10 @@ const std::vector<Rule> isochronousRules = {
 
 const std::vector<Rule> speedRules = {
     {"FullSpeedLinkRefusesHighSpeed", "", ofSpeed("480"), "full", harmless, false, display::highSpeed(name)},
-    {"FullSpeedLinkAdmitsLowSpeed", "", ofSpeed("1.5"), "full", harmless, true, {}},
-    {"FullSpeedLinkAdmitsFullSpeed", "", ofSpeed("12"), "full", harmless, true, {}},
-    {"FullSpeedLinkAdmitsSuperSpeed", "", ofSpeed("5000"), "full", harmless, true, {}},
-    {"FullSpeedLinkAdmitsAnotherSpelling", "", ofSpeed("480.0"), "full", harmless, true, {}},
+    {"FullSpeedLinkAdmitsLowSpeed", "", ofSpeed("1.5"), "full", harmless, true, nothing},
+    {"FullSpeedLinkAdmitsFullSpeed", "", ofSpeed("12"), "full", harmless, true, nothing},
+    {"FullSpeedLinkAdmitsSuperSpeed", "", ofSpeed("5000"), "full", harmless, true, nothing},
+    {"FullSpeedLinkAdmitsAnotherSpelling", "", ofSpeed("480.0"), "full", harmless, true, nothing},
     {"FullSpeedLinkShowsAnUnnamedDevice", "", unnamed(ofSpeed("480")), "full", harmless, false,
      display::highSpeed(display::unnamedDevice)},
     {"FullSpeedLinkRefusesAnEnabledCamera", "isochronous_enabled = true\n", camera, "full", notLookedAt,
@@ -228,23 +174,13 @@ const std::vector<Rule> speedRules = {
      display::isochronous(name)},
     {"FullSpeedLinkIsTheReasonForACameraRefusedSilently", "isochronous_user_warning = false\n", camera,
      "full", isochronous, false, display::highSpeed(name)},
-    {"FullSpeedLinkDoesNotAdmitWhatWasRefusedSilently",
-     "isochronous_user_warning = false\n",
-     isochronousDevice(),
-     "full",
-     isochronous,
-     false,
-     {}},
-    {"HighSpeedLinkRefusesACameraSilently",
-     "isochronous_user_warning = false\n",
-     camera,
-     "high",
-     isochronous,
-     false,
-     {}},
-    {"HighSpeedLinkAdmitsHighSpeed", "", ofSpeed("480"), "high", harmless, true, {}},
-    {"LinkOfNoSpeedAdmitsHighSpeed", "", ofSpeed("480"), "", harmless, true, {}},
-    {"LinkOfAnotherSpellingAdmitsHighSpeed", "", ofSpeed("480"), "Full", harmless, true, {}},
+    {"FullSpeedLinkDoesNotAdmitWhatWasRefusedSilently", "isochronous_user_warning = false\n",
+     isochronousDevice(), "full", isochronous, false, nothing},
+    {"HighSpeedLinkRefusesACameraSilently", "isochronous_user_warning = false\n", camera, "high", isochronous,
+     false, nothing},
+    {"HighSpeedLinkAdmitsHighSpeed", "", ofSpeed("480"), "high", harmless, true, nothing},
+    {"LinkOfNoSpeedAdmitsHighSpeed", "", ofSpeed("480"), "", harmless, true, nothing},
+    {"LinkOfAnotherSpellingAdmitsHighSpeed", "", ofSpeed("480"), "Full", harmless, true, nothing},
 };
 
 const std::vector<Rule> order = {
@@ -256,20 +192,15 @@ const std::vector<Rule> order = {
     {"IsochronousComesFourth", "", unwanted, "full", isochronous, false, display::isochronous(name)},
     {"SpeedComesLast", "isochronous_enabled = true\n", unwanted, "full", notLookedAt, false,
      display::highSpeed(name)},
-    {"AMouseBreaksNone", everyRule, mouse(), "full", harmless, true, {}},
+    {"AMouseBreaksNone", everyRule, mouse(), "full", harmless, true, nothing},
 };
 
 /** Files that no tests of the walk over descriptors hold: what the rules take a whole file for. */
 const std::vector<Rule> oddDescriptors = {
-    {"AnEmptyFileBreaksNoRule", everyRule, deviceWithRaw(""), "high", harmless, true, {}},
-    {"OneByteBreaksNoRule", everyRule, deviceWithRaw(bytes({9})), "high", harmless, true, {}},
-    {"AFileOfZerosBreaksNoRule",
-     everyRule,
-     deviceWithRaw(std::string(4096, '\0')),
-     "high",
-     harmless,
-     true,
-     {}},
+    {"AnEmptyFileBreaksNoRule", everyRule, deviceWithRaw(""), "high", harmless, true, nothing},
+    {"OneByteBreaksNoRule", everyRule, deviceWithRaw(bytes({9})), "high", harmless, true, nothing},
+    {"AFileOfZerosBreaksNoRule", everyRule, deviceWithRaw(std::string(4096, '\0')), "high", harmless, true,
+     nothing},
     {"AFileIsScannedFromItsFirstByte", "smartcard = true\n", deviceWithRaw(interfaceOf(smartCard)), "high",
      notLookedAt, false, display::smartcard(name)},
     {"AnInterfaceCutBehindItsClassIsNotHid", "hid_only = true\n",
@@ -279,15 +210,13 @@ const std::vector<Rule> oddDescriptors = {
 
 class AdmissionRules : public AdmissionCheck, public testing::WithParamInterface<Rule> {};
 
-constexpr auto nameOfRule = [](const auto& instance) { return instance.param.name; };
-
-INSTANTIATE_TEST_SUITE_P(SmartCards, AdmissionRules, testing::ValuesIn(smartCardRules), nameOfRule);
-INSTANTIATE_TEST_SUITE_P(HidOnly, AdmissionRules, testing::ValuesIn(hidOnlyRules), nameOfRule);
-INSTANTIATE_TEST_SUITE_P(MassStorage, AdmissionRules, testing::ValuesIn(massStorageRules), nameOfRule);
-INSTANTIATE_TEST_SUITE_P(Isochronous, AdmissionRules, testing::ValuesIn(isochronousRules), nameOfRule);
-INSTANTIATE_TEST_SUITE_P(Speed, AdmissionRules, testing::ValuesIn(speedRules), nameOfRule);
-INSTANTIATE_TEST_SUITE_P(Order, AdmissionRules, testing::ValuesIn(order), nameOfRule);
-INSTANTIATE_TEST_SUITE_P(Descriptors, AdmissionRules, testing::ValuesIn(oddDescriptors), nameOfRule);
+INSTANTIATE_TEST_SUITE_P(SmartCards, AdmissionRules, testing::ValuesIn(smartCardRules), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(HidOnly, AdmissionRules, testing::ValuesIn(hidOnlyRules), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(MassStorage, AdmissionRules, testing::ValuesIn(massStorageRules), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(Isochronous, AdmissionRules, testing::ValuesIn(isochronousRules), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(Speed, AdmissionRules, testing::ValuesIn(speedRules), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(Order, AdmissionRules, testing::ValuesIn(order), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(Descriptors, AdmissionRules, testing::ValuesIn(oddDescriptors), nameOfRow);
 
 TEST_P(AdmissionRules, DecideOfADevice) {
   const Rule& rule = GetParam();

@@ -1,10 +1,10 @@
 // What the daemon takes a device for by its "descriptors" file, with workers of their own for keyboards and disks.
 
-#include <ostream>
 #include <string>
 
 #include "system/support/attached_devices.h"
 #include "system/support/hotplug.h"
+#include "system/support/named_row.h"
 
 namespace {
 
@@ -42,15 +42,10 @@ std::string beginningWith(std::uint8_t length, const std::string& descriptor) {
   return bytes({length}) + descriptor.substr(1);
 }
 
-struct Content {
-  std::string name;
+struct Content : NamedRow {
   std::string descriptors;
   const char* kind;
 };
-
-std::ostream& operator<<(std::ostream& out, const Content& content) {
-  return out << content.name;
-}
 
 const std::vector<Content> contents = {
     {"BootKeyboard", with(keyboardInterface), debug::keyboard},
@@ -88,8 +83,7 @@ const std::vector<Content> contents = {
 
 class DescriptorFile : public Hotplug, public testing::WithParamInterface<Content> {};
 
-INSTANTIATE_TEST_SUITE_P(Contents, DescriptorFile, testing::ValuesIn(contents),
-                         [](const auto& instance) { return instance.param.name; });
+INSTANTIATE_TEST_SUITE_P(Contents, DescriptorFile, testing::ValuesIn(contents), nameOfRow);
 
 TEST_P(DescriptorFile, MakesTheKind) {
   start("all");

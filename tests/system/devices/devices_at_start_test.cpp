@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <functional>
-#include <ostream>
 #include <set>
 #include <string>
 
@@ -12,6 +11,7 @@
 #include "system/support/held_attribute.h"
 #include "system/support/hotplug.h"
 #include "system/support/last_words.h"
+#include "system/support/named_row.h"
 
 namespace {
 
@@ -143,15 +143,10 @@ TEST_F(DevicesAtStart, WithoutTheirDirectoryEndTheDaemon) {
 }
 
 /** A keyboard's node that coldplug cannot judge. */
-struct Unreadable {
-  std::string name;
+struct Unreadable : NamedRow {
   std::function<void(sim::Sysfs& sysfs)> change;
   std::string lastWords;
 };
-
-std::ostream& operator<<(std::ostream& out, const Unreadable& unreadable) {
-  return out << unreadable.name;
-}
 
 class DevicesAtStartUnreadable : public DevicesAtStart, public testing::WithParamInterface<Unreadable> {};
 
@@ -185,7 +180,7 @@ INSTANTIATE_TEST_SUITE_P(
                                  sysfs.removeAttribute(directory + "/1-2:1.0", "bInterfaceSubClass");
                                },
                                missing("bInterfaceSubClass")}),
-    [](const auto& instance) { return instance.param.name; });
+    nameOfRow);
 
 TEST_P(DevicesAtStartUnreadable, EndTheDaemon) {
   unit.sysfs.add(sim::HiddevNode{.usbDevice = unit.sysfs.add(keyboard())});

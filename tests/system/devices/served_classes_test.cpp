@@ -1,11 +1,11 @@
 // Which devices the class list gives to workers of their own: the option's, whatever the configuration says.
 
-#include <ostream>
 #include <string>
 #include <vector>
 
 #include "system/support/attached_devices.h"
 #include "system/support/hotplug.h"
+#include "system/support/named_row.h"
 
 namespace {
 
@@ -13,17 +13,12 @@ using namespace support;
 
 namespace debug = contract::debug;
 
-struct Choice {
-  std::string name;
+struct Choice : NamedRow {
   Messages options;
   std::string configuration;
   bool keyboards;
   bool storage;
 };
-
-std::ostream& operator<<(std::ostream& out, const Choice& choice) {
-  return out << choice.name;
-}
 
 const std::vector<Choice> choices = {
     {"NothingGiven", {}, "", false, false},
@@ -41,8 +36,7 @@ const std::vector<Choice> choices = {
 
 class ServedClasses : public Hotplug, public testing::WithParamInterface<Choice> {};
 
-INSTANTIATE_TEST_SUITE_P(Lists, ServedClasses, testing::ValuesIn(choices),
-                         [](const auto& instance) { return instance.param.name; });
+INSTANTIATE_TEST_SUITE_P(Lists, ServedClasses, testing::ValuesIn(choices), nameOfRow);
 
 TEST_P(ServedClasses, AreNotLeftToTheGenericWorker) {
   sim::Unit::writeConfig(GetParam().configuration);

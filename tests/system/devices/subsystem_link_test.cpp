@@ -1,9 +1,9 @@
 // How the daemon finds out to which subsystem a node belongs: from the text of its "subsystem" link.
 
-#include <ostream>
 #include <string>
 
 #include "system/support/hotplug.h"
+#include "system/support/named_row.h"
 
 namespace {
 
@@ -18,15 +18,10 @@ std::string pathEndingIn(const std::string& name, std::size_t length) {
   return "../" + std::string(length - name.size() - 4, 'p') + "/" + name;
 }
 
-struct Link {
-  std::string name;
+struct Link : NamedRow {
   std::string text;
   std::string subsystem;
 };
-
-std::ostream& operator<<(std::ostream& out, const Link& link) {
-  return out << link.name;
-}
 
 class SubsystemLink : public Hotplug {
  protected:
@@ -50,7 +45,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Link{"CutByOneByte", pathEndingIn("inputs", longestText + 1), "input"},
                     Link{"CutBeforeASlash", pathEndingIn("input/tail", longestText + 5), "input"},
                     Link{"LongName", std::string(1000, 'n'), std::string(longestText, 'n')}),
-    [](const auto& instance) { return instance.param.name; });
+    nameOfRow);
 
 TEST_P(SubsystemLinkText, NamesItByItsLastPart) {
   unit.sysfs.makeLink(directory + "/subsystem", GetParam().text);

@@ -1,11 +1,11 @@
 // What the daemon takes from the datagrams of the kernel's uevents.
 
 #include <optional>
-#include <ostream>
 #include <string>
 
 #include "sim/error.h"
 #include "system/support/hotplug.h"
+#include "system/support/named_row.h"
 
 namespace {
 
@@ -31,15 +31,10 @@ std::string thousandsOfItems() {
 
 const std::string longValue = "/" + std::string(65535, 'd');
 
-struct Datagram {
-  std::string name;
+struct Datagram : NamedRow {
   std::string bytes;
   std::optional<std::string> event;  ///< as the daemon says it; nothing is said without
 };
-
-std::ostream& operator<<(std::ostream& out, const Datagram& datagram) {
-  return out << datagram.name;
-}
 
 class UeventDatagram : public Hotplug {
  protected:
@@ -68,7 +63,7 @@ INSTANTIATE_TEST_SUITE_P(
         Datagram{"OtherSpellings", "action=a\0ACTION =b\0 ACTION=c\0DEVPATH2=/y\0DEVPATH=/x\0"s, {}},
         Datagram{"HeaderAlone", "add@/x\0"s, {}}, Datagram{"OneByte", "\0"s, {}},
         Datagram{"AnotherFormat", "\xfe\xed\xca\xfe"s + std::string(28, '\x28') + "VERSION=1\0"s, {}}),
-    [](const auto& instance) { return instance.param.name; });
+    nameOfRow);
 
 TEST_P(UeventDatagramOf, IsReadByItsItems) {
   const std::optional<std::string>& event = GetParam().event;

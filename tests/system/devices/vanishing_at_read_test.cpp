@@ -1,12 +1,12 @@
 // Devices that are taken out while the daemon reads one of their attributes: each test holds the daemon at
 // one read, removes the device, and lets it go on. A kernel then gives what it has read already, or nothing.
 
-#include <ostream>
 #include <string>
 
 #include "system/support/attached_devices.h"
 #include "system/support/held_attribute.h"
 #include "system/support/hotplug.h"
+#include "system/support/named_row.h"
 
 namespace {
 
@@ -49,8 +49,7 @@ class VanishingAtRead : public Hotplug {
   }
 };
 
-struct Read {
-  std::string name;
+struct Read : NamedRow {
   std::string classList;
   std::string settings;  ///< of the section "usb"
   std::string attribute;
@@ -59,72 +58,44 @@ struct Read {
   Messages shown;  ///< on the display
 };
 
-std::ostream& operator<<(std::ostream& out, const Read& read) {
-  return out << read.name;
+constexpr const char* blocking = "block_mass_storage = 1\n";
+const Messages nothing;
+
+Messages just(const std::string& text) {
+  return {text};
 }
 
-constexpr const char* blocking = "block_mass_storage = 1\n";
-const Messages ignored = {debug::eventIgnored};
+const Messages ignored = just(debug::eventIgnored);
 const Messages generic = {debug::noIsochronousFound, debug::generic, debug::startingGeneric(directory)};
 
 const std::vector<Read> reads = {
-    {"UeventWithoutContentIsNoUsbDevice", "all", "", "uevent", "", {}, {}},
-    {"UeventIsAwaitedInVain", "all", "", "uevent", *scanner().uevent, {debug::undetermined}, {}},
-    {"ClassWithoutContentEndsTheEvent", "all", "", "bDeviceClass", "", ignored, {}},
-    {"ClassEndsTheEvent", "all", "", "bDeviceClass", "00\n", ignored, {}},
-    {"ClassOfAHubIsAHub", "all", "", "bDeviceClass", "09\n", {debug::hub}, {}},
-    {"DescriptorsWithoutContentEndTheEvent", "all", "", "descriptors", "", ignored, {}},
-    {"CutDescriptorsEndTheEvent",
-     "all",
-     "",
-     "descriptors",
-     sim::deviceDescriptor().substr(0, 17),
-     ignored,
-     {}},
-    {"DescriptorsOfAMouseEndTheEvent", "all", "", "descriptors", sim::mouseDescriptors(), ignored, {}},
-    {"DescriptorsOfADiskEndTheEvent", "all", "", "descriptors", sim::diskDescriptors(), ignored, {}},
-    {"DescriptorsOfAKeyboardAreAKeyboard",
-     "all",
-     "",
-     "descriptors",
-     sim::keyboardDescriptors(),
-     {debug::keyboard},
-     {}},
-    {"NoDescriptorsForARuleEndTheEventAtTheNext", "none", blocking, "descriptors", "", ignored, {}},
-    {"DescriptorsForARuleEndTheEventAtTheNext",
-     "none",
-     blocking,
-     "descriptors",
-     sim::vendorDeviceDescriptors(),
-     ignored,
-     {}},
-    {"DescriptorsForTheLastRuleStartAWorkerAllTheSame",
-     "none",
-     "",
-     "descriptors",
-     sim::vendorDeviceDescriptors(),
-     generic,
-     {}},
-    {"DescriptorsForARefusalAreRefusedByTheDefaultName",
-     "none",
-     blocking,
-     "descriptors",
-     sim::diskDescriptors(),
-     {debug::unsupported},
-     {display::massStorage(display::unnamedDevice) + "\n"}},
-    {"NameForARefusalIsWhatWasRead",
-     "none",
-     "hid_only = 1\n",
-     "product",
-     "Scan",
-     {debug::unsupported},
-     {display::nonHid("Scan") + "\n"}},
+    {"UeventWithoutContentIsNoUsbDevice", "all", "", "uevent", "", nothing, nothing},
+    {"UeventIsAwaitedInVain", "all", "", "uevent", *scanner().uevent, just(debug::undetermined), nothing},
+    {"ClassWithoutContentEndsTheEvent", "all", "", "bDeviceClass", "", ignored, nothing},
+    {"ClassEndsTheEvent", "all", "", "bDeviceClass", "00\n", ignored, nothing},
+    {"ClassOfAHubIsAHub", "all", "", "bDeviceClass", "09\n", just(debug::hub), nothing},
+    {"DescriptorsWithoutContentEndTheEvent", "all", "", "descriptors", "", ignored, nothing},
+    {"CutDescriptorsEndTheEvent", "all", "", "descriptors", sim::deviceDescriptor().substr(0, 17), ignored,
+     nothing},
+    {"DescriptorsOfAMouseEndTheEvent", "all", "", "descriptors", sim::mouseDescriptors(), ignored, nothing},
+    {"DescriptorsOfADiskEndTheEvent", "all", "", "descriptors", sim::diskDescriptors(), ignored, nothing},
+    {"DescriptorsOfAKeyboardAreAKeyboard", "all", "", "descriptors", sim::keyboardDescriptors(),
+     just(debug::keyboard), nothing},
+    {"NoDescriptorsForARuleEndTheEventAtTheNext", "none", blocking, "descriptors", "", ignored, nothing},
+    {"DescriptorsForARuleEndTheEventAtTheNext", "none", blocking, "descriptors",
+     sim::vendorDeviceDescriptors(), ignored, nothing},
+    {"DescriptorsForTheLastRuleStartAWorkerAllTheSame", "none", "", "descriptors",
+     sim::vendorDeviceDescriptors(), generic, nothing},
+    {"DescriptorsForARefusalAreRefusedByTheDefaultName", "none", blocking, "descriptors",
+     sim::diskDescriptors(), just(debug::unsupported),
+     just(display::massStorage(display::unnamedDevice) + "\n")},
+    {"NameForARefusalIsWhatWasRead", "none", "hid_only = 1\n", "product", "Scan", just(debug::unsupported),
+     just(display::nonHid("Scan") + "\n")},
 };
 
 class VanishingAtReadOf : public VanishingAtRead, public testing::WithParamInterface<Read> {};
 
-INSTANTIATE_TEST_SUITE_P(Attribute, VanishingAtReadOf, testing::ValuesIn(reads),
-                         [](const auto& instance) { return instance.param.name; });
+INSTANTIATE_TEST_SUITE_P(Attribute, VanishingAtReadOf, testing::ValuesIn(reads), nameOfRow);
 
 TEST_P(VanishingAtReadOf, GoesOnWithWhatWasRead) {
   const Read& read = GetParam();

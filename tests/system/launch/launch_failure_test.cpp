@@ -1,25 +1,20 @@
 // Workers that cannot be started.
 
 #include <functional>
-#include <ostream>
 #include <string>
 
 #include "sim/contract.h"
+#include "system/support/named_row.h"
 #include "system/support/worker_launch.h"
 
 namespace {
 
 using namespace support;
 
-struct Missing {
-  std::string name;
+struct Missing : NamedRow {
   std::function<void(sim::Unit& unit)> plug;
   std::string configuration;
 };
-
-std::ostream& operator<<(std::ostream& out, const Missing& missing) {
-  return out << missing.name;
-}
 
 void plugScanner(sim::Unit& unit) {
   unit.plug(scanner());
@@ -47,7 +42,7 @@ INSTANTIATE_TEST_SUITE_P(
                 ""},
         Missing{"ConfiguredProgram", plugScanner, "[apps]\nquor_usb_rx_generic = /opt/x/missing\n"},
         Missing{"ConfiguredDirectory", plugScanner, "[apps]\nquor_usb_rx_generic = /sys\n"}),
-    [](const auto& instance) { return instance.param.name; });
+    nameOfRow);
 
 TEST_P(LaunchFailureOf, EndsTheDaemon) {
   sim::Unit::writeConfig(GetParam().configuration);

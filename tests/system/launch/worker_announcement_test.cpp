@@ -2,7 +2,6 @@
 
 #include <functional>
 #include <optional>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -10,6 +9,7 @@
 #include "sim/recording_views.h"
 #include "system/support/control_messages.h"
 #include "system/support/hotplug.h"
+#include "system/support/named_row.h"
 #include "system/support/worker_launch.h"
 
 namespace {
@@ -36,16 +36,11 @@ sim::UsbDevice unnamedScanner() {
   return device;
 }
 
-struct Plug {
-  std::string name;
+struct Plug : NamedRow {
   std::function<void(sim::Unit& unit)> plug;
   Messages shown;           ///< lines of the display
   Messages shownConnected;  ///< the same with a control connection
 };
-
-std::ostream& operator<<(std::ostream& out, const Plug& plug) {
-  return out << plug.name;
-}
 
 Plug shownAnyway(const std::string& name, const std::function<void(sim::Unit& unit)>& plug,
                  const Messages& names) {
@@ -103,8 +98,7 @@ class WorkerAnnouncement : public WorkerLaunch {
 
 class WorkerAnnouncementOf : public WorkerAnnouncement, public testing::WithParamInterface<Plug> {};
 
-INSTANTIATE_TEST_SUITE_P(Devices, WorkerAnnouncementOf, testing::ValuesIn(plugs),
-                         [](const auto& instance) { return instance.param.name; });
+INSTANTIATE_TEST_SUITE_P(Devices, WorkerAnnouncementOf, testing::ValuesIn(plugs), nameOfRow);
 
 TEST_P(WorkerAnnouncementOf, IsMadeOnceWithoutAControlConnection) {
   EXPECT_EQ(shownOf(GetParam().plug), GetParam().shown);

@@ -1,34 +1,36 @@
 // With which arguments each kind of worker is started.
 
-#include <ostream>
 #include <string>
 #include <vector>
 
 #include "system/support/control_messages.h"
+#include "system/support/named_row.h"
 #include "system/support/worker_launch.h"
 
 namespace {
 
 using namespace support;
 
+const Arguments usualPositionals = {"transmitter", "5000", "high"};
+
 /** The arguments of one worker each, without its program and the device at their ends. */
-struct CommandLines {
-  std::string name;
+struct CommandLines : NamedRow {
   Arguments options;
   Arguments generic;
   Arguments keyboard;
   Arguments scsi;
-  Arguments positionals = {"transmitter", "5000", "high"};
+  Arguments positionals = usualPositionals;
   std::string configuration = {};
 };
-
-std::ostream& operator<<(std::ostream& out, const CommandLines& lines) {
-  return out << lines.name;
-}
 
 const Arguments plainGeneric = {"eth1", "transmitter", "5000"};
 const Arguments plainKeyboard = {"eth1", "transmitter", "5001"};
 const Arguments plainScsi = {"eth1", "transmitter", "5002"};
+
+template <class... Texts>
+Arguments given(Texts... texts) {
+  return {texts...};
+}
 
 Arguments operator+(Arguments some, const Arguments& more) {
   some.insert(some.end(), more.begin(), more.end());
@@ -39,64 +41,35 @@ const Arguments toStderr = {"--debug", "--stderr"};
 const Arguments toSyslog = {"--debug", "--syslog"};
 
 const std::vector<CommandLines> commandLines = {
-    {"Default", {}, plainGeneric, plainKeyboard, plainScsi},
-    {"EveryGroup",
-     {"--intf=wlan0", "--sock=/var/run/other", "--keys", "IN", "OUT", "--debug=generic"},
-     toStderr + Arguments{"--keys", "IN", "OUT", "--sock=/var/run/other", "wlan0", "transmitter", "5000"},
-     {"wlan0", "transmitter", "5001"},
-     {"wlan0", "transmitter", "5002"}},
-    {"DebugGeneric", {"--debug=generic"}, toStderr + plainGeneric, plainKeyboard, plainScsi},
-    {"DebugKeyboard", {"--debug=keyboard"}, plainGeneric, toStderr + plainKeyboard, plainScsi},
-    {"DebugScsi", {"--debug=scsi"}, plainGeneric, plainKeyboard, toStderr + plainScsi},
-    {"DebugToStderrByOption",
-     {"--stderr", "--debug=generic,keyboard,scsi"},
-     toStderr + plainGeneric,
-     toStderr + plainKeyboard,
-     toStderr + plainScsi},
-    {"DebugToSyslog",
-     {"--syslog", "--debug=generic,keyboard,scsi"},
-     toSyslog + plainGeneric,
-     toSyslog + plainKeyboard,
-     toSyslog + plainScsi},
-    {"DebugToSyslogByConfiguration",
-     {},
-     toSyslog + plainGeneric,
-     plainKeyboard,
-     plainScsi,
-     {"transmitter", "5000", "high"},
-     "[usb]\nlog_to_syslog = yes\ndebug = generic\n"},
-    {"DebugOfTheDaemonAlone", {"--syslog", "--debug=ctrl"}, plainGeneric, plainKeyboard, plainScsi},
-    {"LogWithoutDebug", {"--syslog"}, plainGeneric, plainKeyboard, plainScsi},
-    {"KeysWithBlanks",
-     {"--keys", "in key", "out\tkey"},
-     Arguments{"--keys", "in key", "out\tkey"} + plainGeneric,
-     plainKeyboard,
-     plainScsi},
-    {"EmptyKeys", {"--keys", "", ""}, Arguments{"--keys", "", ""} + plainGeneric, plainKeyboard, plainScsi},
-    {"UsualSocketByOption", {"--sock=/var/run/usb_rx"}, plainGeneric, plainKeyboard, plainScsi},
-    {"UsualSocketSpeltOtherwise",
-     {"--sock=/var/run//usb_rx"},
-     Arguments{"--sock=/var/run//usb_rx"} + plainGeneric,
-     plainKeyboard,
-     plainScsi},
-    {"EmptyInterface",
-     {"--intf="},
-     {"", "transmitter", "5000"},
-     {"", "transmitter", "5001"},
-     {"", "transmitter", "5002"}},
-    {"EmptyHost", {}, {"eth1", "", "5000"}, {"eth1", "", "5001"}, {"eth1", "", "5002"}, {"", "5000", "high"}},
-    {"HighestPort",
-     {},
-     {"eth1", "transmitter", "65535"},
-     {"eth1", "transmitter", "65536"},
-     {"eth1", "transmitter", "65537"},
-     {"transmitter", "65535", "high"}},
-    {"PortZero",
-     {},
-     {"eth1", "transmitter", "0"},
-     {"eth1", "transmitter", "1"},
-     {"eth1", "transmitter", "2"},
-     {"transmitter", "0", "high"}},
+    {"Default", given(), plainGeneric, plainKeyboard, plainScsi},
+    {"EveryGroup", given("--intf=w0", "--sock=/var/run/other", "--keys", "IN", "OUT", "--debug=generic"),
+     toStderr + given("--keys", "IN", "OUT", "--sock=/var/run/other", "w0", "transmitter", "5000"),
+     given("w0", "transmitter", "5001"), given("w0", "transmitter", "5002")},
+    {"DebugGeneric", given("--debug=generic"), toStderr + plainGeneric, plainKeyboard, plainScsi},
+    {"DebugKeyboard", given("--debug=keyboard"), plainGeneric, toStderr + plainKeyboard, plainScsi},
+    {"DebugScsi", given("--debug=scsi"), plainGeneric, plainKeyboard, toStderr + plainScsi},
+    {"DebugToStderrByOption", given("--stderr", "--debug=generic,keyboard,scsi"), toStderr + plainGeneric,
+     toStderr + plainKeyboard, toStderr + plainScsi},
+    {"DebugToSyslog", given("--syslog", "--debug=generic,keyboard,scsi"), toSyslog + plainGeneric,
+     toSyslog + plainKeyboard, toSyslog + plainScsi},
+    {"DebugToSyslogByConfiguration", given(), toSyslog + plainGeneric, plainKeyboard, plainScsi,
+     usualPositionals, "[usb]\nlog_to_syslog = yes\ndebug = generic\n"},
+    {"DebugOfTheDaemonAlone", given("--syslog", "--debug=ctrl"), plainGeneric, plainKeyboard, plainScsi},
+    {"LogWithoutDebug", given("--syslog"), plainGeneric, plainKeyboard, plainScsi},
+    {"KeysWithBlanks", given("--keys", "in key", "out\tkey"),
+     given("--keys", "in key", "out\tkey") + plainGeneric, plainKeyboard, plainScsi},
+    {"EmptyKeys", given("--keys", "", ""), given("--keys", "", "") + plainGeneric, plainKeyboard, plainScsi},
+    {"UsualSocketByOption", given("--sock=/var/run/usb_rx"), plainGeneric, plainKeyboard, plainScsi},
+    {"UsualSocketSpeltOtherwise", given("--sock=/var/run//usb_rx"),
+     given("--sock=/var/run//usb_rx") + plainGeneric, plainKeyboard, plainScsi},
+    {"EmptyInterface", given("--intf="), given("", "transmitter", "5000"), given("", "transmitter", "5001"),
+     given("", "transmitter", "5002")},
+    {"EmptyHost", given(), given("eth1", "", "5000"), given("eth1", "", "5001"), given("eth1", "", "5002"),
+     given("", "5000", "high")},
+    {"HighestPort", given(), given("eth1", "transmitter", "65535"), given("eth1", "transmitter", "65536"),
+     given("eth1", "transmitter", "65537"), given("transmitter", "65535", "high")},
+    {"PortZero", given(), given("eth1", "transmitter", "0"), given("eth1", "transmitter", "1"),
+     given("eth1", "transmitter", "2"), given("transmitter", "0", "high")},
 };
 
 class WorkerCommandLine : public WorkerLaunch {
@@ -113,8 +86,7 @@ class WorkerCommandLine : public WorkerLaunch {
 
 class WorkerCommandLineOf : public WorkerCommandLine, public testing::WithParamInterface<CommandLines> {};
 
-INSTANTIATE_TEST_SUITE_P(Options, WorkerCommandLineOf, testing::ValuesIn(commandLines),
-                         [](const auto& instance) { return instance.param.name; });
+INSTANTIATE_TEST_SUITE_P(Options, WorkerCommandLineOf, testing::ValuesIn(commandLines), nameOfRow);
 
 TEST_P(WorkerCommandLineOf, FollowsTheDaemonsOwn) {
   sim::Unit::writeConfig(GetParam().configuration);
