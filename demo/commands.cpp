@@ -61,8 +61,8 @@ void help(const Call& call) {
 
 void listDevices(const Call& call) {
   Words elsewhere = call.unit.pluggedIn();
-  for (const std::string& name : sim::DeviceRecording::names()) {
-    const sim::DeviceRecording recording = sim::DeviceRecording::load(name);
+  for (const std::string& name : sim::recordingNames()) {
+    const sim::DeviceRecording recording = sim::loadRecording(name);
     const std::string mark = std::erase(elsewhere, name) > 0 ? "* " : "  ";
     if (!recording.directory.empty()) {
       listItem(call.log, mark + name,
@@ -172,7 +172,7 @@ Words nextWords(const Words& before, const Unit& unit) {
     std::transform(commands().begin(), commands().end(), std::back_inserter(words),
                    [](const Command& each) { return each.name; });
   } else if (command == "plug") {
-    words = sim::DeviceRecording::names();
+    words = sim::recordingNames();
   } else if (command == "unplug") {
     words = unit.pluggedIn();
   } else if (command == "policy") {

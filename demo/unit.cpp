@@ -27,10 +27,10 @@ std::string identify(const std::string& device) {
 }
 
 sim::DeviceRecording load(const std::string& device) {
-  if (!device.starts_with('/') && !contains(sim::DeviceRecording::names(), device)) {
+  if (!device.starts_with('/') && !contains(sim::recordingNames(), device)) {
     throw sim::Error("there is no recorded device named " + device);
   }
-  sim::DeviceRecording recording = sim::DeviceRecording::load(device);
+  sim::DeviceRecording recording = sim::loadRecording(device);
   if (recording.directory.empty()) {
     throw sim::Error(device + " is part of the unit and cannot be plugged");
   }

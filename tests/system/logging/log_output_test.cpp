@@ -125,7 +125,7 @@ class LogOutputWithoutAReader : public support::DaemonFixture {
 };
 
 TEST_F(LogOutputWithoutAReader, OnStandardErrorDoesNotStopTheDaemon) {
-  world.standardError = Output::BrokenPipe;
+  world.standardError = Output::brokenPipe;
   sim::Daemon& daemon = unit.startDaemon(commandLine(), world);
 
   EXPECT_EQ(support::askForParameters(unit), "");
@@ -134,7 +134,7 @@ TEST_F(LogOutputWithoutAReader, OnStandardErrorDoesNotStopTheDaemon) {
 }
 
 TEST_F(LogOutputWithoutAReader, OnStandardErrorDoesNotChangeTheStatusOfAFailure) {
-  world.standardError = Output::BrokenPipe;
+  world.standardError = Output::brokenPipe;
   for (const Lines& arguments :
        {commandLine({}, {"transmitter", "bogus", "high"}), commandLine({"--debug=bogus"}), Lines{}}) {
     EXPECT_EQ(unit.startDaemon(arguments, world).waitForExit(), sim::ProcessEnd::exited(1));
@@ -142,7 +142,7 @@ TEST_F(LogOutputWithoutAReader, OnStandardErrorDoesNotChangeTheStatusOfAFailure)
 }
 
 TEST_F(LogOutputWithoutAReader, OnStandardOutputDoesNotStopADaemonWithoutAConfiguration) {
-  world.standardOutput = Output::BrokenPipe;
+  world.standardOutput = Output::brokenPipe;
   start(commandLine(), world);
   unit.settle();
 }

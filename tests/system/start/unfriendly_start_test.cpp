@@ -31,9 +31,9 @@ sim::ProcessOptions without(const Closed& descriptors) {
   using Output = sim::ProcessOptions::Output;
   sim::ProcessOptions options;
   options.standardInput =
-      descriptors.contains(0) ? sim::ProcessOptions::Input::Closed : sim::ProcessOptions::Input::Empty;
-  options.standardOutput = descriptors.contains(1) ? Output::Closed : Output::Captured;
-  options.standardError = descriptors.contains(2) ? Output::Closed : Output::Captured;
+      descriptors.contains(0) ? sim::ProcessOptions::Input::closed : sim::ProcessOptions::Input::empty;
+  options.standardOutput = descriptors.contains(1) ? Output::closed : Output::captured;
+  options.standardError = descriptors.contains(2) ? Output::closed : Output::captured;
   return options;
 }
 

@@ -1,18 +1,18 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
+#include <functional>
 #include <iosfwd>
 #include <string>
-#include <vector>
 
-#include "sim/unit.h"
-#include "system/support/made_up_devices.h"
+#include "system/support/attached_devices.h"
+#include "system/support/hotplug.h"
+
+namespace support {
 
 /** What became of a device that was plugged in. */
 struct Decision {
-  bool admitted = false;           ///< a worker was started
-  std::vector<std::string> shown;  ///< each write to the display
+  bool admitted = false;  ///< a worker was started
+  Messages shown;         ///< each write to the display
 
   bool operator==(const Decision&) const = default;
 };
@@ -27,7 +27,7 @@ Decision refusedWith(const std::string& line);
 
 /** A unit whose daemon is asked which devices may be used. It has no control connection, so that an admitted
  * device is not announced. */
-class AdmissionCheck : public testing::Test {
+class AdmissionCheck : public Hotplug {
  protected:
   /** Starts the daemon with these lines as section "usb" of its configuration, and waits until it serves. */
   void startWith(const std::string& usbSettings, const std::string& linkSpeed = "high");
@@ -35,20 +35,21 @@ class AdmissionCheck : public testing::Test {
   void startWithoutConfiguration(const std::string& linkSpeed = "high");
   /** Replaces the section "usb"; the daemon is not told. */
   static void configure(const std::string& usbSettings);
-  /** Sends SIGHUP and waits until the daemon has noticed. */
-  void hangUp();
 
   /** Plugs the device in and waits until the daemon has decided. */
-  Decision decide(const sim::UsbDevice& device);
-  Decision decide(const sim::DeviceRecording& recording);
-  /** The outcome for the device plugged in last; waits until the daemon has decided. */
-  Decision decision();
-
-  /** What the daemon says of one device, from its event's line on. */
-  std::vector<std::string> debugLinesOf(const sim::UsbDevice& device);
-
-  sim::Unit unit;
+  template <class Device>
+  Decision decide(const Device& device) {
+    return decisionAfter([&] { unit.plug(device); });
+  }
+  /** The same for the "add" event of a directory that begins with "/sys". */
+  Decision decideAdded(const std::string& directory) {
+    return decisionAfter([&] { unit.uevents.add(devpathOf(directory)); });
+  }
+  /** The same for the one device that `action` announces. */
+  Decision decisionAfter(const std::function<void()>& action);
 
  private:
   std::size_t workersBefore_ = 0;
 };
+
+}  // namespace support

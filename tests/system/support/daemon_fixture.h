@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "sim/unit.h"
-#include "support/debug_lines.h"
+#include "support/output.h"
 
 namespace support {
 

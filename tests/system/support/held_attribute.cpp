@@ -10,6 +10,8 @@
 #include "sim/error.h"
 #include "sim/wait.h"
 
+namespace support {
+
 namespace {
 
 /** Opened for both directions: a reader then neither waits in its open() nor finds the end of the file. */
@@ -41,3 +43,5 @@ void HeldAttribute::release(const std::string& content) {
   }
   writer_.close();
 }
+
+}  // namespace support

@@ -6,6 +6,8 @@
 #include "sim/descriptor.h"
 #include "sim/file_watch.h"
 
+namespace support {
+
 /**
  * A file that holds up who reads it: the daemon has opened it and waits for its content until the test lets
  * it go on. Whatever the test does meanwhile happens at this very step of the daemon's work.
@@ -26,3 +28,7 @@ class HeldAttribute {
   bool isOpened_ = false;
   sim::FileWatch openings_;
 };
+
+}  // namespace support
+
+using support::HeldAttribute;

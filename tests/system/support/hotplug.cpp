@@ -1,34 +1,32 @@
 #include "system/support/hotplug.h"
 
 #include <algorithm>
+#include <string_view>
 
-namespace {
+namespace support {
 
-constexpr const char* tag = "[rx_ctrl] ";
-
-}  // namespace
-
-Messages rxCtrl(const Messages& texts) {
-  Messages messages;
-  for (const std::string& text : texts) {
-    messages.push_back(tag + text);
-  }
-  return messages;
-}
+namespace debug = contract::debug;
 
 std::string devpathOf(const std::string& directory) {
-  return directory.substr(std::string("/sys").size());
+  return directory.substr(std::string_view("/sys").size());
+}
+
+Messages nodeOf(const std::string& subsystem, const std::string& directory, const Messages& texts) {
+  Messages all{debug::event("add", devpathOf(directory)), debug::subsystem(subsystem)};
+  all.insert(all.end(), texts.begin(), texts.end());
+  return tagged(all);
 }
 
 Messages usbDevice(const std::string& directory, const Messages& texts) {
-  Messages all{"add " + devpathOf(directory), "subsystem is 'usb'"};
-  all.insert(all.end(), texts.begin(), texts.end());
-  return rxCtrl(all);
+  return nodeOf("usb", directory, texts);
 }
 
 Messages genericDevice(const std::string& directory) {
-  return usbDevice(directory, {"  no iso endpoints found, this is supported.", kind::generic,
-                               "starting usb_rx_generic for " + directory});
+  return usbDevice(directory, {debug::noIsochronousFound, debug::generic, debug::startingGeneric(directory)});
+}
+
+Messages ignoredEvent(const std::string& devpath) {
+  return tagged({debug::event("add", devpath), debug::eventIgnored});
 }
 
 void Hotplug::start(const std::string& classList, const Messages& options) {
@@ -50,9 +48,12 @@ Messages Hotplug::during(const std::function<void()>& action) {
 }
 
 std::string Hotplug::kindOf(const sim::UsbDevice& device) {
+  const std::string tag = debug::tag;
   const Messages messages = saidOfPlugging(device);
-  const auto decision = std::find_if(messages.begin(), messages.end(), [](const std::string& message) {
-    return message.starts_with("[rx_ctrl] this is ");
+  const auto decision = std::find_if(messages.begin(), messages.end(), [&](const std::string& message) {
+    return message.starts_with(tag + "this is ");
   });
-  return (decision == messages.end() ? messages.back() : *decision).substr(std::string(tag).size());
+  return (decision == messages.end() ? messages.back() : *decision).substr(tag.size());
 }
+
+}  // namespace support

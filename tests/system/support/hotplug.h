@@ -6,35 +6,25 @@
 #include <string>
 #include <vector>
 
+#include "sim/contract.h"
 #include "sim/unit.h"
+#include "support/output.h"
+
+namespace support {
 
 using Messages = std::vector<std::string>;
-
-/** The daemon's debug messages with these texts. */
-Messages rxCtrl(const Messages& texts);
 
 /** What the kernel calls a directory that begins with "/sys". */
 std::string devpathOf(const std::string& directory);
 
-/** What the daemon says of the "add" event of a device of the USB subsystem, and then these texts. */
+/** What the daemon says of the "add" event of a node of this subsystem, and then these texts. */
+Messages nodeOf(const std::string& subsystem, const std::string& directory, const Messages& texts = {});
+/** The same for the USB subsystem. */
 Messages usbDevice(const std::string& directory, const Messages& texts);
 /** The same for a device that is left to the generic worker. */
 Messages genericDevice(const std::string& directory);
-
-/** What the daemon says when it has decided what a device is. */
-namespace kind {
-inline constexpr const char* scsiGeneric = "this is a generic scsi device";
-inline constexpr const char* hid = "this is HID device";
-inline constexpr const char* hub = "this is a hub device";
-inline constexpr const char* keyboard = "this is a keyboard device";
-inline constexpr const char* storage = "this is a storage device";
-inline constexpr const char* unsupported = "this is an unsupported USB device";
-inline constexpr const char* generic = "this is a generic USB device";
-inline constexpr const char* undetermined = "timed out waiting to determine sort of USB thing";
-}  // namespace kind
-
-/** What the daemon says of an event that it could not handle. */
-inline constexpr const char* eventIgnored = "Exception while processing uevent; ignored.";
+/** What it says of an "add" event with this path that it cannot handle. */
+Messages ignoredEvent(const std::string& devpath);
 
 /** A unit whose daemon tells what it makes of each event. */
 class Hotplug : public testing::Test {
@@ -59,8 +49,20 @@ class Hotplug : public testing::Test {
     return during([&] { unit.plug(device); });
   }
 
-  /** What the daemon takes this device for: one of `kind`, or else the last that it says. */
+  /** What the daemon takes this device for: the text that says so, or else the last that it says. */
   std::string kindOf(const sim::UsbDevice& device);
+
+  bool hasNoWorker() { return unit.daemon().children().empty(); }
 
   sim::Unit unit;
 };
+
+}  // namespace support
+
+namespace kind = contract::debug;
+inline constexpr auto& rxCtrl = support::tagged;
+using support::devpathOf;
+using support::genericDevice;
+using support::Hotplug;
+using support::Messages;
+using support::usbDevice;

@@ -1,5 +1,7 @@
 #include "system/support/worker_launch.h"
 
+namespace support {
+
 void WorkerLaunch::startWith(const Arguments& options, const sim::ProcessOptions& world) {
   startFor({"transmitter", "5000", "high"}, options, world);
 }
@@ -20,23 +22,16 @@ sim::Worker& WorkerLaunch::genericWorker(const std::string& port) {
 }
 
 sim::Worker& WorkerLaunch::keyboardWorker() {
-  sim::UsbDevice keyboard = named(deviceWithRaw(sim::keyboardDescriptors()), "1-2", "Keyboard");
-  unit.sysfs.add(keyboard);
-  sim::HiddevNode node;
-  node.usbDevice = keyboard.directory();
-  node.dev = "13:65";
-  unit.plug(node);
+  unit.plug(sim::HiddevNode{.usbDevice = unit.sysfs.add(keyboard()), .dev = "13:65"});
   return unit.workers.waitForWorkerOf("65");
 }
 
 sim::Worker& WorkerLaunch::scsiWorker() {
-  sim::UsbDevice disk = named(deviceWithRaw(sim::diskDescriptors()), "1-3", "Disk");
-  unit.sysfs.add(disk);
-  sim::ScsiGenericNode node;
-  node.usbDevice = disk.directory();
-  return unit.workers.waitForWorkerOf(unit.plug(node));
+  return unit.workers.waitForWorkerOf(unit.plug(sim::ScsiGenericNode{.usbDevice = unit.sysfs.add(disk())}));
 }
 
 std::vector<sim::WorkerStart> WorkerLaunch::startsOfAllWorkers() {
   return {genericWorker().start, keyboardWorker().start, scsiWorker().start};
 }
+
+}  // namespace support

@@ -6,7 +6,9 @@
 #include <vector>
 
 #include "sim/unit.h"
-#include "system/support/made_up_devices.h"
+#include "system/support/attached_devices.h"
+
+namespace support {
 
 using Arguments = std::vector<std::string>;
 
@@ -35,3 +37,8 @@ class WorkerLaunch : public testing::Test {
   static constexpr const char* scsiDirectory =
       "/sys/devices/platform/usb-host.0/usb1/1-3/1-3:1.0/host0/target0:0:0/0:0:0:0/scsi_generic/sg0";
 };
+
+}  // namespace support
+
+using support::Arguments;
+using support::WorkerLaunch;

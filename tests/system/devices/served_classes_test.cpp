@@ -1,0 +1,51 @@
+// Which devices the class list gives to workers of their own: the option's, whatever the configuration says.
+
+#include <string>
+#include <vector>
+
+#include "system/support/attached_devices.h"
+#include "system/support/hotplug.h"
+#include "system/support/named_row.h"
+
+namespace {
+
+using namespace support;
+
+namespace debug = contract::debug;
+
+struct Choice : NamedRow {
+  Messages options;
+  std::string configuration;
+  bool keyboards;
+  bool storage;
+};
+
+const std::vector<Choice> choices = {
+    {"NothingGiven", {}, "", false, false},
+    {"EmptyList", {"--class="}, "", false, false},
+    {"NoneClearsOneItem", {"--class=keyboard,none"}, "", false, false},
+    {"NoneClearsNothingBehindIt", {"--class=keyboard,none,scsi"}, "", false, true},
+    {"LaterOptionReplaces", {"--class=keyboard", "--class=scsi"}, "", false, true},
+    {"LaterEmptyOptionReplaces", {"--class=all", "--class="}, "", false, false},
+    {"ConfiguredListSetsNothing", {}, "[usb]\nclasses = all\n", false, false},
+    {"ConfiguredEmptyListSetsNothing", {}, "[usb]\nclasses =\n", false, false},
+    {"OptionKeepsItsListBesideAConfiguredOne", {"--class=scsi"}, "[usb]\nclasses = keyboard\n", false, true},
+    {"OptionHidesABadConfiguredList", {"--class=keyboard"}, "[usb]\nclasses = bogus\n", true, false},
+    {"EmptyOptionHidesABadConfiguredList", {"--class="}, "[usb]\nclasses = bogus\n", false, false},
+};
+
+class ServedClasses : public Hotplug, public testing::WithParamInterface<Choice> {};
+
+INSTANTIATE_TEST_SUITE_P(Lists, ServedClasses, testing::ValuesIn(choices), nameOfRow);
+
+TEST_P(ServedClasses, AreNotLeftToTheGenericWorker) {
+  sim::Unit::writeConfig(GetParam().configuration);
+  Messages arguments = GetParam().options;
+  arguments.insert(arguments.end(), {"--debug=ctrl", "transmitter", "5000", "high"});
+  unit.startDaemon(arguments);
+  unit.waitUntilServing();
+  EXPECT_EQ(kindOf(keyboard()), GetParam().keyboards ? debug::keyboard : debug::generic);
+  EXPECT_EQ(kindOf(disk()), GetParam().storage ? debug::storage : debug::generic);
+}
+
+}  // namespace

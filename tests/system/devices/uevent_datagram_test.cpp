@@ -1,0 +1,88 @@
+// What the daemon takes from the datagrams of the kernel's uevents.
+
+#include <optional>
+#include <string>
+
+#include "sim/error.h"
+#include "system/support/hotplug.h"
+#include "system/support/named_row.h"
+
+namespace {
+
+using namespace std::string_literals;
+using namespace support;
+
+/** Before and behind the last item, so that the whole has 64 KiB. */
+std::string longDatagram() {
+  constexpr std::size_t size = 65536;
+  const std::string end = "\0DEVPATH=/at the end\0"s;
+  std::string datagram = "ACTION=change\0FILLER="s;
+  datagram.append(size - datagram.size() - end.size(), 'x').append(end);
+  return datagram;
+}
+
+std::string thousandsOfItems() {
+  std::string datagram;
+  for (int i = 0; i < 5000; ++i) {
+    datagram += "K" + std::to_string(i) + "=" + std::to_string(i) + '\0';
+  }
+  return datagram;
+}
+
+const std::string longValue = "/" + std::string(65535, 'd');
+
+struct Datagram : NamedRow {
+  std::string bytes;
+  std::optional<std::string> event;  ///< as the daemon says it; nothing is said without
+};
+
+class UeventDatagram : public Hotplug {
+ protected:
+  UeventDatagram() { start(); }
+};
+
+class UeventDatagramOf : public UeventDatagram, public testing::WithParamInterface<Datagram> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    Bytes, UeventDatagramOf,
+    testing::Values(
+        Datagram{"ItemsThatContradictTheHeader",
+                 "add@/header\0ACTION=change\0DEVPATH=/items\0SUBSYSTEM=usb\0"s, "change /items"},
+        Datagram{"ItemsInAnotherOrder", "SEQNUM=7\0DEVPATH=/x\0SUBSYSTEM=usb\0ACTION=change\0"s, "change /x"},
+        Datagram{"FurtherEqualSigns", "ACTION=a=b\0DEVPATH==/x=y==\0"s, "a=b =/x=y=="},
+        Datagram{"EmptyValues", "ACTION=\0DEVPATH=\0"s, " "},
+        Datagram{"EqualKeys", "ACTION=change\0DEVPATH=\0DEVPATH=/second\0ACTION=add\0"s, "change "},
+        Datagram{"NoNulAtItsEnd", "change@/x\0ACTION=change\0DEVPATH=/x"s, "change /x"},
+        Datagram{"AnyBytes", "ACTION=\x01\xff\x80\0DEVPATH=/\xc3\xa4 b\t%s%n\0"s,
+                 "\x01\xff\x80 /\xc3\xa4 b\t%s%n"},
+        Datagram{"SixtyFourKibibytes", longDatagram(), "change /at the end"},
+        Datagram{"AValueOfSixtyFourKibibytes", sim::uevent("change", longValue), "change " + longValue},
+        Datagram{"ThousandsOfItems", thousandsOfItems() + "ACTION=change\0DEVPATH=/x\0"s, "change /x"},
+        Datagram{"NoAction", "add@/x\0DEVPATH=/x\0SUBSYSTEM=usb\0"s, {}},
+        Datagram{"NoDevpath", "add@/x\0ACTION=add\0SUBSYSTEM=usb\0"s, {}},
+        Datagram{"OtherSpellings", "action=a\0ACTION =b\0 ACTION=c\0DEVPATH2=/y\0DEVPATH=/x\0"s, {}},
+        Datagram{"HeaderAlone", "add@/x\0"s, {}}, Datagram{"OneByte", "\0"s, {}},
+        Datagram{"AnotherFormat", "\xfe\xed\xca\xfe"s + std::string(28, '\x28') + "VERSION=1\0"s, {}}),
+    nameOfRow);
+
+TEST_P(UeventDatagramOf, IsReadByItsItems) {
+  const std::optional<std::string>& event = GetParam().event;
+  EXPECT_EQ(saidOf(GetParam().bytes), event ? tagged({*event}) : Messages{});
+}
+
+TEST_F(UeventDatagram, OfNoBytesIsIgnored) {
+  std::optional<std::string> refusal;
+  const Messages said = during([&] {
+    try {
+      unit.uevents.send("");
+    } catch (const sim::Error& error) {
+      refusal = error.what();
+    }
+  });
+  if (refusal) {
+    GTEST_SKIP() << "this kernel sends no empty datagram: " << *refusal;
+  }
+  EXPECT_EQ(said, Messages{});
+}
+
+}  // namespace
