@@ -1,7 +1,7 @@
 include(GoogleTest)
 
 # add_rx_tests(NAME SOURCES FILE... LIBRARIES LIBRARY... [TIMEOUT SECONDS])
-# Every TEST is a test of ctest's own and runs in a process of its own, so that tests are independent and parallel.
+# Every TEST is a ctest test and runs in a process of its own, so that tests are independent and parallel.
 function(add_rx_tests name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "SOURCES;LIBRARIES")
   if(NOT arg_TIMEOUT)
@@ -18,8 +18,8 @@ function(add_rx_tests name)
 endfunction()
 
 # wrap_calls(TARGET CALL...)
-# Leads calls of the C library to functions of the test's own, __wrap_CALL. Where `long` has 32 bits, those that take
-# or give a time go by other names; tests/support/wrapped_names.h knows the same list.
+# Redirects calls of the C library to functions of the test, __wrap_CALL. Where `long` has 32 bits, calls that take or
+# return a time have other names; tests/support/wrapped_names.h has the same list.
 set(time64_name_of_fcntl64 __fcntl_time64)
 set(time64_name_of_gettimeofday __gettimeofday64)
 set(time64_name_of_nanosleep __nanosleep64)

@@ -5,5 +5,5 @@ if(NOT Boost_FOUND)
   message(FATAL_ERROR "Boost was not found: install the package libboost-dev (apt-get install libboost-dev).")
 endif()
 
-# Nothing sets a locale here. Told so, lexical_cast does not bring the whole of <locale> into the program.
+# No program here sets a locale. With this definition lexical_cast does not link the whole of <locale>.
 target_compile_definitions(Boost::headers INTERFACE BOOST_LEXICAL_CAST_ASSUME_C_LOCALE)

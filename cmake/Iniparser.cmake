@@ -1,5 +1,5 @@
 # Finds the installed iniparser and makes the target `iniparser::iniparser`.
-# INIPARSER_HAS_LOAD_FILE tells whether it can parse an open stream (since 4.2).
+# INIPARSER_HAS_LOAD_FILE says whether it can parse an open stream (since 4.2).
 
 include(CheckCXXSymbolExists)
 

@@ -11,7 +11,7 @@ target_compile_features(project_options INTERFACE cxx_std_20)
 set(wide_types _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 target_compile_definitions(project_options INTERFACE ${wide_types})
 
-# The presets turn warnings into errors; whoever builds without a preset only sees them.
+# The presets turn warnings into errors; a build without a preset only shows them.
 target_compile_options(project_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion)
 
 # Optimising, GCC 12 sees overlapping copies in a concatenation of a literal and a temporary string (its bug 105651).

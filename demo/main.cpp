@@ -1,42 +1,108 @@
-// Shows the daemon at work on a simulated unit: a story that checks itself, or whatever a person does by
-// hand.
+// Shows the daemon at work on a simulated unit: scenes that are checked as they go, or a prompt.
 
-#include <unistd.h>
-
+#include <algorithm>
+#include <cstdlib>
 #include <exception>
 #include <iostream>
-#include <string>
-#include <vector>
 
-#include "demo/console.h"
-#include "demo/interactive/session.h"
-#include "demo/story.h"
+#include "demo/prompt.h"
+#include "demo/scenes.h"
+#include "sim/contract.h"
+
+namespace demo {
 
 namespace {
 
-constexpr int failed = 1;
-constexpr int wrongUse = 2;
+constexpr const char* introduction =
+    "The daemon on a simulated unit: recorded devices come and go, and each step is checked.\n"
+    "The left column tells who acts: the kernel (uevent), the daemon in its debug messages, the workers,\n"
+    "the display at the user's desk, those who use the control socket (link), the administrator (config).\n"
+    "Left out is what the daemon says of events that it takes no interest in.\n";
 
-int run(const std::vector<std::string>& arguments, demo::Console& console) {
-  if (arguments.empty()) {
-    return demo::show(demo::story(), console) ? 0 : failed;
+/** Who acts first is left open, and so is what the display shows first. */
+std::vector<Line> comparable(std::vector<Line> lines) {
+  std::stable_sort(lines.begin(), lines.end(), [](const Line& a, const Line& b) {
+    return a.about != b.about ? a.about < b.about : a.about == "display" && a.text < b.text;
+  });
+  return lines;
+}
+
+/** Returns what is wrong with the events; nothing if they are as expected. */
+std::string findFault(const Step& step, std::vector<Line> seen) {
+  std::erase_if(seen, [&step](const Line& line) {
+    return line.text.starts_with(contract::debug::tag) &&
+           std::find(step.seen.begin(), step.seen.end(), line) == step.seen.end();
+  });
+  seen = comparable(seen);
+  const std::vector<Line> expected = comparable(step.seen);
+  const auto [missing, other] = std::mismatch(expected.begin(), expected.end(), seen.begin(), seen.end());
+  if (missing == expected.end() && other == seen.end()) {
+    return "";
   }
-  if (arguments == std::vector<std::string>{"--interactive"}) {
-    demo::Session(console).run(STDIN_FILENO);
-    return 0;
+  const auto shown = [](auto line, auto end) {
+    return line == end ? "nothing else" : line->about + " \"" + line->text + "\"";
+  };
+  return "expected " + shown(missing, expected.end()) + "; there was " + shown(other, seen.end());
+}
+
+std::string carryOut(const Step& step, Unit& unit, Log& log) {
+  try {
+    for (const std::string& command : step.commands) {
+      carryOutCommand(command, unit, log);
+    }
+  } catch (const std::exception& error) {
+    return std::string("this step could not be done: ") + error.what();
+  }
+  return findFault(step, log.takeEvents());
+}
+
+/** Ends with the first step that does not go as expected; returns whether all did. */
+bool showScenes() {
+  Log log(100, 100);
+  Log::plain(introduction);
+  std::size_t steps = 0;
+  int done = 0;
+  std::string fault;
+  for (const Scene& scene : scenes()) {
+    steps += scene.steps.size();
+    if (!fault.empty()) {
+      continue;
+    }
+    log.title(scene.title);
+    Unit unit(log);
+    for (auto step = scene.steps.begin(); step != scene.steps.end() && fault.empty(); ++step) {
+      log.headline(std::to_string(done + 1) + ". " + step->headline);
+      fault = carryOut(*step, unit, log);
+      log.line(fault.empty() ? "ok" : "FAILED", fault.empty() ? step->outcome : fault);
+      done += fault.empty() ? 1 : 0;
+    }
+  }
+  log.headline(std::to_string(done) + " of " + std::to_string(steps) + " steps went as expected" +
+               (fault.empty() ? "." : "; the one above did not, and ends the demo."));
+  return fault.empty();
+}
+
+int run(const Words& arguments) {
+  if (arguments.empty()) {
+    return showScenes() ? EXIT_SUCCESS : EXIT_FAILURE;
+  }
+  if (arguments == Words{"--interactive"}) {
+    runPrompt();
+    return EXIT_SUCCESS;
   }
   std::cerr << "Usage: usb_rx_demo [--interactive]\n";
-  return wrongUse;
+  return 2;
 }
 
 }  // namespace
 
+}  // namespace demo
+
 int main(int argc, char** argv) {
   try {
-    demo::Console console(std::cout, demo::Console::coloursFor(STDOUT_FILENO));
-    return run({argv + 1, argv + argc}, console);
+    return demo::run({argv + 1, argv + argc});
   } catch (const std::exception& error) {
     std::cerr << "usb_rx_demo: " << error.what() << '\n';
-    return failed;
+    return EXIT_FAILURE;
   }
 }

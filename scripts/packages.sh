@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2034 # what is not used here is used by the scripts that source it
 # Sourced by the other scripts. Installs Debian packages that are not there yet.
 
 # A package may be there for several architectures: one line for each.
@@ -5,7 +6,7 @@ is_installed() {
   dpkg-query -W -f='${db:Status-Status}\n' "$1" 2>/dev/null | grep -qx installed
 }
 
-# need_packages NAME...: installs what is missing; says what, and asks nothing.
+# need_packages NAME...: installs what is missing; prints what, and asks nothing.
 need_packages() {
   local missing=() name
   for name in "$@"; do
@@ -19,18 +20,23 @@ need_packages() {
   printf '== Installing %s\n' "${missing[*]}"
   export DEBIAN_FRONTEND=noninteractive
   refresh_package_lists
-  apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+  apt_get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# apt-get, waiting while something else installs packages.
+apt_get() {
+  apt-get -o DPkg::Lock::Timeout=600 "$@"
 }
 
 refresh_package_lists() {
-  apt-get update -qq || printf 'Going on with the package lists that are there.\n' >&2
+  apt_get update -qq || printf 'The package lists could not be refreshed; continuing with those that are there.\n' >&2
 }
 
 # What every build of the project needs.
 build_packages=(cmake g++ libboost-dev libiniparser-dev ninja-build)
 
 # What the tests need besides.
-test_packages=(libgmock-dev libgtest-dev)
+test_packages=(libedit-dev libgmock-dev libgtest-dev)
 
 # build PRESET [TARGET...]: configures and builds, quietly while all is well.
 build() {

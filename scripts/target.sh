@@ -1,12 +1,16 @@
-# Sourced by the other scripts. Makes this machine ready to build for another architecture and to run what it built.
+# shellcheck shell=bash disable=SC2154 # what is not set here is set by packages.sh
+# Sourced by the other scripts, behind packages.sh. Makes this machine ready to build for another architecture and to run what it built.
 
+# shellcheck disable=SC2034 # by way of a reference
 target_packages_powerpc=(g++-powerpc-linux-gnu qemu-user)
+# shellcheck disable=SC2034
 target_packages_s390x=(g++-s390x-linux-gnu libgcc-s1:s390x libiniparser-dev:s390x libstdc++6:s390x qemu-user)
+# shellcheck disable=SC2034
 target_packages_i386=(g++-i686-linux-gnu libgcc-s1:i386 libiniparser-dev:i386 libstdc++6:i386)
 
 # prepare_target powerpc|s390x|i386
 prepare_target() {
-  local -n packages=target_packages_$1
+  local -n packages=target_packages_$1 # one of those above
   [ "$1" = powerpc ] || need_architecture "$1"
   # GoogleTest's library comes for this machine only; its source serves every other.
   need_packages "${build_packages[@]}" "${test_packages[@]}" googletest "${packages[@]}"
@@ -59,7 +63,7 @@ compile_iniparser() {
   mkdir -p "$2/lib" "$2/include/iniparser"
   cp "$1"/src/*.h "$2/include/iniparser"
   (
-    cd "$1"
+    cd "$1" || exit 1
     powerpc-linux-gnu-gcc -Os -ffunction-sections -fdata-sections -fPIC -c src/*.c
     powerpc-linux-gnu-gcc -shared -Wl,-soname,libiniparser.so.4 -o libiniparser.so.4 ./*.o
     powerpc-linux-gnu-ar rcs libiniparser.a ./*.o

@@ -1,4 +1,4 @@
-# 64-bit big-endian: with powerpc it tells mistakes of byte order from those of width.
+# 64-bit big-endian: together with powerpc it separates mistakes of byte order from those of width.
 
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR s390x)

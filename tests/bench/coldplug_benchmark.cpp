@@ -1,10 +1,9 @@
-// How much coldplug costs beside what cannot be saved: a fork and an exec for each device.
+// How much coldplug costs beyond what no daemon can save: a fork and an exec for each device.
 
 #include <benchmark/benchmark.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -20,7 +19,7 @@ namespace {
 
 using Seconds = std::chrono::duration<double>;
 
-/** A unit of its own for this process with devices on its bus that all go to a generic worker. */
+/** A unit for this process alone, with devices on its bus that all go to a generic worker. */
 class BusyUnit {
  public:
   explicit BusyUnit(int devices) : devices_(devices) {
@@ -57,15 +56,9 @@ class BusyUnit {
   }
 
  private:
-  static void forkAndExec(std::string device) {
+  static void forkAndExec(const std::string& device) {
     if (fork() == 0) {
-      std::array<char, 15> name{"usb_rx_generic"};
-      std::array<char, 5> interface { "eth1" };
-      std::array<char, 12> hostname{"transmitter"};
-      std::array<char, 5> port{"5000"};
-      std::array<char*, 6> arguments{name.data(), interface.data(), hostname.data(),
-                                     port.data(), device.data(),    nullptr};
-      execvp(arguments[0], arguments.data());
+      execlp("usb_rx_generic", "usb_rx_generic", "eth1", "transmitter", "5000", device.c_str(), nullptr);
       _exit(1);
     }
   }
@@ -75,11 +68,11 @@ class BusyUnit {
     }
   }
 
-  struct World : sim::Namespaces {
-    World() { sim::writeFile("/vel/quor.conf", ""); }
+  struct EmptyUnit : sim::Namespaces {
+    EmptyUnit() { sim::writeFile("/vel/quor.conf", ""); }
   };
 
-  World world_;
+  EmptyUnit emptyUnit_;
   sim::Sysfs sysfs_;
   RxCtrl ctrl_{"transmitter", 5000, "high", allClasses, nullptr, nullptr, "10", "/sim/socket", "eth1"};
   int devices_;

@@ -1,4 +1,4 @@
-// Lets ten thousand workers of one daemon end and watches whether anything of them stays behind.
+// Lets ten thousand workers of one daemon end and checks that nothing of them is left.
 
 #include <fstream>
 #include <iostream>
@@ -64,8 +64,8 @@ class RestlessUnit {
   /** A device whose workers fail one after another, until it is taken out. */
   void letSomeFailAndRestart(int count) {
     const std::string device = unit_.plug(sim::UsbDevice{.name = "failing"});
-    constexpr int untilTold = 4;
-    awaitMessages("cannot be attached until Transmitter available", count - untilTold);
+    constexpr int failuresBefore = 4;
+    awaitMessages("cannot be attached until Transmitter available", count - failuresBefore);
     unit_.unplug(device);
     awaitNoChildren();
   }
@@ -128,7 +128,7 @@ bool staysFlat() {
 int main() {
   try {
     const bool flat = staysFlat();
-    std::cout << (flat ? "Nothing of them stays behind.\n" : "Something of them stays behind.\n");
+    std::cout << (flat ? "Nothing of them is left.\n" : "Something of them is left.\n");
     return flat ? 0 : 1;
   } catch (const std::exception& error) {
     std::cerr << "usb_rx_soak: " << error.what() << '\n';

@@ -8,6 +8,8 @@
  */
 namespace contract {
 
+inline constexpr const char* configurationPath = "/vel/quor.conf";
+
 /** Lines of the display, each without its newline. */
 namespace display {
 inline constexpr const char* unnamedDevice = "un-named device";
@@ -41,6 +43,11 @@ inline std::string cannotBeConfigured(const std::string& name) {
 /** Debug messages, each without its tag. */
 namespace debug {
 inline constexpr const char* tag = "[rx_ctrl] ";
+
+/** A whole line of the log, without the time. */
+inline std::string line(const std::string& text) {
+  return tag + text;
+}
 
 inline constexpr const char* hangupHandler = "setup signal hansler";
 inline constexpr const char* coldplugging = "coldplugging existing devices";
@@ -130,6 +137,30 @@ inline std::string cannotOpenConfig(const std::string& path) {
 inline std::string whileCalling(const std::string& reason, const std::string& call) {
   return reason + " while " + call;
 }
+inline std::string bindFailed(const std::string& reason) {
+  return whileCalling(reason, "bind()");
+}
+inline std::string openFailed(const std::string& reason, const std::string& path) {
+  return whileCalling(reason, "open(\"" + path + "\")");
+}
+inline std::string readFailed(const std::string& reason, const std::string& path) {
+  return whileCalling(reason, "read(\"" + path + "\")");
+}
+inline std::string statFailed(const std::string& reason, const std::string& path) {
+  return whileCalling(reason, "stat(" + path + ")");
+}
 }  // namespace error
+
+/** What the system calls the reasons of failed calls. */
+namespace reason {
+inline constexpr const char* addressInUse = "Address already in use";
+inline constexpr const char* invalidArgument = "Invalid argument";
+inline constexpr const char* isDirectory = "Is a directory";
+inline constexpr const char* noSuchFile = "No such file or directory";
+inline constexpr const char* notDirectory = "Not a directory";
+inline constexpr const char* readOnly = "Read-only file system";
+inline constexpr const char* tooManyFiles = "Too many open files";
+inline constexpr const char* tooManyLinks = "Too many levels of symbolic links";
+}  // namespace reason
 
 }  // namespace contract

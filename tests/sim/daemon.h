@@ -33,8 +33,6 @@ class Daemon {
   ~Daemon();
   Daemon(const Daemon&) = delete;
   Daemon& operator=(const Daemon&) = delete;
-  Daemon(Daemon&&) = delete;
-  Daemon& operator=(Daemon&&) = delete;
 
   [[nodiscard]] pid_t pid() const { return pid_; }
   [[nodiscard]] const std::vector<std::string>& arguments() const { return arguments_; }

@@ -108,15 +108,15 @@ void Display::drain() {
 
 std::string Display::waitForWrite(const Deadline& deadline) {
   waitUntil("a write to the display", deadline, [this] { return !writes_.empty(); });
-  handedOut_.push_back(writes_.front());
+  taken_.push_back(writes_.front());
   writes_.pop_front();
-  return handedOut_.back();
+  return taken_.back();
 }
 
 std::vector<std::string> Display::takeWrites() {
   serveBackground();
   std::vector<std::string> taken(writes_.begin(), writes_.end());
-  handedOut_.insert(handedOut_.end(), taken.begin(), taken.end());
+  taken_.insert(taken_.end(), taken.begin(), taken.end());
   writes_.clear();
   return taken;
 }
@@ -125,7 +125,7 @@ void Display::forgetWriter() {
   if (dataSource_) {
     readAll();
   }
-  follow_ = Follow::nobody;
+  follow_ = Follow::noProcess;
 }
 
 void Display::follow(pid_t daemon) {
@@ -177,10 +177,10 @@ void Display::keep(const std::string& data) {
 
 std::string Display::describe() const {
   std::string text = "the display has shown:\n";
-  for (const std::string& write : handedOut_) {
+  for (const std::string& write : taken_) {
     text += "  " + write;
   }
-  text += "and not yet handed out:\n";
+  text += "and nothing has waited yet for:\n";
   for (const std::string& write : writes_) {
     text += "  " + write;
   }

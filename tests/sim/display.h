@@ -19,7 +19,7 @@ namespace sim {
  * The unit's on-screen display: a fifo and its reader. It keeps what each single write brought, which a fifo
  * by itself does not: when the daemon has opened the fifo, its open file is switched to packet mode from
  * outside (follow). Where that did not work, or came too late for the first writes, each line counts as one
- * write and keepsBoundaries() tells so.
+ * write and keepsBoundaries() is false.
  */
 class Display {
  public:
@@ -28,12 +28,10 @@ class Display {
   ~Display();
   Display(const Display&) = delete;
   Display& operator=(const Display&) = delete;
-  Display(Display&&) = delete;
-  Display& operator=(Display&&) = delete;
 
   void makeFifo();
   void removeFifo();
-  /** Begins to read; the fifo must exist. While nobody reads it, the daemon cannot open it. */
+  /** Begins to read; the fifo must exist. Without a reader the daemon cannot open it. */
   void openReader();
   /** The reader goes away; what it has read is kept. */
   void closeReader();
@@ -46,7 +44,7 @@ class Display {
 
   /** Exactly one write, in the order in which they were made. */
   std::string waitForWrite(const Deadline& deadline = {});
-  /** The writes that are there now and were not handed out. */
+  /** The writes that are there now and were not returned before. */
   std::vector<std::string> takeWrites();
 
   /** Takes what the process that was followed has left; call it before another one is started. */
@@ -66,17 +64,17 @@ class Display {
   [[nodiscard]] std::string describe() const;
 
   /** How the process that is followed writes: not opened yet, each write apart, or only lines are known. */
-  enum class Follow { nobody, waiting, packetMode, impossible };
+  enum class Follow { noProcess, waiting, packetMode, impossible };
 
   std::string path_;
   Descriptor fifo_;
   std::unique_ptr<FileWatch> opened_;
   std::unique_ptr<Background> dataSource_;
   pid_t daemon_ = 0;
-  Follow follow_ = Follow::nobody;
+  Follow follow_ = Follow::noProcess;
   bool keepsBoundaries_ = true;
   std::deque<std::string> writes_;
-  std::vector<std::string> handedOut_;
+  std::vector<std::string> taken_;
   StateReport stateReport_;
 };
 

@@ -12,7 +12,7 @@ class Error : public std::runtime_error {
 };
 
 /**
- * A deadline has passed. The text names what was awaited and tells everything that the unit's parts have
+ * A deadline has passed. The text names what was awaited and shows everything that the unit's parts have
  * seen until then (the tail of the daemon's standard error, the workers, the display).
  */
 class TimedOut : public Error {

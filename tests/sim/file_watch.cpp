@@ -29,7 +29,7 @@ class WatchedFiles {
 
  private:
   void serve() const;
-  void tellWatchesOf(int number) const;
+  void callWatchesOf(int number) const;
 
   Descriptor inotify_;
   std::vector<FileWatch*> watches_;
@@ -54,7 +54,7 @@ WatchedFiles::WatchedFiles()
 }
 
 int WatchedFiles::add(const std::string& path, std::uint32_t events) const {
-  // One file has one number, whoever watches it.
+  // All watches of a file share one number.
   const int number = ::inotify_add_watch(inotify_.get(), path.c_str(), events | IN_MASK_ADD);
   if (number < 0) {
     throw systemError("inotify_add_watch(" + path + ")");
@@ -83,13 +83,13 @@ void WatchedFiles::serve() const {
       at += sizeof event + event.len;
     }
   }
-  std::for_each(numbers.begin(), numbers.end(), [this](int number) { tellWatchesOf(number); });
+  std::for_each(numbers.begin(), numbers.end(), [this](int number) { callWatchesOf(number); });
 }
 
-void WatchedFiles::tellWatchesOf(int number) const {
-  const std::vector<FileWatch*> told = watches_;
-  for (const FileWatch* watch : told) {
-    // One that is told may remove another.
+void WatchedFiles::callWatchesOf(int number) const {
+  const std::vector<FileWatch*> called = watches_;
+  for (const FileWatch* watch : called) {
+    // One that is called may remove another.
     const bool isThere = std::find(watches_.begin(), watches_.end(), watch) != watches_.end();
     if (isThere && watch->number_ == number) {
       watch->happened_();

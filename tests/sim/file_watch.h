@@ -21,8 +21,6 @@ class FileWatch {
   ~FileWatch();
   FileWatch(const FileWatch&) = delete;
   FileWatch& operator=(const FileWatch&) = delete;
-  FileWatch(FileWatch&&) = delete;
-  FileWatch& operator=(FileWatch&&) = delete;
 
  private:
   friend class WatchedFiles;

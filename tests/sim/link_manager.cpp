@@ -2,7 +2,6 @@
 
 #include <sys/inotify.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 
 #include <array>
 #include <cerrno>
@@ -10,24 +9,15 @@
 
 #include "sim/error.h"
 #include "sim/file_watch.h"
+#include "sim/unix_socket.h"
 #include "sim/wait.h"
 
 namespace sim {
 
 namespace {
 
-// Between the daemon's bind and its listen nothing tells that a second try would succeed.
+// No event shows when the daemon, which has bound the socket, listens at it.
 constexpr double secondsBetweenTries = 0.005;
-
-sockaddr_un addressOf(const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (path.size() >= sizeof address.sun_path) {
-    throw Error("too long for a socket: " + path);
-  }
-  path.copy(address.sun_path, path.size());
-  return address;
-}
 
 bool tryToConnect(const Descriptor& socket, const sockaddr_un& address) {
   if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
@@ -47,7 +37,7 @@ std::string LinkParameters::line() const {
 
 LinkManager::LinkManager(const std::string& path, const Deadline& deadline)
     : connection_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-  const sockaddr_un address = addressOf(path);
+  const sockaddr_un address = unixAddress(path);
   const FileWatch made(std::filesystem::path(path).parent_path(), IN_CREATE);
   while (!tryToConnect(connection_, address)) {
     if (deadline.passed()) {

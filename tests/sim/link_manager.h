@@ -7,14 +7,14 @@
 
 namespace sim {
 
-/** What the link management tells the daemon of the link to the Transmitter. */
+/** The parameters of the link to the Transmitter, which the link manager sends to the daemon. */
 struct LinkParameters {
   std::string host = "transmitter";
   std::string port = "5000";
   std::string speed = "high";
   std::string interface = "eth1";
-  std::string inkey;
-  std::string outkey;
+  std::string inkey = {};
+  std::string outkey = {};
 
   /** The one line of six fields, blanks between them, without a newline. */
   [[nodiscard]] std::string line() const;
@@ -25,7 +25,7 @@ class LinkManager {
  public:
   static constexpr const char* usualPath = "/var/run/usb_rx";
 
-  /** Connects; waits until somebody listens there. */
+  /** Connects; waits until the daemon listens there. */
   explicit LinkManager(const std::string& path = usualPath, const Deadline& deadline = {});
 
   void send(const std::string& bytes);

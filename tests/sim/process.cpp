@@ -133,7 +133,8 @@ bool dieWith(pid_t parent) {
   return ::prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && ::getppid() == parent;
 }
 
-bool enterWorld(const ProcessOptions& options, const std::string& outputFile, const std::string& errorFile) {
+bool enterEnvironment(const ProcessOptions& options, const std::string& outputFile,
+                      const std::string& errorFile) {
   ::umask(022);
   resetSignals(options);
   return ::chdir(options.workingDirectory.c_str()) == 0 &&
@@ -168,7 +169,7 @@ pid_t startProcess(const std::vector<std::string>& command, const ProcessOptions
     throw systemError("fork()");
   }
   if (child == 0) {
-    if (dieWith(parent) && enterWorld(options, outputFile, errorFile)) {
+    if (dieWith(parent) && enterEnvironment(options, outputFile, errorFile)) {
       ::execve(argv.front(), argv.data(), envp.data());
     }
     const int reason = errno;

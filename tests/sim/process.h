@@ -26,7 +26,7 @@ struct ProcessEnd {
 /** "status 1" or "signal 15". */
 std::ostream& operator<<(std::ostream& out, const ProcessEnd& end);
 
-/** The world that a process is started into; by default a plain one. */
+/** The environment that a process starts in; by default a plain one. */
 struct ProcessOptions {
   enum class Output {
     captured,

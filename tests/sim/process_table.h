@@ -8,8 +8,7 @@
 
 namespace sim {
 
-/** When a process was started: earlier ones compare less, also when process ids begin anew.
- */
+/** When a process was started: earlier ones compare less, also when process ids begin anew. */
 struct ProcessAge {
   unsigned long long ticks = 0;  ///< clock ticks since the machine's start
   pid_t pid = 0;

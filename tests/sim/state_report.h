@@ -6,8 +6,7 @@
 namespace sim {
 
 /**
- * What a part of the unit adds to the text of every TimedOut of the process while the object lives, whoever
- * waited: a missing worker is mostly explained by the daemon's last lines.
+ * What a part of the unit adds to the text of every TimedOut of the process while the object lives: a missing worker is mostly explained by the daemon's last lines.
  */
 class StateReport {
  public:
@@ -15,8 +14,6 @@ class StateReport {
   ~StateReport();
   StateReport(const StateReport&) = delete;
   StateReport& operator=(const StateReport&) = delete;
-  StateReport(StateReport&&) = delete;
-  StateReport& operator=(StateReport&&) = delete;
 
  private:
   friend std::string allStateReports();

@@ -5,7 +5,7 @@
 
 #include "sim/usb_descriptors.h"
 
-/** Devices that nobody recorded: what a test needs of them is said in a few words, the rest is usual. */
+/** Devices that were not recorded: a test names what it needs of them, the rest is usual. */
 namespace sim {
 
 /** A USB device. Attributes are given without the newline that ends their files. */

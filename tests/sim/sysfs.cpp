@@ -12,39 +12,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string newlineEnded(const std::string& text) {
-  return text + "\n";
-}
-
 bool isIn(const fs::path& directory, const fs::path& path) {
   return (path.string() + "/").starts_with(directory.string() + "/");
 }
 
-/** The links of one directory. */
-std::vector<fs::path> linksIn(const fs::path& directory) {
-  std::vector<fs::path> links;
-  for (const fs::path& entry : entriesOf(directory)) {
-    if (fs::is_symlink(entry)) {
-      links.push_back(entry);
-    }
-  }
-  return links;
-}
-
-std::vector<fs::path> directoriesIn(const fs::path& directory) {
-  std::vector<fs::path> directories;
-  for (const fs::path& entry : entriesOf(directory)) {
-    if (fs::symlink_status(entry).type() == fs::file_type::directory) {
-      directories.push_back(entry);
-    }
-  }
-  return directories;
-}
-
-void replaceLink(const fs::path& link, const std::string& target) {
-  fs::create_directories(link.parent_path());
-  fs::remove(link);
-  fs::create_symlink(target, link);
+/** The entries of this type in a directory; none where there is no such directory. */
+std::vector<fs::path> entriesOf(const fs::path& directory, fs::file_type type) {
+  std::vector<fs::path> entries = fs::exists(directory) ? sim::entriesOf(directory) : std::vector<fs::path>{};
+  std::erase_if(entries, [type](const fs::path& entry) { return fs::symlink_status(entry).type() != type; });
+  return entries;
 }
 
 }  // namespace
@@ -107,14 +83,14 @@ void Sysfs::removeDevice(const std::string& directory) {
 
 void Sysfs::removeLinksInto(const std::string& directory) {
   const fs::path place = placeOf(directory);
-  std::vector<fs::path> folders = directoriesIn(root_ / "class");
-  for (const fs::path& bus : directoriesIn(root_ / "bus")) {
+  std::vector<fs::path> folders = entriesOf(root_ / "class", fs::file_type::directory);
+  for (const fs::path& bus : entriesOf(root_ / "bus", fs::file_type::directory)) {
     folders.push_back(bus / "devices");
   }
   folders.push_back(root_ / "dev/char");
   folders.push_back(root_ / "dev/block");
   for (const fs::path& folder : folders) {
-    for (const fs::path& link : fs::exists(folder) ? linksIn(folder) : std::vector<fs::path>{}) {
+    for (const fs::path& link : entriesOf(folder, fs::file_type::symlink)) {
       if (isIn(place, (folder / fs::read_symlink(link)).lexically_normal())) {
         fs::remove(link);
       }
@@ -130,6 +106,13 @@ void Sysfs::writeAttribute(const std::string& directory, const std::string& name
   writeFile(placeOf(directory) / name, content);
 }
 
+void Sysfs::writeLine(const std::string& directory, const std::string& name,
+                      const std::optional<std::string>& text) {
+  if (text) {
+    writeAttribute(directory, name, *text + "\n");
+  }
+}
+
 void Sysfs::removeAttribute(const std::string& directory, const std::string& name) {
   fs::remove(placeOf(directory) / name);
 }
@@ -139,7 +122,10 @@ void Sysfs::makeDirectory(const std::string& directory) {
 }
 
 void Sysfs::makeLink(const std::string& link, const std::string& target) {
-  replaceLink(placeOf(link), target);
+  const fs::path place = placeOf(link);
+  fs::create_directories(place.parent_path());
+  fs::remove(place);
+  fs::create_symlink(target, place);
 }
 
 // NOLINTEND(readability-make-member-function-const)
@@ -158,13 +144,9 @@ std::string Sysfs::add(const UsbDevice& device) {
   makeDirectory(directory);
   addSubsystem(directory, "/sys/bus/usb");
   writeAttribute(directory, "descriptors", device.descriptors);
-  writeAttribute(directory, "speed", newlineEnded(device.speed));
-  if (device.product) {
-    writeAttribute(directory, "product", newlineEnded(*device.product));
-  }
-  if (device.deviceClass) {
-    writeAttribute(directory, "bDeviceClass", newlineEnded(*device.deviceClass));
-  }
+  writeLine(directory, "speed", device.speed);
+  writeLine(directory, "product", device.product);
+  writeLine(directory, "bDeviceClass", device.deviceClass);
   if (device.uevent) {
     writeAttribute(directory, "uevent", *device.uevent);
   }
@@ -178,9 +160,9 @@ std::string Sysfs::addInterface(const std::string& usbDevice, const std::string&
   std::string directory = usbDevice + "/" + name;
   makeDirectory(directory);
   addSubsystem(directory, "/sys/bus/usb");
-  writeAttribute(directory, "bInterfaceClass", newlineEnded(interfaceClass));
-  writeAttribute(directory, "bInterfaceSubClass", newlineEnded(subclass));
-  writeAttribute(directory, "bInterfaceProtocol", newlineEnded(protocol));
+  writeLine(directory, "bInterfaceClass", interfaceClass);
+  writeLine(directory, "bInterfaceSubClass", subclass);
+  writeLine(directory, "bInterfaceProtocol", protocol);
   writeAttribute(directory, "uevent", "DEVTYPE=usb_interface\n");
   linkTo(directory, "/sys/bus/usb/devices/" + name);
   return directory;
@@ -193,7 +175,7 @@ std::string Sysfs::add(const HiddevNode& node) {
   makeDirectory(directory);
   addSubsystem(directory, "/sys/class/usb");
   linkTo(interfaceDirectory, directory + "/device");
-  writeAttribute(directory, "dev", newlineEnded(node.dev));
+  writeLine(directory, "dev", node.dev);
   linkTo(directory, "/sys/class/usb/" + node.name);
   return directory;
 }
@@ -207,13 +189,9 @@ std::string Sysfs::add(const ScsiGenericNode& node) {
   addSubsystem(unit, "/sys/bus/scsi");
   addSubsystem(directory, "/sys/class/scsi_generic");
   linkTo(unit, directory + "/device");
-  if (node.vendor) {
-    writeAttribute(unit, "vendor", newlineEnded(*node.vendor));
-  }
-  if (node.model) {
-    writeAttribute(unit, "model", newlineEnded(*node.model));
-  }
-  writeAttribute(directory, "dev", newlineEnded(node.dev));
+  writeLine(unit, "vendor", node.vendor);
+  writeLine(unit, "model", node.model);
+  writeLine(directory, "dev", node.dev);
   writeAttribute(directory, "uevent", "MAJOR=21\nMINOR=0\nDEVNAME=" + node.name + "\n");
   linkTo(directory, "/sys/class/scsi_generic/" + node.name);
   return directory;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include "sim/device_recording.h"
@@ -32,7 +33,7 @@ class Sysfs {
   std::string add(const UsbDevice& device);
   std::string add(const HiddevNode& node);
   std::string add(const ScsiGenericNode& node);
-  /** Takes a directory away at one stroke (no reader sees half of it), then the links that led into it. */
+  /** Removes a directory at once (no reader sees half of it), then the links that led into it. */
   void removeDevice(const std::string& directory);
 
   /** `content` stands in the file as it is, a final newline included. */
@@ -52,6 +53,9 @@ class Sysfs {
   void removeLinksInto(const std::string& directory);
   std::string addInterface(const std::string& usbDevice, const std::string& interfaceClass,
                            const std::string& subclass, const std::string& protocol);
+  /** The attribute is `text` and a newline; without a text there is none. */
+  void writeLine(const std::string& directory, const std::string& name,
+                 const std::optional<std::string>& text);
   void addSubsystem(const std::string& directory, const std::string& subsystem);
 
   std::filesystem::path root_;

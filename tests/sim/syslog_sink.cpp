@@ -1,34 +1,21 @@
 #include "sim/syslog_sink.h"
 
 #include <sys/socket.h>
-#include <sys/un.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <fstream>
 
-#include "sim/error.h"
+#include "sim/unix_socket.h"
 
 namespace sim {
 
 namespace {
 
-/** Lets senders go on while nobody reads; where the system does not allow it, the usual ten must do. */
+/** Lets senders go on while there is no reader; where that is refused, the usual ten messages must do. */
 void lengthenQueues() {
   std::ofstream("/proc/sys/net/unix/max_dgram_qlen") << 100000;
-}
-
-Descriptor bindTo(const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  path.copy(address.sun_path, sizeof address.sun_path - 1);
-  Descriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  if (!socket.isOpen() ||
-      ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-    throw systemError("listening at " + path);
-  }
-  return socket;
 }
 
 /** "<15>Nov 21 03:39:00 tag: text", or the same with "tag[pid]". */
@@ -46,7 +33,7 @@ SyslogMessage parseMessage(const std::string& raw) {
 
 SyslogSink::SyslogSink(const std::string& path) : stateReport_([this] { return describe(); }) {
   lengthenQueues();
-  socket_ = bindTo(path);
+  socket_ = bindTo(path, SOCK_DGRAM);
   source_.emplace(socket_.get(), [this] { readAll(); });
 }
 

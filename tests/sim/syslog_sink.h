@@ -31,7 +31,7 @@ class SyslogSink {
   SyslogMessage waitForMessage(const Deadline& deadline = {});
   /** The next message whose text contains this; those before it are passed over. */
   SyslogMessage waitForText(const std::string& part, const Deadline& deadline = {});
-  /** The messages that are there now and were not handed out. */
+  /** The messages that are there now and were not returned before. */
   std::vector<SyslogMessage> takeMessages();
 
  private:

@@ -10,8 +10,8 @@ namespace sim {
 
 /**
  * Takes the kernel's place in the unit's network: multicasts uevents to everyone who listens. As with the
- * kernel, nobody need listen: an event that finds no listener, or one whose buffer is full, is lost and the
- * sender does not notice. `listeners()` tells who would hear it.
+ * kernel, no listener is needed: an event without one, or for one whose buffer is full, is lost and the
+ * sender does not notice. `listeners()` shows who would receive it.
  */
 class UeventSender {
  public:
@@ -31,7 +31,7 @@ class UeventSender {
     unsigned queuedBytes;  ///< memory taken by events that it has not received yet
     unsigned lost;         ///< events that did not fit into its buffer
   };
-  /** The sockets in this network that hear uevents. */
+  /** The sockets in this network that receive uevents. */
   [[nodiscard]] static std::vector<Listener> listeners();
 
  private:

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <utility>
 
+#include "sim/contract.h"
 #include "sim/error.h"
 #include "sim/files.h"
 #include "sim/wait.h"
@@ -14,7 +15,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* configFile = "/vel/quor.conf";
-constexpr const char* workerFolder = "/sim/bin/";
 constexpr const char* controlOption = "--sock=";
 
 constexpr double secondsToOpenDisplay = 1;
@@ -40,9 +40,7 @@ UsbDevice settlingMouse(int number) {
 }  // namespace
 
 Unit::Unit() {
-  for (const char* name : {"usb_rx_keyboard", "usb_rx_scsi", "usb_rx_generic"}) {
-    installWorkerStandin(std::string(workerFolder) + name);
-  }
+  installUsualWorkers();
   display.makeFifo();
   display.openReader();
 }
@@ -131,7 +129,7 @@ Daemon& Unit::daemon() {
   return *daemon_;
 }
 
-bool Unit::daemonTellsEvents() const {
+bool Unit::daemonLogsEvents() const {
   bool debugs = false;
   bool onStandardError = true;
   for (const std::string& argument : daemon_->arguments()) {
@@ -157,8 +155,8 @@ LinkManager Unit::connect(const Deadline& deadline) {
 }
 
 void Unit::waitUntilServing(const Deadline& deadline) {
-  if (daemonTellsEvents()) {
-    daemon().waitForLine("[rx_ctrl] hotplugging new devices", deadline);
+  if (daemonLogsEvents()) {
+    daemon().waitForLine(std::string(contract::debug::tag) + contract::debug::hotplugging, deadline);
     return;
   }
   LinkManager client = connect(deadline);
@@ -168,13 +166,13 @@ void Unit::waitUntilServing(const Deadline& deadline) {
 
 void Unit::settle(const Deadline& deadline) {
   const int number = ++settled_;
-  if (!daemonTellsEvents()) {
+  if (!daemonLogsEvents()) {
     settleByMouse(settlingMouse(number), deadline);
     return;
   }
   const std::string devpath = "/settle/" + std::to_string(number);
   uevents.send(uevent("settle", devpath));
-  daemon().waitForLine("[rx_ctrl] settle " + devpath, deadline);
+  daemon().waitForLine(contract::debug::tag + contract::debug::event("settle", devpath), deadline);
 }
 
 void Unit::settleByMouse(const UsbDevice& mouse, const Deadline& deadline) {

@@ -17,7 +17,7 @@
 namespace sim {
 
 /**
- * A simulated receiver unit: the world around one daemon, at the daemon's own paths.
+ * A simulated receiver unit: everything around one daemon, at the daemon's own paths.
  *
  *   sim::Unit unit;
  *   unit.plug(sim::loadRecording("made-vendor-hs"));   // present at start: coldplug
@@ -40,8 +40,6 @@ class Unit {
   ~Unit();
   Unit(const Unit&) = delete;
   Unit& operator=(const Unit&) = delete;
-  Unit(Unit&&) = delete;
-  Unit& operator=(Unit&&) = delete;
 
   Sysfs sysfs;
   UeventSender uevents;
@@ -90,12 +88,12 @@ class Unit {
    * display, consumes a pending reload, and needs generic devices to be admitted.
    */
   void settle(const Deadline& deadline = {});
-  /** A connection to the control socket that the daemon was told to use. */
+  /** A connection to the control socket of the daemon's options. */
   LinkManager connect(const Deadline& deadline = {});
 
  private:
   void waitUntilDisplayKnowsItsWriter();
-  [[nodiscard]] bool daemonTellsEvents() const;
+  [[nodiscard]] bool daemonLogsEvents() const;
   [[nodiscard]] std::string controlPath() const;
   void settleByMouse(const UsbDevice& mouse, const Deadline& deadline);
   void endDaemon() noexcept;

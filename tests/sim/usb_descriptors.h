@@ -18,7 +18,6 @@ constexpr std::uint8_t vendor = 0xff;
 }  // namespace usb_class
 
 namespace transfer_type {
-constexpr std::uint8_t control = 0;
 constexpr std::uint8_t isochronous = 1;
 constexpr std::uint8_t bulk = 2;
 constexpr std::uint8_t interrupt = 3;

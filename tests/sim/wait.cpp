@@ -13,7 +13,7 @@ namespace sim {
 
 namespace {
 
-constexpr int nobody = -1;  // poll() passes over it
+constexpr int noDescriptor = -1;  // poll() passes over it
 
 std::vector<const Background*>& sources() {
   static std::vector<const Background*> all;
@@ -82,7 +82,7 @@ bool waitReadable(int fd, const Deadline& deadline) {
 }
 
 void waitUntil(const std::string& awaited, const Deadline& deadline, const std::function<bool()>& condition) {
-  waitUntil(awaited, deadline, nobody, condition);
+  waitUntil(awaited, deadline, noDescriptor, condition);
 }
 
 void waitUntil(const std::string& awaited, const Deadline& deadline, int fd,
@@ -97,11 +97,11 @@ void waitUntil(const std::string& awaited, const Deadline& deadline, int fd,
 }
 
 void serveBackground(const Deadline& deadline) {
-  static_cast<void>(pollOnce(nobody, deadline.millisecondsLeft()));
+  static_cast<void>(pollOnce(noDescriptor, deadline.millisecondsLeft()));
 }
 
 void serveBackground() {
-  while (pollOnce(nobody, 0).served) {
+  while (pollOnce(noDescriptor, 0).served) {
   }
 }
 

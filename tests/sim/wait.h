@@ -8,7 +8,7 @@
 namespace sim {
 
 /**
- * A descriptor that is served during every wait of this process, whatever is awaited: the display and the
+ * A descriptor that is served during every wait of this process: the display and the
  * syslog socket are read this way, so that the daemon never blocks or loses a message only because a test
  * waits for something else.
  */
@@ -19,8 +19,6 @@ class Background {
   ~Background();
   Background(const Background&) = delete;
   Background& operator=(const Background&) = delete;
-  Background(Background&&) = delete;
-  Background& operator=(Background&&) = delete;
 
   [[nodiscard]] int descriptor() const { return fd_; }
   void serve() const { serve_(); }

@@ -1,6 +1,6 @@
 #pragma once
 
-/** What the stand-in workers and the board that hears them have agreed on. */
+/** What the stand-in workers send to their unit, and what it sends to them. */
 namespace sim::worker_protocol {
 
 /** The socket of the unit to which every stand-in connects when it has started. */

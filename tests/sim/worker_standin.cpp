@@ -1,4 +1,4 @@
-// Stands in for every worker program of the unit: reports how it was started, then ends the way it is told.
+// Stands in for every worker program of the unit: reports how it was started, then ends as its unit orders.
 //
 // It looks before it touches anything: the report is taken before the connection is made, and neither signal
 // dispositions nor descriptors are changed. It links no more than the C library's own start-up needs, because

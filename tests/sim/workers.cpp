@@ -3,18 +3,17 @@
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <optional>
 #include <utility>
 
 #include "sim/error.h"
+#include "sim/unix_socket.h"
 #include "sim/wait.h"
 #include "sim/worker_protocol.h"
 #include "sim/worker_report.h"
@@ -40,14 +39,9 @@ std::string standinProgram() {
 }
 
 Descriptor listenAt(const char* path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::strncpy(address.sun_path, path, sizeof address.sun_path - 1);
   fs::remove(path);
-  Descriptor listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  if (!listener.isOpen() ||
-      ::bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-      ::listen(listener.get(), longestQueue) != 0) {
+  Descriptor listener = bindTo(path, SOCK_STREAM);
+  if (::listen(listener.get(), longestQueue) != 0) {
     throw systemError(std::string("listening at ") + path);
   }
   return listener;
@@ -81,7 +75,7 @@ void Worker::dieBy(int signal) {
 
 void Worker::command(const std::string& line) {
   if (::send(connection_.get(), line.data(), line.size(), MSG_NOSIGNAL) < 0) {
-    throw systemError("telling worker " + std::to_string(start.pid) + " to " + line);
+    throw systemError("sending worker " + std::to_string(start.pid) + " the order " + line);
   }
 }
 
@@ -103,6 +97,12 @@ void installWorkerStandin(const std::string& path) {
   fs::create_symlink(standinProgram(), path);
 }
 
+void installUsualWorkers() {
+  for (const char* name : {"usb_rx_keyboard", "usb_rx_scsi", "usb_rx_generic"}) {
+    installWorkerStandin(std::string("/sim/bin/") + name);
+  }
+}
+
 Workers::Workers()
     : listener_(listenAt(worker_protocol::socketPath)), stateReport_([this] { return describe(); }) {
   // Workers outlive the daemon; they come back to this process, which ends and reaps them.
@@ -120,7 +120,7 @@ Worker& Workers::waitForWorker(const Deadline& deadline) {
     static_cast<void>(waitReadable(listener_.get(), patience.atMost(secondsBetweenLooks)));
     acceptReported();
   }
-  return handOut(*waiting_.front());
+  return take(*waiting_.front());
 }
 
 Worker& Workers::waitForWorkerOf(const std::string& device, const Deadline& deadline) {
@@ -131,7 +131,7 @@ Worker& Workers::waitForWorkerOf(const std::string& device, const Deadline& dead
                          [&device](const Worker* worker) { return worker->device() == device; });
     return found != waiting_.end();
   });
-  return handOut(**found);
+  return take(**found);
 }
 
 bool Workers::isOldest(const Worker& worker) const {
@@ -147,7 +147,7 @@ bool Workers::hasReported(pid_t process) const {
                      [process](const Worker& worker) { return worker.start.pid == process; });
 }
 
-Worker& Workers::handOut(Worker& worker) {
+Worker& Workers::take(Worker& worker) {
   std::erase(waiting_, &worker);
   return worker;
 }
@@ -169,30 +169,30 @@ void Workers::acceptReported() {
   }
 }
 
-std::vector<Workers::Leaving> Workers::dismissAll() {
+std::vector<Workers::EndingWorker> Workers::dismissAll() {
   acceptReported();
-  std::vector<Leaving> leaving;
+  std::vector<EndingWorker> ending;
   for (const Worker& worker : workers_) {
     if (ageOf(worker.start.pid) == worker.start.age) {
-      leaving.push_back({worker.start.pid, ProcessHandle(worker.start.pid)});
+      ending.push_back({worker.start.pid, ProcessHandle(worker.start.pid)});
     }
   }
   waiting_.clear();
   workers_.clear();  // closes their connections
-  return leaving;
+  return ending;
 }
 
 void Workers::endAll() noexcept {
   try {
     const Deadline deadline(1);
-    for (const Leaving& worker : dismissAll()) {
+    for (const EndingWorker& worker : dismissAll()) {
       if (!endsInTime(worker.process, deadline)) {
         worker.process.signal(SIGKILL);
       }
       ::waitpid(worker.pid, nullptr, 0);
     }
   } catch (const std::exception&) {
-    // Whoever is left ends by itself when its connection closes.
+    // A worker that is left ends by itself when its connection closes.
   }
 }
 

@@ -18,7 +18,7 @@ namespace sim {
 /** A descriptor that a worker found open at its start. */
 struct OpenDescriptor {
   int number;
-  std::string target;  ///< what /proc tells of it: a path, "socket:[...]", "pipe:[...]"
+  std::string target;  ///< as /proc shows it: a path, "socket:[...]", "pipe:[...]"
 
   bool operator==(const OpenDescriptor&) const = default;
 };
@@ -38,7 +38,7 @@ struct WorkerStart {
   std::string workingDirectory;
 };
 
-/** A worker that the daemon has started: a stand-in that runs until it is told how to end. */
+/** A worker that the daemon has started: a stand-in that runs until it is ordered to end. */
 class Worker {
  public:
   Worker(WorkerStart started, Descriptor connection);
@@ -48,11 +48,11 @@ class Worker {
   /** The last argument: the device's path (or, for keyboards, the minor number). */
   [[nodiscard]] const std::string& device() const { return start.arguments.back(); }
 
-  /** Tells the worker to exit; the daemon learns of it a moment later. */
+  /** Orders the worker to exit; the daemon notices a moment later. */
   void exitWith(int status);
-  /** Tells the worker to kill itself with a signal. */
+  /** Orders the worker to kill itself with a signal. */
   void dieBy(int signal);
-  /** Waits until the worker has ended, by whatever cause. */
+  /** Waits until the worker has ended, by any cause. */
   void waitForEnd(const Deadline& deadline = {});
   [[nodiscard]] bool isRunning();
 
@@ -66,14 +66,15 @@ class Worker {
 
 /** Puts the stand-in program at `path` (a directory of the unit), under the name that the daemon executes. */
 void installWorkerStandin(const std::string& path);
+/** Puts it under the names of the unit's three workers into a directory that is on the daemon's PATH. */
+void installUsualWorkers();
 
-/** Hears every worker of the unit. Workers are handed out in the order in which they were started, each once.
- */
+/** All workers of the unit, returned in the order in which they were started, each once. */
 class Workers {
  public:
   Workers();
 
-  /** The next worker that has not been handed out. It belongs to the board and lives as long as that. */
+  /** The next worker that was not returned before. The reference lives as long as this object. */
   Worker& waitForWorker(const Deadline& deadline = {});
   /** The next one whose last argument is this; others wait for their turn. */
   Worker& waitForWorkerOf(const std::string& device, const Deadline& deadline = {});
@@ -87,20 +88,20 @@ class Workers {
  private:
   [[nodiscard]] bool isOldest(const Worker& worker) const;
   [[nodiscard]] bool hasReported(pid_t process) const;
-  Worker& handOut(Worker& worker);
-  /** A stand-in at its end. */
-  struct Leaving {
+  Worker& take(Worker& worker);
+  /** A stand-in that was ordered to end. */
+  struct EndingWorker {
     pid_t pid;
     ProcessHandle process;
   };
 
   void acceptReported();
-  std::vector<Leaving> dismissAll();
+  std::vector<EndingWorker> dismissAll();
   [[nodiscard]] std::string describe() const;
 
   Descriptor listener_;
   std::list<Worker> workers_;
-  std::vector<Worker*> waiting_;  ///< reported, not handed out; the oldest first
+  std::vector<Worker*> waiting_;  ///< reported, not returned yet; the oldest first
   StateReport stateReport_;
 };
 

@@ -4,8 +4,8 @@
 #include "support/wrapped_names.h"
 
 /**
- * Defines `library::name`, through which the calls of a C function go: the linker's --wrap=FUNCTION makes them
- * calls of __wrap_FUNCTION, and __real_FUNCTION the function. For example:
+ * Defines `library::name`, through which the calls of a C function go: the linker's --wrap=FUNCTION makes
+ * them calls of __wrap_FUNCTION, and __real_FUNCTION the function. For example:
  *
  *     WRAPPED_CALL(int, close, close, (int fd), (fd))
  */

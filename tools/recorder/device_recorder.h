@@ -13,7 +13,7 @@ namespace recorder {
 /** How long a recorder waits, in seconds. */
 struct RecorderPatience {
   double quiet = 2;    ///< without any event: then the kernel has done everything
-  double limit = 300;  ///< for somebody to plug the device in or take it out, and for that quiet
+  double limit = 300;  ///< for the device to be plugged in or taken out, and for that quiet
 };
 
 /**
@@ -25,7 +25,7 @@ struct RecorderPatience {
  *   recorder.recordUnplug();  // meanwhile somebody takes it out
  *   recorder::writeRecording(recorder.recording(), recorder::kernelRelease(), "devices/speaker");
  *
- * Both throw Error when nobody does, and when events were lost.
+ * Both throw Error when that does not happen, and when events were lost.
  */
 class DeviceRecorder {
  public:

@@ -14,7 +14,7 @@ namespace {
 constexpr int failed = 1;
 constexpr int wrongUse = 2;
 
-/** What is known of a device that nobody has described. */
+/** The description of a device that was recorded without one. */
 std::string descriptionOf(const recorder::DeviceRecording& recording) {
   return recording.product.empty() ? "device without a product text" : recording.product;
 }

@@ -17,7 +17,7 @@ class UeventListener {
   /** Waits until at least one event is there; false when the deadline passes first. Throws Error when events
    * were lost. */
   [[nodiscard]] bool waitForEvents(std::chrono::steady_clock::time_point deadline);
-  /** Hands out the events that have come, in their order. */
+  /** Returns the events that have come, in their order. */
   [[nodiscard]] std::vector<HeardEvent> take();
 
  private:

@@ -1,4 +1,4 @@
-// In which order the kernel announces a device and what belongs to it, as the daemon hears it.
+// In which order the kernel announces a device and what belongs to it, as the daemon receives it.
 
 #include <algorithm>
 #include <iterator>
@@ -10,19 +10,19 @@ namespace {
 
 class Announcements : public ReceiverUnit {
  protected:
-  /** Those of `expected` that the daemon has heard, in the order in which it has heard them. */
-  [[nodiscard]] Lines heardOf(const Lines& expected) const {
+  /** Those of `expected` that the daemon has logged, in the order in which it has logged them. */
+  [[nodiscard]] Lines loggedOf(const Lines& expected) const {
     const Lines messages = daemon->messages();
-    Lines heard;
-    std::copy_if(messages.begin(), messages.end(), std::back_inserter(heard),
+    Lines logged;
+    std::copy_if(messages.begin(), messages.end(), std::back_inserter(logged),
                  [&](const std::string& message) {
                    return std::find(expected.begin(), expected.end(), message) != expected.end();
                  });
-    return heard;
+    return logged;
   }
 
   static std::string line(const std::string& action, const std::string& directory) {
-    return "[rx_ctrl] " + action + " " + directory.substr(4);
+    return contract::debug::tag + contract::debug::event(action, devpathOf(directory));
   }
 
   /** The directory of a device's first interface. */
@@ -37,7 +37,7 @@ TEST_F(Announcements, OfADiskEndWithItsNode) {
   const std::string interface = interfaceOf(device);
   const Lines expected{line("add", device.directory), line("add", interface), line("bind", interface),
                        line("bind", device.directory), line("add", storageNode())};
-  EXPECT_EQ(heardOf(expected), expected);
+  EXPECT_EQ(loggedOf(expected), expected);
 }
 
 TEST_F(Announcements, OfAKeyboardHaveItsNodeBeforeItsInterfaceIsBound) {
@@ -47,7 +47,7 @@ TEST_F(Announcements, OfAKeyboardHaveItsNodeBeforeItsInterfaceIsBound) {
   const Lines expected{line("add", device.directory), line("add", interface),
                        line("add", interface + "/usbmisc/hiddev0"), line("bind", interface),
                        line("bind", device.directory)};
-  EXPECT_EQ(heardOf(expected), expected);
+  EXPECT_EQ(loggedOf(expected), expected);
 }
 
 TEST_F(Announcements, OfAKeyboardThatGoesBeginWithItsNode) {
@@ -58,7 +58,7 @@ TEST_F(Announcements, OfAKeyboardThatGoesBeginWithItsNode) {
   const Lines expected{line("remove", interface + "/usbmisc/hiddev0"), line("unbind", interface),
                        line("remove", interface), line("unbind", device.directory),
                        line("remove", device.directory)};
-  EXPECT_EQ(heardOf(expected), expected);
+  EXPECT_EQ(loggedOf(expected), expected);
 }
 
 }  // namespace

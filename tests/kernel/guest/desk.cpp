@@ -11,7 +11,7 @@ namespace guest {
 
 namespace {
 
-/** What the machine tells this system of itself on the kernel's command line. */
+/** A setting of the machine, from the kernel's command line. */
 std::string fromCommandLine(const char* name) {
   const char* value = std::getenv(name);
   if (value == nullptr) {

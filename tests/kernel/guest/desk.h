@@ -28,8 +28,9 @@ struct Socket {
 struct PluggedDevice {
   EmulatedDevice device;
   Socket socket;
-  std::string id;         ///< the machine's name of it
-  std::string directory;  ///< the device's own, beginning with "/sys/devices/"; empty before the kernel tells
+  std::string id;  ///< the machine's name of it
+  std::string
+      directory;  ///< the device's own, beginning with "/sys/devices/"; empty before the kernel announces it
 };
 
 /** The user's desk: devices are plugged into the machine and taken out by hand. */
@@ -40,8 +41,6 @@ class Desk {
   ~Desk();
   Desk(const Desk&) = delete;
   Desk& operator=(const Desk&) = delete;
-  Desk(Desk&&) = delete;
-  Desk& operator=(Desk&&) = delete;
 
   /** Returns when the kernel has announced the device and everything that it knows of it at once; a disk's
    * nodes follow. */

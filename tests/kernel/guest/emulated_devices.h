@@ -14,7 +14,7 @@ struct MachineCommand {
 /** One of the emulator's USB devices. */
 struct EmulatedDevice {
   std::string driver;           ///< what the emulator calls it
-  std::string product;          ///< the text that the device tells of itself
+  std::string product;          ///< the device's product text
   std::string properties = {};  ///< further members of the command that makes it: ", \"NAME\": VALUE"...
   std::vector<MachineCommand> before = {};         ///< makes what the device needs
   std::vector<MachineCommand> after = {};          ///< completes it

@@ -12,9 +12,11 @@ class End : public ReceiverUnit {
  protected:
   End() {
     start({"--class=scsi"});
-    generic = &workerOf(plug(mouse(), fullSpeedSocket(1)).directory);
+    device = plug(mouse(), fullSpeedSocket(1));
+    generic = &genericWorkerOf(device);
     plug(disk(), highSpeedSocket(1));
-    storage = &workerOf(storageNode());
+    node = storageNode();
+    storage = &storageWorkerOf(node);
   }
 
   void expectThatTheStorageWorkerAloneLivesOn() {
@@ -22,6 +24,8 @@ class End : public ReceiverUnit {
     EXPECT_TRUE(storage->isRunning());
   }
 
+  PluggedDevice device;
+  std::string node;
   sim::Worker* generic = nullptr;
   sim::Worker* storage = nullptr;
 };
@@ -43,8 +47,7 @@ TEST_F(End, LetsTheNextDaemonStartWithTheDevicesThatAreThere) {
   EXPECT_EQ(daemon->waitForExit(), sim::ProcessEnd::exited(0));
   generic->waitForEnd();
   start({"--class=scsi"});
-  EXPECT_EQ(workers.waitForWorkerOf(generic->device()).start.arguments, genericWorker(generic->device()));
-  EXPECT_EQ(workers.waitForWorkerOf(storage->device()).start.arguments, storageWorker(storage->device()));
+  expectGenericAndStorageWorker(device, node);
 }
 
 }  // namespace

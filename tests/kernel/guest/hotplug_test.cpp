@@ -43,8 +43,8 @@ TEST_P(EverySort, IsAttachedAndAnnouncedByItsName) {
   start();
   deliver();
   const PluggedDevice device = plug(GetParam().device(), GetParam().socket(1));
-  EXPECT_EQ(workerOf(device.directory).start.arguments, genericWorker(device.directory));
-  EXPECT_EQ(display.takeWrites(), Lines{device.device.product + " attached\n"});
+  genericWorkerOf(device);
+  EXPECT_EQ(display.takeWrites(), Lines{attached(device.device)});
 }
 
 class EveryController : public ReceiverUnit, public testing::WithParamInterface<std::string> {};
@@ -55,29 +55,29 @@ INSTANTIATE_TEST_SUITE_P(Machine, EveryController, testing::ValuesIn(controllers
 TEST_P(EveryController, AttachesADeviceAndLetsItGo) {
   start();
   const PluggedDevice device = plug(keyboard(), socketOf(GetParam()));
-  sim::Worker& worker = workerOf(device.directory);
+  sim::Worker& worker = genericWorkerOf(device);
   takeOut(device);
   worker.exitWith(0);
-  daemon->waitForLine("device " + device.directory + " has gone");
+  daemon->waitForLine(contract::debug::gone(device.directory));
   EXPECT_TRUE(daemon->children().empty());
 }
 
 TEST_F(Hotplug, AttachesADeviceAgainThatIsPluggedInAgain) {
   start();
   const PluggedDevice first = plug(mouse(), fullSpeedSocket(1));
-  sim::Worker& worker = workerOf(first.directory);
+  sim::Worker& worker = genericWorkerOf(first);
   takeOut(first);
   worker.exitWith(0);
-  daemon->waitForLine("has gone");
+  daemon->waitForLine(contract::debug::gone(first.directory));
   const PluggedDevice second = plug(mouse(), fullSpeedSocket(1));
   EXPECT_EQ(second.directory, first.directory);
-  EXPECT_EQ(workerOf(second.directory).start.arguments, genericWorker(second.directory));
+  genericWorkerOf(second);
 }
 
 TEST_F(Hotplug, LeavesTheWorkerOfADeviceThatHasGoneToEndByItself) {
   start();
   const PluggedDevice device = plug(mouse(), fullSpeedSocket(1));
-  const sim::Worker& worker = workerOf(device.directory);
+  const sim::Worker& worker = genericWorkerOf(device);
   takeOut(device);
   settleEverySource();
   EXPECT_EQ(daemon->children(), std::vector<pid_t>{worker.start.pid});
@@ -87,15 +87,15 @@ TEST_F(Hotplug, StartsOneWorkerForADeviceHoweverManyEventsItBrings) {
   start();
   const PluggedDevice device = plug(keyboard(), fullSpeedSocket(1));
   settleEverySource();
-  workerOf(device.directory);
+  genericWorkerOf(device);
   EXPECT_EQ(workers.count(), 1U);
-  EXPECT_TRUE(daemon->hasLine("[rx_ctrl] bind " + device.directory.substr(4)));
+  EXPECT_TRUE(hasMessage(contract::debug::event("bind", devpathOf(device.directory))));
 }
 
 TEST_F(Hotplug, StartsNoWorkerForAHub) {
   start();
   plug(hub(), fullSpeedSocket(1));
-  EXPECT_TRUE(daemon->hasLine("[rx_ctrl] this is a hub device"));
+  EXPECT_TRUE(hasMessage(contract::debug::hub));
   EXPECT_TRUE(daemon->children().empty());
 }
 
@@ -106,7 +106,7 @@ TEST_F(Hotplug, AttachesADeviceBehindAHub) {
   settle();
   EXPECT_TRUE(
       device.directory.ends_with("-1/" + outer.directory.substr(outer.directory.rfind('/') + 1) + ".2"));
-  EXPECT_EQ(workerOf(device.directory).start.arguments, genericWorker(device.directory));
+  genericWorkerOf(device);
 }
 
 TEST_F(Hotplug, AttachesADeviceBehindTwoHubs) {
@@ -116,7 +116,7 @@ TEST_F(Hotplug, AttachesADeviceBehindTwoHubs) {
   const PluggedDevice device = desk.plugBehind(inner, 3, keyboard());
   settle();
   EXPECT_TRUE(device.directory.starts_with(inner.directory + "/"));
-  EXPECT_EQ(workerOf(device.directory).start.arguments, genericWorker(device.directory));
+  genericWorkerOf(device);
 }
 
 TEST_F(Hotplug, SeesEverythingGoThatIsBehindAHub) {
@@ -150,12 +150,7 @@ TEST_F(Hotplug, CatchesUpWithWhatHasHappenedWhileTheDaemonWasBusy) {
   desk.takeOut(gone);
   daemon->signal(SIGCONT);
   settle();
-  EXPECT_EQ(daemon->children().size(), here.size());
-  std::set<std::string> served;
-  for (std::size_t i = 0; i < here.size(); ++i) {
-    served.insert(workers.waitForWorker().device());
-  }
-  EXPECT_EQ(served, here);
+  expectServed(here);
 }
 
 TEST_F(Hotplug, UsesTheProgramThatIsConfiguredForGenericWorkers) {
@@ -163,7 +158,7 @@ TEST_F(Hotplug, UsesTheProgramThatIsConfiguredForGenericWorkers) {
   configure("\n[apps]\nquor_usb_rx_generic = /opt/other/worker\n");
   start();
   const PluggedDevice device = plug(mouse(), fullSpeedSocket(1));
-  EXPECT_EQ(workerOf(device.directory).program(), "/opt/other/worker");
+  EXPECT_EQ(workers.waitForWorkerOf(device.directory).program(), "/opt/other/worker");
 }
 
 }  // namespace

@@ -91,7 +91,7 @@ void KernelEvents::readAll() {
 }
 
 std::string KernelEvents::describe() const {
-  std::string text = "uevents that nobody has waited for:\n";
+  std::string text = "uevents that nothing has waited for:\n";
   for (const KernelEvent& event : events_) {
     text += "  " + event.action + " " + event.directory + "\n";
   }

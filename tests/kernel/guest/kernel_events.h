@@ -28,13 +28,12 @@ inline const KernelEventSort usbDeviceBound{"bind", "DEVTYPE", "usb_device"};
 inline const KernelEventSort storageNodeAdded{"add", "SUBSYSTEM", "scsi_generic"};
 inline const KernelEventSort hidNodeAdded{"add", "SUBSYSTEM", "usbmisc"};
 
-/** Hears the kernel's uevents beside the daemon, and apart from it: tells when the kernel has done its part.
- */
+/** Receives the kernel's uevents beside the daemon, to wait until the kernel has done its part. */
 class KernelEvents {
  public:
   KernelEvents();
 
-  /** Waits for an event of this sort; hands out the oldest that was not handed out before. */
+  /** Waits for an event of this sort; returns the oldest that was not returned before. */
   KernelEvent waitFor(const KernelEventSort& sort);
   /** Waits until the kernel has announced that a directory (beginning with "/sys") has gone. */
   void waitForRemovalOf(const std::string& directory);
@@ -47,7 +46,7 @@ class KernelEvents {
 
   sim::Descriptor socket_;
   sim::Background source_;
-  std::deque<KernelEvent> events_;  ///< heard, not handed out
+  std::deque<KernelEvent> events_;  ///< received, not returned yet
   sim::StateReport stateReport_;
 };
 

@@ -14,13 +14,6 @@ class Keyboards : public ReceiverUnit {
   static inline const Lines served{"--class=keyboard"};
 };
 
-TEST_F(Keyboards, AreNotLeftToTheGenericWorker) {
-  start(served);
-  plug(keyboard(), highSpeedSocket(1));
-  EXPECT_TRUE(daemon->hasLine("[rx_ctrl] this is a keyboard device"));
-  EXPECT_TRUE(daemon->children().empty());
-}
-
 TEST_F(Keyboards, HaveANodeOfAClassThatIsNotUsb) {
   desk.plug(keyboard(), highSpeedSocket(1));
   const std::string node = desk.events.waitFor(hidNodeAdded).directory;
@@ -30,34 +23,35 @@ TEST_F(Keyboards, HaveANodeOfAClassThatIsNotUsb) {
   EXPECT_TRUE(sim::readFile(node + "/uevent").ends_with("\nDEVNAME=usb/hiddev0\n"));
 }
 
-TEST_F(Keyboards, GetNoWorkerForSuchANode) {
+TEST_F(Keyboards, GetNoWorkerForSuchANodeNorAGenericOne) {
   start(served);
   plug(keyboard(), highSpeedSocket(1));
   const std::string node = desk.events.waitFor(hidNodeAdded).directory;
   settle();
-  EXPECT_TRUE(daemon->hasLine("[rx_ctrl] add " + node.substr(4)));
-  EXPECT_TRUE(daemon->hasLine("[rx_ctrl] subsystem is 'usbmisc'"));
+  EXPECT_TRUE(hasMessage(contract::debug::keyboard));
+  EXPECT_TRUE(hasMessage(contract::debug::event("add", devpathOf(node))));
+  EXPECT_TRUE(hasMessage(contract::debug::subsystem("usbmisc")));
   EXPECT_TRUE(daemon->children().empty());
 }
 
 TEST_F(Keyboards, GetNoWorkerAtTheStartEither) {
   desk.plug(keyboard(), highSpeedSocket(1));
   start(served);
-  EXPECT_TRUE(daemon->hasLine("[rx_ctrl] this is a keyboard device"));
-  EXPECT_FALSE(daemon->hasLine("coldplugging keyboards"));
+  EXPECT_TRUE(hasMessage(contract::debug::keyboard));
+  EXPECT_FALSE(hasMessage(contract::debug::coldpluggingKeyboards));
   EXPECT_TRUE(daemon->children().empty());
 }
 
 TEST_F(Keyboards, AreAloneInThat) {
   start(served);
   const PluggedDevice device = plug(mouse(), highSpeedSocket(1));
-  EXPECT_EQ(workerOf(device.directory).start.arguments, genericWorker(device.directory));
+  genericWorkerOf(device);
 }
 
 TEST_F(Keyboards, AreLeftToTheGenericWorkerWhereTheyAreNotServed) {
   start({"--class=scsi"});
   const PluggedDevice device = plug(keyboard(), highSpeedSocket(1));
-  EXPECT_EQ(workerOf(device.directory).start.arguments, genericWorker(device.directory));
+  genericWorkerOf(device);
 }
 
 }  // namespace

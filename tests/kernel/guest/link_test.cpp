@@ -10,7 +10,7 @@ namespace {
 
 class Link : public ReceiverUnit {};
 
-const std::string refused = "High speed QEMU USB Tablet is not supported on a full speed only port\n";
+const std::string refused = contract::display::highSpeed(tablet().product) + "\n";
 
 TEST_F(Link, OfFullSpeedTakesNoHighSpeedDevice) {
   start({}, "full");
@@ -29,7 +29,7 @@ TEST_F(Link, OfFullSpeedTakesNoHighSpeedDeviceThatIsThereAtTheStart) {
 TEST_F(Link, OfFullSpeedTakesTheSameDeviceInASlowerPort) {
   start({}, "full");
   const PluggedDevice device = plug(tablet(), fullSpeedSocket(1));
-  EXPECT_EQ(workerOf(device.directory).start.arguments, genericWorker(device.directory));
+  genericWorkerOf(device);
   EXPECT_EQ(display.takeWrites(), nothing);
 }
 
@@ -38,12 +38,12 @@ TEST_F(Link, ThatDropsToFullSpeedGivesHighSpeedDevicesUpAndKeepsTheOthers) {
   deliver("high");
   const PluggedDevice fast = plug(tablet(), highSpeedSocket(1));
   const PluggedDevice slow = plug(mouse(), fullSpeedSocket(1));
-  sim::Worker& ofFast = workerOf(fast.directory);
-  sim::Worker& ofSlow = workerOf(slow.directory);
+  sim::Worker& ofFast = genericWorkerOf(fast);
+  sim::Worker& ofSlow = genericWorkerOf(slow);
   display.takeWrites();
   deliver("full");
   ofFast.waitForEnd();
-  EXPECT_EQ(display.waitForWrite(), "QEMU USB Mouse attached\n");
+  EXPECT_EQ(display.waitForWrite(), attached(mouse()));
   EXPECT_EQ(display.waitForWrite(), refused);
   settleEverySource();
   EXPECT_TRUE(ofSlow.isRunning());
@@ -59,7 +59,7 @@ TEST_F(Link, OfFullSpeedTakesADeviceOfSuperSpeed) {
   start({}, "full");
   const PluggedDevice device = plug(disk(), socketOf("xhci"));
   EXPECT_EQ(sim::readFile(device.directory + "/speed"), "5000\n");
-  EXPECT_EQ(workerOf(device.directory).start.arguments, genericWorker(device.directory));
+  genericWorkerOf(device);
   EXPECT_EQ(display.takeWrites(), nothing);
 }
 
@@ -68,13 +68,12 @@ TEST_F(Link, ThatDropsToFullSpeedEndsADaemonThatServesADisk) {
   start({"--class=scsi"});
   plug(disk(), highSpeedSocket(1));
   const std::string node = storageNode();
-  workerOf(node);
+  storageWorkerOf(node);
   sim::LinkManager manager;
-  sim::LinkParameters parameters;
-  parameters.speed = "full";
-  manager.configure(parameters);
+  manager.configure({.speed = "full"});
   EXPECT_EQ(daemon->waitForExit(), sim::ProcessEnd::exited(1));
-  EXPECT_TRUE(daemon->hasLine("No such file or directory while open(\"" + node + "/speed\")"));
+  EXPECT_TRUE(daemon->hasLine(
+      contract::error::whileCalling("No such file or directory", "open(\"" + node + "/speed\")")));
 }
 
 TEST_F(Link, ThatBecomesFastTakesAHighSpeedDeviceThatIsPluggedInAgain) {
@@ -82,8 +81,8 @@ TEST_F(Link, ThatBecomesFastTakesAHighSpeedDeviceThatIsPluggedInAgain) {
   takeOut(plug(tablet(), highSpeedSocket(1)));
   deliver("high");
   const PluggedDevice device = plug(tablet(), highSpeedSocket(1));
-  EXPECT_EQ(workerOf(device.directory).start.arguments, genericWorker(device.directory));
-  EXPECT_EQ(display.takeWrites(), (Lines{refused, "QEMU USB Tablet attached\n"}));
+  genericWorkerOf(device);
+  EXPECT_EQ(display.takeWrites(), (Lines{refused, attached(tablet())}));
 }
 
 TEST_F(Link, TellsWorkersWhatTheLinkManagerHasDelivered) {
@@ -92,7 +91,7 @@ TEST_F(Link, TellsWorkersWhatTheLinkManagerHasDelivered) {
   manager.send("other 7000 high wlan0 IN OUT");
   settleEverySource();
   const PluggedDevice device = plug(mouse(), fullSpeedSocket(1));
-  EXPECT_EQ(workerOf(device.directory).start.arguments,
+  EXPECT_EQ(workers.waitForWorker().start.arguments,
             (Lines{"usb_rx_generic", "--keys", "IN", "OUT", "wlan0", "other", "7000", device.directory}));
 }
 
@@ -101,7 +100,7 @@ TEST_F(Link, ThatIsDeliveredAnnouncesWhatIsPluggedIn) {
   start();
   EXPECT_EQ(display.takeWrites(), nothing);
   deliver();
-  EXPECT_EQ(display.takeWrites(), Lines{"QEMU USB Mouse attached\n"});
+  EXPECT_EQ(display.takeWrites(), Lines{attached(mouse())});
 }
 
 }  // namespace

@@ -14,10 +14,10 @@ namespace guest {
 
 namespace {
 
-/** A byte at which the monitor gives up a text that it has heard in part. */
+/** A byte at which the monitor drops a text that it has received in part. */
 constexpr const char* startAnew = "\xff\n";
 
-/** Without echo, and with reads that take what is there: the monitor must not hear its own words. */
+/** Without echo, and with reads that take what is there: the monitor must not read its own output. */
 void makeRaw(const sim::Descriptor& port) {
   termios settings{};
   if (::tcgetattr(port.get(), &settings) != 0) {

@@ -19,9 +19,7 @@ constexpr const char* settlingDevice = "/devices/virtual/mem/null";
 }  // namespace
 
 ReceiverUnit::ReceiverUnit() {
-  for (const char* name : {"usb_rx_keyboard", "usb_rx_scsi", "usb_rx_generic"}) {
-    sim::installWorkerStandin(std::string("/sim/bin/") + name);
-  }
+  sim::installUsualWorkers();
   display.makeFifo();
   display.openReader();
 }
@@ -43,20 +41,16 @@ sim::Daemon& ReceiverUnit::start(const Lines& options, const std::string& speed)
   arguments.insert(arguments.end(), {"transmitter", "5000", speed});
   daemon = std::make_unique<sim::Daemon>(arguments);
   display.follow(daemon->pid());
-  waitUntilDisplayKnowsItsWriter();
-  daemon->waitForLine("[rx_ctrl] hotplugging new devices");
-  return *daemon;
-}
-
-void ReceiverUnit::waitUntilDisplayKnowsItsWriter() {
   const sim::Background wakeAtEnd(daemon->endEvents(), [] {});
   sim::waitUntil("the daemon at its display", {},
                  [this] { return display.isOpened() || !daemon->isRunning(); });
+  daemon->waitForLine(std::string(contract::debug::tag) + contract::debug::hotplugging);
+  return *daemon;
 }
 
 void ReceiverUnit::settle() {
   sim::writeFile(std::string("/sys") + settlingDevice + "/uevent", "change");
-  daemon->waitForLine(std::string("[rx_ctrl] change ") + settlingDevice);
+  daemon->waitForLine(contract::debug::tag + contract::debug::event("change", settlingDevice));
 }
 
 void ReceiverUnit::settleEverySource() {
@@ -66,9 +60,7 @@ void ReceiverUnit::settleEverySource() {
 
 sim::LinkManager& ReceiverUnit::deliver(const std::string& speed) {
   managers_.push_back(std::make_unique<sim::LinkManager>());
-  sim::LinkParameters parameters;
-  parameters.speed = speed;
-  managers_.back()->configure(parameters);
+  managers_.back()->configure({.speed = speed});
   settleEverySource();
   return *managers_.back();
 }
@@ -90,21 +82,56 @@ std::string ReceiverUnit::storageNode() {
   return directory;
 }
 
-sim::Worker& ReceiverUnit::workerOf(const std::string& directory) {
-  sim::Worker& worker = workers.waitForWorker();
-  EXPECT_EQ(worker.device(), directory);
-  return worker;
-}
+namespace {
 
-Lines genericWorker(const std::string& directory, const Lines& options) {
+Lines genericArguments(const PluggedDevice& device, const Lines& options) {
   Lines arguments{"usb_rx_generic"};
   arguments.insert(arguments.end(), options.begin(), options.end());
-  arguments.insert(arguments.end(), {"eth1", "transmitter", "5000", directory});
+  arguments.insert(arguments.end(), {"eth1", "transmitter", "5000", device.directory});
   return arguments;
 }
 
-Lines storageWorker(const std::string& node) {
+Lines storageArguments(const std::string& node) {
   return {"usb_rx_scsi", "eth1", "transmitter", "5002", node};
+}
+
+}  // namespace
+
+sim::Worker& ReceiverUnit::genericWorkerOf(const PluggedDevice& device, const Lines& options) {
+  sim::Worker& worker = workers.waitForWorker();
+  EXPECT_EQ(worker.start.arguments, genericArguments(device, options));
+  return worker;
+}
+
+sim::Worker& ReceiverUnit::storageWorkerOf(const std::string& node) {
+  sim::Worker& worker = workers.waitForWorker();
+  EXPECT_EQ(worker.start.arguments, storageArguments(node));
+  return worker;
+}
+
+void ReceiverUnit::expectGenericAndStorageWorker(const PluggedDevice& device, const std::string& node) {
+  EXPECT_EQ(workers.waitForWorkerOf(device.directory).start.arguments, genericArguments(device, {}));
+  EXPECT_EQ(workers.waitForWorkerOf(node).start.arguments, storageArguments(node));
+}
+
+void ReceiverUnit::expectServed(const std::set<std::string>& devices) {
+  EXPECT_EQ(daemon->children().size(), devices.size());
+  std::set<std::string> served;
+  while (served.size() < devices.size() && served.insert(workers.waitForWorker().device()).second) {
+  }
+  EXPECT_EQ(served, devices);
+}
+
+bool ReceiverUnit::hasMessage(const std::string& text) const {
+  return daemon->hasLine(contract::debug::tag + text);
+}
+
+std::string devpathOf(const std::string& directory) {
+  return directory.substr(sizeof("/sys") - 1);
+}
+
+std::string attached(const EmulatedDevice& device) {
+  return contract::display::attached(device.product) + "\n";
 }
 
 }  // namespace guest

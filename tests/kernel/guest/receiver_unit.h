@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "kernel/guest/desk.h"
+#include "sim/contract.h"
 #include "sim/daemon.h"
 #include "sim/display.h"
 #include "sim/link_manager.h"
@@ -29,8 +31,6 @@ class ReceiverUnit : public testing::Test {
   ~ReceiverUnit() override;
   ReceiverUnit(const ReceiverUnit&) = delete;
   ReceiverUnit& operator=(const ReceiverUnit&) = delete;
-  ReceiverUnit(ReceiverUnit&&) = delete;
-  ReceiverUnit& operator=(ReceiverUnit&&) = delete;
 
  protected:
   ReceiverUnit();
@@ -56,8 +56,17 @@ class ReceiverUnit : public testing::Test {
   /** Waits for the node by which a disk's commands are sent, and for the daemon to have handled it. */
   std::string storageNode();
 
-  /** The worker of a device or node, which must be the next to report. */
-  sim::Worker& workerOf(const std::string& directory);
+  /** The next worker, which must be the generic one of this device, with these options before the usual arguments. */
+  sim::Worker& genericWorkerOf(const PluggedDevice& device, const Lines& options = {});
+  /** The next worker, which must be the storage worker of this node. */
+  sim::Worker& storageWorkerOf(const std::string& node);
+  /** The next two workers must be these, in either order. */
+  void expectGenericAndStorageWorker(const PluggedDevice& device, const std::string& node);
+  /** These devices and nodes have one worker each, and nothing else has any. */
+  void expectServed(const std::set<std::string>& devices);
+
+  /** Whether the daemon has logged this debug message. */
+  [[nodiscard]] bool hasMessage(const std::string& text) const;
 
   Desk desk;
   sim::Workers workers;
@@ -65,14 +74,12 @@ class ReceiverUnit : public testing::Test {
   std::unique_ptr<sim::Daemon> daemon;
 
  private:
-  void waitUntilDisplayKnowsItsWriter();
-
   std::vector<std::unique_ptr<sim::LinkManager>> managers_;
 };
 
-/** How the generic worker of a device is started, with these options before the usual arguments. */
-Lines genericWorker(const std::string& directory, const Lines& options = {});
-/** How the storage worker of a node is started. */
-Lines storageWorker(const std::string& node);
+/** The DEVPATH of a directory that begins with "/sys". */
+std::string devpathOf(const std::string& directory);
+/** The line of the display for a device that has been attached. */
+std::string attached(const EmulatedDevice& device);
 
 }  // namespace guest

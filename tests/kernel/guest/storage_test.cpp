@@ -6,37 +6,42 @@ namespace guest {
 namespace {
 
 // The kernel fills vendor (8 characters) and model (16) up with blanks.
-const std::string attached = "QEMU     QEMU HARDDISK    attached\n";
+const std::string diskAttached = contract::display::attached("QEMU     QEMU HARDDISK   ") + "\n";
 
 class Storage : public ReceiverUnit {
  protected:
   static inline const Lines served{"--class=scsi"};
+
+  /** The node of a disk that is plugged in where storage has workers. */
+  std::string startWithDisk(const Socket& socket = highSpeedSocket(1)) {
+    start(served);
+    plug(disk(), socket);
+    return storageNode();
+  }
 };
 
 TEST_F(Storage, OfABulkOnlyDiskGetsAStorageWorkerForItsNode) {
   start(served);
   const PluggedDevice device = plug(disk(), highSpeedSocket(1));
-  EXPECT_TRUE(daemon->hasLine("[rx_ctrl] this is a storage device"));
+  EXPECT_TRUE(hasMessage(contract::debug::storage));
   const std::string node = storageNode();
   EXPECT_TRUE(node.starts_with(device.directory + "/"));
   EXPECT_TRUE(node.ends_with("/scsi_generic/sg0"));
-  EXPECT_EQ(workerOf(node).start.arguments, storageWorker(node));
+  storageWorkerOf(node);
   EXPECT_EQ(workers.count(), 1U);
 }
 
 TEST_F(Storage, IsAnnouncedByVendorAndModel) {
-  start(served);
-  plug(disk(), highSpeedSocket(1));
-  storageNode();
-  EXPECT_EQ(display.waitForWrite(), attached);
+  startWithDisk();
+  EXPECT_EQ(display.waitForWrite(), diskAttached);
 }
 
 TEST_F(Storage, IsFoundAtTheStart) {
   desk.plug(disk(), highSpeedSocket(1));
   const std::string node = desk.events.waitFor(storageNodeAdded).directory;
   start(served);
-  EXPECT_EQ(workerOf(node).start.arguments, storageWorker(node));
-  EXPECT_EQ(display.takeWrites(), Lines{attached});
+  storageWorkerOf(node);
+  EXPECT_EQ(display.takeWrites(), Lines{diskAttached});
   EXPECT_EQ(daemon->children().size(), 1U);
 }
 
@@ -46,16 +51,13 @@ TEST_F(Storage, OfADeviceWithTwoDisksGetsTwoStorageWorkers) {
   const std::string first = storageNode();
   const std::string second = storageNode();
   EXPECT_NE(first, second);
-  EXPECT_EQ(workerOf(first).start.arguments, storageWorker(first));
-  EXPECT_EQ(workerOf(second).start.arguments, storageWorker(second));
+  storageWorkerOf(first);
+  storageWorkerOf(second);
   EXPECT_EQ(workers.count(), 2U);
 }
 
 TEST_F(Storage, OfAFullSpeedDiskIsServedAlike) {
-  start(served);
-  plug(disk(), fullSpeedSocket(1));
-  const std::string node = storageNode();
-  EXPECT_EQ(workerOf(node).start.arguments, storageWorker(node));
+  storageWorkerOf(startWithDisk(fullSpeedSocket(1)));
 }
 
 // The device is no bulk-only one, so it is left to the generic worker; its disk has a node as any other.
@@ -63,25 +65,21 @@ TEST_F(Storage, OfAUasDiskGetsAGenericWorkerAndAStorageWorker) {
   start(served);
   const PluggedDevice device = plug(uasDisk(), highSpeedSocket(1));
   const std::string node = storageNode();
-  EXPECT_EQ(workers.waitForWorkerOf(device.directory).start.arguments, genericWorker(device.directory));
-  EXPECT_EQ(workers.waitForWorkerOf(node).start.arguments, storageWorker(node));
-  EXPECT_EQ(display.takeWrites(), Lines{attached});
+  expectGenericAndStorageWorker(device, node);
+  EXPECT_EQ(display.takeWrites(), Lines{diskAttached});
 }
 
 TEST_F(Storage, IsServedEvenWhereMassStorageIsBlocked) {
   configure("block_mass_storage = yes\n");
-  start(served);
-  plug(disk(), highSpeedSocket(1));
-  const std::string node = storageNode();
-  EXPECT_EQ(workerOf(node).start.arguments, storageWorker(node));
-  EXPECT_EQ(display.takeWrites(), Lines{attached});
+  storageWorkerOf(startWithDisk());
+  EXPECT_EQ(display.takeWrites(), Lines{diskAttached});
 }
 
 TEST_F(Storage, IsLeftToTheGenericWorkerWhereItIsNotServed) {
   start({"--class=keyboard"});
   const PluggedDevice device = plug(disk(), highSpeedSocket(1));
   storageNode();
-  EXPECT_EQ(workerOf(device.directory).start.arguments, genericWorker(device.directory));
+  genericWorkerOf(device);
   EXPECT_EQ(workers.count(), 1U);
 }
 
@@ -89,21 +87,19 @@ TEST_F(Storage, ThatIsTakenOutHasGoneForItsWorker) {
   start(served);
   const PluggedDevice device = plug(disk(), highSpeedSocket(1));
   const std::string node = storageNode();
-  sim::Worker& worker = workerOf(node);
+  sim::Worker& worker = storageWorkerOf(node);
   takeOut(device);
   worker.exitWith(0);
-  daemon->waitForLine("device " + node + " has gone");
+  daemon->waitForLine(contract::debug::gone(node));
   EXPECT_TRUE(daemon->children().empty());
 }
 
 TEST_F(Storage, WhoseWorkerEndsIsServedAnew) {
-  start(served);
-  plug(disk(), highSpeedSocket(1));
-  const std::string node = storageNode();
-  workerOf(node).exitWith(1);
-  EXPECT_EQ(workerOf(node).start.arguments, storageWorker(node));
-  EXPECT_EQ(display.waitForWrite(), attached);
-  EXPECT_EQ(display.waitForWrite(), attached);
+  const std::string node = startWithDisk();
+  storageWorkerOf(node).exitWith(1);
+  storageWorkerOf(node);
+  EXPECT_EQ(display.waitForWrite(), diskAttached);
+  EXPECT_EQ(display.waitForWrite(), diskAttached);
 }
 
 }  // namespace

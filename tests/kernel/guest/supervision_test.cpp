@@ -19,20 +19,19 @@ class Supervision : public ReceiverUnit {
 
 TEST_F(Supervision, RestartsAWorkerThatHasCrashed) {
   const PluggedDevice device = startWithMouse();
-  workerOf(device.directory).dieBy(SIGSEGV);
-  daemon->waitForLine("  terminated due to signal 11");
-  daemon->waitForLine("device " + device.directory + " still present; restarting 1");
-  EXPECT_EQ(workerOf(device.directory).start.arguments, genericWorker(device.directory));
-  EXPECT_EQ(display.waitForWrite(), "QEMU USB Mouse attached\n");
-  EXPECT_EQ(display.waitForWrite(), "QEMU USB Mouse attached\n");
+  genericWorkerOf(device).dieBy(SIGSEGV);
+  daemon->waitForLine(contract::debug::bySignal(SIGSEGV));
+  daemon->waitForLine(contract::debug::restarting(device.directory, 1));
+  genericWorkerOf(device);
+  EXPECT_EQ(display.waitForWrite(), attached(mouse()));
+  EXPECT_EQ(display.waitForWrite(), attached(mouse()));
 }
 
 TEST_F(Supervision, GivesADeviceUpThatCannotBeConfigured) {
   const PluggedDevice device = startWithMouse();
-  EXPECT_EQ(display.waitForWrite(), "QEMU USB Mouse attached\n");
-  workerOf(device.directory).exitWith(5);
-  EXPECT_EQ(display.waitForWrite(),
-            "<0>QEMU USB Mouse cannot be configured; please remove any intermediate hubs and/or device\n");
+  EXPECT_EQ(display.waitForWrite(), attached(mouse()));
+  genericWorkerOf(device).exitWith(5);
+  EXPECT_EQ(display.waitForWrite(), contract::display::cannotBeConfigured(mouse().product) + "\n");
   settleEverySource();
   EXPECT_TRUE(daemon->children().empty());
 }
@@ -41,21 +40,21 @@ TEST_F(Supervision, LetsWorkersWaitForTheTransmitterAfterFiveFailures) {
   configure("connect_fail_timeout = 7\n");
   const PluggedDevice device = startWithMouse();
   for (int i = 0; i < 5; ++i) {
-    EXPECT_EQ(display.waitForWrite(), "QEMU USB Mouse attached\n");
-    workerOf(device.directory).exitWith(1);
+    EXPECT_EQ(display.waitForWrite(), attached(mouse()));
+    genericWorkerOf(device).exitWith(1);
   }
-  EXPECT_EQ(display.waitForWrite(), "<0>QEMU USB Mouse cannot be attached until Transmitter available\n");
-  EXPECT_EQ(workerOf(device.directory).start.arguments, genericWorker(device.directory, {"--timeout", "7"}));
+  EXPECT_EQ(display.waitForWrite(), contract::display::noTransmitter(mouse().product) + "\n");
+  genericWorkerOf(device, {"--timeout", "7"});
 }
 
 // A worker mostly notices first that its device goes; the kernel takes a while to say so.
 TEST_F(Supervision, StartsNothingForAWorkerThatEndsWhileItsDeviceIsTakenOut) {
   start();
   const PluggedDevice device = plug(mouse(), fullSpeedSocket(1));
-  sim::Worker& worker = workerOf(device.directory);
+  sim::Worker& worker = genericWorkerOf(device);
   desk.takeOut(device);
   worker.exitWith(0);
-  daemon->waitForLine("device " + device.directory + " has gone");
+  daemon->waitForLine(contract::debug::gone(device.directory));
   settleEverySource();
   EXPECT_EQ(workers.count(), 1U);
 }

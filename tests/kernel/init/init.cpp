@@ -1,5 +1,5 @@
 // The first process of an emulated unit: makes the unit's folders, loads the drivers, runs one program and
-// switches the machine off. How the program ended is told in one line, which the machine's keeper looks for.
+// switches the machine off. It prints how the program ended in one line, which scripts/test-kernel looks for.
 
 #include <fcntl.h>
 #include <sys/klog.h>
@@ -78,12 +78,12 @@ int runProgram() {
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-/** The kernel says little on the console, and something is wrong. */
+/** The console shows few of them, and something is wrong. */
 void printKernelMessages() {
   constexpr int readAll = 3;
   std::vector<char> messages(1 << 20);
   const int length = ::klogctl(readAll, messages.data(), static_cast<int>(messages.size()));
-  std::printf("What the kernel has said:\n%.*s\n", length, messages.data());
+  std::printf("The kernel's messages:\n%.*s\n", length, messages.data());
 }
 
 void live() {

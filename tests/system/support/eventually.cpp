@@ -3,6 +3,7 @@
 #include "sim/error.h"
 #include "sim/wait.h"
 
+namespace support {
 namespace {
 
 constexpr double secondsBetweenLooks = 0.002;
@@ -19,3 +20,5 @@ void eventually(const std::string& awaited, const std::function<bool()>& conditi
     static_cast<void>(sim::waitReadable(noEvents, deadline.atMost(secondsBetweenLooks)));
   }
 }
+
+}  // namespace support

@@ -4,6 +4,8 @@
 
 #include <vector>
 
+namespace support {
+
 std::string lastWordsOf(sim::Daemon& daemon) {
   EXPECT_EQ(daemon.waitForExit(), sim::ProcessEnd::exited(1));
   const std::vector<std::string> messages = daemon.messages();
@@ -14,3 +16,5 @@ std::string lastWordsOf(sim::Daemon& daemon) {
   EXPECT_EQ(messages.back(), "");
   return messages[messages.size() - 2];
 }
+
+}  // namespace support

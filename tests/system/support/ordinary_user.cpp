@@ -9,6 +9,7 @@
 
 #include "sim/error.h"
 
+namespace support {
 namespace {
 
 constexpr uid_t nobody = 65534;
@@ -54,3 +55,5 @@ void becomeOrdinaryUser() {
   // Else the files of this process in /proc belong to root, and no user namespace can be set up.
   ::prctl(PR_SET_DUMPABLE, 1);
 }
+
+}  // namespace support

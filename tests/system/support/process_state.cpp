@@ -7,6 +7,7 @@
 #include "sim/files.h"
 #include "system/support/eventually.h"
 
+namespace support {
 namespace {
 
 std::string fileOf(pid_t process, const std::string& name) {
@@ -77,3 +78,5 @@ void settleEverySource(sim::Unit& unit) {
   unit.settle();
   unit.settle();  // the loop has come round to the uevents again
 }
+
+}  // namespace support

@@ -7,7 +7,9 @@
 
 #include "sim/unit.h"
 
-/** What the system tells of a running process. */
+namespace support {
+
+/** What the system shows of a running process. */
 struct ProcessState {
   std::string workingDirectory;
   std::set<int> caughtSignals;
@@ -36,7 +38,19 @@ void waitUntilEnded(pid_t process);
 std::string targetOf(pid_t process, int descriptor);
 
 /**
- * Waits until the daemon has gone once round its loop: whatever was pending in any of its sources before is
- * then served. It must debug to standard error.
+ * Waits until the daemon has gone once round its loop: what was pending in its sources before is then
+ * served, though only one event and one client of several. It must debug to standard error.
  */
 void settleEverySource(sim::Unit& unit);
+
+}  // namespace support
+
+using support::contextSwitchesOf;
+using support::pendingSignalsOf;
+using support::ProcessState;
+using support::settleEverySource;
+using support::stateOf;
+using support::targetOf;
+using support::waitUntilAsleep;
+using support::waitUntilEnded;
+using support::waitUntilStopped;

@@ -4,6 +4,8 @@
 
 #include "system/support/process_state.h"
 
+namespace support {
+
 StoppedDaemon::StoppedDaemon(sim::Unit& unit) : daemon_(unit.daemon()) {
   settleEverySource(unit);
   waitUntilAsleep(daemon_.pid());
@@ -15,3 +17,5 @@ StoppedDaemon::StoppedDaemon(sim::Unit& unit) : daemon_(unit.daemon()) {
 void StoppedDaemon::resume() {
   daemon_.signal(SIGCONT);
 }
+
+}  // namespace support

@@ -2,6 +2,8 @@
 
 #include "sim/unit.h"
 
+namespace support {
+
 /**
  * Stops the daemon where it waits, so that a test can put several things before it at once: it finds all of
  * them when it goes on.
@@ -16,3 +18,5 @@ class StoppedDaemon {
  private:
   sim::Daemon& daemon_;
 };
+
+}  // namespace support

@@ -16,6 +16,7 @@
 
 #include "sim/error.h"
 
+namespace support {
 namespace {
 
 constexpr int stoppedInCall = SIGTRAP | 0x80;  // with PTRACE_O_TRACESYSGOOD
@@ -234,3 +235,5 @@ double SystemCallTrace::secondsAt(unsigned long address) const {
   }
   return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
 }
+
+}  // namespace support

@@ -9,6 +9,8 @@
 
 #include "sim/deadline.h"
 
+namespace support {
+
 /** A system call that is about to be made. */
 struct SystemCall {
   unsigned long number;  ///< SYS_...
@@ -60,3 +62,8 @@ class SystemCallTrace {
   bool isStopped_ = false;  ///< or has ended
   sigset_t formerMask_{};
 };
+
+}  // namespace support
+
+using support::SystemCall;
+using support::SystemCallTrace;

@@ -6,10 +6,15 @@
 
 #include <filesystem>
 #include <fstream>
+#include <future>
+#include <memory>
 #include <string>
+#include <utility>
 
+#include "config/entries.h"
+#include "config/load.h"
 #include "support/temporary_directory.h"
-#include "unit/config/lock_calls.h"
+#include "unit/config/library_calls.h"
 
 /** A configuration file in a directory of its own. */
 class ConfigFile {
@@ -21,8 +26,9 @@ class ConfigFile {
 
   [[nodiscard]] const std::string& path() const { return path_; }
   [[nodiscard]] const char* name() const { return path_.c_str(); }
+  [[nodiscard]] const std::string& directory() const { return directory_.path(); }
 
-  /** Puts a new file at the path, as one that is saved. */
+  /** Puts a new file at the path, as a save does. */
   void replaceBy(const std::string& content) const {
     std::ofstream(path_ + ".new") << content;
     std::filesystem::rename(path_ + ".new", path_);
@@ -33,8 +39,30 @@ class ConfigFile {
   std::string path_;
 };
 
-/** Holds a lock on a file, as another process does: locks belong to open files, and this opens one of its
- * own. */
+struct FreeConfig {
+  void operator()(ConfigDictionary* d) const { configFree(d); }
+};
+using Config = std::unique_ptr<ConfigDictionary, FreeConfig>;
+
+inline Config load(const std::string& path) {
+  return Config(configLoad(path.c_str()));
+}
+
+/** The dictionary of a file with this content. */
+inline Config configOf(const std::string& content) {
+  return load(ConfigFile(content).path());
+}
+
+/** The entries in their order: " section" for each section, " key=value" for each setting. */
+inline std::string entriesOf(const Config& config) {
+  std::string entries;
+  forEachEntry(config.get(), [&entries](const char* key, const char* value) {
+    entries += " " + std::string(key) + (value == nullptr ? "" : "=" + std::string(value));
+  });
+  return entries;
+}
+
+/** Holds a lock on a file as another process does: locks belong to open files, and this is another one. */
 class LockHolder {
  public:
   LockHolder(const std::string& path, int operation) : fd_(open(path.c_str(), O_RDONLY)) {
@@ -50,7 +78,7 @@ class LockHolder {
   int fd_;
 };
 
-/** Whether the lock `operation` on the file could be had now. */
+/** Whether the lock `operation` on the file is free now. */
 inline bool couldLock(const std::string& path, int operation) {
   const int fd = open(path.c_str(), O_RDONLY);
   const bool could = library::flock.real(fd, operation | LOCK_NB) == 0;
@@ -58,9 +86,21 @@ inline bool couldLock(const std::string& path, int operation) {
   return could;
 }
 
-/** The number that the next descriptor to be opened will have: it stays where nothing is left open. */
-inline int nextDescriptor() {
-  const int next = open("/dev/null", O_RDONLY);
-  close(next);
-  return next;
+/**
+ * Runs `action` in a thread, and `meanwhile` when it asks for its first lock. Returns the action's result.
+ */
+template <class Action, class Meanwhile>
+auto whileItAsksForItsLock(Action action, Meanwhile meanwhile) {
+  std::promise<void> asking;
+  bool announced = false;
+  const support::Replaced announcing(library::flock, [&](int fd, int operation) {
+    if (!std::exchange(announced, true)) {
+      asking.set_value();
+    }
+    return library::flock.real(fd, operation);
+  });
+  auto result = std::async(std::launch::async, action);
+  asking.get_future().wait();
+  meanwhile();
+  return result.get();
 }

@@ -4,16 +4,17 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
-#include <future>
+#include <initializer_list>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "support/child.h"
-#include "unit/config/captured_output.h"
+#include "support/descriptors.h"
+#include "support/output.h"
+#include "support/standard_output.h"
+#include "support/temporary_directory.h"
 #include "unit/config/config_file.h"
-#include "unit/config/loaded_config.h"
-#include "unit/config/lock_calls.h"
+#include "unit/config/library_calls.h"
 
 namespace {
 
@@ -24,194 +25,139 @@ struct Failure {
 };
 
 Failure failureOf(const std::string& path) {
-  const CapturedOutput output(stdout);
-  const CapturedOutput errors(stderr);
-  const Config config(configLoad(path.c_str()));
-  return {output.text() + (config == nullptr ? "" : "a dictionary"), errors.text()};
+  const support::CapturedStandardOutput output;
+  const support::CapturedStandardError errors;
+  const Config config = load(path);
+  std::string messages;
+  for (const std::string& write : errors.writes()) {
+    messages += write;
+  }
+  return {output.text() + (config == nullptr ? "" : "a dictionary"), messages};
 }
 
-bool contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
+void expectRefusedAsNoFile(const std::string& path) {
+  const Failure failure = failureOf(path);
+  EXPECT_EQ(failure.output, "Config failed to open file '" + path + "\n");
+  EXPECT_EQ(failure.errors, "");
 }
 
-// One message of iniparser's for each fault, on standard error, that names the file by its path.
-void expectToldOnStandardError(const ConfigFile& file, const std::vector<std::string>& faults) {
+// iniparser's messages on standard error have each of these parts, and the file's own path.
+void expectRefused(const ConfigFile& file, std::initializer_list<std::string> parts) {
   const Failure failure = failureOf(file.path());
   EXPECT_EQ(failure.output, "");
-  for (const std::string& fault : faults) {
-    EXPECT_TRUE(contains(failure.errors, fault)) << fault << " is not in\n" << failure.errors;
+  for (const std::string& part : parts) {
+    EXPECT_NE(failure.errors.find(part), std::string::npos) << part << " is not in\n" << failure.errors;
   }
-  EXPECT_FALSE(contains(failure.errors, "/proc/")) << failure.errors;
+  EXPECT_EQ(failure.errors.find("/proc/"), std::string::npos) << failure.errors;
 }
 
-TEST(ConfigLoad, GivesTheSettingsOfTheFile) {
-  const ConfigFile file(
-      "[usb]\ndebug = ctrl,generic\nclasses=all\n[apps]\nquor_usb_rx_generic=/bin/worker\n");
-  const Config config = load(file);
-  EXPECT_EQ(textOf(config, "usb:debug"), "ctrl,generic");
-  EXPECT_EQ(textOf(config, "usb:classes"), "all");
-  EXPECT_EQ(textOf(config, "apps:quor_usb_rx_generic"), "/bin/worker");
+TEST(Load, KeepsOrderAndValuesAndMakesKeysLowerCase) {
+  EXPECT_EQ(entriesOf(configOf("[Usb]\ndebug = ctrl,generic\nHID_Only=Yes\n[APPS]\nX=/bin/worker\n")),
+            " usb usb:debug=ctrl,generic usb:hid_only=Yes apps apps:x=/bin/worker");
 }
 
-TEST(ConfigLoad, KeepsTheOrderAndMakesSectionsAndKeysLowerCase) {
-  const ConfigFile file("[Usb]\nHID_Only=Yes\nclasses=ALL\n[APPS]\nX=1\n");
-  EXPECT_EQ(entriesOf(load(file)), (Entries{{"usb", "(section)"},
-                                            {"usb:hid_only", "Yes"},
-                                            {"usb:classes", "ALL"},
-                                            {"apps", "(section)"},
-                                            {"apps:x", "1"}}));
+TEST(Load, PassesOverCommentsAndEmptyLines) {
+  EXPECT_EQ(entriesOf(configOf("# first\n\n; second\n[usb]\n  # third\ndebug=ctrl\n\n")),
+            " usb usb:debug=ctrl");
 }
 
-TEST(ConfigLoad, PassesOverCommentsAndEmptyLines) {
-  const ConfigFile file("# first\n\n; second\n[usb]\n  # third\ndebug=ctrl\n\n");
-  EXPECT_EQ(entriesOf(load(file)), (Entries{{"usb", "(section)"}, {"usb:debug", "ctrl"}}));
+TEST(Load, TakesALastLineWithoutItsEndAndALongLine) {
+  const std::string value(1000, 'x');
+  EXPECT_EQ(entriesOf(configOf("[usb]\ndebug=" + value)), " usb usb:debug=" + value);
 }
 
-TEST(ConfigLoad, TakesALastLineWithoutItsEnd) {
-  EXPECT_EQ(textOf(load(ConfigFile("[usb]\ndebug=ctrl")), "usb:debug"), "ctrl");
-}
-
-TEST(ConfigLoad, GivesAnEmptyDictionaryOfAnEmptyFile) {
-  const Config config = load(ConfigFile(""));
-  ASSERT_NE(config, nullptr);
-  EXPECT_EQ(entriesOf(config), Entries());
-}
-
-TEST(ConfigLoad, SaysNothingWhenAllIsWell) {
-  const Failure none = failureOf(ConfigFile("[usb]\ndebug=ctrl\n").path());
+TEST(Load, ReturnsAnEmptyDictionaryForAnEmptyFileAndPrintsNothing) {
+  const Failure none = failureOf(ConfigFile("").path());
   EXPECT_EQ(none.output, "a dictionary");
   EXPECT_EQ(none.errors, "");
 }
 
-TEST(ConfigLoad, NamesTheFileThatIsNotThere) {
-  const Failure failure = failureOf("/no/quor.conf");
-  EXPECT_EQ(failure.output, "Config failed to open file '/no/quor.conf\n");
-  EXPECT_EQ(failure.errors, "");
+TEST(Load, NamesWhatIsNoFile) {
+  expectRefusedAsNoFile("/no/quor.conf");
+  expectRefusedAsNoFile(support::TemporaryDirectory().path());
 }
 
-TEST(ConfigLoad, NamesTheDirectoryInAFilesPlace) {
-  const support::TemporaryDirectory directory;
-  const Failure failure = failureOf(directory.path());
-  EXPECT_EQ(failure.output, "Config failed to open file '" + directory.path() + "\n");
-  EXPECT_EQ(failure.errors, "");
+TEST(Load, NeedsThePermissionToReadAndNoOther) {
+  const ConfigFile forbidden("[usb]\n");
+  const ConfigFile readable("[usb]\ndebug=ctrl\n");
+  ASSERT_EQ(chmod(forbidden.name(), 0), 0);
+  ASSERT_EQ(chmod(readable.name(), 0400), 0);
+  support::inChild([&] {
+    support::dropPrivileges();
+    expectRefusedAsNoFile(forbidden.path());
+    EXPECT_EQ(entriesOf(load(readable.path())), " usb usb:debug=ctrl");
+  });
 }
 
-TEST(ConfigLoad, NamesTheFileThatIsForbidden) {
-  const ConfigFile file("[usb]\n");
-  ASSERT_EQ(chmod(file.name(), 0), 0);
-  EXPECT_EQ(support::reportOfUnprivilegedChild([&] { return failureOf(file.path()).output; }),
-            "Config failed to open file '" + file.path() + "\n");
-}
-
-TEST(ConfigLoad, NeedsNoPrivilegeForAFileThatMayBeRead) {
-  const ConfigFile file("[usb]\ndebug=ctrl\n");
-  EXPECT_EQ(support::reportOfUnprivilegedChild([&] { return textOf(load(file), "usb:debug"); }), "ctrl");
-}
-
-TEST(ConfigLoad, RefusesAPathOf255CharactersWithoutAWord) {
+TEST(Load, RefusesAPathOf255CharactersWithoutAMessage) {
   const Failure failure = failureOf("/" + std::string(254, 'x'));
   EXPECT_EQ(failure.output, "");
   EXPECT_EQ(failure.errors, "");
 }
 
-TEST(ConfigLoad, NamesTheFileAndTheLineOfASyntaxError) {
-  const ConfigFile file("[usb]\ndebug=ctrl\nthis is no setting\n");
-  expectToldOnStandardError(file, {"syntax error in " + file.path() + " (3)", "this is no setting"});
+TEST(Load, NamesTheFileAndTheLineOfEachSyntaxError) {
+  const ConfigFile file("[usb\n[apps]\nx=1\nno setting\n");
+  expectRefused(file, {"syntax error in " + file.path() + " (1)", file.path() + " (4)", "no setting"});
+  EXPECT_EQ(entriesOf(configOf("[usb]\ndebug=ctrl\n")), " usb usb:debug=ctrl") << "the next load";
 }
 
-TEST(ConfigLoad, NamesEverySyntaxError) {
-  const ConfigFile file("[usb\n[apps]\nx=1\nnothing\n");
-  expectToldOnStandardError(file, {"in " + file.path() + " (1)", "in " + file.path() + " (4)"});
-}
-
-TEST(ConfigLoad, NamesAFileWithPercentSignsAsItIs) {
+TEST(Load, NamesAFileWithPercentSignsAsItIs) {
   const ConfigFile file("100%d%s\n", "100%s%n.conf");
-  expectToldOnStandardError(file, {"in " + file.path() + " (1)", "100%d%s"});
+  expectRefused(file, {"in " + file.path() + " (1)", "100%d%s"});
 }
 
-TEST(ConfigLoad, ShowsALongFaultyLineWhole) {
+TEST(Load, PrintsALongFaultyLineWholeAndNamesOneThatIsTooLong) {
   const std::string line = std::string(450, 'x') + " " + std::string(450, 'y');
-  const ConfigFile file(line + "\n");
-  expectToldOnStandardError(file, {"in " + file.path() + " (1)", line});
+  const ConfigFile faulty(line + "\n");
+  expectRefused(faulty, {"in " + faulty.path() + " (1)", line});
+  const ConfigFile tooLong("[usb]\ndebug=" + std::string(2000, 'x') + "\n");
+  expectRefused(tooLong, {"line too long in " + tooLong.path() + " (2)"});
 }
 
-TEST(ConfigLoad, NamesTheFileAndTheLineThatIsTooLong) {
-  const ConfigFile file("[usb]\ndebug=" + std::string(2000, 'x') + "\n");
-  expectToldOnStandardError(file, {"line too long in " + file.path() + " (2)"});
-}
-
-TEST(ConfigLoad, TakesALongLineWithinTheLimit) {
-  const std::string value(1000, 'x');
-  EXPECT_EQ(textOf(load(ConfigFile("[usb]\ndebug=" + value + "\n")), "usb:debug"), value);
-}
-
-TEST(ConfigLoad, LoadsAgainAfterAFileItRefused) {
-  failureOf(ConfigFile("nothing\n").path());
-  EXPECT_EQ(textOf(load(ConfigFile("[usb]\ndebug=ctrl\n")), "usb:debug"), "ctrl");
-}
-
-TEST(ConfigLoad, AsksForASharedLockAndReleasesIt) {
+TEST(Load, HoldsASharedLockWhileItParses) {
   const ConfigFile file("[usb]\n");
   std::vector<int> operations;
+  bool heldAtTheEnd = false;
   {
     const support::Replaced locking(library::flock, [&](int fd, int operation) {
       operations.push_back(operation);
+      heldAtTheEnd = operation == LOCK_UN && !couldLock(file.path(), LOCK_EX);
       return library::flock.real(fd, operation);
     });
-    const Config config = load(file);
+    EXPECT_EQ(entriesOf(load(file.path())), " usb");
   }
   EXPECT_EQ(operations, (std::vector<int>{LOCK_SH, LOCK_UN}));
+  EXPECT_TRUE(heldAtTheEnd);
   EXPECT_TRUE(couldLock(file.path(), LOCK_EX));
 }
 
-TEST(ConfigLoad, ReadsBesideOtherReaders) {
-  const ConfigFile file("[usb]\ndebug=ctrl\n");
-  const LockHolder reader(file.path(), LOCK_SH);
-  EXPECT_EQ(textOf(load(file), "usb:debug"), "ctrl");
-}
-
-TEST(ConfigLoad, HoldsTheLockWhileItParses) {
+TEST(Load, ReadsBesideOtherReaders) {
   const ConfigFile file("[usb]\n");
-  bool heldAtTheEnd = false;
-  const support::Replaced locking(library::flock, [&](int fd, int operation) {
-    heldAtTheEnd = operation == LOCK_UN && !couldLock(file.path(), LOCK_EX);
-    return library::flock.real(fd, operation);
-  });
-  const Config config = load(file);
-  EXPECT_TRUE(heldAtTheEnd);
+  const LockHolder reader(file.path(), LOCK_SH);
+  EXPECT_EQ(entriesOf(load(file.path())), " usb");
 }
 
-TEST(ConfigLoad, LeavesNothingOpen) {
-  const ConfigFile good("[usb]\n");
+TEST(Load, LeavesNothingOpen) {
   const ConfigFile bad("nothing\n");
-  const int next = nextDescriptor();
-  load(good);
-  EXPECT_EQ(nextDescriptor(), next);
+  const int next = support::nextDescriptor();
+  configOf("[usb]\n");
   failureOf(bad.path());
-  EXPECT_EQ(nextDescriptor(), next);
+  EXPECT_EQ(support::nextDescriptor(), next);
   EXPECT_TRUE(couldLock(bad.path(), LOCK_EX));
 }
 
-TEST(ConfigLoad, ReadsTheFileThatAWriterPutThereWhileItWaitedForTheLock) {
-  const ConfigFile file("[usb]\ndebug=old\n");
+TEST(Load, ReadsTheFileThatAWriterPutThereWhileItWaitedForTheLock) {
+  const ConfigFile file("[old]\n");
   const LockHolder writer(file.path(), LOCK_EX);
-  std::promise<void> locking;
-  bool announced = false;
-  const support::Replaced announcing(library::flock, [&](int fd, int operation) {
-    if (!std::exchange(announced, true)) {
-      locking.set_value();
-    }
-    return library::flock.real(fd, operation);
-  });
-  auto debug = std::async(std::launch::async, [&] { return textOf(load(file), "usb:debug"); });
-  locking.get_future().wait();
-  file.replaceBy("[usb]\ndebug=new\n");
-  writer.release();
-  EXPECT_EQ(debug.get(), "new");
+  const auto saveAndRelease = [&] {
+    file.replaceBy("[new]\n");
+    writer.release();
+  };
+  EXPECT_EQ(whileItAsksForItsLock([&] { return entriesOf(load(file.path())); }, saveAndRelease), " new");
 }
 
-TEST(ConfigFree, TellsWhetherThereWasADictionary) {
-  EXPECT_EQ(configFree(configLoad(ConfigFile("[usb]\ndebug=ctrl\n").name())), 0);
+TEST(LoadFree, ReturnsWhetherThereWasADictionary) {
+  EXPECT_EQ(configFree(configOf("[usb]\n").release()), 0);
   EXPECT_EQ(configFree(nullptr), -1);
 }
 

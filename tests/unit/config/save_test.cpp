@@ -8,8 +8,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <future>
-#include <iterator>
 #include <set>
 #include <string>
 #include <utility>
@@ -18,9 +16,9 @@
 #include "config/edit.h"
 #include "sim/files.h"
 #include "support/descriptors.h"
+#include "support/standard_output.h"
 #include "support/temporary_directory.h"
-#include "unit/config/captured_output.h"
-#include "unit/config/loaded_config.h"
+#include "unit/config/config_file.h"
 #include "unit/config/save_steps.h"
 
 namespace {
@@ -28,205 +26,150 @@ namespace {
 namespace fs = std::filesystem;
 using Steps = std::vector<std::string>;
 
-const std::string oldContent = "[usb]\nhid_only=0\n";
 const std::string newContent = "[usb]\nhid_only=1\n[apps]\nx=program\n";
+const std::string newEntries = " usb usb:hid_only=1 apps apps:x=program";
 const Steps everyStep = {"lock", "fsync file", "rename", "sync", "fsync directory", "unlock"};
 
-mode_t permissionsOf(const std::string& path) {
+struct stat statusOf(const std::string& path) {
   struct stat status {};
-  return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : 0;
-}
-
-std::string contentOf(const std::string& path) {
-  std::ifstream file(path);
-  return {std::istreambuf_iterator<char>(file), {}};
+  stat(path.c_str(), &status);
+  return status;
 }
 
 bool isSameFile(int fd, const std::string& path) {
   struct stat opened {};
-  struct stat present {};
-  return fstat(fd, &opened) == 0 && stat(path.c_str(), &present) == 0 && opened.st_ino == present.st_ino;
+  return fstat(fd, &opened) == 0 && opened.st_ino == statusOf(path).st_ino;
 }
 
-std::size_t countOfFilesBeside(const std::string& path) {
-  return sim::entriesOf(fs::path(path).parent_path()).size();
-}
+// A file with old content, and a dictionary with a new one.
+class Save : public testing::Test {
+ protected:
+  // Saves the dictionary to the file: it then has the new content.
+  void save() const {
+    EXPECT_EQ(configSave(config.get(), file.name()), 0);
+    EXPECT_EQ(entriesOf(load(file.path())), newEntries);
+  }
 
-// The names and arguments of the renames of a scope, which are carried out.
-class RecordedRenames {
- public:
-  [[nodiscard]] const std::vector<std::pair<std::string, std::string>>& renames() const { return renames_; }
-
- private:
-  std::vector<std::pair<std::string, std::string>> renames_;
-  support::Replaced<int(const char*, const char*)> rename_{library::rename,
-                                                           [this](const char* from, const char* to) {
-                                                             renames_.emplace_back(from, to);
-                                                             return library::rename.real(from, to);
-                                                           }};
+  const ConfigFile file{"[usb]\nhid_only=0\n"};
+  const Config config = configOf(newContent);
 };
 
+// The temporary file that a save renames to its path, while the process has this number.
 std::string temporaryNameFor(const std::string& path, pid_t process) {
-  const support::Replaced<pid_t()> pid(library::getpid, [process] { return process; });
-  const RecordedRenames recorded;
+  const KnownProcess known(process);
+  std::vector<std::pair<std::string, std::string>> renames;
+  const support::Replaced recording(library::rename, [&](const char* from, const char* to) {
+    renames.emplace_back(from, to);
+    return library::rename.real(from, to);
+  });
   EXPECT_EQ(configSave(configOf(newContent).get(), path.c_str()), 0);
-  return recorded.renames().at(0).first;
+  EXPECT_EQ(renames.size(), 1U);
+  EXPECT_EQ(renames.at(0).second, path);
+  return renames.at(0).first;
 }
 
-TEST(ConfigSave, PutsTheDictionaryInTheOldFilesPlace) {
-  const ConfigFile file(oldContent);
-  EXPECT_EQ(configSave(configOf(newContent).get(), file.name()), 0);
-  EXPECT_EQ(entriesOf(load(file)), entriesOf(configOf(newContent)));
-}
-
-TEST(ConfigSave, WritesWhatIniparserWrites) {
-  const ConfigFile file("");
-  const Config config = configOf(newContent);
-  EXPECT_EQ(configSave(config.get(), file.name()), 0);
-  const CapturedOutput expected(stdout);
-  iniparser_dump_ini(config.get(), stdout);
-  EXPECT_EQ(contentOf(file.path()), expected.text());
-}
-
-TEST(ConfigSave, MakesAFileThatIsMissing) {
-  const support::TemporaryDirectory directory;
-  EXPECT_EQ(configSave(configOf(newContent).get(), (directory / "new").c_str()), 0);
-  EXPECT_EQ(entriesOf(Config(configLoad((directory / "new").c_str()))), entriesOf(configOf(newContent)));
-}
-
-TEST(ConfigSave, EmptiesTheFileForAnEmptyDictionary) {
-  const ConfigFile file(oldContent);
-  EXPECT_EQ(configSave(configOf("").get(), file.name()), 0);
-  EXPECT_EQ(entriesOf(load(file)), Entries());
-}
-
-TEST(ConfigSave, SavesThePresentStateEachTime) {
-  const ConfigFile file("");
-  const Config config = configOf(newContent);
-  for (const char* value : {"1", "2", "3"}) {
-    configSet(config.get(), "usb:hid_only", value);
-    EXPECT_EQ(configSave(config.get(), file.name()), 0);
-    EXPECT_EQ(textOf(load(file), "usb:hid_only"), value);
-  }
-}
-
-TEST(ConfigSave, SaysNothingAndLeavesNothingBehind) {
-  const ConfigFile file(oldContent);
-  const Config config = configOf(newContent);
-  const CapturedOutput output(stdout);
+TEST_F(Save, ReplacesTheFileAndLeavesNothingElse) {
+  const support::CapturedStandardOutput output;
   const std::set<int> open = support::openDescriptors();
-  EXPECT_EQ(configSave(config.get(), file.name()), 0);
+  save();
   EXPECT_EQ(output.text(), "");
   EXPECT_EQ(support::openDescriptors(), open);
-  EXPECT_EQ(countOfFilesBeside(file.path()), 1U);
+  EXPECT_EQ(sim::entriesOf(file.directory()).size(), 1U);
   EXPECT_TRUE(couldLock(file.path(), LOCK_EX));
 }
 
-TEST(ConfigSave, RefusesNoDictionary) {
-  const ConfigFile file(oldContent);
-  EXPECT_EQ(configSave(nullptr, file.name()), -1);
-  EXPECT_EQ(entriesOf(load(file)), entriesOf(configOf(oldContent)));
-  const support::TemporaryDirectory directory;
-  EXPECT_EQ(configSave(nullptr, (directory / "new").c_str()), -1);
-  EXPECT_FALSE(fs::exists(directory / "new"));
+TEST_F(Save, WritesWhatIniparserWrites) {
+  save();
+  const support::CapturedStandardOutput expected;
+  iniparser_dump_ini(config.get(), stdout);
+  EXPECT_EQ(sim::readFile(file.path()), expected.text());
 }
 
-TEST(ConfigSave, KeepsThePermissions) {
+TEST_F(Save, MakesAFileThatIsMissing) {
+  fs::remove(file.path());
+  save();
+}
+
+TEST_F(Save, WritesThePresentStateEachTime) {
+  for (const char* value : {"0", "2", "1"}) {
+    configSet(config.get(), "usb:hid_only", value);
+    EXPECT_EQ(configSave(config.get(), file.name()), 0);
+    EXPECT_EQ(entriesOf(load(file.path())), entriesOf(config));
+  }
+  EXPECT_EQ(configSave(configOf("").get(), file.name()), 0);
+  EXPECT_EQ(entriesOf(load(file.path())), "");
+}
+
+TEST_F(Save, RefusesNoDictionary) {
+  EXPECT_EQ(configSave(nullptr, file.name()), -1);
+  EXPECT_EQ(entriesOf(load(file.path())), " usb usb:hid_only=0");
+  fs::remove(file.path());
+  EXPECT_EQ(configSave(nullptr, file.name()), -1);
+  EXPECT_FALSE(fs::exists(file.path()));
+}
+
+TEST_F(Save, KeepsThePermissions) {
   for (const mode_t mode : {0600U, 0640U, 0644U, 0664U}) {
-    const ConfigFile file(oldContent);
     ASSERT_EQ(chmod(file.name(), mode), 0);
-    EXPECT_EQ(configSave(configOf(newContent).get(), file.name()), 0);
-    EXPECT_EQ(permissionsOf(file.path()), mode);
+    save();
+    EXPECT_EQ(statusOf(file.path()).st_mode & 07777U, mode);
   }
 }
 
-TEST(ConfigSave, KeepsOwnerAndGroup) {
+TEST_F(Save, KeepsOwnerAndGroup) {
   if (geteuid() != 0) {
     GTEST_SKIP() << "only root can give a file away";
   }
-  const ConfigFile file(oldContent);
   ASSERT_EQ(chown(file.name(), 1234, 2345), 0);
-  EXPECT_EQ(configSave(configOf(newContent).get(), file.name()), 0);
-  struct stat status {};
-  ASSERT_EQ(stat(file.name(), &status), 0);
-  EXPECT_EQ(status.st_uid, 1234U);
-  EXPECT_EQ(status.st_gid, 2345U);
+  save();
+  EXPECT_EQ(statusOf(file.path()).st_uid, 1234U);
+  EXPECT_EQ(statusOf(file.path()).st_gid, 2345U);
 }
 
-TEST(ConfigSave, NamesTheTemporaryFileByAtLeastFiveDigitsOfItsProcess) {
-  const ConfigFile file("");
+TEST_F(Save, NamesTheTemporaryFileByAtLeastFiveDigitsOfItsProcess) {
   EXPECT_EQ(temporaryNameFor(file.path(), 7), file.path() + ".tmp.00007");
   EXPECT_EQ(temporaryNameFor(file.path(), 54321), file.path() + ".tmp.54321");
   EXPECT_EQ(temporaryNameFor(file.path(), 4194304), file.path() + ".tmp.4194304");
 }
 
-TEST(ConfigSave, RenamesTheTemporaryFileToThePath) {
-  const ConfigFile file("");
-  const RecordedRenames recorded;
-  configSave(configOf(newContent).get(), file.name());
-  ASSERT_EQ(recorded.renames().size(), 1U);
-  EXPECT_EQ(recorded.renames()[0].second, file.path());
-}
-
-TEST(ConfigSave, KeepsNothingOfATemporaryFileThatWasLeftThere) {
-  const ConfigFile file(oldContent);
+TEST_F(Save, KeepsNothingOfATemporaryFileThatWasLeftThere) {
+  const KnownProcess process;
   std::ofstream(file.path() + ".tmp.54321") << "[left]\nby=a process of the same number\n";
-  temporaryNameFor(file.path(), 54321);
-  EXPECT_EQ(entriesOf(load(file)), entriesOf(configOf(newContent)));
+  save();
 }
 
-TEST(ConfigSave, TakesItsStepsInOrder) {
-  const ConfigFile file(oldContent);
-  const Config config = configOf(newContent);
-  Steps steps;
-  const SaveSteps recorded([](const std::string&) {},
-                           [&](const std::string& step) { steps.push_back(step); });
+TEST_F(Save, TakesItsStepsInOrder) {
+  const RecordedSaveSteps recorded;
   EXPECT_EQ(configSave(config.get(), file.name()), 0);
-  EXPECT_EQ(steps, everyStep);
+  EXPECT_EQ(recorded.steps(), everyStep);
 }
 
-TEST(ConfigSave, SynchronisesTheWholeNewFileBeforeItTakesTheOldOnesPlace) {
-  const ConfigFile file(oldContent);
-  const Config config = configOf(newContent);
+TEST_F(Save, SynchronisesTheWholeNewFileAndThenItsDirectory) {
+  const KnownProcess process;
   const std::string temporary = file.path() + ".tmp.54321";
-  const support::Replaced<pid_t()> pid(library::getpid, [] { return 54321; });
-  int synchronised = 0;
-  const support::Replaced<int(int)> fsync(library::fsync, [&](int fd) {
+  Steps synchronised;
+  const support::Replaced fsync(library::fsync, [&](int fd) {
     if (isSameFile(fd, temporary)) {
-      ++synchronised;
-      EXPECT_EQ(entriesOf(Config(configLoad(temporary.c_str()))), entriesOf(config));
+      synchronised.push_back("file" + entriesOf(load(temporary)));
+    } else if (isSameFile(fd, file.directory())) {
+      synchronised.emplace_back("directory");
     }
     return library::fsync.real(fd);
   });
-  EXPECT_EQ(configSave(config.get(), file.name()), 0);
-  EXPECT_EQ(synchronised, 1);
+  save();
+  EXPECT_EQ(synchronised, (Steps{"file" + newEntries, "directory"}));
 }
 
-TEST(ConfigSave, SynchronisesTheDirectoryOfTheFile) {
-  const ConfigFile file(oldContent);
-  bool synchronised = false;
-  const support::Replaced<int(int)> fsync(library::fsync, [&](int fd) {
-    synchronised = synchronised || isSameFile(fd, fs::path(file.path()).parent_path());
-    return library::fsync.real(fd);
-  });
-  EXPECT_EQ(configSave(configOf(newContent).get(), file.name()), 0);
-  EXPECT_TRUE(synchronised);
-}
-
-TEST(ConfigSave, HoldsTheOldFilesLockToTheEnd) {
-  const ConfigFile file(oldContent);
-  const Config config = configOf(newContent);
+TEST_F(Save, HoldsTheOldFilesLockToTheEnd) {
   const int oldFile = open(file.name(), O_RDONLY);
   const std::string oldPath = "/proc/self/fd/" + std::to_string(oldFile);
   Steps locked;
   {
-    const SaveSteps steps(
-        [&](const std::string& step) {
-          if (!couldLock(oldPath, LOCK_SH)) {
-            locked.push_back(step);
-          }
-        },
-        [](const std::string&) {});
+    const SaveSteps steps([&](const std::string& step) {
+      if (!couldLock(oldPath, LOCK_SH)) {
+        locked.push_back(step);
+      }
+    });
     EXPECT_EQ(configSave(config.get(), file.name()), 0);
   }
   EXPECT_EQ(locked, Steps(everyStep.begin() + 1, everyStep.end()));
@@ -234,57 +177,42 @@ TEST(ConfigSave, HoldsTheOldFilesLockToTheEnd) {
   close(oldFile);
 }
 
-TEST(ConfigSave, WaitsForTheReadersOfTheOldFile) {
-  const ConfigFile file(oldContent);
-  const Config config = configOf(newContent);
+TEST_F(Save, WaitsForTheReadersOfTheOldFile) {
   const LockHolder reader(file.path(), LOCK_SH);
-  std::promise<void> locking;
-  bool announced = false;
-  const support::Replaced<int(int, int)> announcing(library::flock, [&](int fd, int operation) {
-    if (!std::exchange(announced, true)) {
-      locking.set_value();
-    }
-    return library::flock.real(fd, operation);
-  });
-  auto saved = std::async(std::launch::async, [&] { return configSave(config.get(), file.name()); });
-  locking.get_future().wait();
-  EXPECT_EQ(contentOf(file.path()), oldContent);
-  reader.release();
-  EXPECT_EQ(saved.get(), 0);
-  EXPECT_EQ(entriesOf(load(file)), entriesOf(config));
+  const auto readAndRelease = [&] {
+    EXPECT_EQ(sim::readFile(file.path()), "[usb]\nhid_only=0\n");
+    reader.release();
+  };
+  whileItAsksForItsLock([&] { return configSave(config.get(), file.name()); }, readAndRelease);
+  EXPECT_EQ(entriesOf(load(file.path())), newEntries);
 }
 
-TEST(ConfigSave, TakesANameInTheWorkingDirectory) {
-  const support::TemporaryDirectory directory;
-  fs::current_path(directory.path());
+TEST_F(Save, TakesANameInTheWorkingDirectory) {
+  const fs::path old = fs::current_path();
+  fs::current_path(file.directory());
   bool synchronised = false;
   {
-    const support::Replaced<int(int)> fsync(library::fsync, [&](int fd) {
-      synchronised = synchronised || isSameFile(fd, directory.path());
+    const support::Replaced fsync(library::fsync, [&](int fd) {
+      synchronised = synchronised || isSameFile(fd, file.directory());
       return library::fsync.real(fd);
     });
-    EXPECT_EQ(configSave(configOf(newContent).get(), "quor.conf"), 0);
+    EXPECT_EQ(configSave(config.get(), "quor.conf"), 0);
   }
+  fs::current_path(old);
   EXPECT_TRUE(synchronised);
-  EXPECT_EQ(entriesOf(Config(configLoad((directory / "quor.conf").c_str()))),
-            entriesOf(configOf(newContent)));
-  fs::current_path("/");
+  EXPECT_EQ(entriesOf(load(file.path())), newEntries);
 }
 
-TEST(ConfigSave, TakesAPathOf254Characters) {
-  const support::TemporaryDirectory directory;
-  const std::string deep = directory / std::string(120, 'd');
+TEST_F(Save, TakesAPathOfUpTo254Characters) {
+  const std::string deep = file.directory() + "/" + std::string(120, 'd');
   fs::create_directory(deep);
   const std::string path = deep + "/" + std::string(254 - deep.size() - 1, 'f');
   EXPECT_EQ(temporaryNameFor(path, 4194304), path + ".tmp.4194304");
-  EXPECT_EQ(entriesOf(Config(configLoad(path.c_str()))), entriesOf(configOf(newContent)));
-  EXPECT_EQ(countOfFilesBeside(path), 1U);
-}
-
-TEST(ConfigSave, RefusesAPathOf255Characters) {
-  const CapturedOutput output(stdout);
-  EXPECT_EQ(configSave(configOf(newContent).get(), ("/" + std::string(254, 'x')).c_str()), -1);
+  EXPECT_EQ(entriesOf(load(path)), newEntries);
+  const support::CapturedStandardOutput output;
+  EXPECT_EQ(configSave(config.get(), (path + "f").c_str()), -1);
   EXPECT_EQ(output.text(), "");
+  EXPECT_EQ(sim::entriesOf(deep).size(), 1U);
 }
 
 }  // namespace

@@ -24,7 +24,8 @@ class WouldBlock;  // the named classes can be declared ahead
 
 namespace {
 
-// The exception that throwErrno throws for `code`, whose class is `Expected`, while the thread's errno is another.
+// The exception that throwErrno throws for `code`, whose class is `Expected`, while the thread's
+// errno is another.
 template <class Expected>
 ulx::ErrnoException thrownFor(int code, int threadErrno) {
   return support::caught<Expected>([&] {

@@ -42,20 +42,21 @@ class WritesInThrees {
                                                    }};
 };
 
-Texts callsOfWrite(const std::string& text, bool serialise) {
+template <class Write>
+Texts callsOf(bool serialise, Write write) {
   ulx::FileDescriptor target(-1, false);
   target.serialiseWrites = serialise;
   const WritesInThrees writes;
-  target.write(text.data(), text.size());
+  write(target);
   return writes.calls();
 }
 
+Texts callsOfWrite(const std::string& text, bool serialise) {
+  return callsOf(serialise, [&](ulx::FileDescriptor& target) { target.write(text.data(), text.size()); });
+}
+
 Texts callsOfWriteAll(const std::string& text, bool serialise) {
-  ulx::FileDescriptor target(-1, false);
-  target.serialiseWrites = serialise;
-  const WritesInThrees writes;
-  target.writeAll(text.data(), text.size());
-  return writes.calls();
+  return callsOf(serialise, [&](ulx::FileDescriptor& target) { target.writeAll(text.data(), text.size()); });
 }
 
 void setNonBlocking(int fd) {
@@ -84,14 +85,10 @@ TEST(FileDescriptorWriting, PutsTheBytesAndReturnsTheirCount) {
 }
 
 TEST(FileDescriptorWriting, IsOneWriteThatReturnsHowMuchWasTaken) {
-  ulx::FileDescriptor target(-1, false);
   std::size_t count = 0;
-  {
-    const WritesInThrees writes;
-    count = target.write("0123456789", 10);
-  }
+  const auto write = [&](ulx::FileDescriptor& target) { count = target.write("0123456789", 10); };
+  EXPECT_EQ(callsOf(false, write), (Texts{"012"}));
   EXPECT_EQ(count, 3U);
-  EXPECT_EQ(callsOfWrite("0123456789", false), (Texts{"012"}));
 }
 
 TEST(FileDescriptorWriting, NamesWhatCannotBeWritten) {

@@ -1,0 +1,112 @@
+// The unit's configuration, which is read and changed by its own program, quor_config.
+
+#include <sys/wait.h>
+
+#include <csignal>
+#include <filesystem>
+#include <sstream>
+
+#include "demo/unit.h"
+#include "sim/error.h"
+#include "sim/files.h"
+#include "sim/process.h"
+
+namespace demo {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* genericWorkerKey = "apps:quor_usb_rx_generic";
+
+struct Run {
+  int status = 0;
+  Words output;
+};
+
+Run runConfigurator(Words command) {
+  constexpr const char* outputFile = "/sim/quor_config";
+  command.insert(command.begin(), DEMO_CONFIGURATOR);
+  sim::writeFile(outputFile, "");
+  Run run;
+  if (::waitpid(sim::startProcess(command, {}, outputFile, outputFile), &run.status, 0) == -1) {
+    throw sim::systemError("waitpid()");
+  }
+  std::istringstream text(sim::readFile(outputFile));
+  for (std::string line; std::getline(text, line);) {
+    run.output.push_back(line);
+  }
+  return run;
+}
+
+/** So that the daemon finds it. A program of the host's would not report to the unit. */
+void installGenericWorker(sim::Unit& unit, const std::string& program) {
+  const bool isPath = program.find('/') != std::string::npos;
+  const fs::path path = fs::path(isPath ? "/" : "/sim/bin") / program;
+  if (isPath && fs::exists(path) && !fs::is_symlink(path)) {
+    throw sim::Error(path.string() + " is there already, and is no worker of the demo");
+  }
+  unit.installWorker(path);
+}
+
+}  // namespace
+
+const Words& Unit::configurationKeys() {
+  static const Words keys = {genericWorkerKey,
+                             "usb:block_mass_storage",
+                             "usb:classes",
+                             "usb:connect_fail_timeout",
+                             "usb:debug",
+                             "usb:hid_only",
+                             "usb:isochronous_enabled",
+                             "usb:isochronous_user_warning",
+                             "usb:log_to_syslog",
+                             "usb:smartcard"};
+  return keys;
+}
+
+std::optional<std::string> Unit::configured(const std::string& key) {
+  const Run run = runConfigurator({"get", key});
+  return run.status == 0 && !run.output.empty() ? std::optional(run.output.front()) : std::nullopt;
+}
+
+void Unit::configure(const std::string& key, const std::string& value) {
+  const bool isRemoved = value == "default";
+  if (isRemoved && !configured(key)) {
+    return;
+  }
+  if (!isRemoved && key == genericWorkerKey) {
+    installGenericWorker(unit_, value);
+  }
+  const Words command = isRemoved ? Words{"unset", key} : Words{"set", key, value};
+  log_.line("config", "quor_config " + typed(command));
+  if (runConfigurator(command).status != 0) {
+    throw sim::Error("quor_config did not do what it was asked for");
+  }
+}
+
+void Unit::logConfiguration() {
+  std::string text;
+  std::string section;
+  for (const std::string& key : configurationKeys()) {
+    if (const std::optional<std::string> value = configured(key)) {
+      const std::size_t colon = key.find(':');
+      const bool isFirst = std::exchange(section, key.substr(0, colon)) != key.substr(0, colon);
+      text += (isFirst ? " [" + section + "] " : ", ") + key.substr(colon + 1) + "=" + *value;
+    }
+  }
+  log_.line("config", "/vel/quor.conf says:" + (text.empty() ? " nothing: every key has its default" : text));
+  for (const std::string& fault : text.empty() ? Words{} : runConfigurator({"check"}).output) {
+    log_.line("config", "quor_config check: " + fault);
+  }
+}
+
+void Unit::announceConfiguration() {
+  if (daemonRuns()) {
+    unit_.daemon().signal(SIGHUP);
+    log_.line("config", "SIGHUP tells the daemon to read it before the next device");
+  }
+  report();
+}
+
+}  // namespace demo

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace demo {
+
+using Words = std::vector<std::string>;
+
+/** Divided by blanks; single quotes keep a word together. */
+[[nodiscard]] Words wordsOf(const std::string& line);
+/** The words as one would type them: between single quotes where they must be. */
+[[nodiscard]] std::string typed(const Words& words);
+
+/** What it is about stands in the left column: "daemon", "worker", "display" ... */
+struct Line {
+  std::string about;
+  std::string text;
+
+  bool operator==(const Line&) const = default;
+};
+
+/** Lines for a person on standard output, in colours where that is a terminal. */
+class Log {
+ public:
+  /** Lines are broken between words to fit `columns`, and within words that are longer than `longestWord`. */
+  Log(std::size_t columns, std::size_t longestWord);
+
+  void title(const std::string& text) const;
+  void headline(const std::string& text) const;
+  void line(const std::string& about, const std::string& text) const;
+  /** The same for what came of something that was done. */
+  void event(const std::string& about, const std::string& text);
+  /** The events since the last call. */
+  std::vector<Line> takeEvents();
+  /** A line with any left column, and no colours. */
+  void item(const std::string& left, const std::string& text) const;
+  /** As it is. */
+  static void plain(const std::string& text);
+
+  [[nodiscard]] bool isColoured() const { return isColoured_; }
+  [[nodiscard]] std::size_t textColumns() const;
+
+ private:
+  [[nodiscard]] Words wrapped(const std::string& text, std::size_t columns) const;
+  [[nodiscard]] std::string coloured(const std::string& text, const std::string& colour) const;
+
+  std::size_t columns_;
+  std::size_t longestWord_;
+  bool isColoured_;
+  std::vector<Line> events_;
+};
+
+}  // namespace demo

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <sys/un.h>
+
+#include <string>
+
+#include "sim/descriptor.h"
+
+namespace sim {
+
+/** The address of a path. Throws Error when it is too long for a socket. */
+[[nodiscard]] sockaddr_un unixAddress(const std::string& path);
+
+/** A socket of this type (SOCK_STREAM, SOCK_DGRAM) bound to a path; its calls never block. Throws Error. */
+[[nodiscard]] Descriptor bindTo(const std::string& path, int type);
+
+}  // namespace sim

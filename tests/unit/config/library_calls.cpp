@@ -1,0 +1,10 @@
+#include "unit/config/library_calls.h"
+
+#include "support/wrapped_call.h"
+
+WRAPPED_CALL(int, flock, flock, (int fd, int operation), (fd, operation))
+WRAPPED_CALL(int, nanosleep, nanosleep, (const timespec* request, timespec* remaining), (request, remaining))
+WRAPPED_CALL(int, fsync, fsync, (int fd), (fd))
+WRAPPED_CALL(int, rename, rename, (const char* from, const char* to), (from, to))
+WRAPPED_CALL(void, sync, sync, (), ())
+WRAPPED_CALL(pid_t, getpid, getpid, (), ())
