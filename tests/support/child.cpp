@@ -15,7 +15,6 @@
 #include <system_error>
 
 #include "sim/namespaces.h"
-#include "support/output.h"
 #include "ulx/exceptions.h"
 
 namespace support {
@@ -99,20 +98,6 @@ void dropPrivileges() {
   if (syscall(SYS_capset, &header, none.data()) == -1) {
     throw std::system_error(errno, std::generic_category(), "capset");
   }
-}
-
-std::string reportOfUnprivilegedChild(const std::function<std::string()>& body) {
-  const PacketPipe report;
-  inChild([&] {
-    dropPrivileges();
-    const std::string text = body();
-    ASSERT_EQ(write(report.writeEnd(), text.data(), text.size()), static_cast<ssize_t>(text.size()));
-  });
-  std::string text;
-  for (const std::string& part : report.writes()) {
-    text += part;
-  }
-  return text;
 }
 
 }  // namespace support

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <functional>
-#include <string>
 
 #include "support/failing_call.h"
 
@@ -22,8 +21,5 @@ void inChildWithFailing(const FailingCall& call, const std::function<void()>& bo
 
 /** Takes root's privileges from this process, a child of the test. Permissions hold for it as for any user. */
 void dropPrivileges();
-
-/** What `body` returns in a child without root's privileges. */
-std::string reportOfUnprivilegedChild(const std::function<std::string()>& body);
 
 }  // namespace support

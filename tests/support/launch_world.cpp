@@ -18,7 +18,10 @@ LaunchWorld::LaunchWorld() {
 
 LaunchWorld::~LaunchWorld() {
   workers_.endAll();
-  while (waitpid(-1, nullptr, WNOHANG) > 0) {
+}
+
+LaunchWorld::Collection::~Collection() {
+  while (waitpid(-1, nullptr, 0) > 0) {
   }
 }
 

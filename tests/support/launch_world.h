@@ -14,13 +14,18 @@ namespace support {
 class LaunchWorld : public PrivateWorld {
  protected:
   LaunchWorld();
-  /** Collects the workers, lest a later test of the process meets them. */
   ~LaunchWorld() override;
 
   /** How the next worker was started; they come in the order of their starts. */
   [[nodiscard]] sim::WorkerStart nextStart() { return workers_.waitForWorker().start; }
   void connectClient() { ctrl_->controlConnection = std::make_unique<ControlConnection>(-1); }
 
+  /** Goes after the workers' board, and collects them all, lest a later test of the process meets them. */
+  struct Collection {
+    ~Collection();
+  };
+
+  Collection collection_;
   sim::Workers workers_;
   TestCtrl ctrl_;
   DeviceDirectory device_;

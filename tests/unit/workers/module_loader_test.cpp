@@ -37,6 +37,12 @@ class ModuleLoader : public support::PrivateWorld {
     insmodDoes(R"(exec >>/sim/insmod; echo "$#"; for argument; do echo "$argument"; done)");
     fs::current_path("/vel");
   }
+  /** Removes the modules, lest a later test of the process sees them in its root. */
+  ~ModuleLoader() override {
+    for (const std::string& file : added_) {
+      fs::remove(file);
+    }
+  }
 
   static void insmodDoes(const std::string& script) {
     sim::writeFile("/sim/bin/insmod", "#!/bin/sh\n" + script + "\n");
@@ -50,10 +56,11 @@ class ModuleLoader : public support::PrivateWorld {
       setenv("MODPATH", path, 1);
     }
   }
-  static void addModules(const std::vector<std::string>& files) {
+  void addModules(const std::vector<std::string>& files) {
     for (const std::string& file : files) {
       sim::writeFile(file, "module");
     }
+    added_.insert(added_.end(), files.begin(), files.end());
   }
 
   /** The bare text that loading "driver" throws, "" when it returns. */
@@ -69,6 +76,7 @@ class ModuleLoader : public support::PrivateWorld {
 
  private:
   support::RestoredSettings settings_;
+  std::vector<std::string> added_;
 };
 
 struct SearchCase : support::NamedCase {
