@@ -6,6 +6,7 @@
 
 #include "sim/error.h"
 #include "sim/recording_views.h"
+#include "tools/recorder/device_recording.h"
 
 namespace demo {
 
@@ -30,7 +31,8 @@ sim::DeviceRecording load(const std::string& device) {
   if (!device.starts_with('/') && !contains(sim::recordingNames(), device)) {
     throw sim::Error("there is no recorded device named " + device);
   }
-  sim::DeviceRecording recording = sim::loadRecording(device);
+  sim::DeviceRecording recording =
+      device.starts_with('/') ? recorder::readRecording(device) : sim::loadRecording(device);
   if (recording.directory.empty()) {
     throw sim::Error(device + " is part of the unit and cannot be plugged");
   }
