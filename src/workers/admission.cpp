@@ -128,12 +128,12 @@ Judgement judge(const AdmissionPolicy& policy, const std::string& linkSpeed, con
   const Request request{.policy = policy, .linkSpeed = linkSpeed, .devicePath = devicePath};
   Judgement judgement;
   for (Rule* rule : rules) {
-    const Judgement ruled = rule(request);
+    Judgement ruled = rule(request);
     if (ruled.verdict == Verdict::refused) {
       return ruled;
     }
     if (ruled.verdict == Verdict::refusedSilently) {
-      judgement = ruled;
+      judgement = std::move(ruled);
     }
   }
   return judgement;

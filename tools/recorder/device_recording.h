@@ -3,24 +3,9 @@
 #include <string>
 #include <vector>
 
+#include "tools/recorder/recording_text.h"
+
 namespace recorder {
-
-/** One entry of a recorded sysfs tree. */
-struct TreeEntry {
-  enum class Kind { directory, link, file };
-
-  Kind kind;
-  std::string path;     ///< below /sys, without a leading slash
-  std::string content;  ///< a link's text or a file's bytes; empty for a directory
-
-  bool operator==(const TreeEntry&) const = default;
-};
-
-/** One recorded uevent. */
-struct RecordedEvent {
-  int milliseconds;      ///< since the first event of the plug or unplug
-  std::string datagram;  ///< as the kernel sent it: ACTION@DEVPATH, NUL, KEY=VALUE, NUL ...
-};
 
 /**
  * What a kernel announced and showed for one USB device that was plugged in and taken out again. The files

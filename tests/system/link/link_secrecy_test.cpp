@@ -9,7 +9,6 @@
 #include "system/support/attached_devices.h"
 #include "system/support/control_messages.h"
 #include "system/support/daemon_fixture.h"
-#include "system/support/attached_devices.h"
 
 namespace {
 

@@ -65,7 +65,7 @@ TEST_F(EndedChild, IsReapedAlsoWhenItEndsBeforeTheDaemonServes) {
   const std::string device = unit.sysfs.add(scanner());
   const std::string node = unit.sysfs.add(sim::HiddevNode{.usbDevice = unit.sysfs.add(keyboard())});
   HeldAttribute attribute(node + "/device/bInterfaceSubClass");
-  sim::Daemon& daemon = unit.startDaemon(support::commandLine({"--debug=ctrl", "--class=keyboard"}));
+  const sim::Daemon& daemon = unit.startDaemon(support::commandLine({"--debug=ctrl", "--class=keyboard"}));
   attribute.waitForReader();  // the scanner has its worker
 
   daemon.signal(SIGHUP);  // does no harm
@@ -90,7 +90,7 @@ TEST_F(EndedChild, IsReapedAlsoWhenItEndsRightAfterTheLastLook) {
   if (const auto obstacle = support::SystemCallTrace::obstacle()) {
     GTEST_SKIP() << *obstacle;
   }
-  sim::Daemon& daemon = start();
+  const sim::Daemon& daemon = start();
   sim::Worker& first = attach(scanner("1-1"));
   sim::Worker& late = attach(scanner("1-2"));
   unit.sysfs.removeDevice(first.device());

@@ -40,7 +40,7 @@ INSTANTIATE_TEST_SUITE_P(
                     PeriodCase{{"Zero"}, "0", 0.0}, PeriodCase{{"ANegativeNumber"}, "-3", -6.0},
                     PeriodCase{{"ANumberAndAWord"}, "7s", 14.0}, PeriodCase{{"AFraction"}, "10.9", 20.0},
                     PeriodCase{{"AHexadecimalNumber"}, "0x10", 0.0}, PeriodCase{{"TwoNumbers"}, "5 6", 10.0},
-                    PeriodCase{{"ABlankAndANumber"}, " 12", 24.0}, PeriodCase{{"ASign"}, "\t\n+12", 24.0},
+                    PeriodCase{{"ABlankAndANumber"}, " 12", 24.0}, PeriodCase{{"APlusSign"}, "\t\n+12", 24.0},
                     PeriodCase{{"Nothing"}, "", 0.0}, PeriodCase{{"AWord"}, "abc", 0.0},
                     PeriodCase{{"ABlank"}, " ", 0.0}, PeriodCase{{"ASignAlone"}, "-", 0.0},
                     PeriodCase{{"AWordAndANumber"}, "s7", 0.0},

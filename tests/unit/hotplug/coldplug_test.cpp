@@ -73,8 +73,12 @@ class Coldplug : public support::LaunchWorld {
   sim::Sysfs sysfs_;
 };
 
-Lines operator+(Lines lines, const Lines& more) {
+void append(Lines& lines, const Lines& more) {
   lines.insert(lines.end(), more.begin(), more.end());
+}
+
+Lines operator+(Lines lines, const Lines& more) {
+  append(lines, more);
   return lines;
 }
 
@@ -107,10 +111,10 @@ TEST_F(Coldplug, PassesKeyboardsAndThenDisksBehindAllUsbDevicesAsTheMaskSays) {
                            Mask{3, true, true}, Mask{252, false, false}, Mask{255, true, true}}) {
     Lines expected = offersOf(usbDevices);
     if (mask.keyboards) {
-      expected = expected + Lines{keyboardsBegin} + offersOf(hidNodes);
+      append(expected, Lines{keyboardsBegin} + offersOf(hidNodes));
     }
     if (mask.storage) {
-      expected = expected + Lines{storageBegins} + offersOf(scsiNodes);
+      append(expected, Lines{storageBegins} + offersOf(scsiNodes));
     }
     EXPECT_EQ(passesOf(mask.classes), expected) << mask.classes;
   }

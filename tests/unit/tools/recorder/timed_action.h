@@ -19,8 +19,8 @@ class RepeatedAction {
 
   /** Whether `stop` is requested before this time is over. */
   static bool isStoppedWithin(double seconds, const std::stop_token& stop) {
-    std::mutex mutex;
-    std::unique_lock lock(mutex);
+    std::mutex mutex;              // nothing is shared: the wait for the request needs one
+    std::unique_lock lock(mutex);  // cppcheck-suppress localMutex
     return std::condition_variable_any().wait_for(lock, stop, std::chrono::duration<double>(seconds),
                                                   [&stop] { return stop.stop_requested(); });
   }
