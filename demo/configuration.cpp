@@ -2,6 +2,7 @@
 
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <sstream>
@@ -16,8 +17,6 @@ namespace demo {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr const char* genericWorkerKey = "apps:quor_usb_rx_generic";
 
 struct Run {
   int status = 0;
@@ -52,16 +51,9 @@ void installGenericWorker(sim::Unit& unit, const std::string& program) {
 }  // namespace
 
 const Words& Unit::configurationKeys() {
-  static const Words keys = {genericWorkerKey,
-                             "usb:block_mass_storage",
-                             "usb:classes",
-                             "usb:connect_fail_timeout",
-                             "usb:debug",
-                             "usb:hid_only",
-                             "usb:isochronous_enabled",
-                             "usb:isochronous_user_warning",
-                             "usb:log_to_syslog",
-                             "usb:smartcard"};
+  static const Words keys = wordsOf(
+      "apps:quor_usb_rx_generic usb:block_mass_storage usb:classes usb:connect_fail_timeout usb:debug "
+      "usb:hid_only usb:isochronous_enabled usb:isochronous_user_warning usb:log_to_syslog usb:smartcard");
   return keys;
 }
 
@@ -70,12 +62,32 @@ std::optional<std::string> Unit::configured(const std::string& key) {
   return run.status == 0 && !run.output.empty() ? std::optional(run.output.front()) : std::nullopt;
 }
 
+void Unit::policy(const Words& arguments) {
+  if (arguments.size() % 2 == 1) {
+    throw sim::Error("a key needs a value; default removes it");
+  }
+  for (std::size_t i = 0; i < arguments.size(); i += 2) {
+    if (std::ranges::count(configurationKeys(), arguments[i]) == 0) {
+      throw sim::Error("there is no key " + arguments[i] + "; help lists them");
+    }
+  }
+  for (std::size_t i = 0; i < arguments.size(); i += 2) {
+    configure(arguments[i], arguments[i + 1]);
+  }
+  logConfiguration();
+  if (!arguments.empty() && daemonRuns()) {
+    daemon_->signal(SIGHUP);
+    log_.line("config", "SIGHUP tells the daemon to read it before the next device");
+  }
+}
+
+/** The value "default" removes the key. */
 void Unit::configure(const std::string& key, const std::string& value) {
   const bool isRemoved = value == "default";
   if (isRemoved && !configured(key)) {
     return;
   }
-  if (!isRemoved && key == genericWorkerKey) {
+  if (!isRemoved && key == "apps:quor_usb_rx_generic") {
     installGenericWorker(unit_, value);
   }
   const Words command = isRemoved ? Words{"unset", key} : Words{"set", key, value};
@@ -99,14 +111,6 @@ void Unit::logConfiguration() {
   for (const std::string& fault : text.empty() ? Words{} : runConfigurator({"check"}).output) {
     log_.line("config", "quor_config check: " + fault);
   }
-}
-
-void Unit::announceConfiguration() {
-  if (daemonRuns()) {
-    unit_.daemon().signal(SIGHUP);
-    log_.line("config", "SIGHUP tells the daemon to read it before the next device");
-  }
-  report();
 }
 
 }  // namespace demo

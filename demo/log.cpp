@@ -3,14 +3,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cctype>
-#include <cstdio>
 #include <cstdlib>
 #include <iostream>
 #include <map>
 #include <sstream>
-#include <utility>
 
 namespace demo {
 
@@ -18,24 +15,23 @@ namespace {
 
 constexpr std::size_t aboutColumns = 10;
 
-struct Colours {
-  std::string about;
-  std::string text;
-};
-
 const std::map<std::string, Colours> coloursOf = {
     {"uevent", {"36", ""}},      {"daemon", {"2", "2"}},       {"worker", {"34", "34"}},
     {"display", {"33", "1;33"}}, {"link", {"35", ""}},         {"config", {"35", ""}},
     {"ok", {"32", "32"}},        {"FAILED", {"1;31", "1;31"}}, {"error", {"31", ""}}};
 
+std::string coloured(const std::string& text, const std::string& colour) {
+  return !Log::isColoured() || colour.empty() ? text : "\033[" + colour + "m" + text + "\033[0m";
+}
+
 /** Control characters are shown as \xNN. */
 std::string printable(const std::string& text) {
+  constexpr const char* digits = "0123456789abcdef";
   std::string shown;
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
-    std::array<char, sizeof "\\x00"> code{};
-    std::snprintf(code.data(), code.size(), "\\x%02x", byte);
-    shown += std::iscntrl(byte) != 0 ? std::string(code.data()) : std::string(1, c);
+    shown += std::iscntrl(byte) == 0 ? std::string{c}
+                                     : std::string{'\\', 'x', digits[byte / 16], digits[byte % 16]};
   }
   return shown;
 }
@@ -85,27 +81,18 @@ std::string typed(const Words& words) {
   return line;
 }
 
-Log::Log(std::size_t columns, std::size_t longestWord) : columns_(columns), longestWord_(longestWord) {
-  const char* noColour = std::getenv("NO_COLOR");
-  isColoured_ = ::isatty(STDOUT_FILENO) == 1 && (noColour == nullptr || *noColour == '\0');
-}
-
-void Log::title(const std::string& text) const {
+void Log::title(const std::string& text) {
   plain("\n" + coloured("== " + text + " ==", "1") + "\n");
 }
 
-void Log::headline(const std::string& text) const {
+void Log::headline(const std::string& text) {
   plain("\n" + coloured(text, "1;4") + "\n");
 }
 
 void Log::line(const std::string& about, const std::string& text) const {
-  const Colours& colours = coloursOf.at(about);
   std::string left = about;
-  for (const std::string& part : wrapped(text, textColumns())) {
-    left.resize(aboutColumns - 2, ' ');
-    plain(coloured(left + "| ", colours.about) + coloured(part, colours.text) + "\n");
-    left.clear();
-  }
+  left.resize(aboutColumns - 2, ' ');
+  item(left + "| ", text, coloursOf.at(about));
 }
 
 void Log::event(const std::string& about, const std::string& text) {
@@ -113,20 +100,21 @@ void Log::event(const std::string& about, const std::string& text) {
   events_.push_back({about, text});
 }
 
-std::vector<Line> Log::takeEvents() {
-  return std::exchange(events_, {});
-}
-
-void Log::item(const std::string& left, const std::string& text) const {
-  std::string beginning = left;
+void Log::item(std::string left, const std::string& text, const Colours& colours) const {
   for (const std::string& part : wrapped(text, columns_ - left.size())) {
-    plain(beginning + part + "\n");
-    beginning.assign(left.size(), ' ');
+    plain(coloured(left, colours.first) + coloured(part, colours.second) + "\n");
+    std::replace_if(
+        left.begin(), left.end(), [](char c) { return c != '|'; }, ' ');
   }
 }
 
 void Log::plain(const std::string& text) {
   std::cout << text << std::flush;
+}
+
+bool Log::isColoured() {
+  const char* const noColour = std::getenv("NO_COLOR");
+  return ::isatty(STDOUT_FILENO) == 1 && (noColour == nullptr || *noColour == '\0');
 }
 
 std::size_t Log::textColumns() const {
@@ -145,10 +133,6 @@ Words Log::wrapped(const std::string& text, std::size_t columns) const {
     }
   }
   return lines;
-}
-
-std::string Log::coloured(const std::string& text, const std::string& colour) const {
-  return !isColoured_ || colour.empty() ? text : "\033[" + colour + "m" + text + "\033[0m";
 }
 
 }  // namespace demo

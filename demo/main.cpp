@@ -7,6 +7,7 @@
 
 #include "demo/prompt.h"
 #include "demo/scenes.h"
+#include "demo/unit.h"
 #include "sim/contract.h"
 
 namespace demo {
@@ -48,7 +49,7 @@ std::string findFault(const Step& step, std::vector<Line> seen) {
 std::string carryOut(const Step& step, Unit& unit, Log& log) {
   try {
     for (const std::string& command : step.commands) {
-      carryOutCommand(command, unit, log);
+      unit.carryOut(command);
     }
   } catch (const std::exception& error) {
     return std::string("this step could not be done: ") + error.what();
@@ -61,25 +62,30 @@ bool showScenes() {
   Log log(100, 100);
   Log::plain(introduction);
   std::size_t steps = 0;
-  int done = 0;
-  std::string fault;
   for (const Scene& scene : scenes()) {
     steps += scene.steps.size();
-    if (!fault.empty()) {
-      continue;
-    }
-    log.title(scene.title);
+  }
+  int done = 0;
+  const auto result = [&] {
+    return std::to_string(done) + " of " + std::to_string(steps) + " steps went as expected";
+  };
+  for (const Scene& scene : scenes()) {
+    Log::title(scene.title);
     Unit unit(log);
-    for (auto step = scene.steps.begin(); step != scene.steps.end() && fault.empty(); ++step) {
-      log.headline(std::to_string(done + 1) + ". " + step->headline);
-      fault = carryOut(*step, unit, log);
-      log.line(fault.empty() ? "ok" : "FAILED", fault.empty() ? step->outcome : fault);
-      done += fault.empty() ? 1 : 0;
+    for (const Step& step : scene.steps) {
+      Log::headline(std::to_string(done + 1) + ". " + step.headline);
+      const std::string fault = carryOut(step, unit, log);
+      if (!fault.empty()) {
+        log.line("FAILED", fault);
+        Log::headline(result() + "; the one above did not, and ends the demo.");
+        return false;
+      }
+      log.line("ok", step.outcome);
+      ++done;
     }
   }
-  log.headline(std::to_string(done) + " of " + std::to_string(steps) + " steps went as expected" +
-               (fault.empty() ? "." : "; the one above did not, and ends the demo."));
-  return fault.empty();
+  Log::headline(result() + ".");
+  return true;
 }
 
 int run(const Words& arguments) {

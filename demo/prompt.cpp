@@ -11,6 +11,7 @@
 #include <cwchar>
 #include <memory>
 
+#include "demo/unit.h"
 #include "sim/error.h"
 #include "sim/wait.h"
 
@@ -21,9 +22,7 @@ namespace {
 constexpr const char* plainPrompt = "> ";
 constexpr const char* boldPrompt = "\1\033[1m\1>\1\033[0m\1 ";
 
-using LineOrEnd = std::optional<std::string>;
-
-/** A unit, and lines from standard input; what happens in between is reported. The line editor has one only. */
+/** What the functions share that the line editor calls. */
 struct Prompt {
   Log log = Log(80, 66);
   Unit unit = Unit(log);
@@ -47,7 +46,8 @@ void reportNews() {
   }
 }
 
-std::optional<char> readByte() {
+/** What happens until there is input is reported. */
+bool readByte(char& byte) {
   pollfd input{STDIN_FILENO, POLLIN, 0};
   while (::poll(&input, 1, 0) <= 0) {
     if (prompt().unit.hasNews()) {
@@ -58,31 +58,16 @@ std::optional<char> readByte() {
       sim::serveBackground(sim::Deadline(3600));
     }
   }
-  char byte = 0;
-  return ::read(STDIN_FILENO, &byte, 1) == 1 ? std::optional(byte) : std::nullopt;
+  return ::read(STDIN_FILENO, &byte, 1) == 1;
 }
 
-LineOrEnd readPlainLine() {
-  Log::plain(plainPrompt);
-  std::string line;
-  std::optional<char> byte = readByte();
-  const bool isEnd = !byte;
-  for (; byte && *byte != '\n'; byte = readByte()) {
-    line += *byte;
-  }
-  if (::isatty(STDIN_FILENO) == 0) {
-    Log::plain((isEnd ? "(end of input)" : line) + "\n");
-  }
-  return isEnd ? std::nullopt : LineOrEnd(line);
-}
-
-/** For the line editor. */
 int readKey(FILE* /*input*/) {
   constexpr auto isIncomplete = static_cast<std::size_t>(-2);
   std::mbstate_t state{};
   wchar_t key = 0;
-  while (const std::optional<char> byte = readByte()) {
-    if (std::mbrtowc(&key, &*byte, 1, &state) != isIncomplete) {
+  char byte = 0;
+  while (readByte(byte)) {
+    if (std::mbrtowc(&key, &byte, 1, &state) != isIncomplete) {
       return static_cast<int>(key);
     }
   }
@@ -103,40 +88,47 @@ char* nextCompletion(const char* word, int /*isNext*/) {
 
 char** complete(const char* word, int start, int /*end*/) {
   const std::string before(rl_line_buffer, static_cast<std::size_t>(start));
-  prompt().completions = nextWords(wordsOf(before), prompt().unit);
+  prompt().completions = prompt().unit.nextWords(wordsOf(before));
   const bool isPath = std::strchr(word, '/') != nullptr;
   rl_attempted_completion_over = isPath ? 0 : 1;  // else the editor goes on to the names of files
   return isPath ? nullptr : rl_completion_matches(word, nextCompletion);
 }
 
-LineOrEnd readEditedLine() {
-  rl_getc_function = readKey;
-  rl_attempted_completion_function = complete;
+/** Where there is no terminal, the editor just reads, and the line is shown as if it had been typed. */
+std::optional<std::string> readLine() {
+  if (!prompt().isEdited) {
+    Log::plain(plainPrompt);
+  }
   const std::unique_ptr<char, decltype(&std::free)> text(
-      readline(prompt().log.isColoured() ? boldPrompt : plainPrompt), &std::free);
+      readline(Log::isColoured() ? boldPrompt : plainPrompt), &std::free);
+  if (::isatty(STDIN_FILENO) == 0) {
+    Log::plain((text == nullptr ? std::string("(end of input)") : text.get()) + "\n");
+  }
   if (text == nullptr) {
     return std::nullopt;
   }
   add_history(text.get());
-  return std::string(text.get());
+  return text.get();
 }
 
 }  // namespace
 
 void runPrompt() {
-  std::setlocale(LC_CTYPE, "");
+  std::setlocale(LC_CTYPE, "C.UTF-8");
+  rl_getc_function = readKey;
+  rl_attempted_completion_function = complete;
   Log::plain("The daemon on a simulated unit, and you at the desk. \"help\" lists the commands.\n\n");
-  LineOrEnd line = "start";
+  std::optional<std::string> line = "start";
   while (line && wordsOf(*line) != Words{"quit"}) {
     try {
-      carryOutCommand(*line, prompt().unit, prompt().log);
+      prompt().unit.carryOut(*line);
     } catch (const sim::TimedOut&) {
       throw;
     } catch (const std::exception& error) {
       prompt().log.line("error", error.what());
     }
     Log::plain("\n");
-    line = prompt().isEdited ? readEditedLine() : readPlainLine();
+    line = readLine();
   }
 }
 
