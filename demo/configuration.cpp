@@ -5,11 +5,10 @@
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
-#include <sstream>
 
 #include "demo/unit.h"
 #include "sim/error.h"
-#include "sim/files.h"
+#include "sim/line_file.h"
 #include "sim/process.h"
 
 namespace demo {
@@ -18,24 +17,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Run {
-  int status = 0;
-  Words output;
-};
-
-Run runConfigurator(Words command) {
+/** Returns its status and the lines of its output. */
+std::pair<int, Words> runConfigurator(Words command) {
   constexpr const char* outputFile = "/sim/quor_config";
+  sim::LineFile output(outputFile);
   command.insert(command.begin(), DEMO_CONFIGURATOR);
-  sim::writeFile(outputFile, "");
-  Run run;
-  if (::waitpid(sim::startProcess(command, {}, outputFile, outputFile), &run.status, 0) == -1) {
+  int status = 0;
+  if (::waitpid(sim::startProcess(command, {}, outputFile, outputFile), &status, 0) == -1) {
     throw sim::systemError("waitpid()");
   }
-  std::istringstream text(sim::readFile(outputFile));
-  for (std::string line; std::getline(text, line);) {
-    run.output.push_back(line);
-  }
-  return run;
+  return {status, output.lines()};
 }
 
 /** So that the daemon finds it. A program of the host's would not report to the unit. */
@@ -58,8 +49,8 @@ const Words& Unit::configurationKeys() {
 }
 
 std::optional<std::string> Unit::configured(const std::string& key) {
-  const Run run = runConfigurator({"get", key});
-  return run.status == 0 && !run.output.empty() ? std::optional(run.output.front()) : std::nullopt;
+  const auto [status, output] = runConfigurator({"get", key});
+  return status == 0 && !output.empty() ? std::optional(output.front()) : std::nullopt;
 }
 
 void Unit::policy(const Words& arguments) {
@@ -92,23 +83,23 @@ void Unit::configure(const std::string& key, const std::string& value) {
   }
   const Words command = isRemoved ? Words{"unset", key} : Words{"set", key, value};
   log_.line("config", "quor_config " + typed(command));
-  if (runConfigurator(command).status != 0) {
+  if (runConfigurator(command).first != 0) {
     throw sim::Error("quor_config did not do what it was asked for");
   }
 }
 
 void Unit::logConfiguration() {
   std::string text;
-  std::string section;
   for (const std::string& key : configurationKeys()) {
     if (const std::optional<std::string> value = configured(key)) {
       const std::size_t colon = key.find(':');
-      const bool isFirst = std::exchange(section, key.substr(0, colon)) != key.substr(0, colon);
-      text += (isFirst ? " [" + section + "] " : ", ") + key.substr(colon + 1) + "=" + *value;
+      const std::string section = " [" + key.substr(0, colon) + "] ";
+      text +=
+          (text.find(section) == std::string::npos ? section : ", ") + key.substr(colon + 1) + "=" + *value;
     }
   }
   log_.line("config", "/vel/quor.conf says:" + (text.empty() ? " nothing: every key has its default" : text));
-  for (const std::string& fault : text.empty() ? Words{} : runConfigurator({"check"}).output) {
+  for (const std::string& fault : text.empty() ? Words{} : runConfigurator({"check"}).second) {
     log_.line("config", "quor_config check: " + fault);
   }
 }

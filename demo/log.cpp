@@ -7,13 +7,12 @@
 #include <cstdlib>
 #include <iostream>
 #include <map>
+#include <regex>
 #include <sstream>
 
 namespace demo {
 
 namespace {
-
-constexpr std::size_t aboutColumns = 10;
 
 const std::map<std::string, Colours> coloursOf = {
     {"uevent", {"36", ""}},      {"daemon", {"2", "2"}},       {"worker", {"34", "34"}},
@@ -36,38 +35,14 @@ std::string printable(const std::string& text) {
   return shown;
 }
 
-/** What stands between blanks; a longer word in parts, which end with a slash if they can. */
-Words partsOf(const std::string& text, std::size_t longest) {
-  Words parts;
-  std::istringstream words(text);
-  for (std::string word; std::getline(words, word, ' ');) {
-    while (word.size() > longest) {
-      const std::size_t slash = word.rfind('/', longest - 1);
-      const std::size_t length = slash == 0 || slash == std::string::npos ? longest : slash + 1;
-      parts.push_back(word.substr(0, length));
-      word.erase(0, length);
-    }
-    parts.push_back(word);
-  }
-  return parts;
-}
-
 }  // namespace
 
 Words wordsOf(const std::string& line) {
+  static const std::regex form("([^ ']|'[^']*'?)+");
   Words words;
-  bool inWord = false;
-  bool inQuotes = false;
-  for (const char c : line) {
-    const bool isBlank = c == ' ' && !inQuotes;
-    if (!isBlank && !inWord) {
-      words.emplace_back();
-    }
-    inWord = !isBlank;
-    inQuotes = inQuotes != (c == '\'');
-    if (inWord && c != '\'') {
-      words.back() += c;
-    }
+  for (std::sregex_iterator word(line.begin(), line.end(), form); word != std::sregex_iterator(); ++word) {
+    words.push_back(word->str());
+    std::erase(words.back(), '\'');
   }
   return words;
 }
@@ -81,12 +56,8 @@ std::string typed(const Words& words) {
   return line;
 }
 
-void Log::title(const std::string& text) {
-  plain("\n" + coloured("== " + text + " ==", "1") + "\n");
-}
-
-void Log::headline(const std::string& text) {
-  plain("\n" + coloured(text, "1;4") + "\n");
+void Log::headline(const std::string& text, const std::string& colour) {
+  plain("\n" + coloured(text, colour) + "\n");
 }
 
 void Log::line(const std::string& about, const std::string& text) const {
@@ -97,7 +68,7 @@ void Log::line(const std::string& about, const std::string& text) const {
 
 void Log::event(const std::string& about, const std::string& text) {
   line(about, text);
-  events_.push_back({about, text});
+  events_.emplace_back(about, text);
 }
 
 void Log::item(std::string left, const std::string& text, const Colours& colours) const {
@@ -117,20 +88,22 @@ bool Log::isColoured() {
   return ::isatty(STDOUT_FILENO) == 1 && (noColour == nullptr || *noColour == '\0');
 }
 
-std::size_t Log::textColumns() const {
-  return columns_ - aboutColumns;
-}
-
+/** Words that are too long are divided, behind a slash if they can. */
 Words Log::wrapped(const std::string& text, std::size_t columns) const {
   Words lines;
-  for (const std::string& part : partsOf(printable(text), longestWord_)) {
-    if (lines.empty()) {
-      lines.push_back(part);
-    } else if (lines.back().size() + 1 + part.size() > columns) {
-      lines.push_back("   " + part);
-    } else {
-      lines.back() += " " + part;
-    }
+  std::istringstream words(printable(text));
+  for (std::string word; std::getline(words, word, ' ');) {
+    do {
+      const std::size_t slash = word.rfind('/', longestWord_ - 1);
+      const bool isCutAtSlash = word.size() > longestWord_ && slash != 0 && slash != std::string::npos;
+      const std::string part = word.substr(0, isCutAtSlash ? slash + 1 : longestWord_);
+      word.erase(0, part.size());
+      if (!lines.empty() && lines.back().size() + 1 + part.size() <= columns) {
+        lines.back() += " " + part;
+      } else {
+        lines.push_back((lines.empty() ? "" : "   ") + part);
+      }
+    } while (!word.empty());
   }
   return lines;
 }

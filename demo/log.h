@@ -13,13 +13,8 @@ using Words = std::vector<std::string>;
 /** The words as one would type them: between single quotes where they must be. */
 [[nodiscard]] std::string typed(const Words& words);
 
-/** What it is about stands in the left column: "daemon", "worker", "display" ... */
-struct Line {
-  std::string about;
-  std::string text;
-
-  bool operator==(const Line&) const = default;
-};
+/** What it is about ("daemon", "worker", "display" ...), which stands in the left column, and the text. */
+using Line = std::pair<std::string, std::string>;
 
 /** Of the left column and of the text, as the terminal numbers them; none if empty. */
 using Colours = std::pair<std::string, std::string>;
@@ -30,8 +25,7 @@ class Log {
   /** Lines are broken between words to fit `columns`, and within words that are longer than `longestWord`. */
   Log(std::size_t columns, std::size_t longestWord) : columns_(columns), longestWord_(longestWord) {}
 
-  static void title(const std::string& text);
-  static void headline(const std::string& text);
+  static void headline(const std::string& text, const std::string& colour = "1;4");
   void line(const std::string& about, const std::string& text) const;
   /** The same for what came of something that was done. */
   void event(const std::string& about, const std::string& text);
@@ -42,9 +36,11 @@ class Log {
   static void plain(const std::string& text);
 
   [[nodiscard]] static bool isColoured();
-  [[nodiscard]] std::size_t textColumns() const;
+  [[nodiscard]] std::size_t textColumns() const { return columns_ - aboutColumns; }
 
  private:
+  static constexpr std::size_t aboutColumns = 10;
+
   [[nodiscard]] Words wrapped(const std::string& text, std::size_t columns) const;
 
   std::size_t columns_;

@@ -35,30 +35,24 @@ Prompt& prompt() {
   return only;
 }
 
-/** Below the line that is being typed, which is then shown once more. */
-void reportNews() {
-  Log::plain("\n");
-  prompt().unit.report();
-  if (prompt().isEdited) {
-    rl_forced_update_display();
-  } else {
-    Log::plain(plainPrompt);
-  }
-}
-
-/** What happens until there is input is reported. */
-bool readByte(char& byte) {
+/** What happens until then is reported, below the line that is being typed; this is then shown once more. */
+void waitForInput() {
   pollfd input{STDIN_FILENO, POLLIN, 0};
   while (::poll(&input, 1, 0) <= 0) {
-    if (prompt().unit.hasNews()) {
-      reportNews();
-    } else {
+    if (!prompt().unit.hasNews()) {
       const sim::Background wakeAtInput(STDIN_FILENO, [] {});
       const sim::Background wakeAtEndOfDaemon(prompt().unit.endOfDaemon(), [] {});
       sim::serveBackground(sim::Deadline(3600));
+      continue;
+    }
+    Log::plain("\n");
+    prompt().unit.report();
+    if (prompt().isEdited) {
+      rl_forced_update_display();
+    } else {
+      Log::plain(plainPrompt);
     }
   }
-  return ::read(STDIN_FILENO, &byte, 1) == 1;
 }
 
 int readKey(FILE* /*input*/) {
@@ -66,12 +60,13 @@ int readKey(FILE* /*input*/) {
   std::mbstate_t state{};
   wchar_t key = 0;
   char byte = 0;
-  while (readByte(byte)) {
-    if (std::mbrtowc(&key, &byte, 1, &state) != isIncomplete) {
-      return static_cast<int>(key);
+  do {
+    waitForInput();
+    if (::read(STDIN_FILENO, &byte, 1) != 1) {
+      return EOF;
     }
-  }
-  return EOF;
+  } while (std::mbrtowc(&key, &byte, 1, &state) == isIncomplete);
+  return static_cast<int>(key);
 }
 
 /** One after another, with each call. */

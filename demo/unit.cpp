@@ -18,17 +18,13 @@ namespace fs = std::filesystem;
 
 /** What identifies a device: its name, or the full path of its folder. */
 std::string identify(const std::string& device) {
-  if (device.find('/') == std::string::npos) {
-    return device;
-  }
-  const fs::path folder = fs::weakly_canonical(device);
-  return folder.has_filename() ? folder : folder.parent_path();
+  const bool isName = device.find('/') == std::string::npos;
+  return isName ? device : (fs::weakly_canonical(device) / "").parent_path().string();
 }
 
 sim::DeviceRecording load(const std::string& device) {
   const bool isPath = device.starts_with('/');
-  const Words names = sim::recordingNames();
-  if (!isPath && std::find(names.begin(), names.end(), device) == names.end()) {
+  if (!isPath && std::ranges::count(sim::recordingNames(), device) == 0) {
     throw sim::Error("there is no recorded device named " + device);
   }
   sim::DeviceRecording recording = isPath ? recorder::readRecording(device) : sim::loadRecording(device);
@@ -51,16 +47,12 @@ void demandMessages(const std::string& arguments) {
   }
 }
 
-int number(const std::string& word, int largest) {
+int number(const std::string& word, int largest = 999999) {
   std::smatch digits;
   if (!std::regex_match(word, digits, std::regex("#?([0-9]{1,6})")) || std::stoi(digits[1]) > largest) {
     throw sim::Error("\"" + word + "\" is no number from 0 to " + std::to_string(largest));
   }
   return std::stoi(digits[1]);
-}
-
-int workerNumber(const std::string& word) {
-  return number(word, 999999);
 }
 
 }  // namespace
@@ -96,9 +88,7 @@ void Unit::plug(const Words& arguments) {
   for (const sim::RecordedEvent& event : recording.plugEvents) {
     const std::string head = event.datagram.substr(0, event.datagram.find('\0'));
     const std::string directory = "/sys" + head.substr(head.find('@') + 1);
-    if (!fs::exists(directory)) {
-      unit_.sysfs.makeDirectory(directory);
-    }
+    unit_.sysfs.makeDirectory(directory);
   }
   devices_.emplace(identity, recording);
   send(recording.plugEvents);
@@ -175,20 +165,20 @@ void Unit::hangUp(const Words& /*arguments*/) {
 }
 
 void Unit::endWorker(const Words& arguments) {
-  const int worker = workerNumber(arguments[0]);
+  const int worker = number(arguments[0]);
   const int status = number(arguments[1], 255);
   process(worker).exitWith(status);
   logEnd(worker, " with status " + std::to_string(status));
 }
 
 void Unit::crashWorker(const Words& arguments) {
-  const int worker = workerNumber(arguments[0]);
+  const int worker = number(arguments[0]);
   process(worker).dieBy(SIGKILL);
   logEnd(worker, " by signal " + std::to_string(SIGKILL));
 }
 
 void Unit::awaitEndOfWorker(const Words& arguments) {
-  const int worker = workerNumber(arguments[0]);
+  const int worker = number(arguments[0]);
   if (worker > workersStarted_ || workers_.contains(worker)) {
     logEnd(worker, "");
   }
