@@ -1,6 +1,7 @@
 // How the unit's log comes about: what the daemon writes, its workers, the display, the answers to queries.
 
 #include <algorithm>
+#include <regex>
 #include <sstream>
 #include <string_view>
 
@@ -22,16 +23,16 @@ bool namesUevent(const std::string& line) {
          line == debug::line(debug::event(words[1], words[2]));
 }
 
-bool namesSubsystem(const std::string& line) {
-  return line.starts_with(debug::line("subsystem is "));
-}
-
 /** Without the uevents that the daemon took no interest in: it names them and their subsystem only. */
 Words withoutPassedOver(const Words& lines) {
   Words kept;
   for (auto begin = lines.begin(); begin != lines.end();) {
     const auto end = std::find_if(begin + 1, lines.end(), namesUevent);
-    if (!namesUevent(*begin) || !std::all_of(begin + 1, end, namesSubsystem)) {
+    const bool isOfInterest =
+        !namesUevent(*begin) || std::any_of(begin + 1, end, [](const std::string& line) {
+          return !line.starts_with(debug::line("subsystem is "));
+        });
+    if (isOfInterest) {
       kept.insert(kept.end(), begin, end);
     }
     begin = end;
@@ -39,21 +40,14 @@ Words withoutPassedOver(const Words& lines) {
   return kept;
 }
 
-/** Keeps the first component of a path and as many of the last ones as fit. */
-std::string shortened(const std::string& path, std::size_t columns) {
-  std::size_t rest = path.find('/', 1);
-  const std::string beginning = path.substr(0, rest) + "/...";
-  while (rest != std::string::npos && beginning.size() + path.size() - rest > columns) {
-    rest = path.find('/', rest + 1);
-  }
-  return path.size() <= columns ? path : beginning + path.substr(std::min(rest, path.rfind('/')));
-}
-
+/** A path that does not fit is shown without what leads to the bus. */
 std::string describe(const std::string& datagram, std::size_t columns) {
   const std::string head = datagram.substr(0, datagram.find('\0'));
+  const std::string path = head.substr(head.find('@') + 1);
   std::string action = head.substr(0, head.find('@'));
   action.resize(sizeof "remove", ' ');
-  return action + shortened(head.substr(head.find('@') + 1), columns - action.size());
+  const bool fits = action.size() + path.size() <= columns;
+  return action + (fits ? path : std::regex_replace(path, std::regex("^(/[^/]*)/.*?(/usb)"), "$1/...$2"));
 }
 
 /** Whether a whole device has come or gone, as against interfaces, nodes and changes. */

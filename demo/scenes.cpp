@@ -21,10 +21,6 @@ Line shows(const std::string& text) {
   return {"display", "[" + text + "]"};
 }
 
-Line receives(const std::string& answer) {
-  return {"link", "receives \"" + answer + "\""};
-}
-
 Line starts(int worker, const std::string& command) {
   return {"worker", "#" + std::to_string(worker) + " starts: " + command};
 }
@@ -47,6 +43,7 @@ std::vector<Line> refused(const std::string& text) {
 }
 
 const std::string withItsDevice = " with status 0: its device has gone";
+const Line answered = {"link", "receives \"" + link + "\""};
 const Line daemonEnds = {"daemon", "has ended with status 0"};
 
 void startWithLink(const Step& step) {
@@ -66,9 +63,9 @@ void linkNotKnownYet(const Step& step) {
        {says(debug::generic), starts(1, generic + " eth1 transmitter 0 " + usb + "1-1")},
        "It has its worker; the display says nothing before there is a link.");
   step("The link manager delivers the parameters", {"link " + link},
-       {shows(attached("QEMU USB Mouse")), receives(link)},
+       {shows(attached("QEMU USB Mouse")), answered},
        "The tool gets its answer; what is plugged in is announced.");
-  step("Another tool asks", {"query"}, {receives(link)}, "It is answered at once.");
+  step("Another tool asks", {"query"}, {answered}, "It is answered at once.");
   step("You unplug the mouse", {"unplug mouse-fs"}, {ends(1, withItsDevice)},
        "The worker ends by itself; the daemon forgets it.");
   step("The link manager goes", {"hangup"}, {daemonEnds},

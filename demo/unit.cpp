@@ -34,19 +34,6 @@ sim::DeviceRecording load(const std::string& device) {
   return sim::withClassUsbHiddev(recording);
 }
 
-/** On standard error: the demo relies on them. */
-void demandMessages(const std::string& arguments) {
-  const auto contain = [&arguments](const char* option) {
-    return std::regex_search(" " + arguments + " ", std::regex(option));
-  };
-  if (!contain(" --debug=\\S*ctrl") || contain(" --syslog ") ||
-      (!contain(" --stderr ") && Unit::configured("usb:log_to_syslog"))) {
-    throw sim::Error(
-        "the demo shows the daemon's messages: give it --debug=ctrl, and no --syslog; with "
-        "usb:log_to_syslog give it --stderr, too");
-  }
-}
-
 int number(const std::string& word, int largest = 999999) {
   std::smatch digits;
   if (!std::regex_match(word, digits, std::regex("#?([0-9]{1,6})")) || std::stoi(digits[1]) > largest) {
@@ -64,7 +51,14 @@ void Unit::startDaemon(const Words& arguments) {
   if (arguments.empty()) {
     return startDaemon(wordsOf("--debug=ctrl,generic,keyboard,scsi --class=all transmitter 5000 high"));
   }
-  demandMessages(typed(arguments));
+  const bool isDebugged = std::regex_search(typed(arguments), std::regex("--debug=\\S*ctrl"));
+  const bool isOnStandardError =
+      std::ranges::count(arguments, "--stderr") > 0 || !configured("usb:log_to_syslog");
+  if (!isDebugged || !isOnStandardError || std::ranges::count(arguments, "--syslog") > 0) {
+    throw sim::Error(
+        "the demo shows the daemon's messages: give it --debug=ctrl, and no --syslog; with "
+        "usb:log_to_syslog give it --stderr, too");
+  }
   log_.line("daemon", "starts: usb_rx_ctrl " + typed(arguments));
   daemon_ = &unit_.startDaemon(arguments);
   linesRead_ = 0;

@@ -21,11 +21,6 @@ class Unit {
   /** What may come next in a line that begins with these words. */
   [[nodiscard]] Words nextWords(const Words& before) const;
 
-  /** All that the daemon reads, "section:key". */
-  static const Words& configurationKeys();
-  /** What the file says of a key. */
-  [[nodiscard]] static std::optional<std::string> configured(const std::string& key);
-
   /** Logs all that has happened since the last time. */
   void report();
   /** Whether there is something to report; does not wait for the daemon. */
@@ -69,6 +64,9 @@ class Unit {
   void send(const std::vector<sim::RecordedEvent>& events);
   [[nodiscard]] sim::DeviceRecording atFreePort(const sim::DeviceRecording& recording) const;
   [[nodiscard]] Words pluggedIn() const;
+  /** All that the daemon reads, "section:key". */
+  static const Words& configurationKeys();
+  [[nodiscard]] static std::optional<std::string> configured(const std::string& key);
   [[nodiscard]] sim::Worker& process(int worker) const;
   [[nodiscard]] std::string nameOf(int worker) const;
   void configure(const std::string& key, const std::string& value);
