@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
+#include <iterator>
 
 #include "demo/unit.h"
 #include "sim/error.h"

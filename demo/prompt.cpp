@@ -1,6 +1,6 @@
 #include "demo/prompt.h"
 
-#include <editline/readline.h>  // which wants stdio before it
+#include <editline/readline.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -10,6 +10,7 @@
 #include <cstring>
 #include <cwchar>
 #include <memory>
+#include <optional>
 
 #include "demo/unit.h"
 #include "sim/error.h"

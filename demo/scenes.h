@@ -10,8 +10,8 @@
 namespace demo {
 
 /**
- * Shows a step: says what is done, does it by commands as one types them at the prompt, checks that `seen` comes of
- * it (the daemon may have more messages), and says what that means.
+ * Shows a step: says what is done, carries out the commands as if they were typed at the prompt, checks that
+ * `seen` comes of it (the daemon may have more messages), and says what that means.
  */
 using Step = std::function<void(const std::string& headline, const Words& commands,
                                 const std::vector<Line>& seen, const std::string& outcome)>;
