@@ -1,46 +1,25 @@
+// The commands, as one types them at the prompt and as the scenes give them.
+
+#include <sys/wait.h>
+
 #include <algorithm>
+#include <csignal>
+#include <filesystem>
 #include <iterator>
 
-#include "demo/prompt.h"
+#include "demo/unit.h"
 #include "sim/error.h"
+#include "sim/line_file.h"
+#include "sim/process.h"
 
 namespace demo {
 
 namespace {
 
-constexpr std::size_t anyNumber = 1000;
-constexpr int largestWorker = 999999;
-constexpr int largestStatus = 255;
+namespace fs = std::filesystem;
 
-/** A line taken apart, and what it acts on. */
-struct Call {
-  Unit& unit;
-  Log& log;
-  Words words;       ///< the first one names the command
-  std::string text;  ///< all behind that and one blank, as it is
-};
-
-struct Command {
-  std::string name;
-  std::string arguments;
-  std::string meaning;
-  std::size_t fewest;  ///< arguments
-  std::size_t most;
-  void (*carryOut)(const Call& call);
-};
-
-const std::vector<Command>& commands();
-
-int number(const std::string& word, int largest) {
-  const std::string digits = word.substr(word.starts_with('#') ? 1 : 0);
-  constexpr std::size_t mostDigits = 6;
-  const bool isNumber = !digits.empty() && digits.size() <= mostDigits &&
-                        digits.find_first_not_of("0123456789") == std::string::npos;
-  if (!isNumber || std::stoi(digits) > largest) {
-    throw sim::Error("\"" + word + "\" is no number from 0 to " + std::to_string(largest));
-  }
-  return std::stoi(digits);
-}
+/** Where the rest of the line is one argument, as it is, blanks and all. */
+constexpr const char* restOfLine = "LINE";
 
 void listItem(const Log& log, std::string left, const std::string& text) {
   constexpr std::size_t leftColumns = 25;
@@ -48,137 +27,186 @@ void listItem(const Log& log, std::string left, const std::string& text) {
   log.item(left, text);
 }
 
-void help(const Call& call) {
-  for (const Command& command : commands()) {
-    listItem(call.log, "  " + command.name + " " + command.arguments, command.meaning);
+/** Returns its status and the lines of its output. */
+std::pair<int, Words> runConfigurator(Words command) {
+  constexpr const char* outputFile = "/sim/quor_config";
+  sim::LineFile output(outputFile);
+  command.insert(command.begin(), DEMO_CONFIGURATOR);
+  int status = 0;
+  if (::waitpid(sim::startProcess(command, {}, outputFile, outputFile), &status, 0) == -1) {
+    throw sim::systemError("waitpid()");
   }
-  listItem(call.log, "  quit", "end the unit; so does the end of the input");
-  call.log.item("", "Keys, each with a value, or with default for none:");
-  for (const std::string& key : Unit::configurationKeys()) {
-    call.log.item("  ", key);
+  return {status, output.lines()};
+}
+
+/** So that the daemon finds it. A program of the host's would not report to the unit. */
+void installGenericWorker(sim::Unit& unit, const std::string& program) {
+  const bool isPath = program.find('/') != std::string::npos;
+  const fs::path path = fs::path(isPath ? "/" : "/sim/bin") / program;
+  if (isPath && fs::exists(path) && !fs::is_symlink(path)) {
+    throw sim::Error(path.string() + " is there already, and is no worker of the demo");
+  }
+  unit.installWorker(path);
+}
+
+}  // namespace
+
+/** One that takes any number of arguments, none included, shows them in brackets. */
+const std::vector<Unit::Command>& Unit::commands() {
+  static const std::vector<Command> all = {
+      {"help", "", "this list", &Unit::help},
+      {"devices", "", "the recorded devices", &Unit::listDevices},
+      {"plug", "DEVICE", "plug one in, by name, or another by its folder's path", &Unit::plug},
+      {"unplug", "DEVICE", "take it out; its workers end", &Unit::unplug},
+      {"policy", "[KEY VALUE]...", "show the configuration, or change it and send SIGHUP", &Unit::policy},
+      {"link", restOfLine, "deliver HOST PORT SPEED INTERFACE INKEY OUTKEY", &Unit::deliverLink},
+      {"query", "", "ask for the link parameters", &Unit::askForLink},
+      {"hangup", "", "the link manager closes its connection", &Unit::hangUp},
+      {"workers", "", "the workers that run", &Unit::listWorkers},
+      {"end", "WORKER STATUS", "let a worker exit", &Unit::endWorker},
+      {"crash", "WORKER", "let a worker die by a signal", &Unit::crashWorker},
+      {"await", "WORKER", "wait until the daemon has ended a worker", &Unit::awaitEndOfWorker},
+      {"start", "[ARGUMENT]...", "start the daemon when it has ended", &Unit::startDaemon}};
+  return all;
+}
+
+void Unit::carryOut(const std::string& line) {
+  Words words = wordsOf(line);
+  if (words.empty()) {
+    return;
+  }
+  const std::string name = words[0];
+  words.erase(words.begin());
+  const auto command = std::ranges::find(commands(), name, &Command::name);
+  if (command == commands().end()) {
+    throw sim::Error("there is no command " + typed({name}) + "; help lists them");
+  }
+  if (command->arguments == restOfLine && !words.empty()) {
+    words = {line.substr(line.find(' ', line.find_first_not_of(' ')) + 1)};
+  }
+  if (!command->arguments.starts_with('[') && words.size() != wordsOf(command->arguments).size()) {
+    throw sim::Error("it is said like this: " + name + " " + command->arguments);
+  }
+  (this->*command->carryOut)(words);
+  report();
+}
+
+Words Unit::nextWords(const Words& before) const {
+  if (before.empty()) {
+    Words names = {"quit"};
+    std::ranges::transform(commands(), std::back_inserter(names), &Command::name);
+    return names;
+  }
+  if (before[0] == "plug") {
+    return sim::recordingNames();
+  }
+  if (before[0] == "unplug") {
+    return pluggedIn();
+  }
+  if (before[0] == "policy") {
+    return before.size() % 2 == 1 ? configurationKeys() : Words{"yes", "no", "default"};
+  }
+  return {};
+}
+
+void Unit::help(const Words& /*arguments*/) {
+  for (const Command& command : commands()) {
+    listItem(log_, "  " + command.name + " " + command.arguments, command.meaning);
+  }
+  listItem(log_, "  quit", "end the unit; so does the end of the input");
+  log_.item("", "Keys, each with a value, or with default for none:");
+  for (const std::string& key : configurationKeys()) {
+    log_.item("  ", key);
   }
 }
 
-void listDevices(const Call& call) {
-  Words elsewhere = call.unit.pluggedIn();
+void Unit::listDevices(const Words& /*arguments*/) {
+  Words elsewhere = pluggedIn();
   for (const std::string& name : sim::recordingNames()) {
     const sim::DeviceRecording recording = sim::loadRecording(name);
     const std::string mark = std::erase(elsewhere, name) > 0 ? "* " : "  ";
     if (!recording.directory.empty()) {
-      listItem(call.log, mark + name,
+      listItem(log_, mark + name,
                recording.description.substr(0, recording.description.find(" (made up")) +
                    (name.ends_with("-hiddev") ? ", with hiddev nodes" : ""));
     }
   }
   for (const std::string& path : elsewhere) {
-    call.log.item("* ", path);
+    log_.item("* ", path);
   }
-  call.log.item("", "(* is plugged in)");
+  log_.item("", "(* is plugged in)");
 }
 
-void listWorkers(const Call& call) {
-  for (const Worker& each : call.unit.workers()) {
-    call.log.item("",
-                  "#" + std::to_string(each.number) + " " + each.process->program() + " for " + each.device);
+void Unit::listWorkers(const Words& /*arguments*/) {
+  for (const auto& [number, worker] : workers_) {
+    log_.item("", nameOf(number) + " for " + worker.device);
   }
-  if (call.unit.workers().empty()) {
-    call.log.item("", "No worker runs.");
+  if (workers_.empty()) {
+    log_.item("", "No worker runs.");
   }
 }
 
-void policy(const Call& call) {
-  if (call.words.size() % 2 == 0) {
+const Words& Unit::configurationKeys() {
+  static const Words keys = wordsOf(
+      "apps:quor_usb_rx_generic usb:block_mass_storage usb:classes usb:connect_fail_timeout usb:debug "
+      "usb:hid_only usb:isochronous_enabled usb:isochronous_user_warning usb:log_to_syslog usb:smartcard");
+  return keys;
+}
+
+std::optional<std::string> Unit::configured(const std::string& key) {
+  const auto [status, output] = runConfigurator({"get", key});
+  return status == 0 && !output.empty() ? std::optional(output.front()) : std::nullopt;
+}
+
+void Unit::policy(const Words& arguments) {
+  if (arguments.size() % 2 == 1) {
     throw sim::Error("a key needs a value; default removes it");
   }
-  const Words& keys = Unit::configurationKeys();
-  for (std::size_t i = 1; i < call.words.size(); i += 2) {
-    if (std::find(keys.begin(), keys.end(), call.words[i]) == keys.end()) {
-      throw sim::Error("there is no key " + call.words[i] + "; help lists them");
+  for (std::size_t i = 0; i < arguments.size(); i += 2) {
+    if (std::ranges::count(configurationKeys(), arguments[i]) == 0) {
+      throw sim::Error("there is no key " + arguments[i] + "; help lists them");
     }
   }
-  for (std::size_t i = 1; i < call.words.size(); i += 2) {
-    call.unit.configure(call.words[i], call.words[i + 1]);
+  for (std::size_t i = 0; i < arguments.size(); i += 2) {
+    configure(arguments[i], arguments[i + 1]);
   }
-  call.unit.logConfiguration();
-  if (call.words.size() > 1) {
-    call.unit.announceConfiguration();
+  logConfiguration();
+  if (!arguments.empty() && daemonRuns()) {
+    daemon_->signal(SIGHUP);
+    log_.line("config", "SIGHUP tells the daemon to read it before the next device");
   }
 }
 
-void link(const Call& call) {
-  if (call.text.size() < 2) {
-    throw sim::Error("a message of one character is a query; say query");
-  }
-  call.unit.deliverLink(call.text);
-}
-
-void start(const Call& call) {
-  const Words usual = {"--debug=ctrl,generic,keyboard,scsi", "--class=all", "transmitter", "5000", "high"};
-  call.unit.startDaemon(call.words.size() == 1 ? usual : Words(call.words.begin() + 1, call.words.end()));
-}
-
-void endWorker(const Call& call) {
-  call.unit.endWorker(number(call.words[1], largestWorker), number(call.words[2], largestStatus));
-}
-
-const std::vector<Command>& commands() {
-  static const std::vector<Command> all = {
-      {"help", "", "this list", 0, 0, help},
-      {"devices", "", "the recorded devices", 0, 0, listDevices},
-      {"plug", "DEVICE", "plug one in, by name, or another by its folder's path", 1, 1,
-       [](const Call& call) { call.unit.plug(call.words[1]); }},
-      {"unplug", "DEVICE", "take it out; its workers end", 1, 1,
-       [](const Call& call) { call.unit.unplug(call.words[1]); }},
-      {"policy", "[KEY VALUE]...", "show the configuration, or change it and send SIGHUP", 0, anyNumber,
-       policy},
-      {"link", "LINE", "deliver HOST PORT SPEED INTERFACE INKEY OUTKEY", 1, anyNumber, link},
-      {"query", "", "ask for the link parameters", 0, 0, [](const Call& call) { call.unit.askForLink(); }},
-      {"hangup", "", "the link manager closes its connection", 0, 0,
-       [](const Call& call) { call.unit.hangUp(); }},
-      {"workers", "", "the workers that run", 0, 0, listWorkers},
-      {"end", "WORKER STATUS", "let a worker exit", 2, 2, endWorker},
-      {"crash", "WORKER", "let a worker die by a signal", 1, 1,
-       [](const Call& call) { call.unit.crashWorker(number(call.words[1], largestWorker)); }},
-      {"await", "WORKER", "wait until the daemon has ended a worker", 1, 1,
-       [](const Call& call) { call.unit.awaitEndOfWorker(number(call.words[1], largestWorker)); }},
-      {"start", "[ARGUMENT]...", "start the daemon when it has ended", 0, anyNumber, start}};
-  return all;
-}
-
-}  // namespace
-
-void carryOutCommand(const std::string& line, Unit& unit, Log& log) {
-  const Words words = wordsOf(line);
-  if (words.empty()) {
+/** The value "default" removes the key. */
+void Unit::configure(const std::string& key, const std::string& value) {
+  const bool isRemoved = value == "default";
+  if (isRemoved && !configured(key)) {
     return;
   }
-  const auto command = std::find_if(commands().begin(), commands().end(),
-                                    [&words](const Command& each) { return each.name == words[0]; });
-  if (command == commands().end()) {
-    throw sim::Error("there is no command " + typed({words[0]}) + "; help lists them");
+  if (!isRemoved && key == "apps:quor_usb_rx_generic") {
+    installGenericWorker(unit_, value);
   }
-  if (words.size() - 1 < command->fewest || words.size() - 1 > command->most) {
-    throw sim::Error("it is said like this: " + command->name + " " + command->arguments);
+  const Words command = isRemoved ? Words{"unset", key} : Words{"set", key, value};
+  log_.line("config", "quor_config " + typed(command));
+  if (runConfigurator(command).first != 0) {
+    throw sim::Error("quor_config did not do what it was asked for");
   }
-  const std::size_t end = std::min(line.find(' ', line.find_first_not_of(' ')), line.size() - 1);
-  command->carryOut({unit, log, words, line.substr(end + 1)});
 }
 
-Words nextWords(const Words& before, const Unit& unit) {
-  Words words;
-  const std::string command = before.empty() ? "" : before[0];
-  if (command.empty()) {
-    words = {"quit"};
-    std::transform(commands().begin(), commands().end(), std::back_inserter(words),
-                   [](const Command& each) { return each.name; });
-  } else if (command == "plug") {
-    words = sim::recordingNames();
-  } else if (command == "unplug") {
-    words = unit.pluggedIn();
-  } else if (command == "policy") {
-    words = before.size() % 2 == 1 ? Unit::configurationKeys() : Words{"yes", "no", "default"};
+void Unit::logConfiguration() {
+  std::string text;
+  for (const std::string& key : configurationKeys()) {
+    if (const std::optional<std::string> value = configured(key)) {
+      const std::size_t colon = key.find(':');
+      const std::string section = " [" + key.substr(0, colon) + "] ";
+      text +=
+          (text.find(section) == std::string::npos ? section : ", ") + key.substr(colon + 1) + "=" + *value;
+    }
   }
-  return words;
+  log_.line("config", "/vel/quor.conf says:" + (text.empty() ? " nothing: every key has its default" : text));
+  for (const std::string& fault : text.empty() ? Words{} : runConfigurator({"check"}).second) {
+    log_.line("config", "quor_config check: " + fault);
+  }
 }
 
 }  // namespace demo

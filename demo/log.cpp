@@ -3,75 +3,46 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cctype>
-#include <cstdio>
 #include <cstdlib>
 #include <iostream>
 #include <map>
+#include <regex>
 #include <sstream>
-#include <utility>
 
 namespace demo {
 
 namespace {
-
-constexpr std::size_t aboutColumns = 10;
-
-struct Colours {
-  std::string about;
-  std::string text;
-};
 
 const std::map<std::string, Colours> coloursOf = {
     {"uevent", {"36", ""}},      {"daemon", {"2", "2"}},       {"worker", {"34", "34"}},
     {"display", {"33", "1;33"}}, {"link", {"35", ""}},         {"config", {"35", ""}},
     {"ok", {"32", "32"}},        {"FAILED", {"1;31", "1;31"}}, {"error", {"31", ""}}};
 
+std::string coloured(const std::string& text, const std::string& colour) {
+  return !Log::isColoured() || colour.empty() ? text : "\033[" + colour + "m" + text + "\033[0m";
+}
+
 /** Control characters are shown as \xNN. */
 std::string printable(const std::string& text) {
+  constexpr const char* digits = "0123456789abcdef";
   std::string shown;
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
-    std::array<char, sizeof "\\x00"> code{};
-    std::snprintf(code.data(), code.size(), "\\x%02x", byte);
-    shown += std::iscntrl(byte) != 0 ? std::string(code.data()) : std::string(1, c);
+    shown += std::iscntrl(byte) == 0 ? std::string{c}
+                                     : std::string{'\\', 'x', digits[byte / 16], digits[byte % 16]};
   }
   return shown;
-}
-
-/** What stands between blanks; a longer word in parts, which end with a slash if they can. */
-Words partsOf(const std::string& text, std::size_t longest) {
-  Words parts;
-  std::istringstream words(text);
-  for (std::string word; std::getline(words, word, ' ');) {
-    while (word.size() > longest) {
-      const std::size_t slash = word.rfind('/', longest - 1);
-      const std::size_t length = slash == 0 || slash == std::string::npos ? longest : slash + 1;
-      parts.push_back(word.substr(0, length));
-      word.erase(0, length);
-    }
-    parts.push_back(word);
-  }
-  return parts;
 }
 
 }  // namespace
 
 Words wordsOf(const std::string& line) {
+  static const std::regex form("([^ ']|'[^']*'?)+");
   Words words;
-  bool inWord = false;
-  bool inQuotes = false;
-  for (const char c : line) {
-    const bool isBlank = c == ' ' && !inQuotes;
-    if (!isBlank && !inWord) {
-      words.emplace_back();
-    }
-    inWord = !isBlank;
-    inQuotes = inQuotes != (c == '\'');
-    if (inWord && c != '\'') {
-      words.back() += c;
-    }
+  for (std::sregex_iterator word(line.begin(), line.end(), form); word != std::sregex_iterator(); ++word) {
+    words.push_back(word->str());
+    std::erase(words.back(), '\'');
   }
   return words;
 }
@@ -85,43 +56,26 @@ std::string typed(const Words& words) {
   return line;
 }
 
-Log::Log(std::size_t columns, std::size_t longestWord) : columns_(columns), longestWord_(longestWord) {
-  const char* noColour = std::getenv("NO_COLOR");
-  isColoured_ = ::isatty(STDOUT_FILENO) == 1 && (noColour == nullptr || *noColour == '\0');
-}
-
-void Log::title(const std::string& text) const {
-  plain("\n" + coloured("== " + text + " ==", "1") + "\n");
-}
-
-void Log::headline(const std::string& text) const {
-  plain("\n" + coloured(text, "1;4") + "\n");
+void Log::headline(const std::string& text, const std::string& colour) {
+  plain("\n" + coloured(text, colour) + "\n");
 }
 
 void Log::line(const std::string& about, const std::string& text) const {
-  const Colours& colours = coloursOf.at(about);
   std::string left = about;
-  for (const std::string& part : wrapped(text, textColumns())) {
-    left.resize(aboutColumns - 2, ' ');
-    plain(coloured(left + "| ", colours.about) + coloured(part, colours.text) + "\n");
-    left.clear();
-  }
+  left.resize(aboutColumns - 2, ' ');
+  item(left + "| ", text, coloursOf.at(about));
 }
 
 void Log::event(const std::string& about, const std::string& text) {
   line(about, text);
-  events_.push_back({about, text});
+  events_.emplace_back(about, text);
 }
 
-std::vector<Line> Log::takeEvents() {
-  return std::exchange(events_, {});
-}
-
-void Log::item(const std::string& left, const std::string& text) const {
-  std::string beginning = left;
+void Log::item(std::string left, const std::string& text, const Colours& colours) const {
   for (const std::string& part : wrapped(text, columns_ - left.size())) {
-    plain(beginning + part + "\n");
-    beginning.assign(left.size(), ' ');
+    plain(coloured(left, colours.first) + coloured(part, colours.second) + "\n");
+    std::replace_if(
+        left.begin(), left.end(), [](char c) { return c != '|'; }, ' ');
   }
 }
 
@@ -129,26 +83,29 @@ void Log::plain(const std::string& text) {
   std::cout << text << std::flush;
 }
 
-std::size_t Log::textColumns() const {
-  return columns_ - aboutColumns;
+bool Log::isColoured() {
+  const char* const noColour = std::getenv("NO_COLOR");
+  return ::isatty(STDOUT_FILENO) == 1 && (noColour == nullptr || *noColour == '\0');
 }
 
+/** Words that are too long are divided, behind a slash if they can. */
 Words Log::wrapped(const std::string& text, std::size_t columns) const {
   Words lines;
-  for (const std::string& part : partsOf(printable(text), longestWord_)) {
-    if (lines.empty()) {
-      lines.push_back(part);
-    } else if (lines.back().size() + 1 + part.size() > columns) {
-      lines.push_back("   " + part);
-    } else {
-      lines.back() += " " + part;
-    }
+  std::istringstream words(printable(text));
+  for (std::string word; std::getline(words, word, ' ');) {
+    do {
+      const std::size_t slash = word.rfind('/', longestWord_ - 1);
+      const bool isCutAtSlash = word.size() > longestWord_ && slash != 0 && slash != std::string::npos;
+      const std::string part = word.substr(0, isCutAtSlash ? slash + 1 : longestWord_);
+      word.erase(0, part.size());
+      if (!lines.empty() && lines.back().size() + 1 + part.size() <= columns) {
+        lines.back() += " " + part;
+      } else {
+        lines.push_back((lines.empty() ? "" : "   ") + part);
+      }
+    } while (!word.empty());
   }
   return lines;
-}
-
-std::string Log::coloured(const std::string& text, const std::string& colour) const {
-  return !isColoured_ || colour.empty() ? text : "\033[" + colour + "m" + text + "\033[0m";
 }
 
 }  // namespace demo

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace demo {
@@ -12,42 +13,38 @@ using Words = std::vector<std::string>;
 /** The words as one would type them: between single quotes where they must be. */
 [[nodiscard]] std::string typed(const Words& words);
 
-/** What it is about stands in the left column: "daemon", "worker", "display" ... */
-struct Line {
-  std::string about;
-  std::string text;
+/** What it is about ("daemon", "worker", "display" ...), which stands in the left column, and the text. */
+using Line = std::pair<std::string, std::string>;
 
-  bool operator==(const Line&) const = default;
-};
+/** Of the left column and of the text, as the terminal numbers them; none if empty. */
+using Colours = std::pair<std::string, std::string>;
 
 /** Lines for a person on standard output, in colours where that is a terminal. */
 class Log {
  public:
   /** Lines are broken between words to fit `columns`, and within words that are longer than `longestWord`. */
-  Log(std::size_t columns, std::size_t longestWord);
+  Log(std::size_t columns, std::size_t longestWord) : columns_(columns), longestWord_(longestWord) {}
 
-  void title(const std::string& text) const;
-  void headline(const std::string& text) const;
+  static void headline(const std::string& text, const std::string& colour = "1;4");
   void line(const std::string& about, const std::string& text) const;
   /** The same for what came of something that was done. */
   void event(const std::string& about, const std::string& text);
   /** The events since the last call. */
-  std::vector<Line> takeEvents();
-  /** A line with any left column, and no colours. */
-  void item(const std::string& left, const std::string& text) const;
-  /** As it is. */
+  std::vector<Line> takeEvents() { return std::exchange(events_, {}); }
+  /** A line with any left column. */
+  void item(std::string left, const std::string& text, const Colours& colours = {}) const;
   static void plain(const std::string& text);
 
-  [[nodiscard]] bool isColoured() const { return isColoured_; }
-  [[nodiscard]] std::size_t textColumns() const;
+  [[nodiscard]] static bool isColoured();
+  [[nodiscard]] std::size_t textColumns() const { return columns_ - aboutColumns; }
 
  private:
+  static constexpr std::size_t aboutColumns = 10;
+
   [[nodiscard]] Words wrapped(const std::string& text, std::size_t columns) const;
-  [[nodiscard]] std::string coloured(const std::string& text, const std::string& colour) const;
 
   std::size_t columns_;
   std::size_t longestWord_;
-  bool isColoured_;
   std::vector<Line> events_;
 };
 

@@ -4,9 +4,11 @@
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <optional>
 
 #include "demo/prompt.h"
 #include "demo/scenes.h"
+#include "demo/unit.h"
 #include "sim/contract.h"
 
 namespace demo {
@@ -21,77 +23,62 @@ constexpr const char* introduction =
 
 /** Who acts first is left open, and so is what the display shows first. */
 std::vector<Line> comparable(std::vector<Line> lines) {
-  std::stable_sort(lines.begin(), lines.end(), [](const Line& a, const Line& b) {
-    return a.about != b.about ? a.about < b.about : a.about == "display" && a.text < b.text;
+  std::ranges::stable_sort(lines, [](const Line& a, const Line& b) {
+    return a.first != b.first ? a.first < b.first : a.first == "display" && a.second < b.second;
   });
   return lines;
 }
 
 /** Returns what is wrong with the events; nothing if they are as expected. */
-std::string findFault(const Step& step, std::vector<Line> seen) {
-  std::erase_if(seen, [&step](const Line& line) {
-    return line.text.starts_with(contract::debug::tag) &&
-           std::find(step.seen.begin(), step.seen.end(), line) == step.seen.end();
+std::string findFault(std::vector<Line> expected, std::vector<Line> seen) {
+  std::erase_if(seen, [&expected](const Line& line) {
+    return line.second.starts_with(contract::debug::tag) && std::ranges::count(expected, line) == 0;
   });
+  expected = comparable(expected);
   seen = comparable(seen);
-  const std::vector<Line> expected = comparable(step.seen);
-  const auto [missing, other] = std::mismatch(expected.begin(), expected.end(), seen.begin(), seen.end());
+  const auto [missing, other] = std::ranges::mismatch(expected, seen);
   if (missing == expected.end() && other == seen.end()) {
     return "";
   }
   const auto shown = [](auto line, auto end) {
-    return line == end ? "nothing else" : line->about + " \"" + line->text + "\"";
+    return line == end ? "nothing else" : line->first + " \"" + line->second + "\"";
   };
   return "expected " + shown(missing, expected.end()) + "; there was " + shown(other, seen.end());
 }
 
-std::string carryOut(const Step& step, Unit& unit, Log& log) {
+std::string carryOut(const Words& commands, const std::vector<Line>& expected, Unit& unit, Log& log) {
   try {
-    for (const std::string& command : step.commands) {
-      carryOutCommand(command, unit, log);
-    }
+    std::ranges::for_each(commands, [&unit](const std::string& command) { unit.carryOut(command); });
   } catch (const std::exception& error) {
     return std::string("this step could not be done: ") + error.what();
   }
-  return findFault(step, log.takeEvents());
+  return findFault(expected, log.takeEvents());
 }
 
-/** Ends with the first step that does not go as expected; returns whether all did. */
+/** Behind a step that does not go as expected, the others are only counted. Returns whether all did. */
 bool showScenes() {
   Log log(100, 100);
   Log::plain(introduction);
-  std::size_t steps = 0;
+  int steps = 0;
   int done = 0;
-  std::string fault;
-  for (const Scene& scene : scenes()) {
-    steps += scene.steps.size();
-    if (!fault.empty()) {
-      continue;
+  for (const auto& [title, show] : scenes()) {
+    std::optional<Unit> unit;
+    if (done == steps) {
+      Log::headline("== " + title + " ==", "1");
+      unit.emplace(log);
     }
-    log.title(scene.title);
-    Unit unit(log);
-    for (auto step = scene.steps.begin(); step != scene.steps.end() && fault.empty(); ++step) {
-      log.headline(std::to_string(done + 1) + ". " + step->headline);
-      fault = carryOut(*step, unit, log);
-      log.line(fault.empty() ? "ok" : "FAILED", fault.empty() ? step->outcome : fault);
-      done += fault.empty() ? 1 : 0;
-    }
+    show([&](const auto& headline, const auto& commands, const auto& seen, const auto& outcome) {
+      if (done == steps++) {
+        Log::headline(std::to_string(steps) + ". " + headline);
+        const std::string fault = carryOut(commands, seen, *unit, log);
+        log.line(fault.empty() ? "ok" : "FAILED", fault.empty() ? outcome : fault);
+        done += fault.empty() ? 1 : 0;
+      }
+    });
   }
-  log.headline(std::to_string(done) + " of " + std::to_string(steps) + " steps went as expected" +
-               (fault.empty() ? "." : "; the one above did not, and ends the demo."));
-  return fault.empty();
-}
-
-int run(const Words& arguments) {
-  if (arguments.empty()) {
-    return showScenes() ? EXIT_SUCCESS : EXIT_FAILURE;
-  }
-  if (arguments == Words{"--interactive"}) {
-    runPrompt();
-    return EXIT_SUCCESS;
-  }
-  std::cerr << "Usage: usb_rx_demo [--interactive]\n";
-  return 2;
+  Log::headline(std::to_string(done) + " of " + std::to_string(steps) + " steps went as expected" +
+                (done == steps ? "." : "; the one above did not, and ends the demo."));
+  return done == steps;
 }
 
 }  // namespace
@@ -99,8 +86,17 @@ int run(const Words& arguments) {
 }  // namespace demo
 
 int main(int argc, char** argv) {
+  const demo::Words arguments(argv + 1, argv + argc);
   try {
-    return demo::run({argv + 1, argv + argc});
+    if (arguments.empty()) {
+      return demo::showScenes() ? EXIT_SUCCESS : EXIT_FAILURE;
+    }
+    if (arguments == demo::Words{"--interactive"}) {
+      demo::runPrompt();
+      return EXIT_SUCCESS;
+    }
+    std::cerr << "Usage: usb_rx_demo [--interactive]\n";
+    return 2;
   } catch (const std::exception& error) {
     std::cerr << "usb_rx_demo: " << error.what() << '\n';
     return EXIT_FAILURE;

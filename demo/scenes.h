@@ -1,21 +1,23 @@
 #pragma once
 
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "demo/log.h"
 
 namespace demo {
 
-struct Step {
-  std::string headline;    ///< what is done, in plain words
-  Words commands;          ///< the same as one types it at the prompt
-  std::vector<Line> seen;  ///< all that must come of it; the daemon may have more messages
-  std::string outcome;     ///< that, in plain words
-};
+/**
+ * Shows a step: says what is done, carries out the commands as if they were typed at the prompt, checks that
+ * `seen` comes of it (the daemon may have more messages), and says what that means.
+ */
+using Step = std::function<void(const std::string& headline, const Words& commands,
+                                const std::vector<Line>& seen, const std::string& outcome)>;
 
-/** Each scene has a unit of its own, on which nothing is plugged in at first. */
-struct Scene {
-  std::string title;
-  std::vector<Step> steps;
-};
+/** A title, and the steps on a unit on which nothing is plugged in at first. */
+using Scene = std::pair<std::string, void (*)(const Step& step)>;
 
 /** In the order in which they are shown. */
 [[nodiscard]] std::vector<Scene> scenes();

@@ -1,86 +1,81 @@
 #pragma once
 
-#include <functional>
 #include <list>
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "demo/log.h"
 #include "sim/unit.h"
 
 namespace demo {
 
-struct Worker {
-  int number;          ///< by which a person calls it
-  std::string device;  ///< the sysfs path for which it was started
-  sim::Worker* process;
-};
-
-/**
- * A simulated unit with a log. What is done to it returns when the daemon has dealt with it and all that came
- * of it is logged. What cannot be done throws sim::Error with the reason.
- */
+/** A simulated unit with a log. Commands change it; all that comes of them is logged. */
 class Unit {
  public:
   explicit Unit(Log& log) : log_(log) {}
 
-  /** Its debug messages must be asked for, on standard error: the demo relies on them. */
-  void startDaemon(const Words& arguments);
-
-  /** A recorded device, by its name, or by the path of its folder if that is elsewhere. */
-  void plug(const std::string& device);
-  /** Its workers end, as real ones do when their device has gone. */
-  void unplug(const std::string& device);
-  [[nodiscard]] Words pluggedIn() const;
-
-  /** All that the daemon reads, "section:key". */
-  static const Words& configurationKeys();
-  /** What the file says of a key. */
-  [[nodiscard]] static std::optional<std::string> configured(const std::string& key);
-  /** Sets a key, or removes it if the value is "default". */
-  void configure(const std::string& key, const std::string& value);
-  void logConfiguration();
-  /** Sends SIGHUP. */
-  void announceConfiguration();
-
-  /** The link manager delivers these link parameters and stays connected. */
-  void deliverLink(const std::string& parameters);
-  /** A tool of the unit asks for the link parameters. */
-  void askForLink();
-  /** The link manager closes its connection; the daemon ends. */
-  void hangUp();
-
-  void endWorker(int number, int status);
-  void crashWorker(int number);
-  /** Waits until the daemon has ended this worker. */
-  void awaitEndOfWorker(int number);
-  /** Those that were started and whose end was not logged yet. */
-  [[nodiscard]] const std::vector<Worker>& workers() const { return workers_; }
+  /** Carries out a line, and waits for the daemon. What cannot be done throws sim::Error with the reason. */
+  void carryOut(const std::string& line);
+  /** What may come next in a line that begins with these words. */
+  [[nodiscard]] Words nextWords(const Words& before) const;
 
   /** Logs all that has happened since the last time. */
   void report();
   /** Whether there is something to report; does not wait for the daemon. */
   [[nodiscard]] bool hasNews();
   /** Readable when the daemon has ended; -1 when that is logged. */
-  [[nodiscard]] int endOfDaemon() { return following_ ? unit_.daemon().endEvents() : -1; }
+  [[nodiscard]] int endOfDaemon() const { return daemon_ != nullptr ? daemon_->endEvents() : -1; }
 
  private:
-  [[nodiscard]] bool daemonRuns() { return following_ && unit_.daemon().isRunning(); }
-  void demandDaemon();
-  /** Calls a function that waits for the daemon; its end will do, too. */
-  void awaitDaemon(const std::function<void()>& await);
+  struct Command {
+    std::string name;
+    std::string arguments;
+    std::string meaning;
+    void (Unit::*carryOut)(const Words& arguments);
+  };
+  struct Worker {
+    std::string device;  ///< the sysfs path for which it was started
+    sim::Worker* process;
+  };
+  static const std::vector<Command>& commands();
+
+  void help(const Words& arguments);
+  void listDevices(const Words& arguments);
+  void listWorkers(const Words& arguments);
+  void plug(const Words& arguments);
+  void unplug(const Words& arguments);
+  void policy(const Words& arguments);
+  void deliverLink(const Words& arguments);
+  void askForLink(const Words& arguments);
+  void hangUp(const Words& arguments);
+  void endWorker(const Words& arguments);
+  void crashWorker(const Words& arguments);
+  void awaitEndOfWorker(const Words& arguments);
+  void startDaemon(const Words& arguments);
+
+  [[nodiscard]] bool daemonRuns() const { return daemon_ != nullptr && daemon_->isRunning(); }
+  void demandDaemon() const;
+  /** The daemon's end will do, too. */
+  void awaitDaemon(void (sim::Unit::*wait)(const sim::Deadline& deadline));
   /** Returns when the daemon has handled all uevents sent before, or has ended. */
-  void settle();
+  void settle() { awaitDaemon(&sim::Unit::settle); }
   void send(const std::vector<sim::RecordedEvent>& events);
   [[nodiscard]] sim::DeviceRecording atFreePort(const sim::DeviceRecording& recording) const;
-  [[nodiscard]] Worker worker(int number) const;
+  [[nodiscard]] Words pluggedIn() const;
+  /** All that the daemon reads, "section:key". */
+  static const Words& configurationKeys();
+  [[nodiscard]] static std::optional<std::string> configured(const std::string& key);
+  [[nodiscard]] sim::Worker& process(int worker) const;
+  [[nodiscard]] std::string nameOf(int worker) const;
+  void configure(const std::string& key, const std::string& value);
+  void logConfiguration();
 
-  [[nodiscard]] Words takeMessages();
+  void readMessages();
   void logMessages(const Words& messages);
   void logEndedWorkers(const std::string& how);
-  /** Waits for it, and for the daemon to take notice. */
-  void logEnd(Worker ended, const std::string& how);
+  void logEnd(int worker, const std::string& how);
   void logAnswers();
   void logDisplay();
   void logEndOfDaemon();
@@ -90,10 +85,11 @@ class Unit {
   std::map<std::string, sim::DeviceRecording> devices_;  ///< plugged in, by name or path
   std::optional<sim::LinkManager> linkManager_;          ///< has delivered link parameters
   std::list<sim::LinkManager> queries_;                  ///< not answered yet
-  std::vector<Worker> workers_;
+  std::map<int, Worker> workers_;                        ///< by number; their end was not logged yet
   int workersStarted_ = 0;
-  bool following_ = false;  ///< a daemon was started, and its end was not logged yet
-  std::size_t linesTaken_ = 0;
+  sim::Daemon* daemon_ = nullptr;  ///< its end was not logged yet
+  std::size_t linesRead_ = 0;
+  Words messages_;  ///< read, not logged yet
 };
 
 }  // namespace demo
