@@ -83,6 +83,8 @@ const std::vector<Rule> smartCardRules = {
      display::smartcard(name)},
     {"SmartcardRefusesAReaderBehindOtherInterfaces", "smartcard = yes\n", deviceWithPlain(vendor, smartCard),
      "high", notLookedAt, false, display::smartcard(name)},
+    {"SmartcardShowsAnUnnamedDevice", "smartcard = 1\n", unnamed(deviceOfClass(smartCard)), "high",
+     notLookedAt, false, display::smartcard(display::unnamedDevice)},
     {"SmartcardAdmitsOtherClasses", "smartcard = 1\n",
      deviceWith(plainInterface(massStorage) + plainInterface(0x0a) + plainInterface(0x0c)), "high", harmless,
      true, nothing},
@@ -109,6 +111,8 @@ const std::vector<Rule> massStorageRules = {
      deviceWithRaw(sim::deviceDescriptor(0, 2) + sim::configuration(interfaceOf(vendor)) +
                    sim::configuration(interfaceOf(massStorage))),
      "high", notLookedAt, false, display::massStorage(name)},
+    {"BlockMassStorageShowsAnUnnamedDevice", "block_mass_storage = 1\n", unnamed(deviceOfClass(massStorage)),
+     "high", notLookedAt, false, display::massStorage(display::unnamedDevice)},
     {"BlockMassStorageAdmitsOtherClasses", "block_mass_storage = true\n",
      deviceWith(plainInterface(printer) + plainInterface(smartCard) + plainInterface(0x09)), "high", harmless,
      true, nothing},
@@ -139,6 +143,9 @@ const std::vector<Rule> isochronousRules = {
      display::isochronous(display::unnamedDevice)},
     {"IsochronousShowsAnEmptyNameAsNothing", "", named(isochronousDevice(), "1-1", ""), "high", isochronous,
      false, display::isochronous("")},
+    {"IsochronousShowsBlanksAndPercentSignsAsTheyAre", "",
+     named(isochronousDevice(), "1-1", "  Gr\xc3\xbcn %s %n "), "high", isochronous, false,
+     display::isochronous("  Gr\xc3\xbcn %s %n ")},
     {"IsochronousShowsANameOfTwoLines", "", named(isochronousDevice(), "1-1", "Two\nLines\n"), "high",
      isochronous, false, display::isochronous("Two\nLines\n")},
 };

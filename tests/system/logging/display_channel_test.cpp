@@ -70,6 +70,18 @@ TEST_F(DisplayChannel, MayBeMissing) {
   unit.workers.waitForWorker();
 }
 
+TEST_F(DisplayChannel, LosesAMessageWhenItIsFullAndGetsTheNext) {
+  sim::Daemon& daemon = startWithStorage();
+
+  unit.display.fill();
+  attachDiskOf("First");
+  unit.display.drain();
+  attachDiskOf("Second");
+
+  EXPECT_EQ(unit.display.takeWrites(), writes({textOf("Second")}));
+  EXPECT_TRUE(daemon.isRunning());
+}
+
 TEST_F(DisplayChannel, LosesAMessageWhenItsReaderHasGoneAndGetsTheNext) {
   sim::Daemon& daemon = startWithStorage();
 

@@ -8,8 +8,10 @@
 #include <string>
 #include <vector>
 
+#include "sim/contract.h"
 #include "sim/descriptor.h"
 #include "support/descriptors.h"
+#include "support/output.h"
 #include "unit/control/control_fixture.h"
 
 namespace {
@@ -39,6 +41,19 @@ TEST_F(ControlRequestsQueries, LeaveTheParametersAsTheyAreAndNoDescriptorOpen) {
   EXPECT_EQ(ctrl_->hostname, "host");
   EXPECT_EQ(ctrl_->port, 5000);
   EXPECT_EQ(ctrl_->lastRequest, parameters);
+}
+
+TEST_F(ControlRequestsQueries, AreLoggedWithTheirDescriptorWhenTheyAreAnswered) {
+  EXPECT_EQ(support::debugLogDuring([this] { (void)ask(); }), support::Lines{}) << "it waits";
+  (void)deliver(parameters);
+  int descriptor = -1;
+  const support::Lines log = support::debugLogDuring([&] {
+    const support::ControlClient client = connectSaying("?");
+    descriptor = support::nextDescriptor();
+    EXPECT_EQ(serveControlClient(*ctrl_), 0);
+  });
+  EXPECT_EQ(log,
+            support::tagged({contract::debug::immediateSend("host 5000 full eth1 *** ***", descriptor)}));
 }
 
 TEST_F(ControlRequestsQueriesWaiting, AreKeptInTheOrderOfTheirArrivalUntilParametersComeAndThenDismissed) {

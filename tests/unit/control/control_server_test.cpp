@@ -34,6 +34,18 @@ std::string pathOfLength(const std::string& directory, std::size_t length) {
   return start + std::string(length - start.size(), 's');
 }
 
+// How many clients can connect before the first is accepted.
+std::size_t roomForClients(const std::string& path) {
+  std::vector<sim::Descriptor> clients;
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, longestPath);
+  do {
+    clients.emplace_back(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  } while (connect(clients.back().get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0);
+  return clients.size() - 1;
+}
+
 // The error that keeps a server from listening there.
 ulx::ErrnoException failureAt(const std::string& path) {
   return support::caught<ulx::ErrnoException>([&path] { const ControlServer server(path); });
@@ -58,6 +70,26 @@ TEST_F(ControlServerTest, IsAStreamSocketThatWorkersDoNotGet) {
   ASSERT_EQ(getsockopt(server.fd(), SOL_SOCKET, SO_TYPE, &type, &size), 0);
   EXPECT_EQ(type, SOCK_STREAM);
   EXPECT_TRUE(support::isCloseOnExec(server.fd()));
+}
+
+TEST_F(ControlServerTest, LetsAsManyClientsWaitAsABacklogOfFiveDoes) {
+  const ControlServer server(path_);
+  const ControlServer other(directory_ / "other");
+  ASSERT_EQ(listen(other.fd(), 5), 0);
+  EXPECT_EQ(roomForClients(path_), roomForClients(directory_ / "other"));
+}
+
+TEST_F(ControlServerTest, TakesThePlaceOfAFileAndOfALinkAndLeavesWhatTheLinkLeadsTo) {
+  const std::string file = directory_ / "file";
+  sim::writeFile(file, "text");
+  fs::create_symlink("file", path_);
+  sim::writeFile(directory_ / "other", "text");
+  for (const std::string& path : {path_, directory_ / "other"}) {
+    const ControlServer server(path);
+    EXPECT_TRUE(fs::is_socket(fs::symlink_status(path)));
+    EXPECT_NO_THROW(support::ControlClient{path});
+  }
+  EXPECT_EQ(sim::readFile(file), "text");
 }
 
 TEST_F(ControlServerTest, IsClosedAtItsEndAndItsSocketIsReplacedByTheNextRuns) {

@@ -107,10 +107,12 @@ TEST_F(MainLoop, IsLeftWhenADescriptorIsTooHighToBeWatched) {
 TEST_F(MainLoop, ForgetsRestartsAfterThreeQuietSeconds) {
   ctrl_->restartCount = 10;
   ctrl_->attachBlocked = true;
+  ctrl_->lastGenericStart = 1000.0;
   endAfter(3, 300'000'000);
   ctrl_->run();
   EXPECT_EQ(ctrl_->restartCount, 0U);
   EXPECT_TRUE(ctrl_->attachBlocked);
+  EXPECT_EQ(ctrl_->lastGenericStart, 1000.0);
 }
 
 TEST_F(MainLoop, RemembersRestartsForThreeSeconds) {

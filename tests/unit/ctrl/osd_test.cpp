@@ -10,8 +10,10 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "sim/descriptor.h"
+#include "sim/files.h"
 #include "support/child.h"
 #include "support/descriptors.h"
 #include "support/output.h"
@@ -61,6 +63,33 @@ TEST_F(Osd, IsClosedWhereNoFileIsMakesNoneAndStaysClosedWhenTheFifoComes) {
   makeFifo();
   addReader();
   OsdMessage(sink, "lost");
+  EXPECT_EQ(content(), "");
+}
+
+TEST_F(Osd, IsClosedWhereNobodyReadsAndStaysClosedWhenAReaderComes) {
+  makeFifo();
+  const OsdSink sink(path_.c_str());
+  EXPECT_FALSE(sink.isOpen);
+  addReader();
+  OsdMessage(sink, "lost");
+  EXPECT_EQ(content(), "");
+}
+
+TEST_F(Osd, MayBeAFileWhichGetsOneMessageBehindTheOther) {
+  sim::writeFile(path_, "");
+  const OsdSink sink(path_.c_str());
+  OsdMessage(sink, "first");
+  OsdMessage(sink, "second");
+  EXPECT_EQ(sim::readFile(path_), "first\nsecond\n");
+}
+
+TEST_F(OsdWithReader, IsNotOpenedAnewWhenAnotherFifoTakesItsPlace) {
+  const OsdSink sink(path_.c_str());
+  const sim::Descriptor earlier = std::move(reader_);
+  std::filesystem::remove(path_);
+  makeFifo();
+  addReader();
+  OsdMessage(sink, "for the earlier one");
   EXPECT_EQ(content(), "");
 }
 

@@ -68,6 +68,15 @@ TEST_F(Launch, OfAGenericWorkerWhileAttachingIsBlockedHasATimeoutAndIsNeitherSho
   EXPECT_EQ(ctrl_->lastGenericStart, 1000.0);
 }
 
+TEST_F(Launch, OfAnotherWorkerWhileAttachingIsBlockedHasNoTimeoutAndIsShown) {
+  ctrl_->attachBlocked = true;
+  launchScsi();
+  EXPECT_EQ(nextStart().arguments, (WorkerArguments{"usb_rx_scsi", "eth1", "host", "5002", device_.path()}));
+  launchKeyboard();
+  EXPECT_EQ(nextStart().arguments, (WorkerArguments{"usb_rx_keyboard", "eth1", "host", "5001", "180", "96"}));
+  EXPECT_EQ(ctrl_.shown().size(), 2U);
+}
+
 TEST_F(Launch, RecordsTheWorkerUnderItsDevice) {
   launchGeneric();
   const pid_t pid = nextStart().pid;
