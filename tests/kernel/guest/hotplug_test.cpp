@@ -34,12 +34,12 @@ const std::vector<Sort> sorts = {
 };
 
 class Hotplug : public ReceiverUnit {};
-class EverySort : public ReceiverUnit, public testing::WithParamInterface<Sort> {};
+class HotplugOfEverySort : public ReceiverUnit, public testing::WithParamInterface<Sort> {};
 
-INSTANTIATE_TEST_SUITE_P(Devices, EverySort, testing::ValuesIn(sorts),
+INSTANTIATE_TEST_SUITE_P(Devices, HotplugOfEverySort, testing::ValuesIn(sorts),
                          [](const auto& instance) { return instance.param.name; });
 
-TEST_P(EverySort, IsAttachedAndAnnouncedByItsName) {
+TEST_P(HotplugOfEverySort, AttachesTheDeviceAndAnnouncesItsName) {
   start();
   deliver();
   const PluggedDevice device = plug(GetParam().device(), GetParam().socket(1));
@@ -47,12 +47,12 @@ TEST_P(EverySort, IsAttachedAndAnnouncedByItsName) {
   EXPECT_EQ(display.takeWrites(), Lines{attached(device.device)});
 }
 
-class EveryController : public ReceiverUnit, public testing::WithParamInterface<std::string> {};
+class HotplugOnEveryController : public ReceiverUnit, public testing::WithParamInterface<std::string> {};
 
-INSTANTIATE_TEST_SUITE_P(Machine, EveryController, testing::ValuesIn(controllers()),
+INSTANTIATE_TEST_SUITE_P(Machine, HotplugOnEveryController, testing::ValuesIn(controllers()),
                          [](const auto& instance) { return instance.param; });
 
-TEST_P(EveryController, AttachesADeviceAndLetsItGo) {
+TEST_P(HotplugOnEveryController, AttachesADeviceAndLetsItGo) {
   start();
   const PluggedDevice device = plug(keyboard(), socketOf(GetParam()));
   sim::Worker& worker = genericWorkerOf(device);

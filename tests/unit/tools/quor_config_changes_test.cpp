@@ -98,7 +98,7 @@ void expectHeldOrRefused(const std::string& key, const std::string& value) {
   }
 }
 
-TEST(QuorConfigSet, KeepsThePermissions) {
+TEST(QuorConfigChangesBySet, KeepThePermissions) {
   const ConfiguredFile file(content);
   const auto owners = std::filesystem::perms::owner_read | std::filesystem::perms::owner_write;
   std::filesystem::permissions(file.path(), owners);
@@ -106,7 +106,7 @@ TEST(QuorConfigSet, KeepsThePermissions) {
   EXPECT_EQ(std::filesystem::status(file.path()).permissions(), owners);
 }
 
-TEST(QuorConfigSet, SavesNothingThatWouldReadAsSomethingElse) {
+TEST(QuorConfigChangesBySet, SaveNothingThatWouldReadAsSomethingElse) {
   for (const char* value : {"a;b", "a#b", "#", ";", " a", "a ", "\"a\"", "'a'"}) {
     expectHeldOrRefused("usb:x", value);
   }
@@ -115,7 +115,7 @@ TEST(QuorConfigSet, SavesNothingThatWouldReadAsSomethingElse) {
   }
 }
 
-TEST(QuorConfigSet, RefusesMoreThanOneLine) {
+TEST(QuorConfigChangesBySet, AreRefusedForMoreThanOneLine) {
   const ConfiguredFile file(content);
   expectRefused(file, file.run({"set", "usb:x", "1\ny=2"}));
   expectRefused(file, file.run({"set", "usb:x", "1\n"}));
@@ -128,13 +128,13 @@ TEST(QuorConfigSet, RefusesMoreThanOneLine) {
   EXPECT_EQ(file.content(), content);
 }
 
-TEST(QuorConfigSet, RefusesToTurnASectionIntoASetting) {
+TEST(QuorConfigChangesBySet, TurnNoSectionIntoASetting) {
   const ConfiguredFile file("[a:b]\nc=2\n[a]\nz=3\n");
   EXPECT_EQ(file.run({"set", "usb:x", "1"}).end, sim::ProcessEnd::exited(2));
   EXPECT_EQ(file.content(), "[a:b]\nc=2\n[a]\nz=3\n");
 }
 
-TEST(QuorConfigSet, ReportsThatItsTextCannotBeChecked) {
+TEST(QuorConfigChangesBySet, AreRefusedWhenTheirTextCannotBeChecked) {
   const std::string original = "[usb]\n" + std::string(500, '#') + "\nx=" + std::string(500, 'x') + "\n";
   const ConfiguredFile file(original);
   sim::ProcessOptions smallFiles;
@@ -145,7 +145,7 @@ TEST(QuorConfigSet, ReportsThatItsTextCannotBeChecked) {
   EXPECT_EQ(file.content(), original);
 }
 
-TEST(QuorConfigSet, RefusesALineThatIsTooLong) {
+TEST(QuorConfigChangesBySet, AreRefusedForALineThatIsTooLong) {
   const ConfiguredFile file(content);
   const Outcome outcome = file.run({"set", "usb:x", std::string(1100, 'x')});
   EXPECT_EQ(outcome.end, sim::ProcessEnd::exited(2));
@@ -153,7 +153,7 @@ TEST(QuorConfigSet, RefusesALineThatIsTooLong) {
   EXPECT_EQ(file.content(), content);
 }
 
-TEST(QuorConfigKeys, HaveNoMoreThan255Characters) {
+TEST(QuorConfigChangesOfLongKeys, EndAt255Characters) {
   const ConfiguredFile file(content);
   const std::string longest = "usb:" + std::string(251, 'k');
   EXPECT_EQ(file.run({"set", longest, "1"}), done());
@@ -165,7 +165,7 @@ TEST(QuorConfigKeys, HaveNoMoreThan255Characters) {
   EXPECT_EQ(file.run({"unset", longest}), done());
 }
 
-TEST(QuorConfigAddSection, SavesNoNameThatWouldReadAsAnother) {
+TEST(QuorConfigChangesByAddSection, SaveNoNameThatWouldReadAsAnother) {
   const ConfiguredFile file(content);
   const Outcome outcome = file.run({"add-section", "a]b"});
   if (outcome == done()) {
@@ -175,7 +175,7 @@ TEST(QuorConfigAddSection, SavesNoNameThatWouldReadAsAnother) {
   }
 }
 
-TEST(QuorConfigMerge, SetsWhatTheOtherSets) {
+TEST(QuorConfigChangesByMerge, SetWhatTheOtherSets) {
   const ConfiguredFile file(content);
   const ConfiguredFile other("[usb]\nhid_only=0\ndebug=ctrl\n[empty]\n");
   EXPECT_EQ(file.run({"merge", other.path()}), done());
@@ -184,14 +184,14 @@ TEST(QuorConfigMerge, SetsWhatTheOtherSets) {
   EXPECT_EQ(other.get("apps:x"), notFoundOrDifferent());
 }
 
-TEST(QuorConfigMerge, MakesAFileThatIsMissing) {
+TEST(QuorConfigChangesByMerge, MakeAFileThatIsMissing) {
   const ConfiguredFile file;
   const ConfiguredFile other(content);
   EXPECT_EQ(file.run({"merge", other.path()}), done());
   EXPECT_EQ(file.run({"diff", other.path()}), done());
 }
 
-TEST(QuorConfigMerge, CopiesNothingFromAFileItCannotRead) {
+TEST(QuorConfigChangesByMerge, CopyNothingFromAFileThatCannotBeRead) {
   const ConfiguredFile file(content);
   const ConfiguredFile other("no setting\n");
   EXPECT_EQ(file.run({"merge", other.path()}).end, sim::ProcessEnd::exited(2));
