@@ -1,23 +1,18 @@
 // Devices that come and go while the daemon runs.
 
 #include <csignal>
-#include <ostream>
 #include <set>
 
 #include "kernel/guest/receiver_unit.h"
+#include "support/named_case.h"
 
 namespace guest {
 namespace {
 
-struct Sort {
-  std::string name;
+struct Sort : support::NamedCase {
   EmulatedDevice (*device)();
   Socket (*socket)(int number);
 };
-
-std::ostream& operator<<(std::ostream& out, const Sort& sort) {
-  return out << sort.name;
-}
 
 const std::vector<Sort> sorts = {
     {"Keyboard", keyboard, highSpeedSocket},
@@ -37,7 +32,7 @@ class Hotplug : public ReceiverUnit {};
 class HotplugOfEverySort : public ReceiverUnit, public testing::WithParamInterface<Sort> {};
 
 INSTANTIATE_TEST_SUITE_P(Devices, HotplugOfEverySort, testing::ValuesIn(sorts),
-                         [](const auto& instance) { return instance.param.name; });
+                         testing::PrintToStringParamName());
 
 TEST_P(HotplugOfEverySort, AttachesTheDeviceAndAnnouncesItsName) {
   start();

@@ -14,7 +14,10 @@
 
 namespace {
 
-using namespace support;
+using support::genericDevice;
+using support::Hotplug;
+using support::scanner;
+using support::usbDevice;
 
 namespace debug = contract::debug;
 
@@ -22,7 +25,7 @@ const std::string directory = scanner().directory();
 
 class AttributeReading : public Hotplug {
  protected:
-  Messages saidOfClass(const std::string& text) {
+  support::Lines saidOfClass(const std::string& text) {
     unit.sysfs.writeAttribute(unit.sysfs.add(scanner()), "bDeviceClass", text);
     return saidOfAdding(directory);
   }
@@ -115,11 +118,12 @@ TEST_F(AttributeReading, EndsTheEventWhenTheDaemonMayOpenNoFile) {
 TEST_F(AttributeReading, LeavesNoFileOpen) {
   start("all");
   const std::vector<int> before = unit.daemon().openDescriptors();
-  for (const sim::UsbDevice& device : {scanner(), keyboard(), disk()}) {
+  for (const sim::UsbDevice& device : {scanner(), support::keyboard(), support::disk()}) {
     unit.plug(device);
   }
-  unit.plug(named(deviceWithRaw("short"), "1-4", "Short"));
-  unit.plug(named(deviceWithRaw(sim::configuration("") + sim::configuration("")), "1-5", "Foreign"));
+  unit.plug(support::named(support::deviceWithRaw("short"), "1-4", "Short"));
+  unit.plug(support::named(support::deviceWithRaw(sim::configuration("") + sim::configuration("")), "1-5",
+                           "Foreign"));
   unit.settle();
   EXPECT_EQ(unit.daemon().openDescriptors(), before);
 }

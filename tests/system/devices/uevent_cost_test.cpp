@@ -12,7 +12,7 @@
 
 namespace {
 
-using namespace support;
+using support::SystemCallTrace;
 
 using Calls = std::vector<unsigned long>;
 
@@ -58,7 +58,7 @@ struct Round {
   std::ptrdiff_t waits;  ///< for all sources at once, and for each
 };
 
-class UeventCost : public Hotplug {
+class UeventCost : public support::Hotplug {
  protected:
   void SetUp() override {
     if (const auto obstacle = SystemCallTrace::obstacle()) {

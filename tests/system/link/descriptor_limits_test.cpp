@@ -19,8 +19,6 @@
 
 namespace {
 
-using namespace support;
-
 constexpr rlim_t fewDescriptors = 24;
 constexpr std::size_t selectable = 1024;  // numbers that select() can wait for
 constexpr rlim_t manyDescriptors = 2 * selectable;
@@ -52,8 +50,8 @@ class WaitingClients {
     for (std::size_t i = unit.daemon().openDescriptors().size(); i < descriptors; ++i) {
       ASSERT_TRUE(add());
     }
-    eventually("the accept of all waiting clients",
-               [&] { return unit.daemon().openDescriptors().size() == descriptors; });
+    support::eventually("the accept of all waiting clients",
+                        [&] { return unit.daemon().openDescriptors().size() == descriptors; });
   }
 
   void closeFirst() { clients_.front().close(); }
@@ -92,12 +90,12 @@ class DescriptorLimitsOfSelect : public DescriptorLimits {
 TEST_F(DescriptorLimits, EndTheDaemonWhenNoFurtherClientCanBeAccepted) {
   sim::Daemon& daemon = startWith(fewDescriptors, fewDescriptors);
   clients.add();
-  EXPECT_EQ(lastWordsOf(daemon), contract::error::whileCalling("Too many open files", "accept()"));
+  EXPECT_EQ(support::lastWordsOf(daemon), contract::error::whileCalling("Too many open files", "accept()"));
 }
 
 TEST_F(DescriptorLimits, CostOneUeventButNotTheDaemonWhenSysfsCannotBeRead) {
   sim::Daemon& daemon = startWith(fewDescriptors, fewDescriptors);
-  unit.plug(scanner());
+  unit.plug(support::scanner());
   daemon.waitForLine(contract::debug::eventIgnored);
   unit.settle();
 }
@@ -106,7 +104,7 @@ TEST_F(DescriptorLimitsOfSelect, DoNotConcernClientsThatAreOnlyKept) {
   sim::Daemon& daemon = startWith(manyDescriptors, selectable + 3);
   EXPECT_GT(daemon.openDescriptors().back(), static_cast<int>(selectable));
   clients.closeFirst();
-  settleEverySource(unit);
+  support::settleEverySource(unit);
   EXPECT_TRUE(daemon.isRunning());
 }
 
@@ -114,14 +112,14 @@ TEST_F(DescriptorLimitsOfSelect, EndTheDaemonWhenItCannotWaitForItsControlConnec
   sim::Daemon& daemon = startWith(manyDescriptors, selectable);
   sim::LinkManager client = unit.connect();
   client.configure();
-  EXPECT_EQ(lastWordsOf(daemon), contract::error::whileCalling("Invalid argument", "select()"));
+  EXPECT_EQ(support::lastWordsOf(daemon), contract::error::whileCalling("Invalid argument", "select()"));
 }
 
 TEST_F(DescriptorLimitsOfSelect, SpareTheLastControlConnectionThatItCanWaitFor) {
   sim::Daemon& daemon = startWith(manyDescriptors, selectable - 1);
   sim::LinkManager last = unit.connect();
   last.configure();
-  settleEverySource(unit);
+  support::settleEverySource(unit);
   EXPECT_EQ(daemon.openDescriptors().back(), static_cast<int>(selectable - 1));
   last.close();
   EXPECT_EQ(daemon.waitForExit(), sim::ProcessEnd::exited(0));

@@ -18,6 +18,7 @@ using support::acceptedClient;
 using support::askForParameters;
 using support::commandLine;
 using support::isSilentAndOpen;
+using support::scanner;
 using support::silentClient;
 
 constexpr const char* line = "otherhost 7000 low wlan0 IN OUT";

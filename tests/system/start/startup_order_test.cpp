@@ -101,7 +101,7 @@ TEST_F(StartupOrderOfAServingDaemon, StaysInTheForegroundAndInItsDirectory) {
   sim::ProcessOptions world;
   world.workingDirectory = "/vel";
   sim::Daemon& daemon = start(commandLine(), world);
-  const sim::WorkerStart& worker = attach(scanner()).start;
+  const sim::WorkerStart& worker = attach(support::scanner()).start;
 
   EXPECT_TRUE(daemon.isRunning());
   EXPECT_EQ(daemon.children(), std::vector<pid_t>{worker.pid});

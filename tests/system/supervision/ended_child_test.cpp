@@ -17,6 +17,8 @@
 
 namespace {
 
+using support::scanner;
+
 using EndedChild = support::DaemonFixture;
 
 /** The status of a worker that could not be executed. As the number of a signal it has no such meaning. */
@@ -63,8 +65,8 @@ TEST_F(EndedChild, IsNoneThatStopsAndGoesOn) {
 
 TEST_F(EndedChild, IsReapedAlsoWhenItEndsBeforeTheDaemonServes) {
   const std::string device = unit.sysfs.add(scanner());
-  const std::string node = unit.sysfs.add(sim::HiddevNode{.usbDevice = unit.sysfs.add(keyboard())});
-  HeldAttribute attribute(node + "/device/bInterfaceSubClass");
+  const std::string node = unit.sysfs.add(sim::HiddevNode{.usbDevice = unit.sysfs.add(support::keyboard())});
+  support::HeldAttribute attribute(node + "/device/bInterfaceSubClass");
   sim::Daemon& daemon = unit.startDaemon(support::commandLine({"--debug=ctrl", "--class=keyboard"}));
   attribute.waitForReader();  // the scanner has its worker
 

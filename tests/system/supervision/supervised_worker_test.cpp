@@ -21,8 +21,10 @@ namespace {
 namespace debug = contract::debug;
 namespace display = contract::display;
 
+using support::genericWorker;
 using support::joined;
 using support::Lines;
+using support::scanner;
 using support::tagged;
 
 class SupervisedWorker : public support::DaemonFixture {
@@ -57,7 +59,7 @@ TEST_F(SupervisedWorker, IsRestartedWhereItsDeviceIsStillThere) {
   EXPECT_EQ(printed, joined(tagged({debug::terminated(worker.start.pid), debug::withStatus(3),
                                     debug::stillPresent(device), debug::stillPresent(device),
                                     debug::restarting(device, 1)}),
-                            genericDevice(device)));
+                            support::genericDevice(device)));
 }
 
 TEST_F(SupervisedWorker, IsForgottenWhereItsDeviceHasGone) {
@@ -162,7 +164,7 @@ TEST_F(SupervisedWorker, IsNotRestartedWhereTheChangedPolicyRefusesItsDevice) {
 TEST_F(SupervisedWorker, IsNotRestartedWhereTheSlowerLinkCannotCarryItsDevice) {
   start();
   deliver();
-  attach(fastScanner());
+  attach(support::fastScanner());
   expectShown(display::attached("Fast Scanner"));
 
   send(support::linkLine("full"));

@@ -24,7 +24,7 @@ class WaitInterval : public support::DaemonFixture {
       GTEST_SKIP() << *obstacle;
     }
     start();
-    worker = &attach(scanner());
+    worker = &attach(support::scanner());
     letItSleep();
   }
 
@@ -85,7 +85,7 @@ using WaitIntervalOfAnIdleDaemon = support::DaemonFixture;
 
 TEST_F(WaitIntervalOfAnIdleDaemon, HasNoWakeUpInIt) {
   sim::Daemon& daemon = start();
-  attach(scanner());
+  attach(support::scanner());
   deliver();
   support::waitUntilAsleep(daemon.pid());
   const auto before = support::contextSwitchesOf(daemon.pid());

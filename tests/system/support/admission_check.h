@@ -12,7 +12,7 @@ namespace support {
 /** What became of a device that was plugged in. */
 struct Decision {
   bool admitted = false;  ///< a worker was started
-  Messages shown;         ///< each write to the display
+  Lines shown;            ///< each write to the display
 
   bool operator==(const Decision&) const = default;
 };

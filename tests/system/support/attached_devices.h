@@ -40,13 +40,3 @@ std::vector<std::string> genericWorker(const std::string& directory,
                                        const std::vector<std::string>& options = {});
 
 }  // namespace support
-
-using support::disk;
-using support::fastScanner;
-using support::genericWorker;
-using support::highSpeedDevice;
-using support::isochronousDevice;
-using support::keyboard;
-using support::mouse;
-using support::named;
-using support::scanner;

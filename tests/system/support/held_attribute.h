@@ -30,5 +30,3 @@ class HeldAttribute {
 };
 
 }  // namespace support
-
-using support::HeldAttribute;

@@ -4,36 +4,31 @@
 
 #include <filesystem>
 #include <optional>
-#include <ostream>
 #include <string>
 #include <vector>
 
+#include "support/named_case.h"
 #include "unit/tools/quor_config_run.h"
 
 namespace {
 
 const std::string content = "[usb]\nhid_only=1\n[apps]\nx=program\n";
 
-struct Change {
-  std::string name;
+struct Change : support::NamedCase {
   std::optional<std::string> before;  ///< absent: no file
   Arguments command;
   Outcome outcome;
   std::optional<std::string> after;  ///< text of the same settings; absent: the file is as before
 };
 
-std::ostream& operator<<(std::ostream& out, const Change& change) {
-  return out << change.name;
-}
-
 const std::optional<std::string> noFile;
 
-Change saved(const std::string& name, const std::optional<std::string>& before, const Arguments& command,
+Change saved(const char* name, const std::optional<std::string>& before, const Arguments& command,
              const std::string& after) {
   return {name, before, command, done(), after};
 }
 
-Change refused(const std::string& name, const std::optional<std::string>& before, const Arguments& command,
+Change refused(const char* name, const std::optional<std::string>& before, const Arguments& command,
                const Outcome& outcome) {
   return {name, before, command, outcome, std::nullopt};
 }
@@ -64,7 +59,7 @@ const std::vector<Change> changes = {
 class QuorConfigChanges : public testing::TestWithParam<Change> {};
 
 INSTANTIATE_TEST_SUITE_P(By, QuorConfigChanges, testing::ValuesIn(changes),
-                         [](const auto& instance) { return instance.param.name; });
+                         testing::PrintToStringParamName());
 
 TEST_P(QuorConfigChanges, AreSavedOrLeaveTheFileAsItWas) {
   const ConfiguredFile file = GetParam().before ? ConfiguredFile(*GetParam().before) : ConfiguredFile();

@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <ostream>
 #include <string>
 
+#include "support/named_case.h"
 #include "unit/tools/quor_config_run.h"
 
 namespace {
@@ -14,16 +14,11 @@ using Output = sim::ProcessOptions::Output;
 
 const std::string content = "[usb]\nhid_only=1\ndebug=ctrl,scsi\n[apps]\nx=program\n";
 
-struct Reading {
-  std::string name;
+struct Reading : support::NamedCase {
   std::string file;
   Arguments command;
   Outcome outcome;
 };
-
-std::ostream& operator<<(std::ostream& out, const Reading& reading) {
-  return out << reading.name;
-}
 
 class QuorConfigOutputs : public testing::TestWithParam<Reading> {};
 
@@ -62,7 +57,7 @@ INSTANTIATE_TEST_SUITE_P(
                      "s!\\$apps:x\\$!program!g\n"
                      "\n")},
         Reading{"CheckAreNothingForAGoodFile", "[usb]\nhid_only=1\n", {"check"}, done()}),
-    [](const auto& instance) { return instance.param.name; });
+    testing::PrintToStringParamName());
 
 TEST_P(QuorConfigOutputs, AndNothingIsChanged) {
   const ConfiguredFile file(GetParam().file);
