@@ -1,4 +1,4 @@
-#include "system/support/system_call_trace.h"
+#include "support/system_call_trace.h"
 
 #include <linux/net.h>
 #include <linux/time_types.h>

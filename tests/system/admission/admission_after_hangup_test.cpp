@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <string>
 
+#include "support/held_attribute.h"
 #include "system/support/admission_check.h"
-#include "system/support/held_attribute.h"
 
 namespace {
 

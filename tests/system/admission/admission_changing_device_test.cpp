@@ -4,10 +4,10 @@
 #include <functional>
 #include <string>
 
+#include "support/held_attribute.h"
 #include "support/named_case.h"
 #include "system/support/admission_check.h"
 #include "system/support/control_messages.h"
-#include "system/support/held_attribute.h"
 
 namespace {
 

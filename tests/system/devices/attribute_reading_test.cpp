@@ -2,13 +2,13 @@
 
 #include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 
 #include <functional>
 #include <string>
 #include <tuple>
 
 #include "sim/descriptor.h"
+#include "sim/unix_socket.h"
 #include "system/support/attached_devices.h"
 #include "system/support/hotplug.h"
 
@@ -58,11 +58,7 @@ struct Obstacle {
 };
 
 void bindSocket(sim::Sysfs& /*sysfs*/, const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  path.copy(address.sun_path, sizeof address.sun_path - 1);
-  const sim::Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  ASSERT_EQ(::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  const sim::Descriptor socket = sim::bindTo(path, SOCK_STREAM);
 }
 
 const std::vector<Obstacle> obstacles = {

@@ -4,8 +4,8 @@
 #include <ostream>
 #include <string>
 
+#include "support/held_attribute.h"
 #include "system/support/attached_devices.h"
-#include "system/support/held_attribute.h"
 #include "system/support/hotplug.h"
 
 namespace {

@@ -7,9 +7,9 @@
 #include <string>
 
 #include "sim/recording_views.h"
+#include "support/held_attribute.h"
 #include "support/named_case.h"
 #include "system/support/attached_devices.h"
-#include "system/support/held_attribute.h"
 #include "system/support/hotplug.h"
 #include "system/support/last_words.h"
 

@@ -2,9 +2,9 @@
 
 #include <string>
 
+#include "support/system_call_trace.h"
 #include "system/support/attached_devices.h"
 #include "system/support/hotplug.h"
-#include "system/support/system_call_trace.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "support/system_call_trace.h"
 #include "system/support/hotplug.h"
-#include "system/support/system_call_trace.h"
 
 namespace {
 

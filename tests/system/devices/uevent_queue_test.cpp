@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "sim/descriptor.h"
-#include "system/support/held_attribute.h"
+#include "support/held_attribute.h"
 #include "system/support/hotplug.h"
 
 namespace {

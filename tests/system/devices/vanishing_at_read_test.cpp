@@ -3,9 +3,9 @@
 
 #include <string>
 
+#include "support/held_attribute.h"
 #include "support/named_case.h"
 #include "system/support/attached_devices.h"
-#include "system/support/held_attribute.h"
 #include "system/support/hotplug.h"
 
 namespace {

@@ -5,9 +5,9 @@
 #include <functional>
 #include <string>
 
+#include "support/system_call_trace.h"
 #include "system/support/attached_devices.h"
 #include "system/support/hotplug.h"
-#include "system/support/system_call_trace.h"
 
 namespace {
 

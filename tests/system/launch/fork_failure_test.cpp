@@ -6,10 +6,10 @@
 #include <functional>
 #include <optional>
 
+#include "support/ordinary_user.h"
 #include "system/support/attached_devices.h"
 #include "system/support/control_messages.h"
 #include "system/support/hotplug.h"
-#include "system/support/ordinary_user.h"
 
 namespace {
 

@@ -12,8 +12,8 @@
 
 #include "sim/contract.h"
 #include "sim/files.h"
+#include "support/eventually.h"
 #include "system/support/control_messages.h"
-#include "system/support/eventually.h"
 #include "system/support/process_state.h"
 #include "system/support/worker_launch.h"
 

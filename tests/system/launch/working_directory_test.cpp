@@ -5,11 +5,11 @@
 #include <filesystem>
 #include <string>
 
+#include "support/held_attribute.h"
+#include "support/system_call_trace.h"
 #include "system/support/attached_devices.h"
-#include "system/support/held_attribute.h"
 #include "system/support/hotplug.h"
 #include "system/support/process_state.h"
-#include "system/support/system_call_trace.h"
 
 namespace {
 

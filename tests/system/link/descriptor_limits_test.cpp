@@ -2,18 +2,15 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 
 #include <algorithm>
 #include <string>
 #include <vector>
 
 #include "sim/contract.h"
-#include "sim/descriptor.h"
 #include "sim/unit.h"
+#include "support/eventually.h"
 #include "system/support/attached_devices.h"
-#include "system/support/eventually.h"
 #include "system/support/last_words.h"
 #include "system/support/process_state.h"
 
@@ -34,21 +31,15 @@ bool raiseOwnLimit() {
 /** Clients that ask for link parameters before there are any, and wait. */
 class WaitingClients {
  public:
-  /** Adds one; false where the daemon does not let it connect. */
-  bool add() {
-    clients_.emplace_back(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::string(sim::LinkManager::usualPath).copy(address.sun_path, sizeof address.sun_path - 1);
-    const int client = clients_.back().get();
-    return ::connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
-           ::send(client, "?", 1, MSG_NOSIGNAL) == 1;
+  void add() {
+    clients_.emplace_back();
+    clients_.back().send("?");
   }
 
   /** Adds clients until the daemon has this many descriptors. */
   void fill(sim::Unit& unit, std::size_t descriptors) {
     for (std::size_t i = unit.daemon().openDescriptors().size(); i < descriptors; ++i) {
-      ASSERT_TRUE(add());
+      add();
     }
     support::eventually("the accept of all waiting clients",
                         [&] { return unit.daemon().openDescriptors().size() == descriptors; });
@@ -57,7 +48,7 @@ class WaitingClients {
   void closeFirst() { clients_.front().close(); }
 
  private:
-  std::vector<sim::Descriptor> clients_;
+  std::vector<sim::LinkManager> clients_;
 };
 
 class DescriptorLimits : public testing::Test {

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "support/eventually.h"
 #include "system/support/attached_devices.h"
 #include "system/support/control_messages.h"
 #include "system/support/daemon_fixture.h"
-#include "system/support/eventually.h"
 #include "system/support/process_state.h"
 
 namespace {

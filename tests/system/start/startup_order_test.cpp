@@ -11,10 +11,10 @@
 #include <vector>
 
 #include "sim/contract.h"
+#include "support/eventually.h"
 #include "system/support/attached_devices.h"
 #include "system/support/control_messages.h"
 #include "system/support/daemon_fixture.h"
-#include "system/support/eventually.h"
 #include "system/support/last_words.h"
 #include "system/support/process_state.h"
 

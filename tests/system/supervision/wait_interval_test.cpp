@@ -5,11 +5,11 @@
 #include <cmath>
 
 #include "sim/wait.h"
+#include "support/system_call_trace.h"
 #include "system/support/attached_devices.h"
 #include "system/support/control_messages.h"
 #include "system/support/daemon_fixture.h"
 #include "system/support/process_state.h"
-#include "system/support/system_call_trace.h"
 
 namespace {
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <string_view>
 
+#include "system/support/daemon_fixture.h"
+
 namespace support {
 
 namespace debug = contract::debug;
@@ -29,15 +31,7 @@ Lines ignoredEvent(const std::string& devpath) {
   return tagged({debug::event("add", devpath), debug::eventIgnored});
 }
 
-void Hotplug::start(const std::string& classList, const Lines& options) {
-  Lines arguments{"--debug=ctrl", "--class=" + classList};
-  arguments.insert(arguments.end(), options.begin(), options.end());
-  arguments.insert(arguments.end(), {"transmitter", "5000", "high"});
-  unit.startDaemon(arguments);
-  unit.waitUntilServing();
-}
-
-Lines Hotplug::during(const std::function<void()>& action) {
+Lines messagesDuring(sim::Unit& unit, const std::function<void()>& action) {
   const std::size_t before = unit.daemon().lines().size();
   action();
   unit.settle();
@@ -45,6 +39,11 @@ Lines Hotplug::during(const std::function<void()>& action) {
   messages.pop_back();  // the settling event's
   messages.erase(messages.begin(), messages.begin() + static_cast<std::ptrdiff_t>(before));
   return messages;
+}
+
+void Hotplug::start(const std::string& classList, const Lines& options) {
+  unit.startDaemon(commandLine(joined({"--debug=ctrl", "--class=" + classList}, options)));
+  unit.waitUntilServing();
 }
 
 std::string Hotplug::kindOf(const sim::UsbDevice& device) {

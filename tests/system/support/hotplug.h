@@ -24,14 +24,16 @@ Lines genericDevice(const std::string& directory);
 /** What it says of an "add" event with this path that it cannot handle. */
 Lines ignoredEvent(const std::string& devpath);
 
-/** A unit whose daemon tells what it makes of each event. */
+/** What the daemon prints of the events that `action` sends, until it has handled them all. */
+Lines messagesDuring(sim::Unit& unit, const std::function<void()>& action);
+
+/** A unit whose daemon logs how it handles each event. */
 class Hotplug : public testing::Test {
  protected:
   /** Starts the daemon with "--class=" and this list (and these options), and waits until it serves. */
   void start(const std::string& classList = "none", const Lines& options = {});
 
-  /** What the daemon says of the events that `action` sends, until it has handled them all. */
-  Lines during(const std::function<void()>& action);
+  Lines during(const std::function<void()>& action) { return messagesDuring(unit, action); }
 
   /** The same for one datagram. */
   Lines saidOf(const std::string& datagram) {
