@@ -89,7 +89,7 @@ TEST_F(AdmissionChangingDevice, HasItsDescriptorsReadAfreshByEachRule) {
             refusedWith(display::nonHid(name)));
 }
 
-TEST_F(AdmissionChangingDevice, HasItsNameReadWhenTheUserIsTold) {
+TEST_F(AdmissionChangingDevice, HasItsNameReadWhenItIsShownToTheUser) {
   startWith("block_mass_storage = true\n");
   EXPECT_EQ(decideWhenChanged(sim::diskDescriptors(),
                               [&] { unit.sysfs.writeAttribute(directory, "product", "Renamed\n"); }),

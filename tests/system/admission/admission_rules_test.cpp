@@ -35,7 +35,7 @@ constexpr const char* everyRule = "smartcard = true\nhid_only = 1\nblock_mass_st
 const std::string name = "Synthetic Device";
 const std::string isochronousEndpoint = endpoint(sim::transfer_type::isochronous);
 
-/** What is said of the endpoints before the verdict. */
+/** What is logged of the endpoints before the decision. */
 const Lines notLookedAt = {};
 const Lines harmless = {debug::noIsochronousFound};
 const Lines isochronous = {debug::isochronousFound};

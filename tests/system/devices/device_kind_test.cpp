@@ -1,4 +1,4 @@
-// What the daemon takes devices and nodes for, whatever classes have workers of their own. Of several kinds that
+// What the daemon takes devices and nodes for, for each list of classes with workers of their own. Of several kinds that
 // fit, a device is the first: hub, keyboard, storage, and only then the rules of admission are asked.
 
 #include <ostream>

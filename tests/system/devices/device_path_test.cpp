@@ -1,4 +1,4 @@
-// Which device an event means: the physical directory behind whatever path it names.
+// Which device an event means: the physical directory behind the path that it names.
 
 #include <climits>
 #include <string>

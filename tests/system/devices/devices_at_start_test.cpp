@@ -82,7 +82,7 @@ TEST_P(DevicesAtStartServed, HaveTheWorkersOfTheirKinds) {
                              {"usb_rx_generic", reader.directory}}));
 }
 
-TEST_F(DevicesAtStart, AreToldToTheUserWhenTheyAreRefused) {
+TEST_F(DevicesAtStart, AreShownToTheUserWhenTheyAreRefused) {
   const sim::DeviceRecording camera = sim::loadRecording("made-camera-hs");
   unit.sysfs.layOut(camera);
   start("all");

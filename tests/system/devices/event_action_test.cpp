@@ -29,16 +29,16 @@ INSTANTIATE_TEST_SUITE_P(Kernel, EventActionOfNoInterest,
 INSTANTIATE_TEST_SUITE_P(AlmostAdd, EventActionOfNoInterest,
                          testing::Values("", "ad", "addd", "ADD", "Add", " add", "add ", "remove add"));
 
-TEST_P(EventActionOfNoInterest, IsOnlyToldOf) {
+TEST_P(EventActionOfNoInterest, IsOnlyLogged) {
   start("all");
-  const support::Lines onlyTold = support::tagged({debug::event(GetParam(), devpathOf(directory))});
-  EXPECT_EQ(saidOfAction(GetParam()), onlyTold) << "of no device";
+  const support::Lines onlyLogged = support::tagged({debug::event(GetParam(), devpathOf(directory))});
+  EXPECT_EQ(saidOfAction(GetParam()), onlyLogged) << "of no device";
   unit.sysfs.add(scanner());
-  EXPECT_EQ(saidOfAction(GetParam()), onlyTold) << "of a device without a worker";
+  EXPECT_EQ(saidOfAction(GetParam()), onlyLogged) << "of a device without a worker";
   EXPECT_TRUE(hasNoWorker());
   unit.uevents.add(devpathOf(directory));
   sim::Worker& worker = unit.workers.waitForWorker();
-  EXPECT_EQ(saidOfAction(GetParam()), onlyTold) << "of a device with a worker";
+  EXPECT_EQ(saidOfAction(GetParam()), onlyLogged) << "of a device with a worker";
   EXPECT_TRUE(worker.isRunning());
   EXPECT_EQ(unit.daemon().children().size(), 1U);
 }
@@ -59,7 +59,7 @@ TEST_F(EventAction, RemoveLeavesTheWorkerOfADeviceThatHasGoneAlone) {
   EXPECT_TRUE(worker.isRunning());
 }
 
-TEST_F(EventAction, IsNotToldOfWithoutDebugging) {
+TEST_F(EventAction, IsNotLoggedWithoutDebugging) {
   unit.startDaemon({"transmitter", "5000", "high"});
   unit.waitUntilServing();
   unit.uevents.send(sim::uevent("change", "/x"));

@@ -138,14 +138,14 @@ TEST_P(RecordedDevices, IsDecidedOfByItsEventsInOrderWhereAllClassesAreServed) {
   const Lines said = saidOfPlugging(recording);
   EXPECT_EQ(decisionsIn(said), GetParam().withAllClasses);
   const Lines announcements = announcementsOf(recording.plugEvents);
-  Lines told;
-  std::copy_if(said.begin(), said.end(), std::back_inserter(told), [&](const std::string& message) {
+  Lines logged;
+  std::copy_if(said.begin(), said.end(), std::back_inserter(logged), [&](const std::string& message) {
     return std::find(announcements.begin(), announcements.end(), message) != announcements.end();
   });
-  EXPECT_EQ(told, announcements);
+  EXPECT_EQ(logged, announcements);
 }
 
-TEST_P(RecordedDevices, IsOnlyToldOfWhenItIsTakenOut) {
+TEST_P(RecordedDevices, IsOnlyLoggedWhenItIsTakenOut) {
   if (recording.unplugEvents.empty()) {
     GTEST_SKIP() << "these hubs were never taken out";
   }

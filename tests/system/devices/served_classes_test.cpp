@@ -1,4 +1,4 @@
-// Which devices the class list gives to workers of their own: the option's, whatever the configuration says.
+// Which devices the class list gives to workers of their own: the option's, not the configuration's.
 
 #include <string>
 #include <vector>

@@ -1,4 +1,4 @@
-// What an event of no interest costs: no system call that is not needed to tell that it is of none.
+// What an event of no interest costs: no system call but those that show that it is of none.
 
 #include <sys/syscall.h>
 

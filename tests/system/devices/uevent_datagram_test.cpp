@@ -33,7 +33,7 @@ const std::string longValue = "/" + std::string(65535, 'd');
 
 struct Datagram : support::NamedCase {
   std::string bytes;
-  std::optional<std::string> event;  ///< as the daemon says it; nothing is said without
+  std::optional<std::string> event;  ///< as the daemon logs it; nothing is logged without
 };
 
 class UeventDatagram : public support::Hotplug {

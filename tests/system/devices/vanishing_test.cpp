@@ -67,7 +67,7 @@ class Vanishing : public support::Hotplug {
                          const SaidOf& whole);
 
  private:
-  /** What is said of a device that goes before the daemon's call of this number. */
+  /** What is logged of a device that goes before the daemon's call of this number. */
   Lines saidWhenGoneBefore(int call, const Made& made);
   /** Lets the daemon finish with it. */
   void finish(SystemCallTrace& trace, const Made& made);

@@ -56,7 +56,7 @@ TEST_P(LaunchFailureOf, EndsTheDaemon) {
   EXPECT_EQ(unit.daemon().standardError(), "");
 }
 
-TEST_F(LaunchFailure, IsToldWhenTheDaemonDebugs) {
+TEST_F(LaunchFailure, IsReportedWhenTheDaemonDebugs) {
   startWith({"--debug=ctrl"}, withoutWorkers());
   const std::size_t before = unit.daemon().lines().size();
   unit.plug(scanner());
@@ -66,7 +66,7 @@ TEST_F(LaunchFailure, IsToldWhenTheDaemonDebugs) {
   EXPECT_EQ(lines.back() + "\n", contract::error::execFailed);
 }
 
-TEST_F(LaunchFailure, IsToldOnStandardErrorThoughTheDaemonLogsToSyslog) {
+TEST_F(LaunchFailure, IsReportedOnStandardErrorThoughTheDaemonLogsToSyslog) {
   startWith({"--debug=ctrl", "--syslog"}, withoutWorkers());
   unit.plug(scanner());
   EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
