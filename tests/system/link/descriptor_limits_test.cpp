@@ -31,15 +31,11 @@ bool raiseOwnLimit() {
 /** Clients that ask for link parameters before there are any, and wait. */
 class WaitingClients {
  public:
-  void add() {
-    clients_.emplace_back();
-    clients_.back().send("?");
-  }
-
   /** Adds clients until the daemon has this many descriptors. */
   void fill(sim::Unit& unit, std::size_t descriptors) {
     for (std::size_t i = unit.daemon().openDescriptors().size(); i < descriptors; ++i) {
-      add();
+      clients_.emplace_back();
+      clients_.back().send("?");
     }
     support::eventually("the accept of all waiting clients",
                         [&] { return unit.daemon().openDescriptors().size() == descriptors; });
