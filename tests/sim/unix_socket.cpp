@@ -26,4 +26,14 @@ Descriptor bindTo(const std::string& path, int type) {
   return socket;
 }
 
+Descriptor connectTo(const std::string& path) {
+  const sockaddr_un address = unixAddress(path);
+  Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  if (!socket.isOpen() ||
+      ::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    throw systemError("connecting to " + path);
+  }
+  return socket;
+}
+
 }  // namespace sim

@@ -14,4 +14,7 @@ namespace sim {
 /** A socket of this type (SOCK_STREAM, SOCK_DGRAM) bound to a path; its calls never block. Throws Error. */
 [[nodiscard]] Descriptor bindTo(const std::string& path, int type);
 
+/** A stream socket connected to the one that listens at a path; its calls may block. Throws Error. */
+[[nodiscard]] Descriptor connectTo(const std::string& path);
+
 }  // namespace sim

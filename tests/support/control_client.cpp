@@ -1,27 +1,19 @@
 #include "support/control_client.h"
 
 #include <sys/socket.h>
-#include <sys/un.h>
 
 #include <array>
-#include <cerrno>
-#include <system_error>
+
+#include "sim/error.h"
+#include "sim/unix_socket.h"
 
 namespace support {
 
-ControlClient::ControlClient(const std::string& socketPath)
-    : socket_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  socketPath.copy(address.sun_path, sizeof address.sun_path - 1);
-  if (connect(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == -1) {
-    throw std::system_error(errno, std::generic_category(), "connect " + socketPath);
-  }
-}
+ControlClient::ControlClient(const std::string& socketPath) : socket_(sim::connectTo(socketPath)) {}
 
 void ControlClient::send(std::string_view message) const {
   if (::send(socket_.get(), message.data(), message.size(), MSG_NOSIGNAL) == -1) {
-    throw std::system_error(errno, std::generic_category(), "send");
+    throw sim::systemError("sending to the control socket");
   }
 }
 

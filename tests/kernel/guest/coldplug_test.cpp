@@ -22,9 +22,9 @@ int kilobytesOf(pid_t process, const std::string& file, const std::string& name)
 }
 
 /** Ten devices: a hub with three devices behind it, six others. */
-class FullDesk : public ReceiverUnit {
+class ColdplugOfAFullDesk : public ReceiverUnit {
  protected:
-  FullDesk() {
+  ColdplugOfAFullDesk() {
     const PluggedDevice outer = desk.plug(hub(), fullSpeedSocket(1));
     generic.insert(desk.plugBehind(outer, 1, mouse()).directory);
     generic.insert(desk.plugBehind(outer, 2, serialAdapter()).directory);
@@ -44,26 +44,26 @@ class FullDesk : public ReceiverUnit {
   std::string storage;  ///< the disk's node
 };
 
-TEST_F(FullDesk, HasAWorkerForEachAdmittedDeviceAndNoneForHubs) {
+TEST_F(ColdplugOfAFullDesk, StartsAWorkerForEachAdmittedDeviceAndNoneForHubs) {
   start();
   generic.insert({keyboardDirectory, diskDirectory});
   expectServed(generic);
   EXPECT_EQ(display.takeWrites(), Lines{contract::display::isochronous(speaker().product) + "\n"});
 }
 
-TEST_F(FullDesk, HasItsDiskServedByAWorkerOfItsOwn) {
+TEST_F(ColdplugOfAFullDesk, ServesItsDiskByAWorkerOfItsOwn) {
   start({"--class=scsi"});
   generic.insert({keyboardDirectory, storage});
   expectServed(generic);
 }
 
-TEST_F(FullDesk, LosesItsKeyboardToAClassThatHasNoNodesHere) {
+TEST_F(ColdplugOfAFullDesk, LeavesItsKeyboardToAClassThatHasNoNodesHere) {
   start({"--class=all"});
   generic.insert(storage);
   expectServed(generic);
 }
 
-TEST_F(FullDesk, TakesLittleMemory) {
+TEST_F(ColdplugOfAFullDesk, TakesLittleMemory) {
   constexpr int limit = 4096;  // kB
   start({"--class=scsi"});
   // The values of "status" may be behind by 64 pages.

@@ -1,23 +1,18 @@
 // Devices that come and go while the daemon runs.
 
 #include <csignal>
-#include <ostream>
 #include <set>
 
 #include "kernel/guest/receiver_unit.h"
+#include "support/named_case.h"
 
 namespace guest {
 namespace {
 
-struct Sort {
-  std::string name;
+struct Sort : support::NamedCase {
   EmulatedDevice (*device)();
   Socket (*socket)(int number);
 };
-
-std::ostream& operator<<(std::ostream& out, const Sort& sort) {
-  return out << sort.name;
-}
 
 const std::vector<Sort> sorts = {
     {"Keyboard", keyboard, highSpeedSocket},
@@ -34,12 +29,12 @@ const std::vector<Sort> sorts = {
 };
 
 class Hotplug : public ReceiverUnit {};
-class EverySort : public ReceiverUnit, public testing::WithParamInterface<Sort> {};
+class HotplugOfEverySort : public ReceiverUnit, public testing::WithParamInterface<Sort> {};
 
-INSTANTIATE_TEST_SUITE_P(Devices, EverySort, testing::ValuesIn(sorts),
-                         [](const auto& instance) { return instance.param.name; });
+INSTANTIATE_TEST_SUITE_P(Devices, HotplugOfEverySort, testing::ValuesIn(sorts),
+                         testing::PrintToStringParamName());
 
-TEST_P(EverySort, IsAttachedAndAnnouncedByItsName) {
+TEST_P(HotplugOfEverySort, AttachesTheDeviceAndAnnouncesItsName) {
   start();
   deliver();
   const PluggedDevice device = plug(GetParam().device(), GetParam().socket(1));
@@ -47,12 +42,12 @@ TEST_P(EverySort, IsAttachedAndAnnouncedByItsName) {
   EXPECT_EQ(display.takeWrites(), Lines{attached(device.device)});
 }
 
-class EveryController : public ReceiverUnit, public testing::WithParamInterface<std::string> {};
+class HotplugOnEveryController : public ReceiverUnit, public testing::WithParamInterface<std::string> {};
 
-INSTANTIATE_TEST_SUITE_P(Machine, EveryController, testing::ValuesIn(controllers()),
+INSTANTIATE_TEST_SUITE_P(Machine, HotplugOnEveryController, testing::ValuesIn(controllers()),
                          [](const auto& instance) { return instance.param; });
 
-TEST_P(EveryController, AttachesADeviceAndLetsItGo) {
+TEST_P(HotplugOnEveryController, AttachesADeviceAndLetsItGo) {
   start();
   const PluggedDevice device = plug(keyboard(), socketOf(GetParam()));
   sim::Worker& worker = genericWorkerOf(device);

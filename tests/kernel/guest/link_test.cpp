@@ -85,7 +85,7 @@ TEST_F(Link, ThatBecomesFastTakesAHighSpeedDeviceThatIsPluggedInAgain) {
   EXPECT_EQ(display.takeWrites(), (Lines{refused, attached(tablet())}));
 }
 
-TEST_F(Link, TellsWorkersWhatTheLinkManagerHasDelivered) {
+TEST_F(Link, StartsWorkersWithWhatTheLinkManagerHasDelivered) {
   start();
   sim::LinkManager manager;
   manager.send("other 7000 high wlan0 IN OUT");

@@ -1,17 +1,15 @@
 // Who may use a device: each key of the configuration, for devices that are there at the start and for those
 // that come later.
 
-#include <ostream>
-
 #include "kernel/guest/receiver_unit.h"
+#include "support/named_case.h"
 
 namespace guest {
 namespace {
 
 using Text = std::string (*)(const std::string& name);
 
-struct Rule {
-  std::string name;
+struct Rule : support::NamedCase {
   std::string settings;  ///< of the section "usb"
   EmulatedDevice (*device)();
   Socket (*socket)(int number);
@@ -20,10 +18,6 @@ struct Rule {
 };
 
 constexpr Text noText = nullptr;
-
-std::ostream& operator<<(std::ostream& out, const Rule& rule) {
-  return out << rule.name;
-}
 
 const std::vector<Rule> rules = {
     {"DefaultsAdmitADisk", "", disk, highSpeedSocket, true, noText},
@@ -62,8 +56,7 @@ class Policy : public ReceiverUnit, public testing::WithParamInterface<Rule> {
   }
 };
 
-INSTANTIATE_TEST_SUITE_P(Rules, Policy, testing::ValuesIn(rules),
-                         [](const auto& instance) { return instance.param.name; });
+INSTANTIATE_TEST_SUITE_P(Rules, Policy, testing::ValuesIn(rules), testing::PrintToStringParamName());
 
 TEST_P(Policy, HoldsForADeviceThatIsThereAtTheStart) {
   configure(GetParam().settings);

@@ -4,28 +4,30 @@
 #include <filesystem>
 #include <string>
 
+#include "support/held_attribute.h"
 #include "system/support/admission_check.h"
-#include "system/support/held_attribute.h"
 
 namespace {
 
-using namespace support;
+using support::admittedSilently;
+using support::named;
+using support::refusedWith;
 
 namespace display = contract::display;
 
 constexpr const char* blocking = "block_mass_storage = true\n";
 
-const Decision blocked = refusedWith(display::massStorage("Disk"));
+const support::Decision blocked = refusedWith(display::massStorage("Disk"));
 
 sim::UsbDevice diskInPort(int port) {
-  return named(disk(), "1-" + std::to_string(port), "Disk");
+  return named(support::disk(), "1-" + std::to_string(port), "Disk");
 }
 
 sim::UsbDevice speakerInPort(int port) {
-  return named(isochronousDevice(), "1-" + std::to_string(port), "Speaker");
+  return named(support::isochronousDevice(), "1-" + std::to_string(port), "Speaker");
 }
 
-class AdmissionAfterHangup : public AdmissionCheck {
+class AdmissionAfterHangup : public support::AdmissionCheck {
  protected:
   void hangUp() {
     unit.daemon().signal(SIGHUP);
@@ -70,7 +72,7 @@ TEST_F(AdmissionAfterHangup, SeveralHangupsAreOne) {
 TEST_F(AdmissionAfterHangup, AHubDoesNotHaveTheConfigurationRead) {
   startWith("");
   hangUp();
-  EXPECT_EQ(decide(hub("1-100")), refusedSilently);
+  EXPECT_EQ(decide(support::hub("1-100")), support::refusedSilently);
   configure(blocking);
   EXPECT_EQ(decide(diskInPort(1)), blocked);
 }
@@ -88,11 +90,11 @@ TEST_F(AdmissionAfterHangup, EachKeyIsReadAnew) {
   hangUpWith("isochronous_enabled = true\n");
   EXPECT_EQ(decide(speakerInPort(1)), admittedSilently);
   hangUpWith("isochronous_user_warning = false\n");
-  EXPECT_EQ(decide(speakerInPort(2)), refusedSilently);
+  EXPECT_EQ(decide(speakerInPort(2)), support::refusedSilently);
   hangUpWith("hid_only = true\n");
   EXPECT_EQ(decide(speakerInPort(3)), refusedWith(display::nonHid("Speaker")));
   hangUpWith("smartcard = true\n");
-  EXPECT_EQ(decide(named(deviceOfClass(sim::usb_class::smartCard), "1-4", "Reader")),
+  EXPECT_EQ(decide(named(support::deviceOfClass(sim::usb_class::smartCard), "1-4", "Reader")),
             refusedWith(display::smartcard("Reader")));
   hangUpWith(blocking);
   EXPECT_EQ(decide(diskInPort(5)), blocked);
@@ -126,9 +128,9 @@ TEST_F(AdmissionAfterHangup, AFileThatCouldNotBeReadAtTheStartIsFound) {
 TEST_F(AdmissionAfterHangup, ACheckUnderWayIsNotChanged) {
   startWith("");
   const std::string directory = unit.sysfs.add(diskInPort(1));
-  HeldAttribute descriptors(directory + "/descriptors");
+  support::HeldAttribute descriptors(directory + "/descriptors");
   EXPECT_EQ(decisionAfter([&] {
-              unit.uevents.add(devpathOf(directory));
+              unit.uevents.add(support::devpathOf(directory));
               descriptors.waitForReader();
               configure(blocking);
               unit.daemon().signal(SIGHUP);
@@ -141,7 +143,7 @@ TEST_F(AdmissionAfterHangup, ACheckUnderWayIsNotChanged) {
 TEST_F(AdmissionAfterHangup, NothingIsSaid) {
   startWith("");
   EXPECT_EQ(during([this] { hangUp(); }).size(), 1U);  // the settling event's
-  EXPECT_EQ(unit.display.takeWrites(), Messages());
+  EXPECT_EQ(unit.display.takeWrites(), support::Lines());
 }
 
 TEST_F(AdmissionAfterHangup, ANewWorkerProgramIsStartedForTheSameDevice) {
@@ -149,7 +151,7 @@ TEST_F(AdmissionAfterHangup, ANewWorkerProgramIsStartedForTheSameDevice) {
   startWith("");
   sim::Unit::writeConfig("[apps]\nquor_usb_rx_generic = /opt/other/worker\n");
   hangUp();
-  EXPECT_EQ(decide(mouse()), admittedSilently);
+  EXPECT_EQ(decide(support::mouse()), admittedSilently);
   EXPECT_EQ(unit.workers.waitForWorker().program(), "/opt/other/worker");
 }
 

@@ -4,20 +4,25 @@
 #include <functional>
 #include <string>
 
+#include "support/held_attribute.h"
+#include "support/named_case.h"
 #include "system/support/admission_check.h"
 #include "system/support/control_messages.h"
-#include "system/support/held_attribute.h"
-#include "system/support/named_row.h"
 
 namespace {
 
-using namespace support;
+using support::admittedSilently;
+using support::Decision;
+using support::fastScanner;
+using support::mouse;
+using support::refusedSilently;
+using support::refusedWith;
 
 namespace display = contract::display;
 
 const std::string name = "Synthetic Device";
 
-struct Incomplete : NamedRow {
+struct Incomplete : support::NamedCase {
   std::string settings;
   std::string link;
   sim::UsbDevice device;
@@ -26,27 +31,26 @@ struct Incomplete : NamedRow {
   bool endsTheEvent;
 };
 
-class AdmissionChangingDeviceAttribute : public AdmissionCheck,
+class AdmissionChangingDeviceAttribute : public support::AdmissionCheck,
                                          public testing::WithParamInterface<Incomplete> {};
 
-const sim::UsbDevice highSpeedDisk = named(disk(), "1-1", name);
+const sim::UsbDevice highSpeedDisk = support::named(support::disk(), "1-1", name);
 
-INSTANTIATE_TEST_SUITE_P(Rules, AdmissionChangingDeviceAttribute,
-                         testing::Values(Incomplete{"DescriptorsAreNeeded", "", "high", mouse(),
-                                                    "descriptors", refusedSilently, true},
-                                         Incomplete{"DescriptorsAreNotReadWhereNoRuleAsks",
-                                                    "isochronous_enabled = true\n", "high", mouse(),
-                                                    "descriptors", admittedSilently, false},
-                                         Incomplete{"SpeedIsNeededOnAFullSpeedLink", "", "full",
-                                                    fastScanner(), "speed", refusedSilently, true},
-                                         Incomplete{"SpeedIsNotReadOnAFasterLink", "", "high", fastScanner(),
-                                                    "speed", admittedSilently, false},
-                                         Incomplete{"SpeedIsNotReadOfADeviceThatIsRefusedBefore",
-                                                    "block_mass_storage = true\n", "full", highSpeedDisk,
-                                                    "speed", refusedWith(display::massStorage(name)), false},
-                                         Incomplete{"NameIsNeededForARefusal", "", "high",
-                                                    isochronousDevice(), "product", refusedSilently, true}),
-                         nameOfRow);
+INSTANTIATE_TEST_SUITE_P(
+    Rules, AdmissionChangingDeviceAttribute,
+    testing::Values(
+        Incomplete{"DescriptorsAreNeeded", "", "high", mouse(), "descriptors", refusedSilently, true},
+        Incomplete{"DescriptorsAreNotReadWhereNoRuleAsks", "isochronous_enabled = true\n", "high", mouse(),
+                   "descriptors", admittedSilently, false},
+        Incomplete{"SpeedIsNeededOnAFullSpeedLink", "", "full", fastScanner(), "speed", refusedSilently,
+                   true},
+        Incomplete{"SpeedIsNotReadOnAFasterLink", "", "high", fastScanner(), "speed", admittedSilently,
+                   false},
+        Incomplete{"SpeedIsNotReadOfADeviceThatIsRefusedBefore", "block_mass_storage = true\n", "full",
+                   highSpeedDisk, "speed", refusedWith(display::massStorage(name)), false},
+        Incomplete{"NameIsNeededForARefusal", "", "high", support::isochronousDevice(), "product",
+                   refusedSilently, true}),
+    testing::PrintToStringParamName());
 
 TEST_P(AdmissionChangingDeviceAttribute, IsReadWhereARuleNeedsIt) {
   startWith(GetParam().settings, GetParam().link);
@@ -57,14 +61,14 @@ TEST_P(AdmissionChangingDeviceAttribute, IsReadWhereARuleNeedsIt) {
   EXPECT_EQ(unit.daemon().hasLine(contract::debug::eventIgnored), GetParam().endsTheEvent);
 }
 
-class AdmissionChangingDevice : public AdmissionCheck {
+class AdmissionChangingDevice : public support::AdmissionCheck {
  protected:
   /** The decision of a mouse that changes while a rule reads its descriptors, as which it gets `content`. */
   Decision decideWhenChanged(const std::string& content, const std::function<void()>& change) {
     unit.sysfs.add(mouse());
     return decisionAfter([&] {
-      HeldAttribute descriptors(directory + "/descriptors");
-      unit.uevents.add(devpathOf(directory));
+      support::HeldAttribute descriptors(directory + "/descriptors");
+      unit.uevents.add(support::devpathOf(directory));
       descriptors.waitForReader();
       change();
       descriptors.release(content);
@@ -85,7 +89,7 @@ TEST_F(AdmissionChangingDevice, HasItsDescriptorsReadAfreshByEachRule) {
             refusedWith(display::nonHid(name)));
 }
 
-TEST_F(AdmissionChangingDevice, HasItsNameReadWhenTheUserIsTold) {
+TEST_F(AdmissionChangingDevice, HasItsNameReadWhenItIsShownToTheUser) {
   startWith("block_mass_storage = true\n");
   EXPECT_EQ(decideWhenChanged(sim::diskDescriptors(),
                               [&] { unit.sysfs.writeAttribute(directory, "product", "Renamed\n"); }),
@@ -110,9 +114,9 @@ TEST_F(AdmissionChangingDevice, IsOfferedAgainByItsNextEvent) {
 
 TEST_F(AdmissionChangingDevice, IsDecidedByTheSpeedOfTheLatestLinkParameters) {
   startWithoutConfiguration("high");
-  const sim::LinkManager first = deliver(unit, "transmitter 5000 full eth1");
+  const sim::LinkManager first = support::deliver(unit, "transmitter 5000 full eth1");
   EXPECT_EQ(decide(fastScanner("1-1", "First")), refusedWith(display::highSpeed("First")));
-  const sim::LinkManager second = deliver(unit, "transmitter 5000 fullspeed eth1");
+  const sim::LinkManager second = support::deliver(unit, "transmitter 5000 fullspeed eth1");
   EXPECT_EQ(decide(fastScanner("1-2", "Second")), (Decision{true, {display::attached("Second") + "\n"}}));
 }
 

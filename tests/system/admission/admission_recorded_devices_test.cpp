@@ -7,12 +7,10 @@
 #include <string>
 
 #include "sim/recording_views.h"
+#include "support/named_case.h"
 #include "system/support/admission_check.h"
-#include "system/support/named_row.h"
 
 namespace {
-
-using namespace support;
 
 namespace display = contract::display;
 
@@ -57,7 +55,7 @@ Names everyDevice() {
   return Names(names.begin(), names.end()) - hubs;
 }
 
-struct Rule : NamedRow {
+struct Rule : support::NamedCase {
   std::string settings;
   std::string link;
   std::string (*line)(const std::string& device);  ///< on the display
@@ -78,9 +76,10 @@ const std::vector<Rule> rules = {
      [] { return highSpeedDevices; }},
 };
 
-class AdmissionRecordedDevices : public AdmissionCheck, public testing::WithParamInterface<Rule> {};
+class AdmissionRecordedDevices : public support::AdmissionCheck, public testing::WithParamInterface<Rule> {};
 
-INSTANTIATE_TEST_SUITE_P(Rules, AdmissionRecordedDevices, testing::ValuesIn(rules), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(Rules, AdmissionRecordedDevices, testing::ValuesIn(rules),
+                         testing::PrintToStringParamName());
 
 TEST_P(AdmissionRecordedDevices, AreRefusedByTheirRuleOnly) {
   startWith(GetParam().settings, GetParam().link);
@@ -91,8 +90,8 @@ TEST_P(AdmissionRecordedDevices, AreRefusedByTheirRuleOnly) {
     const sim::DeviceRecording recording =
         sim::atPort(sim::loadRecording(name), "8-" + std::to_string(port), 4 * port);
     const std::string shownName = recording.product.empty() ? display::unnamedDevice : recording.product;
-    EXPECT_EQ(decide(recording),
-              refused.contains(name) ? refusedWith(GetParam().line(shownName)) : admittedSilently)
+    EXPECT_EQ(decide(recording), refused.contains(name) ? support::refusedWith(GetParam().line(shownName))
+                                                        : support::admittedSilently)
         << name;
   }
 }

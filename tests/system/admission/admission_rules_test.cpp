@@ -4,13 +4,18 @@
 #include <string>
 #include <vector>
 
+#include "support/named_case.h"
 #include "system/support/admission_check.h"
 #include "system/support/control_messages.h"
-#include "system/support/named_row.h"
 
 namespace {
 
-using namespace support;
+using support::deviceOfClass;
+using support::deviceWith;
+using support::deviceWithRaw;
+using support::interfaceOf;
+using support::isochronousDevice;
+using support::Lines;
 
 namespace debug = contract::debug;
 namespace display = contract::display;
@@ -30,18 +35,18 @@ constexpr const char* everyRule = "smartcard = true\nhid_only = 1\nblock_mass_st
 const std::string name = "Synthetic Device";
 const std::string isochronousEndpoint = endpoint(sim::transfer_type::isochronous);
 
-/** What is said of the endpoints before the verdict. */
-const Messages notLookedAt = {};
-const Messages harmless = {debug::noIsochronousFound};
-const Messages isochronous = {debug::isochronousFound};
+/** What is logged of the endpoints before the decision. */
+const Lines notLookedAt = {};
+const Lines harmless = {debug::noIsochronousFound};
+const Lines isochronous = {debug::isochronousFound};
 
 constexpr std::nullopt_t nothing = std::nullopt;
 
-struct Rule : NamedRow {
+struct Rule : support::NamedCase {
   std::string settings;  ///< of the section "usb"
   sim::UsbDevice device;
   std::string link;  ///< its speed
-  Messages endpoints;
+  Lines endpoints;
   bool isAdmitted;
   std::optional<std::string> line;  ///< on the display
 };
@@ -141,13 +146,13 @@ const std::vector<Rule> isochronousRules = {
      false, display::isochronous(name)},
     {"IsochronousShowsAnUnnamedDevice", "", unnamed(isochronousDevice()), "high", isochronous, false,
      display::isochronous(display::unnamedDevice)},
-    {"IsochronousShowsAnEmptyNameAsNothing", "", named(isochronousDevice(), "1-1", ""), "high", isochronous,
-     false, display::isochronous("")},
+    {"IsochronousShowsAnEmptyNameAsNothing", "", support::named(isochronousDevice(), "1-1", ""), "high",
+     isochronous, false, display::isochronous("")},
     {"IsochronousShowsBlanksAndPercentSignsAsTheyAre", "",
-     named(isochronousDevice(), "1-1", "  Gr\xc3\xbcn %s %n "), "high", isochronous, false,
+     support::named(isochronousDevice(), "1-1", "  Gr\xc3\xbcn %s %n "), "high", isochronous, false,
      display::isochronous("  Gr\xc3\xbcn %s %n ")},
-    {"IsochronousShowsANameOfTwoLines", "", named(isochronousDevice(), "1-1", "Two\nLines\n"), "high",
-     isochronous, false, display::isochronous("Two\nLines\n")},
+    {"IsochronousShowsANameOfTwoLines", "", support::named(isochronousDevice(), "1-1", "Two\nLines\n"),
+     "high", isochronous, false, display::isochronous("Two\nLines\n")},
 };
 
 const std::vector<Rule> speedRules = {
@@ -178,7 +183,7 @@ const std::vector<Rule> order = {
     {"IsochronousComesFourth", "", unwanted, "full", isochronous, false, display::isochronous(name)},
     {"SpeedComesLast", "isochronous_enabled = true\n", unwanted, "full", notLookedAt, false,
      display::highSpeed(name)},
-    {"AMouseBreaksNone", everyRule, mouse(), "full", harmless, true, nothing},
+    {"AMouseBreaksNone", everyRule, support::mouse(), "full", harmless, true, nothing},
 };
 
 /** Files that no tests of the walk over descriptors hold: what the rules take a whole file for. */
@@ -194,28 +199,34 @@ const std::vector<Rule> oddDescriptors = {
      display::nonHid(name)},
 };
 
-class AdmissionRules : public AdmissionCheck, public testing::WithParamInterface<Rule> {};
+class AdmissionRules : public support::AdmissionCheck, public testing::WithParamInterface<Rule> {};
 
-INSTANTIATE_TEST_SUITE_P(SmartCards, AdmissionRules, testing::ValuesIn(smartCardRules), nameOfRow);
-INSTANTIATE_TEST_SUITE_P(HidOnly, AdmissionRules, testing::ValuesIn(hidOnlyRules), nameOfRow);
-INSTANTIATE_TEST_SUITE_P(MassStorage, AdmissionRules, testing::ValuesIn(massStorageRules), nameOfRow);
-INSTANTIATE_TEST_SUITE_P(Isochronous, AdmissionRules, testing::ValuesIn(isochronousRules), nameOfRow);
-INSTANTIATE_TEST_SUITE_P(Speed, AdmissionRules, testing::ValuesIn(speedRules), nameOfRow);
-INSTANTIATE_TEST_SUITE_P(Order, AdmissionRules, testing::ValuesIn(order), nameOfRow);
-INSTANTIATE_TEST_SUITE_P(Descriptors, AdmissionRules, testing::ValuesIn(oddDescriptors), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(SmartCards, AdmissionRules, testing::ValuesIn(smartCardRules),
+                         testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(HidOnly, AdmissionRules, testing::ValuesIn(hidOnlyRules),
+                         testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(MassStorage, AdmissionRules, testing::ValuesIn(massStorageRules),
+                         testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Isochronous, AdmissionRules, testing::ValuesIn(isochronousRules),
+                         testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Speed, AdmissionRules, testing::ValuesIn(speedRules),
+                         testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Order, AdmissionRules, testing::ValuesIn(order), testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Descriptors, AdmissionRules, testing::ValuesIn(oddDescriptors),
+                         testing::PrintToStringParamName());
 
 TEST_P(AdmissionRules, DecideOfADevice) {
   const Rule& rule = GetParam();
   startWith(rule.settings, rule.link);
-  Messages said = rule.endpoints;
+  Lines said = rule.endpoints;
   if (rule.isAdmitted) {
     said.insert(said.end(), {debug::generic, debug::startingGeneric(rule.device.directory())});
   } else {
     said.emplace_back(debug::unsupported);
   }
-  EXPECT_EQ(saidOfPlugging(rule.device), usbDevice(rule.device.directory(), said));
+  EXPECT_EQ(saidOfPlugging(rule.device), support::usbDevice(rule.device.directory(), said));
   EXPECT_EQ(hasNoWorker(), !rule.isAdmitted);
-  EXPECT_EQ(unit.display.takeWrites(), rule.line ? Messages{*rule.line + "\n"} : Messages{});
+  EXPECT_EQ(unit.display.takeWrites(), rule.line ? Lines{*rule.line + "\n"} : Lines{});
   EXPECT_TRUE(unit.display.keepsBoundaries());
 }
 

@@ -2,19 +2,22 @@
 
 #include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 
 #include <functional>
 #include <string>
 #include <tuple>
 
 #include "sim/descriptor.h"
+#include "sim/unix_socket.h"
 #include "system/support/attached_devices.h"
 #include "system/support/hotplug.h"
 
 namespace {
 
-using namespace support;
+using support::genericDevice;
+using support::Hotplug;
+using support::scanner;
+using support::usbDevice;
 
 namespace debug = contract::debug;
 
@@ -22,7 +25,7 @@ const std::string directory = scanner().directory();
 
 class AttributeReading : public Hotplug {
  protected:
-  Messages saidOfClass(const std::string& text) {
+  support::Lines saidOfClass(const std::string& text) {
     unit.sysfs.writeAttribute(unit.sysfs.add(scanner()), "bDeviceClass", text);
     return saidOfAdding(directory);
   }
@@ -55,11 +58,7 @@ struct Obstacle {
 };
 
 void bindSocket(sim::Sysfs& /*sysfs*/, const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  path.copy(address.sun_path, sizeof address.sun_path - 1);
-  const sim::Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  ASSERT_EQ(::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  const sim::Descriptor socket = sim::bindTo(path, SOCK_STREAM);
 }
 
 const std::vector<Obstacle> obstacles = {
@@ -115,11 +114,12 @@ TEST_F(AttributeReading, EndsTheEventWhenTheDaemonMayOpenNoFile) {
 TEST_F(AttributeReading, LeavesNoFileOpen) {
   start("all");
   const std::vector<int> before = unit.daemon().openDescriptors();
-  for (const sim::UsbDevice& device : {scanner(), keyboard(), disk()}) {
+  for (const sim::UsbDevice& device : {scanner(), support::keyboard(), support::disk()}) {
     unit.plug(device);
   }
-  unit.plug(named(deviceWithRaw("short"), "1-4", "Short"));
-  unit.plug(named(deviceWithRaw(sim::configuration("") + sim::configuration("")), "1-5", "Foreign"));
+  unit.plug(support::named(support::deviceWithRaw("short"), "1-4", "Short"));
+  unit.plug(support::named(support::deviceWithRaw(sim::configuration("") + sim::configuration("")), "1-5",
+                           "Foreign"));
   unit.settle();
   EXPECT_EQ(unit.daemon().openDescriptors(), before);
 }

@@ -2,13 +2,13 @@
 
 #include <string>
 
+#include "support/named_case.h"
 #include "system/support/attached_devices.h"
 #include "system/support/hotplug.h"
-#include "system/support/named_row.h"
 
 namespace {
 
-using namespace support;
+using support::deviceWithRaw;
 
 namespace debug = contract::debug;
 using sim::bytes;
@@ -42,7 +42,7 @@ std::string beginningWith(std::uint8_t length, const std::string& descriptor) {
   return bytes({length}) + descriptor.substr(1);
 }
 
-struct Content : NamedRow {
+struct Content : support::NamedCase {
   std::string descriptors;
   const char* kind;
 };
@@ -72,9 +72,10 @@ const std::vector<Content> contents = {
     {"CutDeviceDescriptor", device.substr(0, device.size() - 1), debug::eventIgnored},
 };
 
-class DescriptorFile : public Hotplug, public testing::WithParamInterface<Content> {};
+class DescriptorFile : public support::Hotplug, public testing::WithParamInterface<Content> {};
 
-INSTANTIATE_TEST_SUITE_P(Contents, DescriptorFile, testing::ValuesIn(contents), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(Contents, DescriptorFile, testing::ValuesIn(contents),
+                         testing::PrintToStringParamName());
 
 TEST_P(DescriptorFile, MakesTheKind) {
   start("all");
@@ -86,7 +87,8 @@ TEST_P(DescriptorFile, MakesNoKindWhereNoClassIsServed) {
   EXPECT_EQ(kindOf(deviceWithRaw(GetParam().descriptors)), debug::generic);
 }
 
-class DescriptorFileOfAnotherDescriptor : public Hotplug, public testing::WithParamInterface<std::string> {};
+class DescriptorFileOfAnotherDescriptor : public support::Hotplug,
+                                          public testing::WithParamInterface<std::string> {};
 
 INSTANTIATE_TEST_SUITE_P(ClassList, DescriptorFileOfAnotherDescriptor,
                          testing::Values("keyboard", "scsi", "all"));

@@ -1,16 +1,22 @@
-// What the daemon takes devices and nodes for, whatever classes have workers of their own. Of several kinds that
+// What the daemon takes devices and nodes for, for each list of classes with workers of their own. Of several kinds that
 // fit, a device is the first: hub, keyboard, storage, and only then the rules of admission are asked.
 
 #include <ostream>
 #include <string>
 
+#include "support/held_attribute.h"
 #include "system/support/attached_devices.h"
-#include "system/support/held_attribute.h"
 #include "system/support/hotplug.h"
 
 namespace {
 
-using namespace support;
+using support::disk;
+using support::hub;
+using support::keyboard;
+using support::Lines;
+using support::nodeOf;
+using support::scanner;
+using support::usbDevice;
 
 namespace debug = contract::debug;
 
@@ -24,13 +30,13 @@ std::ostream& operator<<(std::ostream& out, const ClassList& classes) {
   return out << classes.list;
 }
 
-class DeviceKind : public Hotplug, public testing::WithParamInterface<ClassList> {
+class DeviceKind : public support::Hotplug, public testing::WithParamInterface<ClassList> {
  protected:
   DeviceKind() { start(GetParam().list); }
 
   /** What the daemon says of a device that is of this kind if `served`, and generic otherwise. */
-  static Messages saidIf(bool served, const char* special, const std::string& directory) {
-    return served ? usbDevice(directory, {special}) : genericDevice(directory);
+  static Lines saidIf(bool served, const char* special, const std::string& directory) {
+    return served ? usbDevice(directory, {special}) : support::genericDevice(directory);
   }
 };
 
@@ -57,12 +63,12 @@ TEST_P(DeviceKind, IsStorageWithoutAWorkerWhereStorageIsServed) {
 }
 
 TEST_P(DeviceKind, IsGenericWithAGenericWorker) {
-  EXPECT_EQ(saidOfPlugging(scanner()), genericDevice(scanner().directory()));
-  EXPECT_EQ(unit.workers.waitForWorker().start.arguments, genericWorker(scanner().directory()));
+  EXPECT_EQ(saidOfPlugging(scanner()), support::genericDevice(scanner().directory()));
+  EXPECT_EQ(unit.workers.waitForWorker().start.arguments, support::genericWorker(scanner().directory()));
 }
 
 TEST_P(DeviceKind, IsUnsupportedWithoutAWorker) {
-  const sim::UsbDevice camera = isochronousDevice();
+  const sim::UsbDevice camera = support::isochronousDevice();
   EXPECT_EQ(saidOfPlugging(camera),
             usbDevice(camera.directory(), {debug::isochronousFound, debug::unsupported}));
   EXPECT_TRUE(hasNoWorker());
@@ -71,7 +77,7 @@ TEST_P(DeviceKind, IsUnsupportedWithoutAWorker) {
 TEST_P(DeviceKind, IsScsiGenericWithAScsiWorkerWhereStorageIsServed) {
   const std::string directory = unit.sysfs.add(disk());
   std::string node;
-  const Messages said = during([&] { node = unit.plug(sim::ScsiGenericNode{.usbDevice = directory}); });
+  const Lines said = during([&] { node = unit.plug(sim::ScsiGenericNode{.usbDevice = directory}); });
   if (!GetParam().storage) {
     EXPECT_EQ(said, nodeOf("scsi_generic", node));
     EXPECT_TRUE(hasNoWorker());
@@ -79,7 +85,7 @@ TEST_P(DeviceKind, IsScsiGenericWithAScsiWorkerWhereStorageIsServed) {
   }
   EXPECT_EQ(said, nodeOf("scsi_generic", node, {debug::scsiGeneric, debug::startingScsi(node)}));
   EXPECT_EQ(unit.workers.waitForWorker().start.arguments,
-            (Messages{"usb_rx_scsi", "eth1", "transmitter", "5002", node}));
+            (Lines{"usb_rx_scsi", "eth1", "transmitter", "5002", node}));
 }
 
 TEST_P(DeviceKind, IsOfNoInterestInAnotherSubsystem) {
@@ -101,7 +107,7 @@ TEST_P(DeviceKind, IsOfNoInterestAsAnInterface) {
   EXPECT_TRUE(hasNoWorker());
 }
 
-class DeviceKindOrder : public Hotplug {
+class DeviceKindOrder : public support::Hotplug {
  protected:
   /** Every rule but the isochronous one is on: a device that is asked for admission is refused. */
   static void refuseEverything() {
@@ -130,17 +136,17 @@ TEST_F(DeviceKindOrder, HubsDescriptorsAreNotEvenRead) {
 
 TEST_F(DeviceKindOrder, HubByItsDescriptorsAloneIsNoHub) {
   start("all");
-  EXPECT_EQ(kindOf(deviceWithRaw(sim::deviceDescriptor(sim::usb_class::hub) +
-                                 sim::configuration(interfaceOf(sim::usb_class::hub)))),
+  EXPECT_EQ(kindOf(support::deviceWithRaw(sim::deviceDescriptor(sim::usb_class::hub) +
+                                          sim::configuration(support::interfaceOf(sim::usb_class::hub)))),
             debug::generic);
 }
 
 TEST_F(DeviceKindOrder, KeyboardComesBeforeStorage) {
   start("all");
   const std::string directory = unit.sysfs.add(keyboard());
-  HeldAttribute first(directory + "/descriptors");
+  support::HeldAttribute first(directory + "/descriptors");
   EXPECT_EQ(during([&] {
-              unit.uevents.add(devpathOf(directory));
+              unit.uevents.add(support::devpathOf(directory));
               first.waitForReader();
               unit.sysfs.removeAttribute(directory, "descriptors");
               unit.sysfs.writeAttribute(directory, "descriptors", sim::diskDescriptors());
@@ -168,7 +174,7 @@ TEST_F(DeviceKindOrder, DeviceOfADisabledClassIsAskedForAdmission) {
   refuseEverything();
   start("keyboard");
   EXPECT_EQ(saidOfPlugging(disk()), usbDevice(disk().directory(), {debug::unsupported}));
-  EXPECT_EQ(unit.display.takeWrites(), Messages{contract::display::nonHid("Disk") + "\n"});
+  EXPECT_EQ(unit.display.takeWrites(), Lines{contract::display::nonHid("Disk") + "\n"});
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Which device an event means: the physical directory behind whatever path it names.
+// Which device an event means: the physical directory behind the path that it names.
 
 #include <climits>
 #include <string>
@@ -8,18 +8,20 @@
 
 namespace {
 
-using namespace support;
+using support::genericDevice;
+using support::Lines;
+using support::scanner;
 
 namespace debug = contract::debug;
 
-class DevicePath : public Hotplug {
+class DevicePath : public support::Hotplug {
  protected:
   /** What the daemon says of an "add" event with this path. */
-  Messages saidOfPath(const std::string& devpath) { return saidOf(sim::uevent("add", devpath)); }
+  Lines saidOfPath(const std::string& devpath) { return saidOf(sim::uevent("add", devpath)); }
 };
 
 /** The same messages, but of an event that named the device by another path. */
-Messages announcedAs(const std::string& devpath, Messages said) {
+Lines announcedAs(const std::string& devpath, Lines said) {
   said.front() = debug::tag + debug::event("add", devpath);
   return said;
 }
@@ -34,10 +36,11 @@ TEST_F(DevicePath, OfTheBusIsResolved) {
 
 TEST_F(DevicePath, OfAClassIsResolved) {
   start("scsi");
-  const std::string node = unit.sysfs.add(sim::ScsiGenericNode{.usbDevice = unit.sysfs.add(disk())});
-  EXPECT_EQ(saidOfPath("/class/scsi_generic/sg0"),
-            announcedAs("/class/scsi_generic/sg0",
-                        nodeOf("scsi_generic", node, {debug::scsiGeneric, debug::startingScsi(node)})));
+  const std::string node = unit.sysfs.add(sim::ScsiGenericNode{.usbDevice = unit.sysfs.add(support::disk())});
+  EXPECT_EQ(
+      saidOfPath("/class/scsi_generic/sg0"),
+      announcedAs("/class/scsi_generic/sg0",
+                  support::nodeOf("scsi_generic", node, {debug::scsiGeneric, debug::startingScsi(node)})));
   EXPECT_EQ(unit.workers.waitForWorker().device(), node);
 }
 
@@ -71,7 +74,7 @@ TEST_P(DevicePathOfAHandledDevice, StartsNoSecondWorkerWhateverItsAttributesSay)
   start("all");
   const std::string directory = unit.plug(scanner());
   const sim::Worker& worker = unit.workers.waitForWorker();
-  const Messages handled = tagged({debug::event("add", GetParam()), debug::alreadyHandled});
+  const Lines handled = support::tagged({debug::event("add", GetParam()), debug::alreadyHandled});
   EXPECT_EQ(saidOfPath(GetParam()), handled);
   unit.sysfs.removeAttribute(directory, "subsystem");
   unit.sysfs.makeDirectory(directory + "/subsystem");
@@ -91,21 +94,21 @@ TEST_F(DevicePath, ThatLeadsToNoDirectoryEndsTheEvent) {
   start("all");
   unit.sysfs.makeLink("/sys/dangling", "devices/gone");
   unit.sysfs.makeLink("/sys/circle", "circle");
-  const std::string file = devpathOf(unit.sysfs.add(scanner())) + "/uevent";
+  const std::string file = support::devpathOf(unit.sysfs.add(scanner())) + "/uevent";
   const std::string longComponent = "/" + std::string(300, 'x');
   const std::string longPath = "/" + std::string(2 * PATH_MAX, '/');
   for (const std::string& path :
        {std::string("/devices/gone"), std::string("/bus/usb/devices/9-9"), file, std::string("/dangling"),
         std::string("/circle"), longComponent, longPath}) {
-    EXPECT_EQ(saidOfPath(path), ignoredEvent(path));
+    EXPECT_EQ(saidOfPath(path), support::ignoredEvent(path));
   }
 }
 
 TEST_F(DevicePath, BeginsBehindTheNameOfSysfsAsItStands) {
   start("all");
-  EXPECT_EQ(saidOfPath("tem"), ignoredEvent("tem"));
+  EXPECT_EQ(saidOfPath("tem"), support::ignoredEvent("tem"));
   for (const std::string path : {"", "/"}) {
-    EXPECT_EQ(saidOfPath(path), nodeOf("", "/sys" + path));
+    EXPECT_EQ(saidOfPath(path), support::nodeOf("", "/sys" + path));
   }
 }
 

@@ -7,28 +7,30 @@
 #include <string>
 
 #include "sim/recording_views.h"
+#include "support/held_attribute.h"
+#include "support/named_case.h"
 #include "system/support/attached_devices.h"
-#include "system/support/held_attribute.h"
 #include "system/support/hotplug.h"
 #include "system/support/last_words.h"
-#include "system/support/named_row.h"
 
 namespace {
 
-using namespace support;
+using support::Lines;
+using support::scanner;
+using support::tagged;
 
 namespace debug = contract::debug;
 namespace error = contract::error;
 
-class DevicesAtStart : public Hotplug {
+class DevicesAtStart : public support::Hotplug {
  protected:
   /** Starts the daemon; it may be at its coldplug for long. */
   sim::Daemon& startDuring(const std::string& classList) {
     return unit.startDaemon({"--debug=ctrl", "--class=" + classList, "transmitter", "5000", "high"});
   }
   /** The program and the last argument of every worker so far. */
-  std::set<Messages> startedWorkers() {
-    std::set<Messages> started;
+  std::set<Lines> startedWorkers() {
+    std::set<Lines> started;
     for (std::size_t i = unit.daemon().children().size(); i > 0; --i) {
       const sim::Worker& worker = unit.workers.waitForWorker();
       started.insert({worker.program(), worker.device()});
@@ -44,7 +46,7 @@ TEST_F(DevicesAtStart, ComeBeforeTheEventsOfTheKernel) {
             tagged({debug::hangupHandler, debug::coldplugging, debug::event("add", "/bus/usb/devices/1-1"),
                     debug::subsystem("usb"), debug::noIsochronousFound, debug::generic,
                     debug::startingGeneric(device), debug::hotplugging}));
-  EXPECT_EQ(unit.workers.waitForWorker().start.arguments, genericWorker(device));
+  EXPECT_EQ(unit.workers.waitForWorker().start.arguments, support::genericWorker(device));
   EXPECT_TRUE(unit.display.takeWrites().empty());
 }
 
@@ -73,14 +75,14 @@ TEST_P(DevicesAtStartServed, HaveTheWorkersOfTheirKinds) {
   }
   start(GetParam().classList);
   EXPECT_EQ(startedWorkers(),
-            (std::set<Messages>{GetParam().keyboards ? Messages{"usb_rx_keyboard", "0"}
-                                                     : Messages{"usb_rx_generic", keys.directory},
-                                GetParam().disks ? Messages{"usb_rx_scsi", stick.nodes("sg").front()}
-                                                 : Messages{"usb_rx_generic", stick.directory},
-                                {"usb_rx_generic", reader.directory}}));
+            (std::set<Lines>{GetParam().keyboards ? Lines{"usb_rx_keyboard", "0"}
+                                                  : Lines{"usb_rx_generic", keys.directory},
+                             GetParam().disks ? Lines{"usb_rx_scsi", stick.nodes("sg").front()}
+                                              : Lines{"usb_rx_generic", stick.directory},
+                             {"usb_rx_generic", reader.directory}}));
 }
 
-TEST_F(DevicesAtStart, AreToldToTheUserWhenTheyAreRefused) {
+TEST_F(DevicesAtStart, AreShownToTheUserWhenTheyAreRefused) {
   const sim::DeviceRecording camera = sim::loadRecording("made-camera-hs");
   unit.sysfs.layOut(camera);
   start("all");
@@ -90,28 +92,28 @@ TEST_F(DevicesAtStart, AreToldToTheUserWhenTheyAreRefused) {
 
 TEST_F(DevicesAtStart, HaveOneWorkerThoughTheKernelAnnouncesThemMeanwhile) {
   const std::string device = unit.sysfs.add(scanner());
-  HeldAttribute held(device + "/bDeviceClass");
+  support::HeldAttribute held(device + "/bDeviceClass");
   startDuring("none");
   held.waitForReader();
-  unit.uevents.add(devpathOf(device));
+  unit.uevents.add(support::devpathOf(device));
   held.release("00\n");
   unit.waitUntilServing();
   unit.settle();
-  const Messages messages = unit.daemon().messages();
+  const Lines messages = unit.daemon().messages();
   const auto serving = std::find(messages.begin(), messages.end(), tagged({debug::hotplugging}).front());
   ASSERT_NE(serving, messages.end());
-  EXPECT_EQ(Messages(serving + 1, messages.end() - 1),
-            tagged({debug::event("add", devpathOf(device)), debug::alreadyHandled}));
+  EXPECT_EQ(Lines(serving + 1, messages.end() - 1),
+            tagged({debug::event("add", support::devpathOf(device)), debug::alreadyHandled}));
   EXPECT_EQ(unit.daemon().children().size(), 1U);
 }
 
 TEST_F(DevicesAtStart, LeaveADiskThatIsPluggedInMeanwhileItsOneWorker) {
   const std::string present = unit.sysfs.add(scanner("1-1"));
-  HeldAttribute held(present + "/bDeviceClass");
+  support::HeldAttribute held(present + "/bDeviceClass");
   startDuring("scsi");
   held.waitForReader();
   // Seen by the pass over the disks or not, the kernel's event follows.
-  const std::string node = unit.plug(sim::ScsiGenericNode{.usbDevice = unit.plug(disk())});
+  const std::string node = unit.plug(sim::ScsiGenericNode{.usbDevice = unit.plug(support::disk())});
   held.release("00\n");
   unit.waitUntilServing();
   unit.settle();
@@ -124,8 +126,8 @@ TEST_F(DevicesAtStart, HaveTheirWorkersLookedAfterLikeAnyOther) {
   const std::string device = unit.sysfs.add(scanner());
   start("none");
   unit.workers.waitForWorker().exitWith(1);
-  EXPECT_EQ(Messages{unit.daemon().waitForLine("restarting")}, tagged({debug::restarting(device, 1)}));
-  EXPECT_EQ(unit.workers.waitForWorker().start.arguments, genericWorker(device));
+  EXPECT_EQ(Lines{unit.daemon().waitForLine("restarting")}, tagged({debug::restarting(device, 1)}));
+  EXPECT_EQ(unit.workers.waitForWorker().start.arguments, support::genericWorker(device));
 }
 
 TEST_F(DevicesAtStart, ArePassedByWhenTheyCannotBeHandled) {
@@ -133,24 +135,24 @@ TEST_F(DevicesAtStart, ArePassedByWhenTheyCannotBeHandled) {
   const std::string device = unit.sysfs.add(scanner());
   start("all");
   EXPECT_TRUE(unit.daemon().hasLine(debug::eventIgnored));
-  EXPECT_EQ(startedWorkers(), (std::set<Messages>{{"usb_rx_generic", device}}));
+  EXPECT_EQ(startedWorkers(), (std::set<Lines>{{"usb_rx_generic", device}}));
 }
 
 TEST_F(DevicesAtStart, WithoutTheirDirectoryEndTheDaemon) {
   std::filesystem::remove(unit.sysfs.placeOf("/sys/bus/usb/devices"));
-  EXPECT_EQ(lastWordsOf(startDuring("none")),
+  EXPECT_EQ(support::lastWordsOf(startDuring("none")),
             error::whileCalling("No such file or directory", "opendir(/sys/bus/usb/devices)"));
 }
 
 /** A keyboard's node that coldplug cannot judge. */
-struct Unreadable : NamedRow {
+struct Unreadable : support::NamedCase {
   std::function<void(sim::Sysfs& sysfs)> change;
   std::string lastWords;
 };
 
 class DevicesAtStartUnreadable : public DevicesAtStart, public testing::WithParamInterface<Unreadable> {};
 
-const std::string directory = keyboard().directory();
+const std::string directory = support::keyboard().directory();
 
 /** What a keyboard's missing attribute ends the daemon with. */
 std::string missing(const std::string& attribute) {
@@ -180,12 +182,12 @@ INSTANTIATE_TEST_SUITE_P(
                                  sysfs.removeAttribute(directory + "/1-2:1.0", "bInterfaceSubClass");
                                },
                                missing("bInterfaceSubClass")}),
-    nameOfRow);
+    testing::PrintToStringParamName());
 
 TEST_P(DevicesAtStartUnreadable, EndTheDaemon) {
-  unit.sysfs.add(sim::HiddevNode{.usbDevice = unit.sysfs.add(keyboard())});
+  unit.sysfs.add(sim::HiddevNode{.usbDevice = unit.sysfs.add(support::keyboard())});
   GetParam().change(unit.sysfs);
-  EXPECT_EQ(lastWordsOf(startDuring("keyboard")), GetParam().lastWords);
+  EXPECT_EQ(support::lastWordsOf(startDuring("keyboard")), GetParam().lastWords);
   EXPECT_TRUE(unit.daemon().hasLine(debug::coldpluggingKeyboards));
   EXPECT_FALSE(unit.daemon().hasLine(debug::hotplugging));
 }

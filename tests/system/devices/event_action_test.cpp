@@ -7,16 +7,17 @@
 
 namespace {
 
-using namespace support;
+using support::devpathOf;
+using support::scanner;
 
 namespace debug = contract::debug;
 
 const std::string directory = scanner().directory();
 
-class EventAction : public Hotplug {
+class EventAction : public support::Hotplug {
  protected:
   /** The same event that plugging the device would send, but for its action. */
-  Messages saidOfAction(const std::string& action) {
+  support::Lines saidOfAction(const std::string& action) {
     return saidOf(sim::uevent(action, devpathOf(directory), {{"SUBSYSTEM", "usb"}}));
   }
 };
@@ -28,16 +29,16 @@ INSTANTIATE_TEST_SUITE_P(Kernel, EventActionOfNoInterest,
 INSTANTIATE_TEST_SUITE_P(AlmostAdd, EventActionOfNoInterest,
                          testing::Values("", "ad", "addd", "ADD", "Add", " add", "add ", "remove add"));
 
-TEST_P(EventActionOfNoInterest, IsOnlyToldOf) {
+TEST_P(EventActionOfNoInterest, IsOnlyLogged) {
   start("all");
-  const Messages onlyTold = tagged({debug::event(GetParam(), devpathOf(directory))});
-  EXPECT_EQ(saidOfAction(GetParam()), onlyTold) << "of no device";
+  const support::Lines onlyLogged = support::tagged({debug::event(GetParam(), devpathOf(directory))});
+  EXPECT_EQ(saidOfAction(GetParam()), onlyLogged) << "of no device";
   unit.sysfs.add(scanner());
-  EXPECT_EQ(saidOfAction(GetParam()), onlyTold) << "of a device without a worker";
+  EXPECT_EQ(saidOfAction(GetParam()), onlyLogged) << "of a device without a worker";
   EXPECT_TRUE(hasNoWorker());
   unit.uevents.add(devpathOf(directory));
   sim::Worker& worker = unit.workers.waitForWorker();
-  EXPECT_EQ(saidOfAction(GetParam()), onlyTold) << "of a device with a worker";
+  EXPECT_EQ(saidOfAction(GetParam()), onlyLogged) << "of a device with a worker";
   EXPECT_TRUE(worker.isRunning());
   EXPECT_EQ(unit.daemon().children().size(), 1U);
 }
@@ -45,7 +46,7 @@ TEST_P(EventActionOfNoInterest, IsOnlyToldOf) {
 TEST_F(EventAction, AddStartsAWorker) {
   start();
   unit.sysfs.add(scanner());
-  EXPECT_EQ(saidOfAction("add"), genericDevice(directory));
+  EXPECT_EQ(saidOfAction("add"), support::genericDevice(directory));
   EXPECT_EQ(unit.workers.waitForWorker().device(), directory);
 }
 
@@ -53,11 +54,12 @@ TEST_F(EventAction, RemoveLeavesTheWorkerOfADeviceThatHasGoneAlone) {
   start();
   unit.plug(scanner());
   sim::Worker& worker = unit.workers.waitForWorker();
-  EXPECT_EQ(during([&] { unit.unplug(directory); }), tagged({debug::event("remove", devpathOf(directory))}));
+  EXPECT_EQ(during([&] { unit.unplug(directory); }),
+            support::tagged({debug::event("remove", devpathOf(directory))}));
   EXPECT_TRUE(worker.isRunning());
 }
 
-TEST_F(EventAction, IsNotToldOfWithoutDebugging) {
+TEST_F(EventAction, IsNotLoggedWithoutDebugging) {
   unit.startDaemon({"transmitter", "5000", "high"});
   unit.waitUntilServing();
   unit.uevents.send(sim::uevent("change", "/x"));
@@ -65,7 +67,7 @@ TEST_F(EventAction, IsNotToldOfWithoutDebugging) {
   unit.uevents.send(sim::uevent("add", "/missing"));
   unit.uevents.send("add@/x");
   unit.plug(scanner());
-  unit.plug(named(isochronousDevice(), "1-2", "Speaker"));
+  unit.plug(support::named(support::isochronousDevice(), "1-2", "Speaker"));
   EXPECT_EQ(unit.display.waitForWrite(), contract::display::isochronous("Speaker") + "\n");
   unit.settle();
   EXPECT_EQ(unit.daemon().standardError(), "");

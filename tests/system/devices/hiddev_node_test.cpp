@@ -2,22 +2,23 @@
 
 #include <string>
 
+#include "support/system_call_trace.h"
 #include "system/support/attached_devices.h"
 #include "system/support/hotplug.h"
-#include "system/support/system_call_trace.h"
 
 namespace {
 
-using namespace support;
+using support::Lines;
+using support::usbDevice;
 
 namespace debug = contract::debug;
 
-class HiddevNode : public Hotplug {
+class HiddevNode : public support::Hotplug {
  protected:
   std::string makeNode(const std::string& name = "hiddev0") {
-    return unit.sysfs.add(sim::HiddevNode{.usbDevice = unit.sysfs.add(keyboard()), .name = name});
+    return unit.sysfs.add(sim::HiddevNode{.usbDevice = unit.sysfs.add(support::keyboard()), .name = name});
   }
-  static Messages served(const std::string& node) {
+  static Lines served(const std::string& node) {
     return usbDevice(node, {debug::hid, debug::startingKeyboard(node, "180:0")});
   }
 };
@@ -33,7 +34,7 @@ TEST_P(HiddevNodeServed, GetsAKeyboardWorker) {
   const std::string node = makeNode();
   EXPECT_EQ(saidOfAdding(node), served(node));
   EXPECT_EQ(unit.workers.waitForWorker().start.arguments,
-            (Messages{"usb_rx_keyboard", "eth1", "transmitter", "5001", "180", "0"}));
+            (Lines{"usb_rx_keyboard", "eth1", "transmitter", "5001", "180", "0"}));
 }
 
 TEST_P(HiddevNodeServed, IsLeftAloneWithAUeventFile) {
@@ -52,7 +53,7 @@ TEST_F(HiddevNode, IsKnownByTheBeginningOfItsName) {
 
 TEST_F(HiddevNode, IsReachedThroughItsClass) {
   start("keyboard");
-  Messages expected = served(makeNode());
+  Lines expected = served(makeNode());
   expected.front() = debug::tag + debug::event("add", "/class/usb/hiddev0");
   EXPECT_EQ(saidOfAdding("/sys/class/usb/hiddev0"), expected);
 }
@@ -61,7 +62,8 @@ TEST_F(HiddevNode, GetsOneWorkerOnly) {
   start("keyboard");
   const std::string node = makeNode();
   saidOfAdding(node);
-  EXPECT_EQ(saidOfAdding(node), tagged({debug::event("add", devpathOf(node)), debug::alreadyHandled}));
+  EXPECT_EQ(saidOfAdding(node),
+            support::tagged({debug::event("add", support::devpathOf(node)), debug::alreadyHandled}));
   EXPECT_EQ(unit.daemon().children().size(), 1U);
 }
 
@@ -89,15 +91,15 @@ TEST_P(HiddevNodeUnserved, IsGivenUpAfterAWhile) {
 }
 
 TEST_F(HiddevNode, OfAnotherNameIsAwaitedLikeAnyOther) {
-  if (const auto obstacle = SystemCallTrace::obstacle()) {
+  if (const auto obstacle = support::SystemCallTrace::obstacle()) {
     GTEST_SKIP() << *obstacle;
   }
   start("keyboard");
   for (const std::string name : {"hidde", "xhiddev0"}) {
     const std::string node = makeNode(name);
     EXPECT_EQ(during([&] {
-                SystemCallTrace trace(unit.daemon().pid());
-                unit.uevents.add(devpathOf(node));
+                support::SystemCallTrace trace(unit.daemon().pid());
+                unit.uevents.add(support::devpathOf(node));
                 trace.runToSleep();
                 unit.sysfs.writeAttribute(node, "uevent", "MAJOR=180\n");
               }),

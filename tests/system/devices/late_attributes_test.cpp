@@ -3,14 +3,17 @@
 #include <functional>
 #include <string>
 
+#include "support/held_attribute.h"
+#include "support/system_call_trace.h"
 #include "system/support/attached_devices.h"
-#include "system/support/held_attribute.h"
 #include "system/support/hotplug.h"
-#include "system/support/system_call_trace.h"
 
 namespace {
 
-using namespace support;
+using support::Lines;
+using support::scanner;
+using support::SystemCallTrace;
+using support::usbDevice;
 
 namespace debug = contract::debug;
 
@@ -38,7 +41,7 @@ sim::UsbDevice withoutClass() {
   return device;
 }
 
-class LateAttributes : public Hotplug {};
+class LateAttributes : public support::Hotplug {};
 
 /** A daemon that is traced, to see it wait. */
 class LateAttributesAwaited : public LateAttributes {
@@ -51,8 +54,8 @@ class LateAttributesAwaited : public LateAttributes {
   }
 
   /** Announces the device, and lets its attributes come when the daemon has looked in vain. */
-  Messages saidOfCompleting(const sim::UsbDevice& incomplete,
-                            const std::function<void(SystemCallTrace& trace)>& complete) {
+  Lines saidOfCompleting(const sim::UsbDevice& incomplete,
+                         const std::function<void(SystemCallTrace& trace)>& complete) {
     return during([&] {
       SystemCallTrace trace(unit.daemon().pid());
       unit.plug(incomplete);
@@ -62,14 +65,14 @@ class LateAttributesAwaited : public LateAttributes {
     });
   }
   /** The same for one attribute. */
-  Messages saidOfLate(const sim::UsbDevice& incomplete, const std::string& name, const std::string& content) {
+  Lines saidOfLate(const sim::UsbDevice& incomplete, const std::string& name, const std::string& content) {
     return saidOfCompleting(
         incomplete, [&](SystemCallTrace& /*trace*/) { unit.sysfs.writeAttribute(directory, name, content); });
   }
 };
 
 TEST_F(LateAttributesAwaited, MayBeTheUeventFile) {
-  EXPECT_EQ(saidOfLate(withoutUevent(), "uevent", completeUevent), genericDevice(directory));
+  EXPECT_EQ(saidOfLate(withoutUevent(), "uevent", completeUevent), support::genericDevice(directory));
 }
 
 TEST_F(LateAttributesAwaited, MayBeTheDeviceClass) {
@@ -89,12 +92,13 @@ TEST_F(LateAttributesAwaited, MayBeTheDeviceClassAfterTheUeventFile) {
                                trace.runToSleep();
                                unit.sysfs.writeAttribute(directory, "bDeviceClass", "00\n");
                              }),
-            genericDevice(directory));
+            support::genericDevice(directory));
 }
 
 TEST_F(LateAttributesAwaited, DoNotComeBackWhenTheDeviceHasGone) {
-  EXPECT_EQ(saidOfCompleting(withoutClass(), [&](SystemCallTrace& /*trace*/) { unit.unplug(directory); }),
-            usbDevice(directory, {debug::undetermined, debug::event("remove", devpathOf(directory))}));
+  EXPECT_EQ(
+      saidOfCompleting(withoutClass(), [&](SystemCallTrace& /*trace*/) { unit.unplug(directory); }),
+      usbDevice(directory, {debug::undetermined, debug::event("remove", support::devpathOf(directory))}));
 }
 
 TEST_F(LateAttributesAwaited, AreLookedForTwentyTimesASecond) {
@@ -114,7 +118,7 @@ TEST_F(LateAttributesAwaited, AreNotAwaitedForMoreThanThreeSecondsOfSleep) {
   unit.plug(withoutClass());
   trace.runToSleep();
   int sleeps = 1;
-  for (SystemCall call = trace.next(); !SystemCallTrace::isWait(call); call = trace.next()) {
+  for (support::SystemCall call = trace.next(); !SystemCallTrace::isWait(call); call = trace.next()) {
     sleeps += trace.sleepOf(call) ? 1 : 0;
   }
   EXPECT_LE(sleeps, sleepsOfThreeSeconds + 1);
@@ -126,7 +130,7 @@ TEST_F(LateAttributes, AreAwaitedForThreeSeconds) {
   unit.daemon().waitForLine(debug::subsystem("usb"));
   const std::string begin = unit.daemon().lines().back();
   const sim::Deadline tooLate(4);
-  EXPECT_EQ(Messages{unit.daemon().waitForLine("timed out")}, tagged({debug::undetermined}));
+  EXPECT_EQ(Lines{unit.daemon().waitForLine("timed out")}, support::tagged({debug::undetermined}));
   EXPECT_FALSE(tooLate.passed());
   EXPECT_GE(secondsBetween(begin, unit.daemon().lines().back()), 3.0 - roundingOfTimes);
   EXPECT_TRUE(hasNoWorker());
@@ -136,9 +140,9 @@ TEST_F(LateAttributes, AreNotAwaitedForAnInterface) {
   start("all");
   const std::string interface = unit.sysfs.add(scanner()) + "/1-1:1.0";
   unit.sysfs.linkTo("/sys/bus/usb", interface + "/subsystem");
-  HeldAttribute uevent(interface + "/uevent");
+  support::HeldAttribute uevent(interface + "/uevent");
   EXPECT_EQ(during([&] {
-              unit.uevents.add(devpathOf(interface));
+              unit.uevents.add(support::devpathOf(interface));
               uevent.waitForReader();
               // A second look would find a file that nobody writes, and not come back.
               uevent.release("DEVTYPE=usb_interface\n");
@@ -150,7 +154,7 @@ TEST_F(LateAttributes, AreNotAwaitedForAnEndpoint) {
   start("all");
   const std::string endpoint = unit.sysfs.add(scanner()) + "/ep_00";
   unit.sysfs.writeAttribute(endpoint, "uevent", "");
-  EXPECT_EQ(saidOfAdding(endpoint), nodeOf("", endpoint));
+  EXPECT_EQ(saidOfAdding(endpoint), support::nodeOf("", endpoint));
   unit.sysfs.linkTo("/sys/bus/usb", endpoint + "/subsystem");
   EXPECT_EQ(saidOfAdding(endpoint), usbDevice(endpoint, {}));
 }

@@ -12,7 +12,7 @@
 
 namespace {
 
-using namespace support;
+using support::Lines;
 
 namespace debug = contract::debug;
 
@@ -82,14 +82,14 @@ std::string announcementOf(const sim::RecordedEvent& event) {
   return header;
 }
 
-Messages announcementsOf(const std::vector<sim::RecordedEvent>& events) {
-  Messages announcements;
+Lines announcementsOf(const std::vector<sim::RecordedEvent>& events) {
+  Lines announcements;
   std::transform(events.begin(), events.end(), std::back_inserter(announcements), announcementOf);
-  return tagged(announcements);
+  return support::tagged(announcements);
 }
 
 /** "DEVICE DECISION, ..." from the daemon's messages. */
-std::string decisionsIn(const Messages& messages) {
+std::string decisionsIn(const Lines& messages) {
   const std::string tag = debug::tag;
   std::string decisions;
   std::string device;
@@ -105,7 +105,7 @@ std::string decisionsIn(const Messages& messages) {
 }
 
 /** The devices and nodes for which the daemon says that it starts a worker. */
-std::vector<std::string> startedIn(const Messages& messages) {
+std::vector<std::string> startedIn(const Lines& messages) {
   std::vector<std::string> started;
   for (const std::string& message : messages) {
     const std::size_t path = message.find(" for /sys/");
@@ -117,7 +117,7 @@ std::vector<std::string> startedIn(const Messages& messages) {
   return started;
 }
 
-class RecordedDevices : public Hotplug, public testing::WithParamInterface<Recorded> {
+class RecordedDevices : public support::Hotplug, public testing::WithParamInterface<Recorded> {
  protected:
   const sim::DeviceRecording recording = sim::loadRecording(GetParam().name);
 };
@@ -135,22 +135,22 @@ TEST_P(RecordedDevices, IsDecidedOfWhereNoClassIsServed) {
 
 TEST_P(RecordedDevices, IsDecidedOfByItsEventsInOrderWhereAllClassesAreServed) {
   start("all");
-  const Messages said = saidOfPlugging(recording);
+  const Lines said = saidOfPlugging(recording);
   EXPECT_EQ(decisionsIn(said), GetParam().withAllClasses);
-  const Messages announcements = announcementsOf(recording.plugEvents);
-  Messages told;
-  std::copy_if(said.begin(), said.end(), std::back_inserter(told), [&](const std::string& message) {
+  const Lines announcements = announcementsOf(recording.plugEvents);
+  Lines logged;
+  std::copy_if(said.begin(), said.end(), std::back_inserter(logged), [&](const std::string& message) {
     return std::find(announcements.begin(), announcements.end(), message) != announcements.end();
   });
-  EXPECT_EQ(told, announcements);
+  EXPECT_EQ(logged, announcements);
 }
 
-TEST_P(RecordedDevices, IsOnlyToldOfWhenItIsTakenOut) {
+TEST_P(RecordedDevices, IsOnlyLoggedWhenItIsTakenOut) {
   if (recording.unplugEvents.empty()) {
     GTEST_SKIP() << "these hubs were never taken out";
   }
   start("all");
-  const Messages started = startedIn(saidOfPlugging(recording));
+  const Lines started = startedIn(saidOfPlugging(recording));
   EXPECT_EQ(during([&] { unit.unplug(recording); }), announcementsOf(recording.unplugEvents));
   for (const std::string& device : started) {
     EXPECT_TRUE(unit.workers.waitForWorkerOf(device).isRunning());
@@ -162,7 +162,7 @@ TEST_P(RecordedDevices, HasNothingDecidedOfWhenItIsTakenOutAtOnce) {
     GTEST_SKIP() << "these hubs were never taken out";
   }
   start("all");
-  const Messages said = during([&] {
+  const Lines said = during([&] {
     for (const auto* events : {&recording.plugEvents, &recording.unplugEvents}) {
       for (const sim::RecordedEvent& event : *events) {
         unit.uevents.send(event.datagram);
@@ -195,7 +195,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_P(RecordedDevicesOfOlderKernels, IsTakenForAHidDevice) {
   start("all");
   const sim::DeviceRecording older = sim::withClassUsbHiddev(recording);
-  const Messages said = saidOfPlugging(older);
+  const Lines said = saidOfPlugging(older);
   EXPECT_EQ(decisionsIn(said), GetParam().withAllClasses);
   for (const std::string& node : older.nodes("hiddev")) {
     const std::vector<std::string> started = startedIn(said);

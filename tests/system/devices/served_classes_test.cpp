@@ -1,20 +1,18 @@
-// Which devices the class list gives to workers of their own: the option's, whatever the configuration says.
+// Which devices the class list gives to workers of their own: the option's, not the configuration's.
 
 #include <string>
 #include <vector>
 
+#include "support/named_case.h"
 #include "system/support/attached_devices.h"
 #include "system/support/hotplug.h"
-#include "system/support/named_row.h"
 
 namespace {
 
-using namespace support;
-
 namespace debug = contract::debug;
 
-struct Choice : NamedRow {
-  Messages options;
+struct Choice : support::NamedCase {
+  support::Lines options;
   std::string configuration;
   bool keyboards;
   bool storage;
@@ -34,18 +32,18 @@ const std::vector<Choice> choices = {
     {"EmptyOptionHidesABadConfiguredList", {"--class="}, "[usb]\nclasses = bogus\n", false, false},
 };
 
-class ServedClasses : public Hotplug, public testing::WithParamInterface<Choice> {};
+class ServedClasses : public support::Hotplug, public testing::WithParamInterface<Choice> {};
 
-INSTANTIATE_TEST_SUITE_P(Lists, ServedClasses, testing::ValuesIn(choices), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(Lists, ServedClasses, testing::ValuesIn(choices), testing::PrintToStringParamName());
 
 TEST_P(ServedClasses, AreNotLeftToTheGenericWorker) {
   sim::Unit::writeConfig(GetParam().configuration);
-  Messages arguments = GetParam().options;
+  support::Lines arguments = GetParam().options;
   arguments.insert(arguments.end(), {"--debug=ctrl", "transmitter", "5000", "high"});
   unit.startDaemon(arguments);
   unit.waitUntilServing();
-  EXPECT_EQ(kindOf(keyboard()), GetParam().keyboards ? debug::keyboard : debug::generic);
-  EXPECT_EQ(kindOf(disk()), GetParam().storage ? debug::storage : debug::generic);
+  EXPECT_EQ(kindOf(support::keyboard()), GetParam().keyboards ? debug::keyboard : debug::generic);
+  EXPECT_EQ(kindOf(support::disk()), GetParam().storage ? debug::storage : debug::generic);
 }
 
 }  // namespace

@@ -2,12 +2,10 @@
 
 #include <string>
 
+#include "support/named_case.h"
 #include "system/support/hotplug.h"
-#include "system/support/named_row.h"
 
 namespace {
-
-using namespace support;
 
 constexpr std::size_t longestText = 128;
 
@@ -18,12 +16,12 @@ std::string pathEndingIn(const std::string& name, std::size_t length) {
   return "../" + std::string(length - name.size() - 4, 'p') + "/" + name;
 }
 
-struct Link : NamedRow {
+struct Link : support::NamedCase {
   std::string text;
   std::string subsystem;
 };
 
-class SubsystemLink : public Hotplug {
+class SubsystemLink : public support::Hotplug {
  protected:
   SubsystemLink() {
     start("all");
@@ -45,30 +43,30 @@ INSTANTIATE_TEST_SUITE_P(
                     Link{"CutByOneByte", pathEndingIn("inputs", longestText + 1), "input"},
                     Link{"CutBeforeASlash", pathEndingIn("input/tail", longestText + 5), "input"},
                     Link{"LongName", std::string(1000, 'n'), std::string(longestText, 'n')}),
-    nameOfRow);
+    testing::PrintToStringParamName());
 
 TEST_P(SubsystemLinkText, NamesItByItsLastPart) {
   unit.sysfs.makeLink(directory + "/subsystem", GetParam().text);
-  EXPECT_EQ(saidOfAdding(directory), nodeOf(GetParam().subsystem, directory));
+  EXPECT_EQ(saidOfAdding(directory), support::nodeOf(GetParam().subsystem, directory));
 }
 
 TEST_F(SubsystemLink, ThatIsMissingMeansNone) {
-  EXPECT_EQ(saidOfAdding(directory), nodeOf("", directory));
+  EXPECT_EQ(saidOfAdding(directory), support::nodeOf("", directory));
 }
 
 TEST_F(SubsystemLink, ThatIsCutToUsbMakesAUsbDevice) {
   unit.sysfs.writeAttribute(directory, "uevent", "DEVTYPE=usb_device\n");
   unit.sysfs.writeAttribute(directory, "bDeviceClass", "09\n");
   unit.sysfs.makeLink(directory + "/subsystem", pathEndingIn("usbmisc", longestText + 4));
-  EXPECT_EQ(saidOfAdding(directory), usbDevice(directory, {contract::debug::hub}));
+  EXPECT_EQ(saidOfAdding(directory), support::usbDevice(directory, {contract::debug::hub}));
 }
 
 TEST_F(SubsystemLink, ThatIsNoLinkEndsTheEvent) {
   unit.sysfs.writeAttribute(directory, "subsystem", "usb");
-  EXPECT_EQ(saidOfAdding(directory), ignoredEvent(devpathOf(directory)));
+  EXPECT_EQ(saidOfAdding(directory), support::ignoredEvent(support::devpathOf(directory)));
   unit.sysfs.removeAttribute(directory, "subsystem");
   unit.sysfs.makeDirectory(directory + "/subsystem");
-  EXPECT_EQ(saidOfAdding(directory), ignoredEvent(devpathOf(directory)));
+  EXPECT_EQ(saidOfAdding(directory), support::ignoredEvent(support::devpathOf(directory)));
 }
 
 }  // namespace

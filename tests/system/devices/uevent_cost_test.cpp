@@ -1,4 +1,4 @@
-// What an event of no interest costs: no system call that is not needed to tell that it is of none.
+// What an event of no interest costs: no system call but those that show that it is of none.
 
 #include <sys/syscall.h>
 
@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
+#include "support/system_call_trace.h"
 #include "system/support/hotplug.h"
-#include "system/support/system_call_trace.h"
 
 namespace {
 
-using namespace support;
+using support::SystemCallTrace;
 
 using Calls = std::vector<unsigned long>;
 
@@ -58,7 +58,7 @@ struct Round {
   std::ptrdiff_t waits;  ///< for all sources at once, and for each
 };
 
-class UeventCost : public Hotplug {
+class UeventCost : public support::Hotplug {
  protected:
   void SetUp() override {
     if (const auto obstacle = SystemCallTrace::obstacle()) {

@@ -4,13 +4,13 @@
 #include <string>
 
 #include "sim/error.h"
+#include "support/named_case.h"
 #include "system/support/hotplug.h"
-#include "system/support/named_row.h"
 
 namespace {
 
 using namespace std::string_literals;
-using namespace support;
+using support::Lines;
 
 /** Before and behind the last item, so that the whole has 64 KiB. */
 std::string longDatagram() {
@@ -31,12 +31,12 @@ std::string thousandsOfItems() {
 
 const std::string longValue = "/" + std::string(65535, 'd');
 
-struct Datagram : NamedRow {
+struct Datagram : support::NamedCase {
   std::string bytes;
-  std::optional<std::string> event;  ///< as the daemon says it; nothing is said without
+  std::optional<std::string> event;  ///< as the daemon logs it; nothing is logged without
 };
 
-class UeventDatagram : public Hotplug {
+class UeventDatagram : public support::Hotplug {
  protected:
   UeventDatagram() { start(); }
 };
@@ -63,16 +63,16 @@ INSTANTIATE_TEST_SUITE_P(
         Datagram{"OtherSpellings", "action=a\0ACTION =b\0 ACTION=c\0DEVPATH2=/y\0DEVPATH=/x\0"s, {}},
         Datagram{"HeaderAlone", "add@/x\0"s, {}}, Datagram{"OneByte", "\0"s, {}},
         Datagram{"AnotherFormat", "\xfe\xed\xca\xfe"s + std::string(28, '\x28') + "VERSION=1\0"s, {}}),
-    nameOfRow);
+    testing::PrintToStringParamName());
 
 TEST_P(UeventDatagramOf, IsReadByItsItems) {
   const std::optional<std::string>& event = GetParam().event;
-  EXPECT_EQ(saidOf(GetParam().bytes), event ? tagged({*event}) : Messages{});
+  EXPECT_EQ(saidOf(GetParam().bytes), event ? support::tagged({*event}) : Lines{});
 }
 
 TEST_F(UeventDatagram, OfNoBytesIsIgnored) {
   std::optional<std::string> refusal;
-  const Messages said = during([&] {
+  const Lines said = during([&] {
     try {
       unit.uevents.send("");
     } catch (const sim::Error& error) {
@@ -82,7 +82,7 @@ TEST_F(UeventDatagram, OfNoBytesIsIgnored) {
   if (refusal) {
     GTEST_SKIP() << "this kernel sends no empty datagram: " << *refusal;
   }
-  EXPECT_EQ(said, Messages{});
+  EXPECT_EQ(said, Lines{});
 }
 
 }  // namespace

@@ -9,12 +9,12 @@
 #include <vector>
 
 #include "sim/descriptor.h"
-#include "system/support/held_attribute.h"
+#include "support/held_attribute.h"
 #include "system/support/hotplug.h"
 
 namespace {
 
-using namespace support;
+using support::Lines;
 
 namespace debug = contract::debug;
 
@@ -31,14 +31,14 @@ bool hasLost(const std::vector<sim::UeventSender::Listener>& listeners) {
   return listeners.empty() || listeners.front().lost > 0;
 }
 
-using UeventQueue = Hotplug;
+using UeventQueue = support::Hotplug;
 
 TEST_F(UeventQueue, KeepsEventsThatComeWhileADeviceIsAwaited) {
   start();
   sim::UsbDevice unfinished;
   unfinished.deviceClass.reset();
-  Messages expected = usbDevice(unfinished.directory(), {debug::undetermined});
-  const Messages said = during([&] {
+  Lines expected = support::usbDevice(unfinished.directory(), {debug::undetermined});
+  const Lines said = during([&] {
     unit.plug(unfinished);
     unit.daemon().waitForLine(debug::subsystem("usb"));
     for (int i = 0; i < 20; ++i) {
@@ -56,10 +56,10 @@ TEST_F(UeventQueue, KeepsABurstOfThousandsWhileADeviceIsHandled) {
   }
   start();
   const std::string directory = unit.sysfs.add(sim::UsbDevice());
-  HeldAttribute uevent(directory + "/uevent");
-  Messages expected = usbDevice(directory, {});
-  const Messages said = during([&] {
-    unit.uevents.add(devpathOf(directory));
+  support::HeldAttribute uevent(directory + "/uevent");
+  Lines expected = support::usbDevice(directory, {});
+  const Lines said = during([&] {
+    unit.uevents.add(support::devpathOf(directory));
     uevent.waitForReader();
     for (int i = 0; i < burst; ++i) {
       // As long as the longest that a kernel was seen to send.
@@ -83,7 +83,7 @@ TEST_F(UeventQueue, EndsTheDaemonWithAnErrorWhenEventsWereLost) {
   unit.daemon().signal(SIGCONT);
 
   EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
-  const Messages messages = unit.daemon().messages();
+  const Lines messages = unit.daemon().messages();
   ASSERT_GE(messages.size(), 2U);
   EXPECT_THAT(messages[messages.size() - 2],
               testing::MatchesRegex("No buffer space available while recvfrom\\(fd[0-9]+\\)"));

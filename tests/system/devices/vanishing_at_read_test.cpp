@@ -3,28 +3,32 @@
 
 #include <string>
 
+#include "support/held_attribute.h"
+#include "support/named_case.h"
 #include "system/support/attached_devices.h"
-#include "system/support/held_attribute.h"
 #include "system/support/hotplug.h"
-#include "system/support/named_row.h"
 
 namespace {
 
-using namespace support;
+using support::devpathOf;
+using support::HeldAttribute;
+using support::Lines;
+using support::scanner;
+using support::usbDevice;
 
 namespace debug = contract::debug;
 namespace display = contract::display;
 
 const std::string directory = scanner().directory();
 
-class VanishingAtRead : public Hotplug {
+class VanishingAtRead : public support::Hotplug {
  protected:
   /**
    * What the daemon says of the device or node `announced` when `vanishing` goes while the attribute
    * `file` (a path) is read, and the read gives `content`.
    */
-  Messages saidWhen(const std::string& vanishing, const std::string& file, const std::string& content,
-                    const std::string& announced) {
+  Lines saidWhen(const std::string& vanishing, const std::string& file, const std::string& content,
+                 const std::string& announced) {
     HeldAttribute held(file);
     return during([&] {
       unit.uevents.add(devpathOf(announced));
@@ -34,7 +38,7 @@ class VanishingAtRead : public Hotplug {
     });
   }
   /** The same when a scanner goes at the second reading of its descriptors, the first giving those of a disk. */
-  Messages saidWhenGoneAtSecondReading(const std::string& content) {
+  Lines saidWhenGoneAtSecondReading(const std::string& content) {
     unit.sysfs.add(scanner());
     HeldAttribute first(directory + "/descriptors");
     return during([&] {
@@ -49,24 +53,24 @@ class VanishingAtRead : public Hotplug {
   }
 };
 
-struct Read : NamedRow {
+struct Read : support::NamedCase {
   std::string classList;
   std::string settings;  ///< of the section "usb"
   std::string attribute;
   std::string content;  ///< that the read gives
-  Messages said;
-  Messages shown;  ///< on the display
+  Lines said;
+  Lines shown;  ///< on the display
 };
 
 constexpr const char* blocking = "block_mass_storage = 1\n";
-const Messages nothing;
+const Lines nothing;
 
-Messages just(const std::string& text) {
+Lines just(const std::string& text) {
   return {text};
 }
 
-const Messages ignored = just(debug::eventIgnored);
-const Messages generic = {debug::noIsochronousFound, debug::generic, debug::startingGeneric(directory)};
+const Lines ignored = just(debug::eventIgnored);
+const Lines generic = {debug::noIsochronousFound, debug::generic, debug::startingGeneric(directory)};
 
 const std::vector<Read> reads = {
     {"UeventWithoutContentIsNoUsbDevice", "all", "", "uevent", "", nothing, nothing},
@@ -95,7 +99,8 @@ const std::vector<Read> reads = {
 
 class VanishingAtReadOf : public VanishingAtRead, public testing::WithParamInterface<Read> {};
 
-INSTANTIATE_TEST_SUITE_P(Attribute, VanishingAtReadOf, testing::ValuesIn(reads), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(Attribute, VanishingAtReadOf, testing::ValuesIn(reads),
+                         testing::PrintToStringParamName());
 
 TEST_P(VanishingAtReadOf, GoesOnWithWhatWasRead) {
   const Read& read = GetParam();
@@ -119,7 +124,7 @@ TEST_F(VanishingAtRead, OfTheUeventFileIsHandledWhenPluggedInAnew) {
               unit.sysfs.add(scanner());
               held.release(*scanner().uevent);
             }),
-            genericDevice(directory));
+            support::genericDevice(directory));
 }
 
 TEST_F(VanishingAtRead, OfTheDescriptorsForTheStorageTestEndsTheEvent) {
@@ -136,7 +141,7 @@ TEST_F(VanishingAtRead, OfTheDescriptorsForTheStorageTestInTimeIsStorage) {
 
 TEST_F(VanishingAtRead, OfTheNodesNumberStartsAKeyboardWorkerAllTheSame) {
   start("keyboard");
-  const std::string usb = unit.sysfs.add(keyboard());
+  const std::string usb = unit.sysfs.add(support::keyboard());
   const std::string node = unit.sysfs.add(sim::HiddevNode{.usbDevice = usb});
   EXPECT_EQ(saidWhen(usb, node + "/dev", "180:7\n", node),
             usbDevice(node, {debug::hid, debug::startingKeyboard(node, "180:7")}));
@@ -146,7 +151,7 @@ TEST_F(VanishingAtRead, OfTheNodesNumberStartsAKeyboardWorkerAllTheSame) {
 
 TEST_F(VanishingAtRead, OfTheKeyboardsNameHasItsWorkerStarted) {
   start("keyboard");
-  const std::string usb = unit.sysfs.add(keyboard());
+  const std::string usb = unit.sysfs.add(support::keyboard());
   const std::string node = unit.sysfs.add(sim::HiddevNode{.usbDevice = usb});
   EXPECT_EQ(saidWhen(usb, usb + "/product", "Keys", node),
             usbDevice(node, {debug::hid, debug::startingKeyboard(node, "180:0")}));
@@ -157,10 +162,10 @@ TEST_F(VanishingAtRead, OfTheKeyboardsNameHasItsWorkerStarted) {
 TEST_F(VanishingAtRead, OfTheDisksNameHasItsWorkerStarted) {
   start("scsi");
   for (const std::string name : {"vendor", "model"}) {
-    const std::string usb = unit.sysfs.add(disk());
+    const std::string usb = unit.sysfs.add(support::disk());
     const std::string node = unit.sysfs.add(sim::ScsiGenericNode{.usbDevice = usb, .name = "sg_" + name});
     EXPECT_EQ(saidWhen(usb, node + "/device/" + name, "What", node),
-              nodeOf("scsi_generic", node, {debug::scsiGeneric, debug::startingScsi(node)}));
+              support::nodeOf("scsi_generic", node, {debug::scsiGeneric, debug::startingScsi(node)}));
     EXPECT_EQ(unit.workers.waitForWorker().device(), node);
   }
   EXPECT_EQ(unit.display.waitForWrite(),

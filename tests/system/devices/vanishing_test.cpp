@@ -5,13 +5,15 @@
 #include <functional>
 #include <string>
 
+#include "support/system_call_trace.h"
 #include "system/support/attached_devices.h"
 #include "system/support/hotplug.h"
-#include "system/support/system_call_trace.h"
 
 namespace {
 
-using namespace support;
+using support::Lines;
+using support::SystemCallTrace;
+using support::usbDevice;
 
 namespace debug = contract::debug;
 
@@ -19,28 +21,28 @@ namespace debug = contract::debug;
 struct Made {
   std::string device;     ///< the directory that goes when it is taken out
   std::string announced;  ///< the one that the event names
-  Messages whole;         ///< what the daemon says when it stays
+  Lines whole;            ///< what the daemon says when it stays
 };
 
 /** Makes it at a port of this name. */
 using Maker = std::function<Made(const std::string& port)>;
 
 /** What the daemon says of a device in this directory. */
-using SaidOf = std::function<Messages(const std::string& directory)>;
+using SaidOf = std::function<Lines(const std::string& directory)>;
 
 /** That it is of this kind, and no more. */
 SaidOf just(const char* kind) {
   return [kind](const std::string& directory) { return usbDevice(directory, {kind}); };
 }
 
-bool startsWorker(const Messages& said) {
+bool startsWorker(const Lines& said) {
   return std::any_of(said.begin(), said.end(), [](const std::string& message) {
     return message.find("starting usb_rx_") != std::string::npos;
   });
 }
 
 /** Whether the first messages are the same, and the rest is this. */
-bool isBeginningWith(const Messages& said, const Messages& whole, const Messages& rest) {
+bool isBeginningWith(const Lines& said, const Lines& whole, const Lines& rest) {
   if (said.size() <= rest.size() || said.size() > whole.size() + rest.size()) {
     return false;
   }
@@ -49,7 +51,7 @@ bool isBeginningWith(const Messages& said, const Messages& whole, const Messages
          std::equal(rest.begin(), rest.end(), said.begin() + kept);
 }
 
-class Vanishing : public Hotplug {
+class Vanishing : public support::Hotplug {
  protected:
   void SetUp() override {
     if (const auto obstacle = SystemCallTrace::obstacle()) {
@@ -65,11 +67,11 @@ class Vanishing : public Hotplug {
                          const SaidOf& whole);
 
  private:
-  /** What is said of a device that goes before the daemon's call of this number. */
-  Messages saidWhenGoneBefore(int call, const Made& made);
+  /** What is logged of a device that goes before the daemon's call of this number. */
+  Lines saidWhenGoneBefore(int call, const Made& made);
   /** Lets the daemon finish with it. */
   void finish(SystemCallTrace& trace, const Made& made);
-  void expectPlausible(const Messages& said, const Made& made) const;
+  void expectPlausible(const Lines& said, const Made& made) const;
 
   /** Whether the event behind the device's has been handled. */
   bool isDone() {
@@ -82,7 +84,7 @@ class Vanishing : public Hotplug {
 };
 
 void Vanishing::vanishBeforeEachCall(const Maker& make) {
-  Messages said;
+  Lines said;
   Made made;
   std::size_t workers = 0;
   for (int call = 1; wasInTime_; ++call) {
@@ -93,7 +95,7 @@ void Vanishing::vanishBeforeEachCall(const Maker& make) {
     workers += startsWorker(said) ? 1U : 0U;
     EXPECT_EQ(unit.daemon().children().size(), workers);
     if (call == 1) {
-      EXPECT_EQ(said, ignoredEvent(devpathOf(made.announced)));
+      EXPECT_EQ(said, support::ignoredEvent(support::devpathOf(made.announced)));
     }
   }
   EXPECT_EQ(said, made.whole);
@@ -107,12 +109,12 @@ void Vanishing::vanishAsUsbDevice(const std::function<sim::UsbDevice(const std::
   });
 }
 
-Messages Vanishing::saidWhenGoneBefore(int call, const Made& made) {
+Lines Vanishing::saidWhenGoneBefore(int call, const Made& made) {
   next_ = "/behind" + made.announced;
   wasAwaited_ = false;
-  Messages said = during([&] {
+  Lines said = during([&] {
     SystemCallTrace trace(unit.daemon().pid());
-    unit.uevents.add(devpathOf(made.announced));
+    unit.uevents.add(support::devpathOf(made.announced));
     unit.uevents.send(sim::uevent("change", next_));
     for (int i = 0; i < call; ++i) {
       trace.next();
@@ -136,33 +138,33 @@ void Vanishing::finish(SystemCallTrace& trace, const Made& made) {
   }
 }
 
-void Vanishing::expectPlausible(const Messages& said, const Made& made) const {
-  const Messages withoutSubsystem = nodeOf("", made.announced);
-  const bool wasIgnored = isBeginningWith(said, made.whole, tagged({debug::eventIgnored}));
+void Vanishing::expectPlausible(const Lines& said, const Made& made) const {
+  const Lines withoutSubsystem = support::nodeOf("", made.announced);
+  const bool wasIgnored = isBeginningWith(said, made.whole, support::tagged({debug::eventIgnored}));
   const bool wasAwaited = wasAwaited_ && said == usbDevice(made.announced, {});
   EXPECT_TRUE(said == made.whole || said == withoutSubsystem || wasIgnored || wasAwaited)
       << testing::PrintToString(said);
 }
 
 TEST_F(Vanishing, GenericDeviceIsSurvived) {
-  vanishAsUsbDevice([](const std::string& port) { return scanner(port); }, genericDevice);
+  vanishAsUsbDevice([](const std::string& port) { return support::scanner(port); }, support::genericDevice);
 }
 
 TEST_F(Vanishing, KeyboardIsSurvived) {
-  vanishAsUsbDevice(keyboard, just(debug::keyboard));
+  vanishAsUsbDevice(support::keyboard, just(debug::keyboard));
 }
 
 TEST_F(Vanishing, DiskIsSurvived) {
-  vanishAsUsbDevice(disk, just(debug::storage));
+  vanishAsUsbDevice(support::disk, just(debug::storage));
 }
 
 TEST_F(Vanishing, HubIsSurvived) {
-  vanishAsUsbDevice(hub, just(debug::hub));
+  vanishAsUsbDevice(support::hub, just(debug::hub));
 }
 
 TEST_F(Vanishing, HiddevNodeIsSurvived) {
   vanishBeforeEachCall([this](const std::string& port) {
-    const std::string device = unit.sysfs.add(keyboard(port));
+    const std::string device = unit.sysfs.add(support::keyboard(port));
     const std::string node = unit.sysfs.add(sim::HiddevNode{.usbDevice = device});
     return Made{device, node, usbDevice(node, {debug::hid, debug::startingKeyboard(node, "180:0")})};
   });
@@ -170,15 +172,16 @@ TEST_F(Vanishing, HiddevNodeIsSurvived) {
 
 TEST_F(Vanishing, ScsiGenericNodeIsSurvived) {
   vanishBeforeEachCall([this](const std::string& port) {
-    const std::string device = unit.sysfs.add(disk(port));
+    const std::string device = unit.sysfs.add(support::disk(port));
     const std::string node = unit.sysfs.add(sim::ScsiGenericNode{.usbDevice = device});
-    return Made{device, node, nodeOf("scsi_generic", node, {debug::scsiGeneric, debug::startingScsi(node)})};
+    return Made{device, node,
+                support::nodeOf("scsi_generic", node, {debug::scsiGeneric, debug::startingScsi(node)})};
   });
 }
 
 TEST_F(Vanishing, InterfaceIsSurvived) {
   vanishBeforeEachCall([this](const std::string& port) {
-    const std::string device = unit.sysfs.add(scanner(port));
+    const std::string device = unit.sysfs.add(support::scanner(port));
     const std::string interface = device + "/" + port + ":1.0";
     unit.sysfs.writeAttribute(interface, "uevent", "DEVTYPE=usb_interface\n");
     unit.sysfs.linkTo("/sys/bus/usb", interface + "/subsystem");

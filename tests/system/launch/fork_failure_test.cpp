@@ -6,14 +6,14 @@
 #include <functional>
 #include <optional>
 
+#include "support/ordinary_user.h"
 #include "system/support/attached_devices.h"
 #include "system/support/control_messages.h"
 #include "system/support/hotplug.h"
-#include "system/support/ordinary_user.h"
 
 namespace {
 
-using namespace support;
+using support::scanner;
 
 namespace debug = contract::debug;
 
@@ -36,7 +36,7 @@ void allowChildren(pid_t process) {
 class ForkFailure : public testing::Test {
  protected:
   void SetUp() override {
-    if (const std::optional<std::string> obstacle = obstacleToOrdinaryUser()) {
+    if (const std::optional<std::string> obstacle = support::obstacleToOrdinaryUser()) {
       GTEST_SKIP() << *obstacle;
     }
   }
@@ -46,7 +46,7 @@ class ForkFailure : public testing::Test {
     EXPECT_EXIT(
         {
           try {
-            becomeOrdinaryUser();
+            support::becomeOrdinaryUser();
             sim::Unit unit;
             startWithoutChildren(unit);
             check(unit);
@@ -64,21 +64,21 @@ TEST_F(ForkFailure, EndsTheEvent) {
     const auto before = static_cast<std::ptrdiff_t>(unit.daemon().lines().size());
     unit.plug(scanner());
     unit.settle();
-    Messages messages = unit.daemon().messages();
+    support::Lines messages = unit.daemon().messages();
     messages.erase(messages.begin(), messages.begin() + before);
     messages.pop_back();  // the settling event's
-    Messages expected = genericDevice(directory);
-    expected.push_back(tagged({debug::eventIgnored}).front());
+    support::Lines expected = support::genericDevice(directory);
+    expected.push_back(support::tagged({debug::eventIgnored}).front());
     EXPECT_EQ(messages, expected);
   });
 }
 
 TEST_F(ForkFailure, IsNotAnnounced) {
   checkAsOrdinaryUser([](sim::Unit& unit) {
-    const sim::LinkManager manager = deliver(unit, "transmitter 5000 high eth1");
+    const sim::LinkManager manager = support::deliver(unit, "transmitter 5000 high eth1");
     unit.plug(scanner());
     unit.settle();
-    unit.plug(named(isochronousDevice(), "1-2", "Speaker"));
+    unit.plug(support::named(support::isochronousDevice(), "1-2", "Speaker"));
     EXPECT_EQ(unit.display.waitForWrite(), contract::display::isochronous("Speaker") + "\n");
   });
 }
@@ -88,7 +88,7 @@ TEST_F(ForkFailure, LeavesTheDeviceFreeForItsNextEvent) {
     unit.plug(scanner());
     unit.settle();
     allowChildren(unit.daemon().pid());
-    unit.uevents.add(devpathOf(directory));
+    unit.uevents.add(support::devpathOf(directory));
     EXPECT_EQ(unit.workers.waitForWorker().device(), directory);
   });
 }

@@ -4,14 +4,14 @@
 #include <string>
 
 #include "sim/contract.h"
-#include "system/support/named_row.h"
+#include "support/named_case.h"
 #include "system/support/worker_launch.h"
 
 namespace {
 
-using namespace support;
+using support::scanner;
 
-struct Missing : NamedRow {
+struct Missing : support::NamedCase {
   std::function<void(sim::Unit& unit)> plug;
   std::string configuration;
 };
@@ -27,22 +27,26 @@ sim::ProcessOptions withoutWorkers() {
   return world;
 }
 
-class LaunchFailure : public WorkerLaunch {};
-class LaunchFailureOf : public WorkerLaunch, public testing::WithParamInterface<Missing> {};
+class LaunchFailure : public support::WorkerLaunch {};
+class LaunchFailureOf : public support::WorkerLaunch, public testing::WithParamInterface<Missing> {};
 
 INSTANTIATE_TEST_SUITE_P(
     Programs, LaunchFailureOf,
-    testing::Values(
-        Missing{"GenericWorker", plugScanner, ""},
-        Missing{"KeyboardWorker",
-                [](sim::Unit& unit) { unit.plug(sim::HiddevNode{.usbDevice = unit.sysfs.add(keyboard())}); },
-                ""},
-        Missing{"ScsiWorker",
-                [](sim::Unit& unit) { unit.plug(sim::ScsiGenericNode{.usbDevice = unit.sysfs.add(disk())}); },
-                ""},
-        Missing{"ConfiguredProgram", plugScanner, "[apps]\nquor_usb_rx_generic = /opt/x/missing\n"},
-        Missing{"ConfiguredDirectory", plugScanner, "[apps]\nquor_usb_rx_generic = /sys\n"}),
-    nameOfRow);
+    testing::Values(Missing{"GenericWorker", plugScanner, ""},
+                    Missing{"KeyboardWorker",
+                            [](sim::Unit& unit) {
+                              unit.plug(sim::HiddevNode{.usbDevice = unit.sysfs.add(support::keyboard())});
+                            },
+                            ""},
+                    Missing{"ScsiWorker",
+                            [](sim::Unit& unit) {
+                              unit.plug(sim::ScsiGenericNode{.usbDevice = unit.sysfs.add(support::disk())});
+                            },
+                            ""},
+                    Missing{"ConfiguredProgram", plugScanner,
+                            "[apps]\nquor_usb_rx_generic = /opt/x/missing\n"},
+                    Missing{"ConfiguredDirectory", plugScanner, "[apps]\nquor_usb_rx_generic = /sys\n"}),
+    testing::PrintToStringParamName());
 
 TEST_P(LaunchFailureOf, EndsTheDaemon) {
   sim::Unit::writeConfig(GetParam().configuration);
@@ -52,17 +56,17 @@ TEST_P(LaunchFailureOf, EndsTheDaemon) {
   EXPECT_EQ(unit.daemon().standardError(), "");
 }
 
-TEST_F(LaunchFailure, IsToldWhenTheDaemonDebugs) {
+TEST_F(LaunchFailure, IsReportedWhenTheDaemonDebugs) {
   startWith({"--debug=ctrl"}, withoutWorkers());
   const std::size_t before = unit.daemon().lines().size();
   unit.plug(scanner());
   EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
-  const Arguments lines = unit.daemon().lines();  // not messages(): the last one has no time
+  const support::Arguments lines = unit.daemon().lines();  // not messages(): the last one has no time
   ASSERT_EQ(lines.size(), before + 6);
   EXPECT_EQ(lines.back() + "\n", contract::error::execFailed);
 }
 
-TEST_F(LaunchFailure, IsToldOnStandardErrorThoughTheDaemonLogsToSyslog) {
+TEST_F(LaunchFailure, IsReportedOnStandardErrorThoughTheDaemonLogsToSyslog) {
   startWith({"--debug=ctrl", "--syslog"}, withoutWorkers());
   unit.plug(scanner());
   EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));

@@ -7,25 +7,27 @@
 
 #include "sim/contract.h"
 #include "sim/recording_views.h"
+#include "support/named_case.h"
 #include "system/support/control_messages.h"
 #include "system/support/hotplug.h"
-#include "system/support/named_row.h"
 #include "system/support/worker_launch.h"
 
 namespace {
 
-using namespace support;
+using support::Lines;
+using support::scanner;
 
 namespace debug = contract::debug;
 namespace display = contract::display;
 using Text = std::optional<std::string>;
 
 void plugDisk(sim::Unit& unit, const Text& vendor, const Text& model) {
-  unit.plug(sim::ScsiGenericNode{.usbDevice = unit.sysfs.add(disk()), .vendor = vendor, .model = model});
+  unit.plug(
+      sim::ScsiGenericNode{.usbDevice = unit.sysfs.add(support::disk()), .vendor = vendor, .model = model});
 }
 
 void plugKeyboard(sim::Unit& unit, const Text& product) {
-  sim::UsbDevice device = keyboard();
+  sim::UsbDevice device = support::keyboard();
   device.product = product;
   unit.plug(sim::HiddevNode{.usbDevice = unit.sysfs.add(device)});
 }
@@ -36,22 +38,21 @@ sim::UsbDevice unnamedScanner() {
   return device;
 }
 
-struct Plug : NamedRow {
+struct Plug : support::NamedCase {
   std::function<void(sim::Unit& unit)> plug;
-  Messages shown;           ///< lines of the display
-  Messages shownConnected;  ///< the same with a control connection
+  Lines shown;           ///< lines of the display
+  Lines shownConnected;  ///< the same with a control connection
 };
 
-Plug shownAnyway(const std::string& name, const std::function<void(sim::Unit& unit)>& plug,
-                 const Messages& names) {
-  Messages lines;
+Plug shownAnyway(const char* name, const std::function<void(sim::Unit& unit)>& plug, const Lines& names) {
+  Lines lines;
   for (const std::string& shownName : names) {
     lines.push_back(display::attached(shownName) + "\n");
   }
   return {name, plug, lines, lines};
 }
 
-Plug shownConnected(const std::string& name, const std::function<void(sim::Unit& unit)>& plug,
+Plug shownConnected(const char* name, const std::function<void(sim::Unit& unit)>& plug,
                     const std::string& shownName) {
   return {name, plug, {}, {display::attached(shownName) + "\n"}};
 }
@@ -66,7 +67,7 @@ const std::vector<Plug> plugs = {
         "UnnamedGenericDevice", [](sim::Unit& unit) { unit.plug(unnamedScanner()); }, unnamed),
     shownConnected(
         "GenericDeviceAnnouncedTwice",
-        [](sim::Unit& unit) { unit.uevents.add(devpathOf(unit.plug(scanner()))); }, "Scanner"),
+        [](sim::Unit& unit) { unit.uevents.add(support::devpathOf(unit.plug(scanner()))); }, "Scanner"),
     shownAnyway("Keyboard", [](sim::Unit& unit) { plugKeyboard(unit, "Deck"); }, {"Deck"}),
     shownAnyway("UnnamedKeyboard", [](sim::Unit& unit) { plugKeyboard(unit, {}); }, {unnamed}),
     shownAnyway("Disk", [](sim::Unit& unit) { plugDisk(unit, "ACME    ", "Stick "); }, {"ACME     Stick "}),
@@ -83,12 +84,12 @@ const std::vector<Plug> plugs = {
                 {recordedDisk, recordedDisk}),
 };
 
-class WorkerAnnouncement : public WorkerLaunch {
+class WorkerAnnouncement : public support::WorkerLaunch {
  protected:
   WorkerAnnouncement() { startWith({"--debug=ctrl"}); }
 
   /** Everything that is shown until the daemon has handled what `plug` sends. */
-  Messages shownOf(const std::function<void(sim::Unit& unit)>& plug) {
+  Lines shownOf(const std::function<void(sim::Unit& unit)>& plug) {
     plug(unit);
     unit.settle();
     return unit.display.takeWrites();
@@ -97,7 +98,8 @@ class WorkerAnnouncement : public WorkerLaunch {
 
 class WorkerAnnouncementOf : public WorkerAnnouncement, public testing::WithParamInterface<Plug> {};
 
-INSTANTIATE_TEST_SUITE_P(Devices, WorkerAnnouncementOf, testing::ValuesIn(plugs), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(Devices, WorkerAnnouncementOf, testing::ValuesIn(plugs),
+                         testing::PrintToStringParamName());
 
 TEST_P(WorkerAnnouncementOf, IsMadeOnceWithoutAControlConnection) {
   EXPECT_EQ(shownOf(GetParam().plug), GetParam().shown);
@@ -105,13 +107,13 @@ TEST_P(WorkerAnnouncementOf, IsMadeOnceWithoutAControlConnection) {
 }
 
 TEST_P(WorkerAnnouncementOf, IsMadeOnceWithAControlConnection) {
-  const sim::LinkManager manager = deliver(unit, "transmitter 5000 high eth1");
+  const sim::LinkManager manager = support::deliver(unit, "transmitter 5000 high eth1");
   EXPECT_EQ(shownOf(GetParam().plug), GetParam().shownConnected);
 }
 
 TEST_F(WorkerAnnouncement, OfAGenericDeviceIsNotMadeForAQuery) {
-  askForParameters(unit);
-  EXPECT_EQ(shownOf([](sim::Unit& plugged) { plugged.plug(scanner()); }), Messages());
+  support::askForParameters(unit);
+  EXPECT_EQ(shownOf([](sim::Unit& plugged) { plugged.plug(scanner()); }), Lines());
 }
 
 TEST_F(WorkerAnnouncement, IsLoggedBeforehand) {
@@ -119,12 +121,13 @@ TEST_F(WorkerAnnouncement, IsLoggedBeforehand) {
   plugDisk(unit, {}, {});
   unit.plug(scanner());
   unit.settle();
-  Messages started = unit.daemon().messages();
+  Lines started = unit.daemon().messages();
   std::erase_if(started,
                 [](const std::string& message) { return message.find("starting") == std::string::npos; });
   EXPECT_EQ(started,
-            tagged({debug::startingKeyboard(keyboard().directory() + "/1-2:1.0/usb/hiddev0", "180:0"),
-                    debug::startingScsi(scsiDirectory), debug::startingGeneric(genericDirectory)}));
+            support::tagged(
+                {debug::startingKeyboard(support::keyboard().directory() + "/1-2:1.0/usb/hiddev0", "180:0"),
+                 debug::startingScsi(scsiDirectory), debug::startingGeneric(genericDirectory)}));
 }
 
 }  // namespace

@@ -3,18 +3,19 @@
 #include <string>
 #include <vector>
 
+#include "support/named_case.h"
 #include "system/support/control_messages.h"
-#include "system/support/named_row.h"
 #include "system/support/worker_launch.h"
 
 namespace {
 
-using namespace support;
+using support::Arguments;
+using support::deliver;
 
 const Arguments usualPositionals = {"transmitter", "5000", "high"};
 
 /** The arguments of one worker each, without its program and the device at their ends. */
-struct CommandLines : NamedRow {
+struct CommandLines : support::NamedCase {
   Arguments options;
   Arguments generic;
   Arguments keyboard;
@@ -72,7 +73,7 @@ const std::vector<CommandLines> commandLines = {
      given("eth1", "transmitter", "2"), given("transmitter", "0", "high")},
 };
 
-class WorkerCommandLine : public WorkerLaunch {
+class WorkerCommandLine : public support::WorkerLaunch {
  protected:
   void expectCommandLines(const Arguments& genericLine, const Arguments& keyboardLine,
                           const Arguments& scsiLine, const std::string& genericProgram = "usb_rx_generic") {
@@ -86,7 +87,8 @@ class WorkerCommandLine : public WorkerLaunch {
 
 class WorkerCommandLineOf : public WorkerCommandLine, public testing::WithParamInterface<CommandLines> {};
 
-INSTANTIATE_TEST_SUITE_P(Options, WorkerCommandLineOf, testing::ValuesIn(commandLines), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(Options, WorkerCommandLineOf, testing::ValuesIn(commandLines),
+                         testing::PrintToStringParamName());
 
 TEST_P(WorkerCommandLineOf, FollowsTheDaemonsOwn) {
   sim::Unit::writeConfig(GetParam().configuration);
@@ -133,7 +135,7 @@ TEST_F(WorkerCommandLine, BeginsWithTheConfiguredNameOfAProgramOnThePath) {
 
 TEST_F(WorkerCommandLine, DividesTheDeviceNumberOfAKeyboardAtItsFirstColon) {
   startWith({});
-  unit.plug(sim::HiddevNode{.usbDevice = unit.sysfs.add(keyboard()), .dev = "180:0:96"});
+  unit.plug(sim::HiddevNode{.usbDevice = unit.sysfs.add(support::keyboard()), .dev = "180:0:96"});
   EXPECT_EQ(unit.workers.waitForWorker().start.arguments,
             Arguments{"usb_rx_keyboard"} + plainKeyboard + (Arguments{"180", "0:96"}));
 }

@@ -12,16 +12,14 @@
 
 #include "sim/contract.h"
 #include "sim/files.h"
+#include "support/eventually.h"
 #include "system/support/control_messages.h"
-#include "system/support/eventually.h"
 #include "system/support/process_state.h"
 #include "system/support/worker_launch.h"
 
 namespace {
 
-using namespace support;
-
-class WorkerEnvironment : public WorkerLaunch {
+class WorkerEnvironment : public support::WorkerLaunch {
  protected:
   /** Starts one worker of each kind and lets `check` look at each. */
   void expectOfEachWorker(const std::function<void(const sim::WorkerStart& worker)>& check) {
@@ -105,7 +103,7 @@ TEST_F(WorkerEnvironment, HasTheDaemonsStandardDescriptors) {
   const pid_t daemon = unit.daemon().pid();
   for (const sim::WorkerStart& worker : startsOfAllWorkers()) {
     for (const sim::OpenDescriptor& descriptor : worker.descriptors) {
-      EXPECT_EQ(descriptor.target, targetOf(daemon, descriptor.number)) << worker.arguments.front();
+      EXPECT_EQ(descriptor.target, support::targetOf(daemon, descriptor.number)) << worker.arguments.front();
     }
   }
 }
@@ -118,14 +116,15 @@ TEST_F(WorkerEnvironment, HasNoDescriptorOfWaitingClients) {
   first.send("?");
   sim::LinkManager second = unit.connect();
   second.send("?");
-  eventually("two waiting clients", [&] { return unit.daemon().openDescriptors().size() == before + 2; });
+  support::eventually("two waiting clients",
+                      [&] { return unit.daemon().openDescriptors().size() == before + 2; });
   expectOfEachWorker(hasStandardDescriptorsOnly);
 }
 
 TEST_F(WorkerEnvironment, HasNoDescriptorOfControlConnectionsNewAndOld) {
   startWith({"--debug=ctrl"});
-  const sim::LinkManager first = deliver(unit, "transmitter 5000 high eth1");
-  const sim::LinkManager second = deliver(unit, "transmitter 5000 high eth1");
+  const sim::LinkManager first = support::deliver(unit, "transmitter 5000 high eth1");
+  const sim::LinkManager second = support::deliver(unit, "transmitter 5000 high eth1");
   expectOfEachWorker(hasStandardDescriptorsOnly);
 }
 

@@ -5,21 +5,23 @@
 #include <filesystem>
 #include <string>
 
+#include "support/held_attribute.h"
+#include "support/system_call_trace.h"
 #include "system/support/attached_devices.h"
-#include "system/support/held_attribute.h"
 #include "system/support/hotplug.h"
 #include "system/support/process_state.h"
-#include "system/support/system_call_trace.h"
 
 namespace {
 
-using namespace support;
+using support::devpathOf;
+using support::genericDevice;
+using support::scanner;
 
 namespace fs = std::filesystem;
 
 constexpr const char* home = "/sim/home";
 
-class WorkingDirectory : public Hotplug {
+class WorkingDirectory : public support::Hotplug {
  protected:
   WorkingDirectory() { fs::create_directories(home); }
 
@@ -29,7 +31,7 @@ class WorkingDirectory : public Hotplug {
     unit.startDaemon({"--debug=ctrl", "transmitter", "5000", "high"}, options);
     unit.waitUntilServing();
   }
-  std::string current() { return stateOf(unit.daemon().pid()).workingDirectory; }
+  std::string current() { return support::stateOf(unit.daemon().pid()).workingDirectory; }
 };
 
 TEST_F(WorkingDirectory, IsTheFormerOneAgainAfterADevice) {
@@ -41,7 +43,7 @@ TEST_F(WorkingDirectory, IsTheFormerOneAgainAfterADevice) {
 TEST_F(WorkingDirectory, IsTheFormerOneAgainBeforeTheDeviceIsLookedAt) {
   startAtHome();
   const std::string directory = unit.sysfs.add(scanner());
-  HeldAttribute uevent(directory + "/uevent");
+  support::HeldAttribute uevent(directory + "/uevent");
   unit.uevents.add(devpathOf(directory));
   uevent.waitForReader();
   EXPECT_EQ(current(), home);
@@ -81,21 +83,21 @@ TEST_F(WorkingDirectory, ThatIsRemovedEndsEveryEventOfADevice) {
   startAtHome();
   fs::remove(home);
   for (const std::string port : {"1-1", "1-2"}) {
-    EXPECT_EQ(saidOfPlugging(scanner(port)), ignoredEvent(devpathOf(scanner(port).directory())));
+    EXPECT_EQ(saidOfPlugging(scanner(port)), support::ignoredEvent(devpathOf(scanner(port).directory())));
   }
   EXPECT_EQ(during([&] { unit.unplug(scanner("1-1").directory()); }),
-            tagged({contract::debug::event("remove", devpathOf(scanner("1-1").directory()))}));
+            support::tagged({contract::debug::event("remove", devpathOf(scanner("1-1").directory()))}));
   EXPECT_TRUE(hasNoWorker());
 }
 
 TEST_F(WorkingDirectory, IsTheDevicesWhenThereIsNoWayBack) {
-  if (const auto obstacle = SystemCallTrace::obstacle()) {
+  if (const auto obstacle = support::SystemCallTrace::obstacle()) {
     GTEST_SKIP() << *obstacle;
   }
   startAtHome();
   const std::string directory = unit.sysfs.add(scanner());
-  const Messages said = during([&] {
-    SystemCallTrace trace(unit.daemon().pid());
+  const support::Lines said = during([&] {
+    support::SystemCallTrace trace(unit.daemon().pid());
     unit.uevents.add(devpathOf(directory));
     while (trace.next().number != SYS_chdir) {
     }
@@ -103,7 +105,7 @@ TEST_F(WorkingDirectory, IsTheDevicesWhenThereIsNoWayBack) {
     }
     fs::rename(home, "/sim/elsewhere");
   });
-  EXPECT_EQ(said, ignoredEvent(devpathOf(directory)));
+  EXPECT_EQ(said, support::ignoredEvent(devpathOf(directory)));
   EXPECT_EQ(current(), directory);
   EXPECT_EQ(saidOfPlugging(scanner("1-2")), genericDevice(scanner("1-2").directory()));
   EXPECT_EQ(current(), directory);

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <array>
@@ -13,6 +12,7 @@
 #include <vector>
 
 #include "sim/error.h"
+#include "sim/unix_socket.h"
 #include "system/support/control_messages.h"
 #include "system/support/daemon_fixture.h"
 
@@ -24,12 +24,8 @@ const int arrivalSignal = SIGRTMIN + 1;
 /** A client of the control socket whose answer raises a signal. */
 class SignallingClient {
  public:
-  SignallingClient() : connection_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::string(sim::LinkManager::usualPath).copy(address.sun_path, sizeof address.sun_path - 1);
-    if (::connect(connection_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-        ::fcntl(connection_.get(), F_SETOWN, ::getpid()) != 0 ||
+  SignallingClient() {
+    if (::fcntl(connection_.get(), F_SETOWN, ::getpid()) != 0 ||
         ::fcntl(connection_.get(), F_SETSIG, arrivalSignal) != 0 ||
         ::fcntl(connection_.get(), F_SETFL, O_ASYNC) != 0) {
       throw sim::systemError("connecting a client that signals");
@@ -40,7 +36,7 @@ class SignallingClient {
   void ask() const { ASSERT_EQ(::send(connection_.get(), "?", 1, MSG_NOSIGNAL), 1); }
 
  private:
-  sim::Descriptor connection_;
+  sim::Descriptor connection_ = sim::connectTo(sim::LinkManager::usualPath);
 };
 
 /** Holds the signals back until they are asked for. */

@@ -3,12 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <ostream>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "sim/contract.h"
+#include "support/named_case.h"
 #include "system/support/attached_devices.h"
 #include "system/support/control_messages.h"
 #include "system/support/daemon_fixture.h"
@@ -24,10 +24,8 @@ class DaemonEnd : public support::DaemonFixture {
   DaemonEnd() { start(support::commandLine({"--debug=ctrl", "--class=all"})); }
 };
 
-struct Ending {
-  std::string name;
+struct Ending : support::NamedCase {
   void (*act)(sim::LinkManager& controlConnection);
-  friend std::ostream& operator<<(std::ostream& out, const Ending& ending) { return out << ending.name; }
 };
 
 const std::vector<Ending> endings = {
@@ -84,7 +82,7 @@ TEST_F(DaemonEnd, ComesBySignalsThatAskForIt) {
 /** A unit with a worker of each kind. */
 class DaemonEndWithWorkers : public DaemonEnd {
  protected:
-  sim::Worker& generic = attach(scanner());
+  sim::Worker& generic = attach(support::scanner());
   sim::Worker& keyboards = attachKeyboard();
   sim::Worker& storage = attachDisk();
 
@@ -119,7 +117,7 @@ TEST_F(DaemonEndWithWorkers, EndsTheGenericOneWhenItComesByAnError) {
 }
 
 TEST_F(DaemonEndWithWorkers, EndsTheGenericOneWhenAnotherWorkerCannotBeExecuted) {
-  attach(scanner("1-7")).exitWith(42);
+  attach(support::scanner("1-7")).exitWith(42);
 
   EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
   expectOnlyTheGenericWorkerEnds();

@@ -2,24 +2,19 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 
 #include <algorithm>
 #include <string>
 #include <vector>
 
 #include "sim/contract.h"
-#include "sim/descriptor.h"
 #include "sim/unit.h"
+#include "support/eventually.h"
 #include "system/support/attached_devices.h"
-#include "system/support/eventually.h"
 #include "system/support/last_words.h"
 #include "system/support/process_state.h"
 
 namespace {
-
-using namespace support;
 
 constexpr rlim_t fewDescriptors = 24;
 constexpr std::size_t selectable = 1024;  // numbers that select() can wait for
@@ -36,30 +31,20 @@ bool raiseOwnLimit() {
 /** Clients that ask for link parameters before there are any, and wait. */
 class WaitingClients {
  public:
-  /** Adds one; false where the daemon does not let it connect. */
-  bool add() {
-    clients_.emplace_back(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::string(sim::LinkManager::usualPath).copy(address.sun_path, sizeof address.sun_path - 1);
-    const int client = clients_.back().get();
-    return ::connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
-           ::send(client, "?", 1, MSG_NOSIGNAL) == 1;
-  }
-
   /** Adds clients until the daemon has this many descriptors. */
   void fill(sim::Unit& unit, std::size_t descriptors) {
     for (std::size_t i = unit.daemon().openDescriptors().size(); i < descriptors; ++i) {
-      ASSERT_TRUE(add());
+      clients_.emplace_back();
+      clients_.back().send("?");
     }
-    eventually("the accept of all waiting clients",
-               [&] { return unit.daemon().openDescriptors().size() == descriptors; });
+    support::eventually("the accept of all waiting clients",
+                        [&] { return unit.daemon().openDescriptors().size() == descriptors; });
   }
 
   void closeFirst() { clients_.front().close(); }
 
  private:
-  std::vector<sim::Descriptor> clients_;
+  std::vector<sim::LinkManager> clients_;
 };
 
 class DescriptorLimits : public testing::Test {
@@ -91,13 +76,13 @@ class DescriptorLimitsOfSelect : public DescriptorLimits {
 
 TEST_F(DescriptorLimits, EndTheDaemonWhenNoFurtherClientCanBeAccepted) {
   sim::Daemon& daemon = startWith(fewDescriptors, fewDescriptors);
-  clients.add();
-  EXPECT_EQ(lastWordsOf(daemon), contract::error::whileCalling("Too many open files", "accept()"));
+  const sim::LinkManager further = unit.connect();  // sends nothing: the daemon may end before
+  EXPECT_EQ(support::lastWordsOf(daemon), contract::error::whileCalling("Too many open files", "accept()"));
 }
 
 TEST_F(DescriptorLimits, CostOneUeventButNotTheDaemonWhenSysfsCannotBeRead) {
   sim::Daemon& daemon = startWith(fewDescriptors, fewDescriptors);
-  unit.plug(scanner());
+  unit.plug(support::scanner());
   daemon.waitForLine(contract::debug::eventIgnored);
   unit.settle();
 }
@@ -106,7 +91,7 @@ TEST_F(DescriptorLimitsOfSelect, DoNotConcernClientsThatAreOnlyKept) {
   sim::Daemon& daemon = startWith(manyDescriptors, selectable + 3);
   EXPECT_GT(daemon.openDescriptors().back(), static_cast<int>(selectable));
   clients.closeFirst();
-  settleEverySource(unit);
+  support::settleEverySource(unit);
   EXPECT_TRUE(daemon.isRunning());
 }
 
@@ -114,14 +99,14 @@ TEST_F(DescriptorLimitsOfSelect, EndTheDaemonWhenItCannotWaitForItsControlConnec
   sim::Daemon& daemon = startWith(manyDescriptors, selectable);
   sim::LinkManager client = unit.connect();
   client.configure();
-  EXPECT_EQ(lastWordsOf(daemon), contract::error::whileCalling("Invalid argument", "select()"));
+  EXPECT_EQ(support::lastWordsOf(daemon), contract::error::whileCalling("Invalid argument", "select()"));
 }
 
 TEST_F(DescriptorLimitsOfSelect, SpareTheLastControlConnectionThatItCanWaitFor) {
   sim::Daemon& daemon = startWith(manyDescriptors, selectable - 1);
   sim::LinkManager last = unit.connect();
   last.configure();
-  settleEverySource(unit);
+  support::settleEverySource(unit);
   EXPECT_EQ(daemon.openDescriptors().back(), static_cast<int>(selectable - 1));
   last.close();
   EXPECT_EQ(daemon.waitForExit(), sim::ProcessEnd::exited(0));

@@ -5,12 +5,12 @@
 #include <algorithm>
 #include <csignal>
 #include <map>
-#include <ostream>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "sim/contract.h"
+#include "support/named_case.h"
 #include "system/support/attached_devices.h"
 #include "system/support/control_messages.h"
 #include "system/support/daemon_fixture.h"
@@ -26,6 +26,7 @@ namespace reason = contract::reason;
 using support::lastWordsOf;
 using support::Lines;
 using support::linkLine;
+using support::scanner;
 using support::writes;
 
 const std::string unnamed = display::attached(display::unnamedDevice);
@@ -122,7 +123,7 @@ using LinkChangeToFullSpeed = LinkChange;
 TEST_F(LinkChangeToFullSpeed, TerminatesTheWorkersOfHighSpeedDevicesAndAnnouncesTheOthers) {
   startAt("high");
   sim::Worker& slow = attach(scanner("1-1", "Slow"));
-  sim::Worker& fast = attach(fastScanner("1-2", "Fast"));
+  sim::Worker& fast = attach(support::fastScanner("1-2", "Fast"));
   sim::UsbDevice superSpeed = scanner("1-3", "Super");
   superSpeed.speed = "5000";
   sim::Worker& super = attach(superSpeed);
@@ -142,7 +143,7 @@ TEST_F(LinkChangeToFullSpeed, TerminatesTheWorkersOfHighSpeedDevicesAndAnnounces
 
 TEST_F(LinkChangeToFullSpeed, TerminatesByTheTerminationSignal) {
   startAt("high");
-  const pid_t worker = attach(fastScanner()).start.pid;
+  const pid_t worker = attach(support::fastScanner()).start.pid;
   ASSERT_EQ(::kill(worker, SIGSTOP), 0);
   support::waitUntilStopped(worker);
 
@@ -176,11 +177,9 @@ TEST_F(LinkChangeToFullSpeedWithout, TheSpeedOfAStorageNodeEndsTheDaemon) {
 }
 
 /** Changes of the link that terminate no worker, though its device has become one of high speed. */
-struct HarmlessChange {
-  std::string name;
+struct HarmlessChange : support::NamedCase {
   Lines before;  ///< speeds, the first of which is the command line's
   Lines after;   ///< speeds that are delivered when the worker runs
-  friend std::ostream& operator<<(std::ostream& out, const HarmlessChange& one) { return out << one.name; }
 };
 
 const std::vector<HarmlessChange> harmlessChanges = {

@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
 #include <string>
 #include <vector>
 
 #include "sim/contract.h"
+#include "support/named_case.h"
 #include "system/support/attached_devices.h"
 #include "system/support/control_messages.h"
 #include "system/support/daemon_fixture.h"
@@ -19,13 +19,12 @@ using support::acceptedClient;
 using support::askForParameters;
 using support::commandLine;
 using support::Lines;
+using support::scanner;
 
 /** What the generic worker of a device is started with after a line, between "--keys" and the device. */
-struct Line {
-  std::string name;
+struct Line : support::NamedCase {
   std::string text;
   Lines worker;
-  friend std::ostream& operator<<(std::ostream& out, const Line& line) { return out << line.name; }
 };
 
 const std::vector<Line> lines = {

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "support/eventually.h"
 #include "system/support/attached_devices.h"
 #include "system/support/control_messages.h"
 #include "system/support/daemon_fixture.h"
-#include "system/support/eventually.h"
 #include "system/support/process_state.h"
 
 namespace {
@@ -18,6 +18,7 @@ using support::acceptedClient;
 using support::askForParameters;
 using support::commandLine;
 using support::isSilentAndOpen;
+using support::scanner;
 using support::silentClient;
 
 constexpr const char* line = "otherhost 7000 low wlan0 IN OUT";

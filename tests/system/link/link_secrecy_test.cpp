@@ -31,7 +31,7 @@ class LinkSecrecy : public support::DaemonFixture {
   void workWithKeys(const std::string& log) {
     start(commandLine(
         {log, "--debug=ctrl,generic,keyboard,scsi", "--class=all", "--keys", "S3cretIn0", "S3cretOut0"}));
-    attach(scanner("1-4"));
+    attach(support::scanner("1-4"));
     for (const std::string& line : {std::string("host 7000 full eth1 S3cretIn S3cretOut"),
                                     std::string("host 7000 full eth1  S3cretOut3"),
                                     std::string("host 7000 full eth1 S3cretIn2 S3cretOut2 rest\n"),
@@ -39,8 +39,8 @@ class LinkSecrecy : public support::DaemonFixture {
       send(line);
       askForParameters(unit);
     }
-    attach(scanner("1-5"));
-    unit.plug(named(isochronousDevice(), "1-6", "Speaker"));
+    attach(support::scanner("1-5"));
+    unit.plug(support::named(support::isochronousDevice(), "1-6", "Speaker"));
     send("host badport full eth1 S3cretIn4 S3cretOut4");
     EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
   }

@@ -4,11 +4,11 @@
 
 #include <csignal>
 #include <functional>
-#include <ostream>
 #include <string>
 #include <vector>
 
 #include "sim/contract.h"
+#include "support/named_case.h"
 #include "system/support/attached_devices.h"
 #include "system/support/daemon_fixture.h"
 #include "system/support/hotplug.h"
@@ -22,13 +22,14 @@ namespace error = contract::error;
 using support::commandLine;
 using support::joined;
 using support::Lines;
+using support::scanner;
 using support::tagged;
 
 const std::string node = scanner().directory() + "/1-1:1.0/usb/hiddev0";
 const std::string cannotOpenConfiguration = error::cannotOpenConfig(contract::configurationPath);
 
 const Lines started = tagged({debug::hangupHandler, debug::coldplugging, debug::hotplugging});
-const Lines startedAndAttached = joined(started, genericDevice(scanner().directory()));
+const Lines startedAndAttached = joined(started, support::genericDevice(scanner().directory()));
 const Lines scannerShown = {display::attached("Scanner")};
 
 /** A text with a newline at its end as a line. */
@@ -36,14 +37,12 @@ std::string lineOf(const std::string& text) {
   return text.substr(0, text.size() - 1);
 }
 
-struct Run {
-  std::string name;
+struct Run : support::NamedCase {
   Lines arguments;
   std::function<void(sim::Unit&)> events;
   Lines standardError;  ///< its lines, without the time where there is one
   Lines display;
   std::string standardOutput = cannotOpenConfiguration;
-  friend std::ostream& operator<<(std::ostream& out, const Run& run) { return out << run.name; }
 };
 
 void endByControlConnection(sim::Unit& unit) {
@@ -80,7 +79,7 @@ void failToExecute(sim::Unit& unit) {
 
 /** The class nodes have no speed of their own. */
 void dropTheSpeedUnderAKeyboard(sim::Unit& unit) {
-  unit.sysfs.add(keyboard("1-1"));
+  unit.sysfs.add(support::keyboard("1-1"));
   unit.plug(sim::HiddevNode{.usbDevice = scanner().directory()});
   unit.workers.waitForWorker();
   sim::LinkManager client = unit.connect();
@@ -115,7 +114,7 @@ const std::vector<Run> runs = {
     {"NodeWithoutASpeed",
      commandLine({"--debug=ctrl", "--class=keyboard"}),
      dropTheSpeedUnderAKeyboard,
-     joined(joined(started, usbDevice(node, {debug::hid, debug::startingKeyboard(node, "180:0")})),
+     joined(joined(started, support::usbDevice(node, {debug::hid, debug::startingKeyboard(node, "180:0")})),
             {error::openFailed(contract::reason::noSuchFile, node + "/speed"), ""}),
      {display::attached("Keyboard")}},
     {"ParametersWithABadPort", commandLine(), sendABadPort, joined(started, {error::badNumber, ""}), {}},

@@ -24,7 +24,7 @@ class DisplayChannel : public support::DaemonFixture {
   void attachDiskOf(const std::string& vendor) {
     sim::ScsiGenericNode node;
     node.name = "sg" + std::to_string(++disks_);
-    node.usbDevice = unit.plug(disk("1-" + std::to_string(disks_)));
+    node.usbDevice = unit.plug(support::disk("1-" + std::to_string(disks_)));
     node.vendor = vendor;
     node.model = "Disk";
     unit.plug(node);
@@ -54,7 +54,7 @@ TEST_F(DisplayChannel, GetsEachMessageAsOneWriteThatEndsInOneNewline) {
 TEST_F(DisplayChannel, GetsMessagesAlsoWhenTheLogGoesToSyslog) {
   start(commandLine({"--syslog"}, {"transmitter", "5000", "full"}));
 
-  unit.plug(fastScanner());
+  unit.plug(support::fastScanner());
 
   EXPECT_EQ(unit.display.waitForWrite(), contract::display::highSpeed("Fast Scanner") + "\n");
 }

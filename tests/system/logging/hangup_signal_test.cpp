@@ -11,6 +11,8 @@
 
 namespace {
 
+using support::scanner;
+
 using HangupSignal = support::DaemonFixture;
 
 TEST_F(HangupSignal, DoesNothingByItself) {
@@ -34,7 +36,7 @@ TEST_F(HangupSignal, LeavesTheSettingsOfTheStartAsTheyAre) {
 
   daemon.signal(SIGHUP);
 
-  EXPECT_EQ(attach(scanner()).start.arguments, genericWorker(scanner().directory()));
+  EXPECT_EQ(attach(scanner()).start.arguments, support::genericWorker(scanner().directory()));
   unit.settle();
   EXPECT_TRUE(unit.syslog.takeMessages().empty());
 }

@@ -21,6 +21,7 @@ namespace error = contract::error;
 
 using support::commandLine;
 using support::Lines;
+using support::scanner;
 using Output = sim::ProcessOptions::Output;
 
 constexpr int userDebug = 8 + 7;
@@ -60,7 +61,7 @@ TEST_F(LogOutput, IsEmptyWithoutDebugging) {
 
   attach(scanner("1-1")).exitWith(1);
   unit.workers.waitForWorker();
-  unit.plug(fastScanner("1-5"));
+  unit.plug(support::fastScanner("1-5"));
   attachKeyboard();
   unit.uevents.add("/devices/missing");
   unit.uevents.remove("/devices/missing");
@@ -129,7 +130,7 @@ TEST_F(LogOutputWithoutAReader, OnStandardErrorDoesNotStopTheDaemon) {
   sim::Daemon& daemon = unit.startDaemon(commandLine(), world);
 
   EXPECT_EQ(support::askForParameters(unit), "");
-  EXPECT_EQ(attach(scanner()).start.arguments, genericWorker(scanner().directory()));
+  EXPECT_EQ(attach(scanner()).start.arguments, support::genericWorker(scanner().directory()));
   EXPECT_TRUE(daemon.isRunning());
 }
 

@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
 #include <string>
 #include <vector>
 
 #include "sim/contract.h"
+#include "support/named_case.h"
 #include "system/support/attached_devices.h"
 #include "system/support/daemon_fixture.h"
 
@@ -15,27 +15,25 @@ namespace {
 using support::commandLine;
 using support::Lines;
 
-struct Start {
-  std::string name;
+struct Start : support::NamedCase {
   Lines arguments;  ///< the daemon's
   Lines worker;     ///< the generic worker's
-  friend std::ostream& operator<<(std::ostream& out, const Start& start) { return out << start.name; }
 };
 
-const std::string directory = scanner().directory();
+const std::string directory = support::scanner().directory();
 const std::string longestSocket = "/vel/" + std::string(102, 's');
 const Lines debugsToStandardError = {"--debug", "--stderr"};
 const Lines debugsToSyslog = {"--debug", "--syslog"};
 
-Start withOptions(const std::string& name, const Lines& options, const Lines& workerOptions) {
-  return {name, commandLine(options), genericWorker(directory, workerOptions)};
+Start withOptions(const char* name, const Lines& options, const Lines& workerOptions) {
+  return {name, commandLine(options), support::genericWorker(directory, workerOptions)};
 }
 
-Start withHost(const std::string& name, const Lines& arguments) {
+Start withHost(const char* name, const Lines& arguments) {
   return {name, arguments, {"usb_rx_generic", "eth1", arguments.front(), "5000", directory}};
 }
 
-Start withPort(const std::string& name, const std::string& port, const std::string& workersPort) {
+Start withPort(const char* name, const std::string& port, const std::string& workersPort) {
   return {name,
           commandLine({"--debug=ctrl"}, {"transmitter", port, "high"}),
           {"usb_rx_generic", "eth1", "transmitter", workersPort, directory}};
@@ -87,7 +85,7 @@ class AcceptedStart : public support::DaemonFixture, public testing::WithParamIn
 TEST_P(AcceptedStart, ReachesTheGenericWorker) {
   start(GetParam().arguments);
 
-  EXPECT_EQ(attach(scanner()).start.arguments, GetParam().worker);
+  EXPECT_EQ(attach(support::scanner()).start.arguments, GetParam().worker);
 }
 
 INSTANTIATE_TEST_SUITE_P(With, AcceptedStart, testing::ValuesIn(starts), testing::PrintToStringParamName());
@@ -97,7 +95,7 @@ using AcceptedStartWith = support::DaemonFixture;
 TEST_F(AcceptedStartWith, FullAsItsLastArgumentRefusesHighSpeedDevices) {
   start(commandLine({"--debug=ctrl"}, {"high", "5000", "full"}));
 
-  unit.plug(fastScanner());
+  unit.plug(support::fastScanner());
 
   EXPECT_EQ(unit.display.waitForWrite(), contract::display::highSpeed("Fast Scanner") + "\n");
 }

@@ -3,11 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <ostream>
 #include <string>
 #include <vector>
 
 #include "sim/contract.h"
+#include "support/named_case.h"
 #include "system/support/attached_devices.h"
 #include "system/support/daemon_fixture.h"
 
@@ -16,16 +16,15 @@ namespace {
 using namespace std::string_literals;
 using support::commandLine;
 using support::Lines;
+using support::scanner;
 
 const Lines debugsToStandardError = {"--debug", "--stderr"};
 const Lines debugsToSyslog = {"--debug", "--syslog"};
 
-struct Configuration {
-  std::string name;
+struct Configuration : support::NamedCase {
   std::string text;
   Lines options;        ///< of the daemon
   Lines workerOptions;  ///< of the generic worker
-  friend std::ostream& operator<<(std::ostream& out, const Configuration& one) { return out << one.name; }
 };
 
 const std::vector<Configuration> debugLists = {
@@ -73,7 +72,7 @@ TEST_P(ConfiguredStart, ReachesTheGenericWorker) {
 
   const sim::WorkerStart& worker = attach(scanner()).start;
 
-  EXPECT_EQ(worker.arguments, genericWorker(scanner().directory(), GetParam().workerOptions));
+  EXPECT_EQ(worker.arguments, support::genericWorker(scanner().directory(), GetParam().workerOptions));
   EXPECT_EQ(daemon.standardOutput(), "");
 }
 
@@ -112,7 +111,7 @@ class ConfiguredStartInVain : public support::DaemonFixture {
   /** Starts the daemon and checks that it serves a generic device as it does without any setting. */
   sim::Daemon& startWithDefaults() {
     sim::Daemon& daemon = start(commandLine({}));
-    EXPECT_EQ(attach(scanner()).start.arguments, genericWorker(scanner().directory()));
+    EXPECT_EQ(attach(scanner()).start.arguments, support::genericWorker(scanner().directory()));
     return daemon;
   }
 };

@@ -3,11 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <ostream>
 #include <string>
 #include <vector>
 
 #include "sim/contract.h"
+#include "support/named_case.h"
 #include "system/support/daemon_fixture.h"
 
 namespace {
@@ -15,33 +15,31 @@ namespace {
 using support::commandLine;
 using support::Lines;
 
-struct Start {
-  std::string name;
+struct Start : support::NamedCase {
   Lines arguments;
   std::string standardError;  ///< without the time where there is one
   std::string configuration;
-  friend std::ostream& operator<<(std::ostream& out, const Start& start) { return out << start.name; }
 };
 
-Start usageFor(const std::string& name, const Lines& arguments) {
+Start usageFor(const char* name, const Lines& arguments) {
   return {name, arguments, contract::error::usage, ""};
 }
 
-Start badItem(const std::string& name, const Lines& options, const std::string& item,
+Start badItem(const char* name, const Lines& options, const std::string& item,
               const std::string& configuration = {}) {
   return {name, commandLine(options), contract::error::invalidItem(item), configuration};
 }
 
 /** The error is a log message: its text ends in a newline, and so does the line that holds it. */
-Start failing(const std::string& name, const Lines& arguments, const std::string& error) {
+Start failing(const char* name, const Lines& arguments, const std::string& error) {
   return {name, arguments, error + "\n\n", ""};
 }
 
-Start badPort(const std::string& name, const std::string& port) {
+Start badPort(const char* name, const std::string& port) {
   return failing(name, commandLine({}, {"transmitter", port, "high"}), contract::error::badNumber);
 }
 
-Start badSocket(const std::string& name, const std::string& path, const std::string& reason) {
+Start badSocket(const char* name, const std::string& path, const std::string& reason) {
   return failing(name, commandLine({"--sock=" + path}), contract::error::bindFailed(reason));
 }
 

@@ -11,10 +11,10 @@
 #include <vector>
 
 #include "sim/contract.h"
+#include "support/eventually.h"
 #include "system/support/attached_devices.h"
 #include "system/support/control_messages.h"
 #include "system/support/daemon_fixture.h"
-#include "system/support/eventually.h"
 #include "system/support/last_words.h"
 #include "system/support/process_state.h"
 
@@ -101,7 +101,7 @@ TEST_F(StartupOrderOfAServingDaemon, StaysInTheForegroundAndInItsDirectory) {
   sim::ProcessOptions world;
   world.workingDirectory = "/vel";
   sim::Daemon& daemon = start(commandLine(), world);
-  const sim::WorkerStart& worker = attach(scanner()).start;
+  const sim::WorkerStart& worker = attach(support::scanner()).start;
 
   EXPECT_TRUE(daemon.isRunning());
   EXPECT_EQ(daemon.children(), std::vector<pid_t>{worker.pid});

@@ -18,6 +18,7 @@
 namespace {
 
 using support::commandLine;
+using support::scanner;
 using Closed = std::set<int>;
 
 sim::ProcessOptions withSignals(const std::vector<int>& blocked, const std::vector<int>& ignored) {
@@ -82,7 +83,7 @@ TEST_P(UnfriendlyStartWithout, DescriptorsServesAndLetsThemLeadNowhere) {
 
   const sim::WorkerStart& worker = attach(scanner()).start;
 
-  EXPECT_EQ(worker.arguments, genericWorker(scanner().directory()));
+  EXPECT_EQ(worker.arguments, support::genericWorker(scanner().directory()));
   for (const int number : GetParam()) {
     EXPECT_EQ(support::targetOf(daemon.pid(), number), "/dev/null");
     EXPECT_EQ(std::count(worker.descriptors.begin(), worker.descriptors.end(),

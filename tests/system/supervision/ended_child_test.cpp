@@ -8,14 +8,16 @@
 #include <vector>
 
 #include "sim/contract.h"
+#include "support/held_attribute.h"
+#include "support/system_call_trace.h"
 #include "system/support/attached_devices.h"
 #include "system/support/control_messages.h"
 #include "system/support/daemon_fixture.h"
-#include "system/support/held_attribute.h"
 #include "system/support/process_state.h"
-#include "system/support/system_call_trace.h"
 
 namespace {
+
+using support::scanner;
 
 using EndedChild = support::DaemonFixture;
 
@@ -63,8 +65,8 @@ TEST_F(EndedChild, IsNoneThatStopsAndGoesOn) {
 
 TEST_F(EndedChild, IsReapedAlsoWhenItEndsBeforeTheDaemonServes) {
   const std::string device = unit.sysfs.add(scanner());
-  const std::string node = unit.sysfs.add(sim::HiddevNode{.usbDevice = unit.sysfs.add(keyboard())});
-  HeldAttribute attribute(node + "/device/bInterfaceSubClass");
+  const std::string node = unit.sysfs.add(sim::HiddevNode{.usbDevice = unit.sysfs.add(support::keyboard())});
+  support::HeldAttribute attribute(node + "/device/bInterfaceSubClass");
   const sim::Daemon& daemon = unit.startDaemon(support::commandLine({"--debug=ctrl", "--class=keyboard"}));
   attribute.waitForReader();  // the scanner has its worker
 

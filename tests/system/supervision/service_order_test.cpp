@@ -16,6 +16,7 @@ namespace debug = contract::debug;
 
 using support::Lines;
 using support::linkLine;
+using support::scanner;
 using support::StoppedDaemon;
 using support::writes;
 

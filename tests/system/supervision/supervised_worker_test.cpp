@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <csignal>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -21,20 +20,14 @@ namespace {
 namespace debug = contract::debug;
 namespace display = contract::display;
 
+using support::genericWorker;
 using support::joined;
 using support::Lines;
+using support::scanner;
 using support::tagged;
 
 class SupervisedWorker : public support::DaemonFixture {
  protected:
-  /** What the daemon prints until `action` is done and every event is handled. */
-  Lines printedDuring(const std::function<void()>& action) {
-    const std::size_t before = unit.daemon().lines().size();
-    action();
-    unit.settle();
-    const Lines messages = unit.daemon().messages();
-    return {messages.begin() + static_cast<std::ptrdiff_t>(before), messages.end() - 1};
-  }
   /** The next worker exits, and the daemon restarts it as the latest of so many restarts. */
   void expectRestart(unsigned count) {
     unit.workers.waitForWorker().exitWith(1);
@@ -49,7 +42,7 @@ TEST_F(SupervisedWorker, IsRestartedWhereItsDeviceIsStillThere) {
   start();
   sim::Worker& worker = attach(scanner());
 
-  const Lines printed = printedDuring([&] {
+  const Lines printed = support::messagesDuring(unit, [&] {
     worker.exitWith(3);
     EXPECT_EQ(unit.workers.waitForWorker().start.arguments, genericWorker(device));
   });
@@ -57,7 +50,7 @@ TEST_F(SupervisedWorker, IsRestartedWhereItsDeviceIsStillThere) {
   EXPECT_EQ(printed, joined(tagged({debug::terminated(worker.start.pid), debug::withStatus(3),
                                     debug::stillPresent(device), debug::stillPresent(device),
                                     debug::restarting(device, 1)}),
-                            genericDevice(device)));
+                            support::genericDevice(device)));
 }
 
 TEST_F(SupervisedWorker, IsForgottenWhereItsDeviceHasGone) {
@@ -66,7 +59,7 @@ TEST_F(SupervisedWorker, IsForgottenWhereItsDeviceHasGone) {
   unit.unplug(device);
   unit.settle();
 
-  const Lines printed = printedDuring([&] {
+  const Lines printed = support::messagesDuring(unit, [&] {
     worker.dieBy(SIGKILL);
     unit.daemon().waitForLine(debug::gone(device));
   });
@@ -80,7 +73,7 @@ TEST_F(SupervisedWorker, IsNotRestartedWhereItsDeviceCannotBeConfigured) {
   start();
   sim::Worker& worker = attach(scanner());
 
-  const Lines printed = printedDuring([&] {
+  const Lines printed = support::messagesDuring(unit, [&] {
     worker.exitWith(5);
     unit.daemon().waitForLine(debug::withStatus(5));
   });
@@ -162,7 +155,7 @@ TEST_F(SupervisedWorker, IsNotRestartedWhereTheChangedPolicyRefusesItsDevice) {
 TEST_F(SupervisedWorker, IsNotRestartedWhereTheSlowerLinkCannotCarryItsDevice) {
   start();
   deliver();
-  attach(fastScanner());
+  attach(support::fastScanner());
   expectShown(display::attached("Fast Scanner"));
 
   send(support::linkLine("full"));

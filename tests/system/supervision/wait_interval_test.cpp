@@ -5,11 +5,11 @@
 #include <cmath>
 
 #include "sim/wait.h"
+#include "support/system_call_trace.h"
 #include "system/support/attached_devices.h"
 #include "system/support/control_messages.h"
 #include "system/support/daemon_fixture.h"
 #include "system/support/process_state.h"
-#include "system/support/system_call_trace.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ class WaitInterval : public support::DaemonFixture {
       GTEST_SKIP() << *obstacle;
     }
     start();
-    worker = &attach(scanner());
+    worker = &attach(support::scanner());
     letItSleep();
   }
 
@@ -85,7 +85,7 @@ using WaitIntervalOfAnIdleDaemon = support::DaemonFixture;
 
 TEST_F(WaitIntervalOfAnIdleDaemon, HasNoWakeUpInIt) {
   sim::Daemon& daemon = start();
-  attach(scanner());
+  attach(support::scanner());
   deliver();
   support::waitUntilAsleep(daemon.pid());
   const auto before = support::contextSwitchesOf(daemon.pid());

@@ -2,6 +2,8 @@
 
 #include <ostream>
 
+#include "system/support/daemon_fixture.h"
+
 namespace support {
 
 std::ostream& operator<<(std::ostream& out, const Decision& decision) {
@@ -22,7 +24,7 @@ void AdmissionCheck::startWith(const std::string& usbSettings, const std::string
 }
 
 void AdmissionCheck::startWithoutConfiguration(const std::string& linkSpeed) {
-  unit.startDaemon({"--debug=ctrl", "transmitter", "5000", linkSpeed});
+  unit.startDaemon(commandLine({"--debug=ctrl"}, {"transmitter", "5000", linkSpeed}));
   unit.waitUntilServing();
 }
 

@@ -12,7 +12,7 @@ namespace support {
 /** What became of a device that was plugged in. */
 struct Decision {
   bool admitted = false;  ///< a worker was started
-  Messages shown;         ///< each write to the display
+  Lines shown;            ///< each write to the display
 
   bool operator==(const Decision&) const = default;
 };
@@ -33,7 +33,7 @@ class AdmissionCheck : public Hotplug {
   void startWith(const std::string& usbSettings, const std::string& linkSpeed = "high");
   /** The same without any configuration file. */
   void startWithoutConfiguration(const std::string& linkSpeed = "high");
-  /** Replaces the section "usb"; the daemon is not told. */
+  /** Replaces the section "usb"; the daemon gets no signal. */
   static void configure(const std::string& usbSettings);
 
   /** Plugs the device in and waits until the daemon has decided. */

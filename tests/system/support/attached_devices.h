@@ -9,7 +9,7 @@
 /** Devices with nothing remarkable but the one thing that a test is about. */
 namespace support {
 
-/** A full-speed device that no worker but the generic one serves, whatever the link. */
+/** A full-speed device that no worker but the generic one serves, on any link. */
 sim::UsbDevice scanner(const std::string& port = "1-1", const std::string& product = "Scanner");
 /** The same as a high-speed device. */
 sim::UsbDevice fastScanner(const std::string& port = "1-1", const std::string& product = "Fast Scanner");
@@ -40,13 +40,3 @@ std::vector<std::string> genericWorker(const std::string& directory,
                                        const std::vector<std::string>& options = {});
 
 }  // namespace support
-
-using support::disk;
-using support::fastScanner;
-using support::genericWorker;
-using support::highSpeedDevice;
-using support::isochronousDevice;
-using support::keyboard;
-using support::mouse;
-using support::named;
-using support::scanner;

@@ -1,7 +1,7 @@
 #include "system/support/control_messages.h"
 
 #include "sim/error.h"
-#include "system/support/eventually.h"
+#include "support/eventually.h"
 #include "system/support/process_state.h"
 
 namespace support {

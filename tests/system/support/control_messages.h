@@ -25,6 +25,3 @@ std::string askForParameters(sim::Unit& unit);
 [[nodiscard]] bool isSilentAndOpen(sim::LinkManager& client);
 
 }  // namespace support
-
-using support::askForParameters;
-using support::deliver;

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "support/eventually.h"
 #include "system/support/attached_devices.h"
-#include "system/support/eventually.h"
 #include "system/support/process_state.h"
 
 namespace support {

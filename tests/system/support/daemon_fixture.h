@@ -11,8 +11,6 @@
 
 namespace support {
 
-using Lines = std::vector<std::string>;
-
 /** The daemon's arguments: options, and behind them the host, port and speed of the link. */
 Lines commandLine(const Lines& options = {"--debug=ctrl"},
                   const Lines& link = {"transmitter", "5000", "high"});

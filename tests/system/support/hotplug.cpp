@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <string_view>
 
+#include "system/support/daemon_fixture.h"
+
 namespace support {
 
 namespace debug = contract::debug;
@@ -11,45 +13,42 @@ std::string devpathOf(const std::string& directory) {
   return directory.substr(std::string_view("/sys").size());
 }
 
-Messages nodeOf(const std::string& subsystem, const std::string& directory, const Messages& texts) {
-  Messages all{debug::event("add", devpathOf(directory)), debug::subsystem(subsystem)};
+Lines nodeOf(const std::string& subsystem, const std::string& directory, const Lines& texts) {
+  Lines all{debug::event("add", devpathOf(directory)), debug::subsystem(subsystem)};
   all.insert(all.end(), texts.begin(), texts.end());
   return tagged(all);
 }
 
-Messages usbDevice(const std::string& directory, const Messages& texts) {
+Lines usbDevice(const std::string& directory, const Lines& texts) {
   return nodeOf("usb", directory, texts);
 }
 
-Messages genericDevice(const std::string& directory) {
+Lines genericDevice(const std::string& directory) {
   return usbDevice(directory, {debug::noIsochronousFound, debug::generic, debug::startingGeneric(directory)});
 }
 
-Messages ignoredEvent(const std::string& devpath) {
+Lines ignoredEvent(const std::string& devpath) {
   return tagged({debug::event("add", devpath), debug::eventIgnored});
 }
 
-void Hotplug::start(const std::string& classList, const Messages& options) {
-  Messages arguments{"--debug=ctrl", "--class=" + classList};
-  arguments.insert(arguments.end(), options.begin(), options.end());
-  arguments.insert(arguments.end(), {"transmitter", "5000", "high"});
-  unit.startDaemon(arguments);
-  unit.waitUntilServing();
-}
-
-Messages Hotplug::during(const std::function<void()>& action) {
+Lines messagesDuring(sim::Unit& unit, const std::function<void()>& action) {
   const std::size_t before = unit.daemon().lines().size();
   action();
   unit.settle();
-  Messages messages = unit.daemon().messages();
+  Lines messages = unit.daemon().messages();
   messages.pop_back();  // the settling event's
   messages.erase(messages.begin(), messages.begin() + static_cast<std::ptrdiff_t>(before));
   return messages;
 }
 
+void Hotplug::start(const std::string& classList, const Lines& options) {
+  unit.startDaemon(commandLine(joined({"--debug=ctrl", "--class=" + classList}, options)));
+  unit.waitUntilServing();
+}
+
 std::string Hotplug::kindOf(const sim::UsbDevice& device) {
   const std::string tag = debug::tag;
-  const Messages messages = saidOfPlugging(device);
+  const Lines messages = saidOfPlugging(device);
   const auto decision = std::find_if(messages.begin(), messages.end(), [&](const std::string& message) {
     return message.starts_with(tag + "this is ");
   });

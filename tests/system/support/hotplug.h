@@ -12,40 +12,40 @@
 
 namespace support {
 
-using Messages = std::vector<std::string>;
-
 /** What the kernel calls a directory that begins with "/sys". */
 std::string devpathOf(const std::string& directory);
 
 /** What the daemon says of the "add" event of a node of this subsystem, and then these texts. */
-Messages nodeOf(const std::string& subsystem, const std::string& directory, const Messages& texts = {});
+Lines nodeOf(const std::string& subsystem, const std::string& directory, const Lines& texts = {});
 /** The same for the USB subsystem. */
-Messages usbDevice(const std::string& directory, const Messages& texts);
+Lines usbDevice(const std::string& directory, const Lines& texts);
 /** The same for a device that is left to the generic worker. */
-Messages genericDevice(const std::string& directory);
+Lines genericDevice(const std::string& directory);
 /** What it says of an "add" event with this path that it cannot handle. */
-Messages ignoredEvent(const std::string& devpath);
+Lines ignoredEvent(const std::string& devpath);
 
-/** A unit whose daemon tells what it makes of each event. */
+/** What the daemon prints of the events that `action` sends, until it has handled them all. */
+Lines messagesDuring(sim::Unit& unit, const std::function<void()>& action);
+
+/** A unit whose daemon logs how it handles each event. */
 class Hotplug : public testing::Test {
  protected:
   /** Starts the daemon with "--class=" and this list (and these options), and waits until it serves. */
-  void start(const std::string& classList = "none", const Messages& options = {});
+  void start(const std::string& classList = "none", const Lines& options = {});
 
-  /** What the daemon says of the events that `action` sends, until it has handled them all. */
-  Messages during(const std::function<void()>& action);
+  Lines during(const std::function<void()>& action) { return messagesDuring(unit, action); }
 
   /** The same for one datagram. */
-  Messages saidOf(const std::string& datagram) {
+  Lines saidOf(const std::string& datagram) {
     return during([&] { unit.uevents.send(datagram); });
   }
   /** The same for an "add" event of a directory that begins with "/sys". */
-  Messages saidOfAdding(const std::string& directory) {
+  Lines saidOfAdding(const std::string& directory) {
     return saidOf(sim::uevent("add", devpathOf(directory)));
   }
   /** The same for a device or node that is made and announced. */
   template <class Device>
-  Messages saidOfPlugging(const Device& device) {
+  Lines saidOfPlugging(const Device& device) {
     return during([&] { unit.plug(device); });
   }
 
@@ -58,11 +58,3 @@ class Hotplug : public testing::Test {
 };
 
 }  // namespace support
-
-namespace kind = contract::debug;
-inline constexpr auto& rxCtrl = support::tagged;
-using support::devpathOf;
-using support::genericDevice;
-using support::Hotplug;
-using support::Messages;
-using support::usbDevice;

@@ -13,5 +13,3 @@ namespace support {
 std::string lastWordsOf(sim::Daemon& daemon);
 
 }  // namespace support
-
-using support::lastWordsOf;

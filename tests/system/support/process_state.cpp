@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "sim/files.h"
-#include "system/support/eventually.h"
+#include "support/eventually.h"
 
 namespace support {
 namespace {

@@ -44,13 +44,3 @@ std::string targetOf(pid_t process, int descriptor);
 void settleEverySource(sim::Unit& unit);
 
 }  // namespace support
-
-using support::contextSwitchesOf;
-using support::pendingSignalsOf;
-using support::ProcessState;
-using support::settleEverySource;
-using support::stateOf;
-using support::targetOf;
-using support::waitUntilAsleep;
-using support::waitUntilEnded;
-using support::waitUntilStopped;

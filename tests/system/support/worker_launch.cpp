@@ -1,5 +1,7 @@
 #include "system/support/worker_launch.h"
 
+#include "system/support/daemon_fixture.h"
+
 namespace support {
 
 void WorkerLaunch::startWith(const Arguments& options, const sim::ProcessOptions& world) {
@@ -8,10 +10,7 @@ void WorkerLaunch::startWith(const Arguments& options, const sim::ProcessOptions
 
 void WorkerLaunch::startFor(const Arguments& positionals, const Arguments& options,
                             const sim::ProcessOptions& world) {
-  Arguments arguments{"--class=all"};
-  arguments.insert(arguments.end(), options.begin(), options.end());
-  arguments.insert(arguments.end(), positionals.begin(), positionals.end());
-  unit.startDaemon(arguments, world);
+  unit.startDaemon(commandLine(joined({"--class=all"}, options), positionals), world);
   if (positionals.at(1) != "0") {
     unit.waitUntilServing();
   }

@@ -39,6 +39,3 @@ class WorkerLaunch : public testing::Test {
 };
 
 }  // namespace support
-
-using support::Arguments;
-using support::WorkerLaunch;

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/time.h>
-#include <sys/un.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -17,6 +16,7 @@
 
 #include "ctrl/settings.h"
 #include "sim/descriptor.h"
+#include "sim/unix_socket.h"
 #include "support/child.h"
 #include "support/output.h"
 #include "support/private_world.h"
@@ -171,13 +171,7 @@ TEST_F(MessagesToStandardError, AreNotLostToSignalsWhileTheyWaitForTheirReader) 
 /** A logger stands where the system's does. */
 class MessagesToSyslog : public support::PrivateWorld {
  protected:
-  MessagesToSyslog() : logger_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-    settings.logToSyslog = true;
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::string("/dev/log").copy(address.sun_path, sizeof address.sun_path - 1);
-    EXPECT_EQ(bind(logger_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-  }
+  MessagesToSyslog() { settings.logToSyslog = true; }
 
   /** The messages since the last call as "<PRIORITY>" and the text behind the program's name. */
   [[nodiscard]] Lines logged() const {
@@ -196,7 +190,7 @@ class MessagesToSyslog : public support::PrivateWorld {
   static std::string priority(int severity) { return "<" + std::to_string(LOG_USER | severity) + ">"; }
 
   support::RestoredSettings settings_;
-  sim::Descriptor logger_;
+  sim::Descriptor logger_ = sim::bindTo("/dev/log", SOCK_DGRAM);
 };
 
 TEST_F(MessagesToSyslog, AreTagAndTextWithTheirPriorityWithoutATimeAndNowhereElse) {

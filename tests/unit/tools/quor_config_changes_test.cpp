@@ -4,36 +4,31 @@
 
 #include <filesystem>
 #include <optional>
-#include <ostream>
 #include <string>
 #include <vector>
 
+#include "support/named_case.h"
 #include "unit/tools/quor_config_run.h"
 
 namespace {
 
 const std::string content = "[usb]\nhid_only=1\n[apps]\nx=program\n";
 
-struct Change {
-  std::string name;
+struct Change : support::NamedCase {
   std::optional<std::string> before;  ///< absent: no file
   Arguments command;
   Outcome outcome;
   std::optional<std::string> after;  ///< text of the same settings; absent: the file is as before
 };
 
-std::ostream& operator<<(std::ostream& out, const Change& change) {
-  return out << change.name;
-}
-
 const std::optional<std::string> noFile;
 
-Change saved(const std::string& name, const std::optional<std::string>& before, const Arguments& command,
+Change saved(const char* name, const std::optional<std::string>& before, const Arguments& command,
              const std::string& after) {
   return {name, before, command, done(), after};
 }
 
-Change refused(const std::string& name, const std::optional<std::string>& before, const Arguments& command,
+Change refused(const char* name, const std::optional<std::string>& before, const Arguments& command,
                const Outcome& outcome) {
   return {name, before, command, outcome, std::nullopt};
 }
@@ -64,7 +59,7 @@ const std::vector<Change> changes = {
 class QuorConfigChanges : public testing::TestWithParam<Change> {};
 
 INSTANTIATE_TEST_SUITE_P(By, QuorConfigChanges, testing::ValuesIn(changes),
-                         [](const auto& instance) { return instance.param.name; });
+                         testing::PrintToStringParamName());
 
 TEST_P(QuorConfigChanges, AreSavedOrLeaveTheFileAsItWas) {
   const ConfiguredFile file = GetParam().before ? ConfiguredFile(*GetParam().before) : ConfiguredFile();
@@ -98,7 +93,7 @@ void expectHeldOrRefused(const std::string& key, const std::string& value) {
   }
 }
 
-TEST(QuorConfigSet, KeepsThePermissions) {
+TEST(QuorConfigChangesBySet, KeepThePermissions) {
   const ConfiguredFile file(content);
   const auto owners = std::filesystem::perms::owner_read | std::filesystem::perms::owner_write;
   std::filesystem::permissions(file.path(), owners);
@@ -106,7 +101,7 @@ TEST(QuorConfigSet, KeepsThePermissions) {
   EXPECT_EQ(std::filesystem::status(file.path()).permissions(), owners);
 }
 
-TEST(QuorConfigSet, SavesNothingThatWouldReadAsSomethingElse) {
+TEST(QuorConfigChangesBySet, SaveNothingThatWouldReadAsSomethingElse) {
   for (const char* value : {"a;b", "a#b", "#", ";", " a", "a ", "\"a\"", "'a'"}) {
     expectHeldOrRefused("usb:x", value);
   }
@@ -115,7 +110,7 @@ TEST(QuorConfigSet, SavesNothingThatWouldReadAsSomethingElse) {
   }
 }
 
-TEST(QuorConfigSet, RefusesMoreThanOneLine) {
+TEST(QuorConfigChangesBySet, AreRefusedForMoreThanOneLine) {
   const ConfiguredFile file(content);
   expectRefused(file, file.run({"set", "usb:x", "1\ny=2"}));
   expectRefused(file, file.run({"set", "usb:x", "1\n"}));
@@ -128,13 +123,13 @@ TEST(QuorConfigSet, RefusesMoreThanOneLine) {
   EXPECT_EQ(file.content(), content);
 }
 
-TEST(QuorConfigSet, RefusesToTurnASectionIntoASetting) {
+TEST(QuorConfigChangesBySet, TurnNoSectionIntoASetting) {
   const ConfiguredFile file("[a:b]\nc=2\n[a]\nz=3\n");
   EXPECT_EQ(file.run({"set", "usb:x", "1"}).end, sim::ProcessEnd::exited(2));
   EXPECT_EQ(file.content(), "[a:b]\nc=2\n[a]\nz=3\n");
 }
 
-TEST(QuorConfigSet, ReportsThatItsTextCannotBeChecked) {
+TEST(QuorConfigChangesBySet, AreRefusedWhenTheirTextCannotBeChecked) {
   const std::string original = "[usb]\n" + std::string(500, '#') + "\nx=" + std::string(500, 'x') + "\n";
   const ConfiguredFile file(original);
   sim::ProcessOptions smallFiles;
@@ -145,7 +140,7 @@ TEST(QuorConfigSet, ReportsThatItsTextCannotBeChecked) {
   EXPECT_EQ(file.content(), original);
 }
 
-TEST(QuorConfigSet, RefusesALineThatIsTooLong) {
+TEST(QuorConfigChangesBySet, AreRefusedForALineThatIsTooLong) {
   const ConfiguredFile file(content);
   const Outcome outcome = file.run({"set", "usb:x", std::string(1100, 'x')});
   EXPECT_EQ(outcome.end, sim::ProcessEnd::exited(2));
@@ -153,7 +148,7 @@ TEST(QuorConfigSet, RefusesALineThatIsTooLong) {
   EXPECT_EQ(file.content(), content);
 }
 
-TEST(QuorConfigKeys, HaveNoMoreThan255Characters) {
+TEST(QuorConfigChangesOfLongKeys, EndAt255Characters) {
   const ConfiguredFile file(content);
   const std::string longest = "usb:" + std::string(251, 'k');
   EXPECT_EQ(file.run({"set", longest, "1"}), done());
@@ -165,7 +160,7 @@ TEST(QuorConfigKeys, HaveNoMoreThan255Characters) {
   EXPECT_EQ(file.run({"unset", longest}), done());
 }
 
-TEST(QuorConfigAddSection, SavesNoNameThatWouldReadAsAnother) {
+TEST(QuorConfigChangesByAddSection, SaveNoNameThatWouldReadAsAnother) {
   const ConfiguredFile file(content);
   const Outcome outcome = file.run({"add-section", "a]b"});
   if (outcome == done()) {
@@ -175,7 +170,7 @@ TEST(QuorConfigAddSection, SavesNoNameThatWouldReadAsAnother) {
   }
 }
 
-TEST(QuorConfigMerge, SetsWhatTheOtherSets) {
+TEST(QuorConfigChangesByMerge, SetWhatTheOtherSets) {
   const ConfiguredFile file(content);
   const ConfiguredFile other("[usb]\nhid_only=0\ndebug=ctrl\n[empty]\n");
   EXPECT_EQ(file.run({"merge", other.path()}), done());
@@ -184,14 +179,14 @@ TEST(QuorConfigMerge, SetsWhatTheOtherSets) {
   EXPECT_EQ(other.get("apps:x"), notFoundOrDifferent());
 }
 
-TEST(QuorConfigMerge, MakesAFileThatIsMissing) {
+TEST(QuorConfigChangesByMerge, MakeAFileThatIsMissing) {
   const ConfiguredFile file;
   const ConfiguredFile other(content);
   EXPECT_EQ(file.run({"merge", other.path()}), done());
   EXPECT_EQ(file.run({"diff", other.path()}), done());
 }
 
-TEST(QuorConfigMerge, CopiesNothingFromAFileItCannotRead) {
+TEST(QuorConfigChangesByMerge, CopyNothingFromAFileThatCannotBeRead) {
   const ConfiguredFile file(content);
   const ConfiguredFile other("no setting\n");
   EXPECT_EQ(file.run({"merge", other.path()}).end, sim::ProcessEnd::exited(2));

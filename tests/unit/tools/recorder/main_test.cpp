@@ -1,5 +1,3 @@
-#include "unit/tools/recorder/recorder_program.h"
-
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -8,6 +6,7 @@
 #include "sim/files.h"
 #include "sim/unit.h"
 #include "tools/recorder/recording_text.h"
+#include "unit/tools/recorder/recorder_program.h"
 
 namespace {
 
@@ -15,12 +14,12 @@ namespace fs = std::filesystem;
 
 constexpr const char* devices = "/sim/devices";
 
-class RecorderProgramTest : public testing::Test {
+class MainOfTheRecorder : public testing::Test {
  protected:
   sim::Unit unit;
   sim::DeviceRecording mouse = sim::loadRecording("mouse-fs");
 
-  RecorderProgramTest() { fs::create_directory(devices); }
+  MainOfTheRecorder() { fs::create_directory(devices); }
 
   /** Plugs the mouse in and takes it out when the program says so. */
   sim::ProcessEnd recordMouse(RecorderProgram& program) {
@@ -32,7 +31,7 @@ class RecorderProgramTest : public testing::Test {
   }
 };
 
-TEST_F(RecorderProgramTest, RecordsTheDeviceThatIsPluggedInAndTakenOutWhenItSaysSo) {
+TEST_F(MainOfTheRecorder, RecordsTheDeviceThatIsPluggedInAndTakenOutWhenItSaysSo) {
   RecorderProgram program({devices, "new", "a mouse, full speed"});
 
   EXPECT_EQ(recordMouse(program), sim::ProcessEnd::exited(0));
@@ -46,14 +45,14 @@ TEST_F(RecorderProgramTest, RecordsTheDeviceThatIsPluggedInAndTakenOutWhenItSays
   EXPECT_EQ(recorder::readEvents("/sim/devices/new/unplug.txt").size(), mouse.unplugEvents.size());
 }
 
-TEST_F(RecorderProgramTest, DescribesADeviceByItsProductTextWhereNobodyDoes) {
+TEST_F(MainOfTheRecorder, DescribesADeviceByItsProductTextWhereNobodyDoes) {
   RecorderProgram program({devices, "new"});
 
   EXPECT_EQ(recordMouse(program), sim::ProcessEnd::exited(0));
   EXPECT_EQ(recorder::readAbout("/sim/devices/new/about.txt")["description"], mouse.product);
 }
 
-TEST_F(RecorderProgramTest, WritesNothingOfADeviceThatIsTakenOutTooEarly) {
+TEST_F(MainOfTheRecorder, WritesNothingOfADeviceThatIsTakenOutTooEarly) {
   RecorderProgram program({devices, "new"});
   program.waitForLine("Plug the device in.");
   unit.plug(mouse);
@@ -66,7 +65,7 @@ TEST_F(RecorderProgramTest, WritesNothingOfADeviceThatIsTakenOutTooEarly) {
   EXPECT_FALSE(fs::exists("/sim/devices/new"));
 }
 
-TEST_F(RecorderProgramTest, AsksForNothingWhenTheNameIsTaken) {
+TEST_F(MainOfTheRecorder, AsksForNothingWhenTheNameIsTaken) {
   sim::writeFile("/sim/devices/old/about.txt", "somebody's\n");
   RecorderProgram program({devices, "old"});
 
@@ -76,16 +75,16 @@ TEST_F(RecorderProgramTest, AsksForNothingWhenTheNameIsTaken) {
   EXPECT_EQ(sim::readFile("/sim/devices/old/about.txt"), "somebody's\n");
 }
 
-class RecorderProgramArguments : public testing::TestWithParam<std::vector<std::string>> {};
+class MainWithWrongArguments : public testing::TestWithParam<std::vector<std::string>> {};
 
-INSTANTIATE_TEST_SUITE_P(Wrong, RecorderProgramArguments,
+INSTANTIATE_TEST_SUITE_P(Wrong, MainWithWrongArguments,
                          testing::Values(std::vector<std::string>{}, std::vector<std::string>{devices},
                                          std::vector<std::string>{devices, "a", "b", "c"},
                                          std::vector<std::string>{devices, ""},
                                          std::vector<std::string>{devices, ".."},
                                          std::vector<std::string>{devices, "a/b"}));
 
-TEST_P(RecorderProgramArguments, AreAnsweredWithTheUsage) {
+TEST_P(MainWithWrongArguments, PrintsTheUsage) {
   const sim::Unit unit;
   RecorderProgram program(GetParam());
 

@@ -1,4 +1,4 @@
-#include "system/support/held_attribute.h"
+#include "support/held_attribute.h"
 
 #include <fcntl.h>
 #include <sys/inotify.h>

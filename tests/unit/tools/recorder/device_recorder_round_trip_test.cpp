@@ -67,9 +67,9 @@ Texts aboutIn(const std::string& folder) {
   return about;
 }
 
-class RoundTrip : public testing::TestWithParam<std::string> {};
+class DeviceRecorderRoundTrip : public testing::TestWithParam<std::string> {};
 
-TEST_P(RoundTrip, RecordsADeviceOfARecordingAsItWas) {
+TEST_P(DeviceRecorderRoundTrip, KeepsADeviceOfARecordingAsItWas) {
   const std::string oldFolder = fs::path(sim::recordingsFolder()) / GetParam();
   const sim::DeviceRecording old = sim::loadRecording(GetParam());
   const support::TemporaryDirectory devices;
@@ -86,6 +86,7 @@ TEST_P(RoundTrip, RecordsADeviceOfARecordingAsItWas) {
   EXPECT_EQ(itemsOf(loaded.unplugEvents), itemsOf(old.unplugEvents));
 }
 
-INSTANTIATE_TEST_SUITE_P(Devices, RoundTrip, testing::ValuesIn(namesOfRemovableDevices()), testName);
+INSTANTIATE_TEST_SUITE_P(Devices, DeviceRecorderRoundTrip, testing::ValuesIn(namesOfRemovableDevices()),
+                         testName);
 
 }  // namespace

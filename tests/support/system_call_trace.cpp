@@ -1,4 +1,4 @@
-#include "system/support/system_call_trace.h"
+#include "support/system_call_trace.h"
 
 #include <linux/net.h>
 #include <linux/time_types.h>
@@ -165,7 +165,7 @@ std::optional<SystemCall> SystemCallTrace::currentCall() const {
   if (info.op != PTRACE_SYSCALL_INFO_ENTRY) {
     return std::nullopt;
   }
-  const auto& entry = info.entry;  // NOLINT(cppcoreguidelines-pro-type-union-access): `op` tells the member
+  const auto& entry = info.entry;  // NOLINT(cppcoreguidelines-pro-type-union-access): `op` names the member
   SystemCall call{static_cast<unsigned long>(entry.nr), {}};
   std::copy(std::begin(entry.args), std::end(entry.args), call.arguments.begin());
   return namedByItself(call);

@@ -17,6 +17,3 @@ namespace support {
 void becomeOrdinaryUser();
 
 }  // namespace support
-
-using support::becomeOrdinaryUser;
-using support::obstacleToOrdinaryUser;

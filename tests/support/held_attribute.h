@@ -10,7 +10,7 @@ namespace support {
 
 /**
  * A file that holds up who reads it: the daemon has opened it and waits for its content until the test lets
- * it go on. Whatever the test does meanwhile happens at this very step of the daemon's work.
+ * it go on. All that the test does meanwhile happens at this very step of the daemon's work.
  */
 class HeldAttribute {
  public:
@@ -30,5 +30,3 @@ class HeldAttribute {
 };
 
 }  // namespace support
-
-using support::HeldAttribute;

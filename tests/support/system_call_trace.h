@@ -64,6 +64,3 @@ class SystemCallTrace {
 };
 
 }  // namespace support
-
-using support::SystemCall;
-using support::SystemCallTrace;

@@ -15,5 +15,3 @@ void eventually(const std::string& awaited, const std::function<bool()>& conditi
                 const sim::Deadline& deadline = {});
 
 }  // namespace support
-
-using support::eventually;

@@ -1,4 +1,4 @@
-#include "system/support/ordinary_user.h"
+#include "support/ordinary_user.h"
 
 #include <sched.h>
 #include <sys/prctl.h>
