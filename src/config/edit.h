@@ -21,7 +21,7 @@ int configUnset(ConfigDictionary* d, const char* key);
 int configMerge(ConfigDictionary* to, const ConfigDictionary* from);
 
 /**
- * Returns the number of sections, or -1 for a null `d`. Nothing in this project calls it: it is
+ * Returns the number of sections, or -1 for a null `d`. Nothing in the product calls it: it is
  * for other programs.
  */
 int configSectionCount(const ConfigDictionary* d);

@@ -14,13 +14,13 @@
 
 /**
  * The whole number at the start of the text (decimal, 0 octal, 0x hexadecimal), or 0 if there is none.
- * Nothing in this project calls it: it is for other programs.
+ * Nothing in the product calls it: it is for other programs.
  */
 [[gnu::format(printf, 3, 4)]] int configGetInt(const ConfigDictionary* d, int fallback, const char* keyFormat,
                                                ...);
 
 /**
- * The number at the start of the text, or 0.0 if there is none. Nothing in this project calls it: it is
+ * The number at the start of the text, or 0.0 if there is none. Nothing in the product calls it: it is
  * for other programs.
  */
 [[gnu::format(printf, 3, 4)]] double configGetDouble(const ConfigDictionary* d, double fallback,

@@ -21,7 +21,7 @@ inline constexpr const char* isochronousUserWarning = "usb:isochronous_user_warn
 inline constexpr const char* genericProgram = "apps:quor_usb_rx_generic";
 }  // namespace configuration_key
 
-/** How the daemon reads the text of a key. */
+/** What the text of a key is meant to be. */
 enum class KeyReading {
   debugList,  // words of `debugWords`
   classList,  // words of `classWords`

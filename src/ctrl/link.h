@@ -4,7 +4,7 @@
 #include <string>
 
 /*
- * What is known of the link to the Transmitter in more than one place.
+ * What more than one place needs of the link to the Transmitter, and of the socket that its parameters come by.
  */
 
 /** A key of the link, or none. */

@@ -10,9 +10,10 @@ enum class DeviceKind {
   hub,           // no worker
   keyboard,      // no worker: its HID device node comes as an event of its own
   storage,       // no worker: its SCSI generic node comes as an event of its own
-  generic,       // any other USB device, for the generic worker if the policy admits it
+  unsupported,   // any other USB device that the policy refuses; `classify` leaves that to the policy
+  generic,       // any other USB device, for the generic worker
   undetermined,  // sysfs did not say in time
-  ignored,       // none of the above: nothing is logged of it
+  ignored,       // none of the above; not even its kind is logged
 };
 
 /**

@@ -16,13 +16,11 @@ std::string resolveDevicePath(const std::string& devpath) {
   return realPath;
 }
 
-void serveGenericDevice(RxCtrl& ctrl, const std::string& realPath) {
-  if (!checkAdmission(ctrl, realPath)) {
-    logDebug("this is an unsupported USB device");
-    return;
-  }
-  logDebug("this is a generic USB device");
-  launchGenericWorker(ctrl, realPath);
+// The policy concerns generic devices only.
+DeviceKind classifyByPolicyToo(RxCtrl& ctrl, const std::string& realPath) {
+  const DeviceKind kind = classify(ctrl.classes, realPath);
+  const bool isRefused = kind == DeviceKind::generic && !checkAdmission(ctrl, realPath);
+  return isRefused ? DeviceKind::unsupported : kind;
 }
 
 void serve(RxCtrl& ctrl, DeviceKind kind, const std::string& realPath) {
@@ -44,8 +42,12 @@ void serve(RxCtrl& ctrl, DeviceKind kind, const std::string& realPath) {
     case DeviceKind::storage:
       logDebug("this is a storage device");
       break;
+    case DeviceKind::unsupported:
+      logDebug("this is an unsupported USB device");
+      break;
     case DeviceKind::generic:
-      serveGenericDevice(ctrl, realPath);
+      logDebug("this is a generic USB device");
+      launchGenericWorker(ctrl, realPath);
       break;
     case DeviceKind::undetermined:
       logDebug("timed out waiting to determine sort of USB thing");
@@ -66,7 +68,7 @@ void handle(RxCtrl& ctrl, const std::string& action, const std::string& devpath)
     logDebug("a subprocess is already handling this device");
     return;
   }
-  serve(ctrl, classify(ctrl.classes, realPath), realPath);
+  serve(ctrl, classifyByPolicyToo(ctrl, realPath), realPath);
 }
 
 }  // namespace

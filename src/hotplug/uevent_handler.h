@@ -7,9 +7,9 @@
 
 /**
  * Finds out what the device of an "add" event is, and starts the worker that serves it. Needs "ACTION" and
- * "DEVPATH" of the event; without them, and for every other action, nothing happens. `speed`, the link's at
- * the time of the event, stands here for the callers' sake: nothing depends on it. May wait a little over 3
- * seconds until sysfs says what the device is.
+ * "DEVPATH" of the event; without them, and for every other action, nothing happens. Nothing
+ * depends on `speed` so far, the link's at the time of the event. May wait a little over 3 seconds until sysfs
+ * says what the device is.
  *
  * Never throws: a failure ends the handling of this one event, with a debug message.
  */

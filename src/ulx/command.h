@@ -15,7 +15,7 @@ std::string captureCommand(const std::string& command, int& status);
 
 /**
  * captureCommand for a command that must succeed. Throws a StrException "run_cmd(COMMAND) exitted with status
- * N" for any status but 0. Nothing in this project calls it: it is for other programs.
+ * N" for any status but 0. Nothing in the product calls it: it is for other programs.
  */
 std::string run_cmd(const std::string& command);
 

@@ -60,7 +60,7 @@ class FileDescriptor {
 
   /**
    * Whether each single write holds a lock; the writes of two writeAll calls may still interleave.
-   * Nothing in this project sets it: it is for programs whose threads share a descriptor.
+   * Nothing in the product sets it: it is for programs whose threads share a descriptor.
    */
   bool serialiseWrites = false;
 

@@ -6,9 +6,10 @@
 #include "ctrl/rx_ctrl.h"
 
 /*
- * Each starts the worker of one device, records it in the worker table and announces the device on the
- * display. `devicePath` is the physical sysfs directory of the node in question. They throw "fork()", and
- * what cannot be read of the device; a program that cannot be executed ends the daemon (see signals.h).
+ * Each launcher starts the worker of one device, records it in the worker table and announces the device on the
+ * display. `devicePath` is the physical sysfs directory of the node in question. Launchers throw
+ * "fork()", and what cannot be read of the device. A program that cannot be executed ends the daemon (see
+ * signals.h).
  */
 
 /** `devicePath`: a SCSI generic node. */

@@ -93,7 +93,7 @@ int waitWith(ulx::FdSetRecord sets, fd_set ulx::FdSetRecord::*set, int fd) {
 struct Selection {
   int count;
   time_t seconds;
-  suseconds_t microseconds;
+  decltype(timeval::tv_usec) microseconds;
   bool operator==(const Selection&) const = default;
 };
 
