@@ -42,9 +42,7 @@ Words withoutPassedOver(const Words& lines) {
 
 /** A path that does not fit is shown without what leads to the bus. */
 std::string describe(const std::string& datagram, std::size_t columns) {
-  const std::string head = datagram.substr(0, datagram.find('\0'));
-  const std::string path = head.substr(head.find('@') + 1);
-  std::string action = head.substr(0, head.find('@'));
+  auto [action, path] = sim::headOf(datagram);
   action.resize(sizeof "remove", ' ');
   const bool fits = action.size() + path.size() <= columns;
   return action + (fits ? path : std::regex_replace(path, std::regex("^(/[^/]*)/.*?(/usb)"), "$1/...$2"));
@@ -57,48 +55,34 @@ bool isArrivalOrDeparture(const std::string& datagram) {
          (datagram.starts_with("add@") || datagram.starts_with("remove@"));
 }
 
-}  // namespace
-
-void Unit::awaitDaemon(void (sim::Unit::*wait)(const sim::Deadline& deadline)) {
-  try {
-    if (daemonRuns()) {
-      (unit_.*wait)({});
-    }
-  } catch (const sim::Error&) {
-    if (daemonRuns()) {
-      throw;
-    }
+void logPassedOver(const Log& log, int count, bool isFirst) {
+  if (count > 0) {
+    log.line("uevent", (isFirst ? "" : "... and ") + std::to_string(count) + (isFirst ? "" : " more") +
+                           (count == 1 ? " event" : " events") + " of its interfaces and nodes");
   }
 }
 
+}  // namespace
+
 /** Logs uevents with what comes of them, and only counts those of which nothing does. */
 void Unit::send(const std::vector<sim::RecordedEvent>& events) {
+  bool isFirst = true;
   int passedOver = 0;
-  std::string more;
-  const auto logPassedOver = [&] {
-    if (passedOver > 0) {
-      log_.line("uevent", (more.empty() ? "" : "... and ") + std::to_string(passedOver) + more +
-                              (passedOver == 1 ? " event" : " events") + " of its interfaces and nodes");
-    }
-    passedOver = 0;
-    more = " more";
-  };
   for (const sim::RecordedEvent& event : events) {
     unit_.uevents.send(event.datagram);
     settle();
-    readMessages();
-    const Words all = std::exchange(messages_, {});
+    const Words all = takeMessages();
     const Words ofInterest = withoutPassedOver(all);
     if (ofInterest.empty() && !isArrivalOrDeparture(event.datagram)) {
       ++passedOver;
       continue;
     }
-    logPassedOver();
+    logPassedOver(log_, std::exchange(passedOver, 0), std::exchange(isFirst, false));
     log_.line("uevent", describe(event.datagram, log_.textColumns()));
     logMessages(ofInterest.empty() ? all : ofInterest);
     logDisplay();
   }
-  logPassedOver();
+  logPassedOver(log_, passedOver, isFirst);
 }
 
 void Unit::report() {
@@ -109,26 +93,26 @@ void Unit::report() {
   if (daemonRuns()) {
     logEndedWorkers("");
   }
-  readMessages();
-  logMessages(withoutPassedOver(std::exchange(messages_, {})));
+  logMessages(withoutPassedOver(takeMessages()));
   logAnswers();
   logDisplay();
   logEndOfDaemon();
 }
 
 bool Unit::hasNews() {
-  readMessages();
-  return !messages_.empty() || (daemon_ != nullptr && !daemon_->isRunning());
+  return daemon_ != nullptr && (linesRead_ < daemon_->lines().size() || !daemon_->isRunning());
 }
 
 /** Leaves out the uevent by which the simulated unit finds out how far the daemon has got. */
-void Unit::readMessages() {
+Words Unit::takeMessages() {
+  Words messages;
   while (daemon_ != nullptr && linesRead_ < daemon_->lines().size()) {
     const std::string message = sim::messageOf(daemon_->lines()[linesRead_++]);
     if (!message.empty() && !message.starts_with(debug::line(debug::event("settle", "/settle/")))) {
-      messages_.push_back(message);
+      messages.push_back(message);
     }
   }
+  return messages;
 }
 
 void Unit::logMessages(const Words& messages) {

@@ -57,22 +57,16 @@ class Unit {
 
   [[nodiscard]] bool daemonRuns() const { return daemon_ != nullptr && daemon_->isRunning(); }
   void demandDaemon() const;
-  /** The daemon's end will do, too. */
-  void awaitDaemon(void (sim::Unit::*wait)(const sim::Deadline& deadline));
   /** Returns when the daemon has handled all uevents sent before, or has ended. */
-  void settle() { awaitDaemon(&sim::Unit::settle); }
+  void settle() {
+    unit_.waitUnlessEnded([this] { unit_.settle(); });
+  }
   void send(const std::vector<sim::RecordedEvent>& events);
-  [[nodiscard]] sim::DeviceRecording atFreePort(const sim::DeviceRecording& recording) const;
   [[nodiscard]] Words pluggedIn() const;
-  /** All that the daemon reads, "section:key". */
-  static const Words& configurationKeys();
-  [[nodiscard]] static std::optional<std::string> configured(const std::string& key);
   [[nodiscard]] sim::Worker& process(int worker) const;
   [[nodiscard]] std::string nameOf(int worker) const;
-  void configure(const std::string& key, const std::string& value);
-  void logConfiguration();
 
-  void readMessages();
+  [[nodiscard]] Words takeMessages();
   void logMessages(const Words& messages);
   void logEndedWorkers(const std::string& how);
   void logEnd(int worker, const std::string& how);
@@ -89,7 +83,6 @@ class Unit {
   int workersStarted_ = 0;
   sim::Daemon* daemon_ = nullptr;  ///< its end was not logged yet
   std::size_t linesRead_ = 0;
-  Words messages_;  ///< read, not logged yet
 };
 
 }  // namespace demo

@@ -101,7 +101,7 @@ void Unit::unplug(const std::string& directory) {
 }
 
 Daemon& Unit::startDaemon(std::vector<std::string> arguments, const ProcessOptions& options) {
-  if (daemon_ && daemon_->isRunning()) {
+  if (daemonRuns()) {
     throw Error("the unit's daemon runs already");
   }
   daemon_.reset();
@@ -127,6 +127,18 @@ Daemon& Unit::daemon() {
     throw Error("the unit's daemon was not started");
   }
   return *daemon_;
+}
+
+void Unit::waitUnlessEnded(const std::function<void()>& wait) {
+  try {
+    if (daemonRuns()) {
+      wait();
+    }
+  } catch (const Error&) {
+    if (daemonRuns()) {
+      throw;
+    }
+  }
 }
 
 bool Unit::daemonLogsEvents() const {
@@ -185,7 +197,7 @@ void Unit::settleByMouse(const UsbDevice& mouse, const Deadline& deadline) {
 
 void Unit::endDaemon() noexcept {
   try {
-    if (daemon_ && daemon_->isRunning()) {
+    if (daemonRuns()) {
       const Deadline deadline(secondsToEnd);
       LinkManager last = connect(deadline);
       last.configure();
