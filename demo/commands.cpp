@@ -208,7 +208,6 @@ void Unit::startDaemon(const Words& arguments) {
   }
   log_.line("daemon", "starts: usb_rx_ctrl " + typed(arguments));
   daemon_ = &unit_.startDaemon(arguments);
-  linesRead_ = 0;
   unit_.waitUnlessEnded([this] { unit_.waitUntilServing(); });
 }
 

@@ -6,7 +6,6 @@
 #include <iostream>
 #include <optional>
 
-#include "demo/prompt.h"
 #include "demo/scenes.h"
 #include "demo/unit.h"
 #include "sim/contract.h"
@@ -23,9 +22,8 @@ constexpr const char* introduction =
 
 /** Who acts first is left open, and so is what the display shows first. */
 std::vector<Line> comparable(std::vector<Line> lines) {
-  std::ranges::stable_sort(lines, [](const Line& a, const Line& b) {
-    return a.first != b.first ? a.first < b.first : a.first == "display" && a.second < b.second;
-  });
+  std::ranges::stable_sort(
+      lines, {}, [](const Line& line) { return line.first == "display" ? line : Line(line.first, ""); });
   return lines;
 }
 

@@ -8,7 +8,6 @@
 #include "demo/unit.h"
 #include "sim/contract.h"
 #include "sim/error.h"
-#include "sim/wait.h"
 
 namespace demo {
 
@@ -23,18 +22,17 @@ bool namesUevent(const std::string& line) {
          line == debug::line(debug::event(words[1], words[2]));
 }
 
+bool namesSubsystem(const std::string& line) {
+  return line.starts_with(debug::line("subsystem is "));
+}
+
 /** Without the uevents that the daemon took no interest in: it names them and their subsystem only. */
 Words withoutPassedOver(const Words& lines) {
   Words kept;
   for (auto begin = lines.begin(); begin != lines.end();) {
     const auto end = std::find_if(begin + 1, lines.end(), namesUevent);
-    const bool isOfInterest =
-        !namesUevent(*begin) || std::any_of(begin + 1, end, [](const std::string& line) {
-          return !line.starts_with(debug::line("subsystem is "));
-        });
-    if (isOfInterest) {
-      kept.insert(kept.end(), begin, end);
-    }
+    const bool isPassedOver = namesUevent(*begin) && std::all_of(begin + 1, end, namesSubsystem);
+    kept.insert(kept.end(), begin, isPassedOver ? begin : end);
     begin = end;
   }
   return kept;
@@ -94,24 +92,21 @@ void Unit::report() {
     logEndedWorkers("");
   }
   logMessages(withoutPassedOver(takeMessages()));
-  logAnswers();
+  queries_.remove_if([this](sim::LinkManager& query) { return logAnswer(query); });
   logDisplay();
   logEndOfDaemon();
 }
 
 bool Unit::hasNews() {
-  return daemon_ != nullptr && (linesRead_ < daemon_->lines().size() || !daemon_->isRunning());
+  return daemon_ != nullptr && (daemon_->hasUntakenMessages() || !daemon_->isRunning());
 }
 
 /** Leaves out the uevent by which the simulated unit finds out how far the daemon has got. */
 Words Unit::takeMessages() {
-  Words messages;
-  while (daemon_ != nullptr && linesRead_ < daemon_->lines().size()) {
-    const std::string message = sim::messageOf(daemon_->lines()[linesRead_++]);
-    if (!message.empty() && !message.starts_with(debug::line(debug::event("settle", "/settle/")))) {
-      messages.push_back(message);
-    }
-  }
+  Words messages = daemon_ == nullptr ? Words{} : daemon_->takeMessages();
+  std::erase_if(messages, [](const std::string& message) {
+    return message.empty() || message.starts_with(debug::line(debug::event("settle", "/settle/")));
+  });
   return messages;
 }
 
@@ -137,31 +132,23 @@ void Unit::logEndedWorkers(const std::string& how) {
   }
 }
 
-/** Waits for it, and for the daemon to take notice. */
 void Unit::logEnd(int worker, const std::string& how) {
-  sim::Worker& ended = process(worker);
-  ended.waitForEnd();
+  unit_.waitUntilReaped(process(worker));
   log_.event("worker", nameOf(worker) + " has ended" + how);
   workers_.erase(worker);
-  if (daemonRuns() && ended.start.parent == daemon_->pid()) {
-    sim::waitUntil("the daemon to take notice of the end of a worker", {}, endOfDaemon(), [&] {
-      return !daemonRuns() || daemon_->hasLine(debug::line(debug::terminated(ended.start.pid)));
-    });
-  }
   settle();  // what the daemon does about it is done, too
 }
 
-void Unit::logAnswers() {
-  queries_.remove_if([this](sim::LinkManager& client) {
-    try {
-      const std::string answer = client.receive(sim::Deadline(0));
-      log_.event("link",
-                 answer.empty() ? "receives nothing; the connection ends" : "receives \"" + answer + "\"");
-      return true;
-    } catch (const sim::TimedOut&) {
-      return false;
-    }
-  });
+/** Logs what a query has received; returns whether it was anything. */
+bool Unit::logAnswer(sim::LinkManager& query) {
+  try {
+    const std::string answer = query.receive(sim::Deadline(0));
+    const bool isEnd = answer.empty();
+    log_.event("link", isEnd ? "receives nothing; the connection ends" : "receives \"" + answer + "\"");
+    return true;
+  } catch (const sim::TimedOut&) {
+    return false;
+  }
 }
 
 void Unit::logDisplay() {

@@ -72,7 +72,7 @@ void Unit::unplug(const Words& arguments) {
   send(taken.mapped().unplugEvents);
   const std::map<int, Worker> all = workers_;
   for (const auto& [number, worker] : all) {
-    if ((worker.device + "/").starts_with(taken.mapped().directory + "/")) {
+    if (taken.mapped().owns(worker.device.substr(sizeof "/sys"))) {
       worker.process->exitWith(0);
       logEnd(number, " with status 0: its device has gone");
     }

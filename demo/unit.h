@@ -70,7 +70,7 @@ class Unit {
   void logMessages(const Words& messages);
   void logEndedWorkers(const std::string& how);
   void logEnd(int worker, const std::string& how);
-  void logAnswers();
+  [[nodiscard]] bool logAnswer(sim::LinkManager& query);
   void logDisplay();
   void logEndOfDaemon();
 
@@ -82,7 +82,6 @@ class Unit {
   std::map<int, Worker> workers_;                        ///< by number; their end was not logged yet
   int workersStarted_ = 0;
   sim::Daemon* daemon_ = nullptr;  ///< its end was not logged yet
-  std::size_t linesRead_ = 0;
 };
 
 }  // namespace demo

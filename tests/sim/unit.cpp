@@ -187,6 +187,15 @@ void Unit::settle(const Deadline& deadline) {
   daemon().waitForLine(contract::debug::tag + contract::debug::event("settle", devpath), deadline);
 }
 
+void Unit::waitUntilReaped(Worker& worker, const Deadline& deadline) {
+  worker.waitForEnd(deadline);
+  if (daemonRuns() && worker.start.parent == daemon_->pid()) {
+    const std::string notice = contract::debug::line(contract::debug::terminated(worker.start.pid));
+    waitUntil("the daemon to take notice of the end of a worker", deadline, daemon_->endEvents(),
+              [&] { return !daemonRuns() || daemon_->hasLine(notice); });
+  }
+}
+
 void Unit::settleByMouse(const UsbDevice& mouse, const Deadline& deadline) {
   const std::string directory = plug(mouse);
   Worker& worker = workers.waitForWorkerOf(directory, deadline);

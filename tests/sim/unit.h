@@ -92,6 +92,8 @@ class Unit {
    * display, consumes a pending reload, and needs generic devices to be admitted.
    */
   void settle(const Deadline& deadline = {});
+  /** Waits until the worker has ended and the daemon, if it has started it and still runs, has noticed. */
+  void waitUntilReaped(Worker& worker, const Deadline& deadline = {});
   /** A connection to the control socket of the daemon's options. */
   LinkManager connect(const Deadline& deadline = {});
 
