@@ -142,14 +142,11 @@ Words Unit::nextWords(const Words& before) const {
     std::ranges::transform(commands(), std::back_inserter(names), &Command::name);
     return names;
   }
-  if (before[0] == "plug") {
-    return sim::recordingNames();
-  }
-  if (before[0] == "unplug") {
-    return pluggedIn();
-  }
   if (before[0] == "policy") {
     return before.size() % 2 == 1 ? keyNames() : Words{"yes", "no", "default"};
+  }
+  if (before[0] == "plug" || before[0] == "unplug") {
+    return before[0] == "plug" ? sim::recordingNames() : pluggedIn();
   }
   return {};
 }

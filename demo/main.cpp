@@ -85,16 +85,17 @@ bool showScenes() {
 
 int main(int argc, char** argv) {
   const demo::Words arguments(argv + 1, argv + argc);
+  const bool isInteractive = arguments == demo::Words{"--interactive"};
+  if (!arguments.empty() && !isInteractive) {
+    std::cerr << "Usage: usb_rx_demo [--interactive]\n";
+    return 2;
+  }
   try {
-    if (arguments.empty()) {
-      return demo::showScenes() ? EXIT_SUCCESS : EXIT_FAILURE;
-    }
-    if (arguments == demo::Words{"--interactive"}) {
+    if (isInteractive) {
       demo::runPrompt();
       return EXIT_SUCCESS;
     }
-    std::cerr << "Usage: usb_rx_demo [--interactive]\n";
-    return 2;
+    return demo::showScenes() ? EXIT_SUCCESS : EXIT_FAILURE;
   } catch (const std::exception& error) {
     std::cerr << "usb_rx_demo: " << error.what() << '\n';
     return EXIT_FAILURE;

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
-#include <ranges>
 #include <regex>
 
 #include "sim/error.h"
@@ -79,11 +78,6 @@ void Unit::unplug(const Words& arguments) {
   }
 }
 
-Words Unit::pluggedIn() const {
-  const auto devices = std::views::keys(devices_);
-  return {devices.begin(), devices.end()};
-}
-
 void Unit::deliverLink(const Words& arguments) {
   if (arguments[0].size() < 2) {
     throw sim::Error("a message of one character is a query; say query");
@@ -141,10 +135,6 @@ sim::Worker& Unit::process(int worker) const {
     throw sim::Error("no worker #" + std::to_string(worker) + " runs");
   }
   return *found->second.process;
-}
-
-std::string Unit::nameOf(int worker) const {
-  return "#" + std::to_string(worker) + " " + process(worker).program();
 }
 
 }  // namespace demo

@@ -3,6 +3,7 @@
 #include <list>
 #include <map>
 #include <optional>
+#include <ranges>
 #include <string>
 #include <vector>
 
@@ -62,9 +63,14 @@ class Unit {
     unit_.waitUnlessEnded([this] { unit_.settle(); });
   }
   void send(const std::vector<sim::RecordedEvent>& events);
-  [[nodiscard]] Words pluggedIn() const;
+  [[nodiscard]] Words pluggedIn() const {
+    const auto names = std::views::keys(devices_);
+    return {names.begin(), names.end()};
+  }
   [[nodiscard]] sim::Worker& process(int worker) const;
-  [[nodiscard]] std::string nameOf(int worker) const;
+  [[nodiscard]] std::string nameOf(int worker) const {
+    return "#" + std::to_string(worker) + " " + process(worker).program();
+  }
 
   [[nodiscard]] Words takeMessages();
   void logMessages(const Words& messages);
