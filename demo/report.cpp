@@ -84,8 +84,7 @@ void Unit::send(const std::vector<sim::RecordedEvent>& events) {
 }
 
 void Unit::report() {
-  // The daemon looks for uevents before it looks for anything else: when it has handled the second one, it
-  // has done everything else that there was to do before the first.
+  // The daemon looks for uevents first: with the second one, all else that was there before is done.
   settle();
   settle();
   if (daemonRuns()) {
