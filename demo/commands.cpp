@@ -1,12 +1,14 @@
 // The commands, as one types them at the prompt and as the scenes give them.
 
-#include <sys/wait.h>
-
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <iterator>
+#include <optional>
+#include <regex>
+#include <set>
 
+#include "ctrl/configuration_keys.h"
 #include "demo/unit.h"
 #include "sim/error.h"
 #include "sim/line_file.h"
@@ -27,16 +29,13 @@ void listItem(const Log& log, std::string left, const std::string& text) {
   log.item(left, text);
 }
 
-/** Returns its status and the lines of its output. */
-std::pair<int, Words> runConfigurator(Words command) {
+/** Whether it succeeded, and the lines of its output. */
+std::pair<bool, Words> runConfigurator(Words command) {
   constexpr const char* outputFile = "/sim/quor_config";
   sim::LineFile output(outputFile);
   command.insert(command.begin(), DEMO_CONFIGURATOR);
-  int status = 0;
-  if (::waitpid(sim::startProcess(command, {}, outputFile, outputFile), &status, 0) == -1) {
-    throw sim::systemError("waitpid()");
-  }
-  return {status, output.lines()};
+  const sim::ProcessEnd end = sim::runProcess(command, {}, outputFile, outputFile);
+  return {end == sim::ProcessEnd::exited(0), output.lines()};
 }
 
 /** So that the daemon finds it. A program of the host's would not report to the unit. */
@@ -47,6 +46,52 @@ void installGenericWorker(sim::Unit& unit, const std::string& program) {
     throw sim::Error(path.string() + " is there already, and is no worker of the demo");
   }
   unit.installWorker(path);
+}
+
+/** The names of all that the daemon reads, in alphabetical order. */
+Words keyNames() {
+  std::set<std::string> names;
+  for (const ConfigurationKey& key : configurationKeys) {
+    names.insert(key.name);
+  }
+  return {names.begin(), names.end()};
+}
+
+std::optional<std::string> configured(const std::string& key) {
+  const auto [isDone, output] = runConfigurator({"get", key});
+  return isDone && !output.empty() ? std::optional(output.front()) : std::nullopt;
+}
+
+/** The value "default" removes the key. */
+void configure(sim::Unit& unit, const Log& log, const std::string& key, const std::string& value) {
+  const bool isRemoved = value == "default";
+  if (isRemoved && !configured(key)) {
+    return;
+  }
+  if (!isRemoved && key == "apps:quor_usb_rx_generic") {
+    installGenericWorker(unit, value);
+  }
+  const Words command = isRemoved ? Words{"unset", key} : Words{"set", key, value};
+  log.line("config", "quor_config " + typed(command));
+  if (!runConfigurator(command).first) {
+    throw sim::Error("quor_config did not do what it was asked for");
+  }
+}
+
+void logConfiguration(const Log& log) {
+  std::string text;
+  for (const std::string& key : keyNames()) {
+    if (const std::optional<std::string> value = configured(key)) {
+      const std::size_t colon = key.find(':');
+      const std::string section = " [" + key.substr(0, colon) + "] ";
+      text +=
+          (text.find(section) == std::string::npos ? section : ", ") + key.substr(colon + 1) + "=" + *value;
+    }
+  }
+  log.line("config", "/vel/quor.conf says:" + (text.empty() ? " nothing: every key has its default" : text));
+  for (const std::string& fault : text.empty() ? Words{} : runConfigurator({"check"}).second) {
+    log.line("config", "quor_config check: " + fault);
+  }
 }
 
 }  // namespace
@@ -97,14 +142,11 @@ Words Unit::nextWords(const Words& before) const {
     std::ranges::transform(commands(), std::back_inserter(names), &Command::name);
     return names;
   }
-  if (before[0] == "plug") {
-    return sim::recordingNames();
-  }
-  if (before[0] == "unplug") {
-    return pluggedIn();
-  }
   if (before[0] == "policy") {
-    return before.size() % 2 == 1 ? configurationKeys() : Words{"yes", "no", "default"};
+    return before.size() % 2 == 1 ? keyNames() : Words{"yes", "no", "default"};
+  }
+  if (before[0] == "plug" || before[0] == "unplug") {
+    return before[0] == "plug" ? sim::recordingNames() : pluggedIn();
   }
   return {};
 }
@@ -115,7 +157,7 @@ void Unit::help(const Words& /*arguments*/) {
   }
   listItem(log_, "  quit", "end the unit; so does the end of the input");
   log_.item("", "Keys, each with a value, or with default for none:");
-  for (const std::string& key : configurationKeys()) {
+  for (const std::string& key : keyNames()) {
     log_.item("  ", key);
   }
 }
@@ -146,16 +188,24 @@ void Unit::listWorkers(const Words& /*arguments*/) {
   }
 }
 
-const Words& Unit::configurationKeys() {
-  static const Words keys = wordsOf(
-      "apps:quor_usb_rx_generic usb:block_mass_storage usb:classes usb:connect_fail_timeout usb:debug "
-      "usb:hid_only usb:isochronous_enabled usb:isochronous_user_warning usb:log_to_syslog usb:smartcard");
-  return keys;
-}
-
-std::optional<std::string> Unit::configured(const std::string& key) {
-  const auto [status, output] = runConfigurator({"get", key});
-  return status == 0 && !output.empty() ? std::optional(output.front()) : std::nullopt;
+void Unit::startDaemon(const Words& arguments) {
+  if (daemonRuns()) {
+    throw sim::Error("the daemon runs already");
+  }
+  if (arguments.empty()) {
+    return startDaemon(wordsOf("--debug=ctrl,generic,keyboard,scsi --class=all transmitter 5000 high"));
+  }
+  const bool isDebugged = std::regex_search(typed(arguments), std::regex("--debug=\\S*ctrl"));
+  const bool isOnStandardError =
+      std::ranges::count(arguments, "--stderr") > 0 || !configured("usb:log_to_syslog");
+  if (!isDebugged || !isOnStandardError || std::ranges::count(arguments, "--syslog") > 0) {
+    throw sim::Error(
+        "the demo shows the daemon's messages: give it --debug=ctrl, and no --syslog; with "
+        "usb:log_to_syslog give it --stderr, too");
+  }
+  log_.line("daemon", "starts: usb_rx_ctrl " + typed(arguments));
+  daemon_ = &unit_.startDaemon(arguments);
+  unit_.waitUnlessEnded([this] { unit_.waitUntilServing(); });
 }
 
 void Unit::policy(const Words& arguments) {
@@ -163,49 +213,17 @@ void Unit::policy(const Words& arguments) {
     throw sim::Error("a key needs a value; default removes it");
   }
   for (std::size_t i = 0; i < arguments.size(); i += 2) {
-    if (std::ranges::count(configurationKeys(), arguments[i]) == 0) {
+    if (std::ranges::count(keyNames(), arguments[i]) == 0) {
       throw sim::Error("there is no key " + arguments[i] + "; help lists them");
     }
   }
   for (std::size_t i = 0; i < arguments.size(); i += 2) {
-    configure(arguments[i], arguments[i + 1]);
+    configure(unit_, log_, arguments[i], arguments[i + 1]);
   }
-  logConfiguration();
+  logConfiguration(log_);
   if (!arguments.empty() && daemonRuns()) {
     daemon_->signal(SIGHUP);
     log_.line("config", "SIGHUP tells the daemon to read it before the next device");
-  }
-}
-
-/** The value "default" removes the key. */
-void Unit::configure(const std::string& key, const std::string& value) {
-  const bool isRemoved = value == "default";
-  if (isRemoved && !configured(key)) {
-    return;
-  }
-  if (!isRemoved && key == "apps:quor_usb_rx_generic") {
-    installGenericWorker(unit_, value);
-  }
-  const Words command = isRemoved ? Words{"unset", key} : Words{"set", key, value};
-  log_.line("config", "quor_config " + typed(command));
-  if (runConfigurator(command).first != 0) {
-    throw sim::Error("quor_config did not do what it was asked for");
-  }
-}
-
-void Unit::logConfiguration() {
-  std::string text;
-  for (const std::string& key : configurationKeys()) {
-    if (const std::optional<std::string> value = configured(key)) {
-      const std::size_t colon = key.find(':');
-      const std::string section = " [" + key.substr(0, colon) + "] ";
-      text +=
-          (text.find(section) == std::string::npos ? section : ", ") + key.substr(colon + 1) + "=" + *value;
-    }
-  }
-  log_.line("config", "/vel/quor.conf says:" + (text.empty() ? " nothing: every key has its default" : text));
-  for (const std::string& fault : text.empty() ? Words{} : runConfigurator({"check"}).second) {
-    log_.line("config", "quor_config check: " + fault);
   }
 }
 

@@ -6,7 +6,6 @@
 #include <iostream>
 #include <optional>
 
-#include "demo/prompt.h"
 #include "demo/scenes.h"
 #include "demo/unit.h"
 #include "sim/contract.h"
@@ -23,9 +22,8 @@ constexpr const char* introduction =
 
 /** Who acts first is left open, and so is what the display shows first. */
 std::vector<Line> comparable(std::vector<Line> lines) {
-  std::ranges::stable_sort(lines, [](const Line& a, const Line& b) {
-    return a.first != b.first ? a.first < b.first : a.first == "display" && a.second < b.second;
-  });
+  std::ranges::stable_sort(
+      lines, {}, [](const Line& line) { return line.first == "display" ? line : Line(line.first, ""); });
   return lines;
 }
 
@@ -87,16 +85,17 @@ bool showScenes() {
 
 int main(int argc, char** argv) {
   const demo::Words arguments(argv + 1, argv + argc);
+  const bool isInteractive = arguments == demo::Words{"--interactive"};
+  if (!arguments.empty() && !isInteractive) {
+    std::cerr << "Usage: usb_rx_demo [--interactive]\n";
+    return 2;
+  }
   try {
-    if (arguments.empty()) {
-      return demo::showScenes() ? EXIT_SUCCESS : EXIT_FAILURE;
-    }
-    if (arguments == demo::Words{"--interactive"}) {
+    if (isInteractive) {
       demo::runPrompt();
       return EXIT_SUCCESS;
     }
-    std::cerr << "Usage: usb_rx_demo [--interactive]\n";
-    return 2;
+    return demo::showScenes() ? EXIT_SUCCESS : EXIT_FAILURE;
   } catch (const std::exception& error) {
     std::cerr << "usb_rx_demo: " << error.what() << '\n';
     return EXIT_FAILURE;

@@ -1,5 +1,3 @@
-#include "demo/prompt.h"
-
 #include <editline/readline.h>
 #include <poll.h>
 #include <unistd.h>
@@ -12,6 +10,7 @@
 #include <memory>
 #include <optional>
 
+#include "demo/scenes.h"
 #include "demo/unit.h"
 #include "sim/error.h"
 #include "sim/wait.h"

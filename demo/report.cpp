@@ -8,7 +8,6 @@
 #include "demo/unit.h"
 #include "sim/contract.h"
 #include "sim/error.h"
-#include "sim/wait.h"
 
 namespace demo {
 
@@ -23,18 +22,17 @@ bool namesUevent(const std::string& line) {
          line == debug::line(debug::event(words[1], words[2]));
 }
 
+bool namesSubsystem(const std::string& line) {
+  return line.starts_with(debug::line("subsystem is "));
+}
+
 /** Without the uevents that the daemon took no interest in: it names them and their subsystem only. */
 Words withoutPassedOver(const Words& lines) {
   Words kept;
   for (auto begin = lines.begin(); begin != lines.end();) {
     const auto end = std::find_if(begin + 1, lines.end(), namesUevent);
-    const bool isOfInterest =
-        !namesUevent(*begin) || std::any_of(begin + 1, end, [](const std::string& line) {
-          return !line.starts_with(debug::line("subsystem is "));
-        });
-    if (isOfInterest) {
-      kept.insert(kept.end(), begin, end);
-    }
+    const bool isPassedOver = namesUevent(*begin) && std::all_of(begin + 1, end, namesSubsystem);
+    kept.insert(kept.end(), begin, isPassedOver ? begin : end);
     begin = end;
   }
   return kept;
@@ -42,9 +40,7 @@ Words withoutPassedOver(const Words& lines) {
 
 /** A path that does not fit is shown without what leads to the bus. */
 std::string describe(const std::string& datagram, std::size_t columns) {
-  const std::string head = datagram.substr(0, datagram.find('\0'));
-  const std::string path = head.substr(head.find('@') + 1);
-  std::string action = head.substr(0, head.find('@'));
+  auto [action, path] = sim::headOf(datagram);
   action.resize(sizeof "remove", ' ');
   const bool fits = action.size() + path.size() <= columns;
   return action + (fits ? path : std::regex_replace(path, std::regex("^(/[^/]*)/.*?(/usb)"), "$1/...$2"));
@@ -57,78 +53,60 @@ bool isArrivalOrDeparture(const std::string& datagram) {
          (datagram.starts_with("add@") || datagram.starts_with("remove@"));
 }
 
-}  // namespace
-
-void Unit::awaitDaemon(void (sim::Unit::*wait)(const sim::Deadline& deadline)) {
-  try {
-    if (daemonRuns()) {
-      (unit_.*wait)({});
-    }
-  } catch (const sim::Error&) {
-    if (daemonRuns()) {
-      throw;
-    }
+void logPassedOver(const Log& log, int count, bool isFirst) {
+  if (count > 0) {
+    log.line("uevent", (isFirst ? "" : "... and ") + std::to_string(count) + (isFirst ? "" : " more") +
+                           (count == 1 ? " event" : " events") + " of its interfaces and nodes");
   }
 }
 
+}  // namespace
+
 /** Logs uevents with what comes of them, and only counts those of which nothing does. */
 void Unit::send(const std::vector<sim::RecordedEvent>& events) {
+  bool isFirst = true;
   int passedOver = 0;
-  std::string more;
-  const auto logPassedOver = [&] {
-    if (passedOver > 0) {
-      log_.line("uevent", (more.empty() ? "" : "... and ") + std::to_string(passedOver) + more +
-                              (passedOver == 1 ? " event" : " events") + " of its interfaces and nodes");
-    }
-    passedOver = 0;
-    more = " more";
-  };
   for (const sim::RecordedEvent& event : events) {
     unit_.uevents.send(event.datagram);
     settle();
-    readMessages();
-    const Words all = std::exchange(messages_, {});
+    const Words all = takeMessages();
     const Words ofInterest = withoutPassedOver(all);
     if (ofInterest.empty() && !isArrivalOrDeparture(event.datagram)) {
       ++passedOver;
       continue;
     }
-    logPassedOver();
+    logPassedOver(log_, std::exchange(passedOver, 0), std::exchange(isFirst, false));
     log_.line("uevent", describe(event.datagram, log_.textColumns()));
     logMessages(ofInterest.empty() ? all : ofInterest);
     logDisplay();
   }
-  logPassedOver();
+  logPassedOver(log_, passedOver, isFirst);
 }
 
 void Unit::report() {
-  // The daemon looks for uevents before it looks for anything else: when it has handled the second one, it
-  // has done everything else that there was to do before the first.
+  // The daemon looks for uevents first: with the second one, all else that was there before is done.
   settle();
   settle();
   if (daemonRuns()) {
     logEndedWorkers("");
   }
-  readMessages();
-  logMessages(withoutPassedOver(std::exchange(messages_, {})));
-  logAnswers();
+  logMessages(withoutPassedOver(takeMessages()));
+  queries_.remove_if([this](sim::LinkManager& query) { return logAnswer(query); });
   logDisplay();
   logEndOfDaemon();
 }
 
 bool Unit::hasNews() {
-  readMessages();
-  return !messages_.empty() || (daemon_ != nullptr && !daemon_->isRunning());
+  return daemon_ != nullptr && (daemon_->hasUntakenMessages() || !daemon_->isRunning());
 }
 
 /** Leaves out the uevent by which the simulated unit finds out how far the daemon has got. */
-void Unit::readMessages() {
-  while (daemon_ != nullptr && linesRead_ < daemon_->lines().size()) {
-    const std::string message = sim::messageOf(daemon_->lines()[linesRead_++]);
-    if (!message.empty() && !message.starts_with(debug::line(debug::event("settle", "/settle/")))) {
-      messages_.push_back(message);
-    }
-  }
+Words Unit::takeMessages() {
+  Words messages = daemon_ == nullptr ? Words{} : daemon_->takeMessages();
+  std::erase_if(messages, [](const std::string& message) {
+    return message.empty() || message.starts_with(debug::line(debug::event("settle", "/settle/")));
+  });
+  return messages;
 }
 
 void Unit::logMessages(const Words& messages) {
@@ -153,31 +131,23 @@ void Unit::logEndedWorkers(const std::string& how) {
   }
 }
 
-/** Waits for it, and for the daemon to take notice. */
 void Unit::logEnd(int worker, const std::string& how) {
-  sim::Worker& ended = process(worker);
-  ended.waitForEnd();
+  unit_.waitUntilReaped(process(worker));
   log_.event("worker", nameOf(worker) + " has ended" + how);
   workers_.erase(worker);
-  if (daemonRuns() && ended.start.parent == daemon_->pid()) {
-    sim::waitUntil("the daemon to take notice of the end of a worker", {}, endOfDaemon(), [&] {
-      return !daemonRuns() || daemon_->hasLine(debug::line(debug::terminated(ended.start.pid)));
-    });
-  }
   settle();  // what the daemon does about it is done, too
 }
 
-void Unit::logAnswers() {
-  queries_.remove_if([this](sim::LinkManager& client) {
-    try {
-      const std::string answer = client.receive(sim::Deadline(0));
-      log_.event("link",
-                 answer.empty() ? "receives nothing; the connection ends" : "receives \"" + answer + "\"");
-      return true;
-    } catch (const sim::TimedOut&) {
-      return false;
-    }
-  });
+/** Logs what a query has received; returns whether it was anything. */
+bool Unit::logAnswer(sim::LinkManager& query) {
+  try {
+    const std::string answer = query.receive(sim::Deadline(0));
+    const bool isEnd = answer.empty();
+    log_.event("link", isEnd ? "receives nothing; the connection ends" : "receives \"" + answer + "\"");
+    return true;
+  } catch (const sim::TimedOut&) {
+    return false;
+  }
 }
 
 void Unit::logDisplay() {

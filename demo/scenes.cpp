@@ -134,8 +134,7 @@ void workersOfTheirOwn(const Step& step) {
   const std::string disk = usb + "1-2/1-2:1.0/host2/target2:0:0/2:0:0:0/scsi_generic/sg2";
   step("The unit starts with workers for keyboards and disks, all of them talkative, and with keys",
        {"start --class=all --debug=ctrl,generic,keyboard,scsi --keys 'desk 7' key2 "
-        "--sock=/var/run/usb_rx_desk"
-        " transmitter 5000 high"},
+        "--sock=/var/run/usb_rx_desk transmitter 5000 high"},
        {says(debug::hotplugging)}, "The daemon waits for devices.");
   step("The link manager delivers parameters without keys", {"link transmitter 5000 high eth1  "}, {},
        "The daemon keeps the keys that it was started with.");

@@ -22,4 +22,7 @@ using Scene = std::pair<std::string, void (*)(const Step& step)>;
 /** In the order in which they are shown. */
 [[nodiscard]] std::vector<Scene> scenes();
 
+/** The other thing to show: carries out what is typed, up to "quit" or the end of the input. */
+void runPrompt();
+
 }  // namespace demo

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
-#include <ranges>
 #include <regex>
 
 #include "sim/error.h"
@@ -44,27 +43,6 @@ int number(const std::string& word, int largest = 999999) {
 
 }  // namespace
 
-void Unit::startDaemon(const Words& arguments) {
-  if (daemonRuns()) {
-    throw sim::Error("the daemon runs already");
-  }
-  if (arguments.empty()) {
-    return startDaemon(wordsOf("--debug=ctrl,generic,keyboard,scsi --class=all transmitter 5000 high"));
-  }
-  const bool isDebugged = std::regex_search(typed(arguments), std::regex("--debug=\\S*ctrl"));
-  const bool isOnStandardError =
-      std::ranges::count(arguments, "--stderr") > 0 || !configured("usb:log_to_syslog");
-  if (!isDebugged || !isOnStandardError || std::ranges::count(arguments, "--syslog") > 0) {
-    throw sim::Error(
-        "the demo shows the daemon's messages: give it --debug=ctrl, and no --syslog; with "
-        "usb:log_to_syslog give it --stderr, too");
-  }
-  log_.line("daemon", "starts: usb_rx_ctrl " + typed(arguments));
-  daemon_ = &unit_.startDaemon(arguments);
-  linesRead_ = 0;
-  awaitDaemon(&sim::Unit::waitUntilServing);
-}
-
 void Unit::demandDaemon() const {
   if (!daemonRuns()) {
     throw sim::Error("the daemon does not run");
@@ -76,31 +54,11 @@ void Unit::plug(const Words& arguments) {
   if (devices_.contains(identity)) {
     throw sim::Error(arguments[0] + " is plugged in already");
   }
-  const sim::DeviceRecording recording = atFreePort(load(identity));
+  const sim::DeviceRecording recording = unit_.sysfs.atFreePort(load(identity));
   unit_.sysfs.layOut(recording);
-  // A kernel announces nothing that is not there; the recorded trees leave some out.
-  for (const sim::RecordedEvent& event : recording.plugEvents) {
-    const std::string head = event.datagram.substr(0, event.datagram.find('\0'));
-    const std::string directory = "/sys" + head.substr(head.find('@') + 1);
-    unit_.sysfs.makeDirectory(directory);
-  }
+  unit_.sysfs.makeAnnouncedDirectories(recording);
   devices_.emplace(identity, recording);
   send(recording.plugEvents);
-}
-
-/** A port of its own on the bus or hub that the device was recorded on. */
-sim::DeviceRecording Unit::atFreePort(const sim::DeviceRecording& recording) const {
-  constexpr int portsOfHub = 8;
-  constexpr int nodesOfDevice = 2;  // of one kind, at most, among the recordings
-  const std::string place = recording.directory.substr(0, recording.directory.find_last_of("-.") + 1);
-  for (int number = 1; number <= portsOfHub; ++number) {
-    const std::string directory = place + std::to_string(number);
-    if (std::ranges::none_of(devices_,
-                             [&](const auto& each) { return each.second.directory == directory; })) {
-      return sim::atPort(recording, fs::path(directory).filename(), (number - 1) * nodesOfDevice);
-    }
-  }
-  throw sim::Error("all ports of that bus are taken; unplug something first");
 }
 
 /** Its workers end, as real ones do when their device has gone. */
@@ -113,16 +71,11 @@ void Unit::unplug(const Words& arguments) {
   send(taken.mapped().unplugEvents);
   const std::map<int, Worker> all = workers_;
   for (const auto& [number, worker] : all) {
-    if ((worker.device + "/").starts_with(taken.mapped().directory + "/")) {
+    if (taken.mapped().owns(worker.device.substr(sizeof "/sys"))) {
       worker.process->exitWith(0);
       logEnd(number, " with status 0: its device has gone");
     }
   }
-}
-
-Words Unit::pluggedIn() const {
-  const auto devices = std::views::keys(devices_);
-  return {devices.begin(), devices.end()};
 }
 
 void Unit::deliverLink(const Words& arguments) {
@@ -159,16 +112,14 @@ void Unit::hangUp(const Words& /*arguments*/) {
 }
 
 void Unit::endWorker(const Words& arguments) {
-  const int worker = number(arguments[0]);
   const int status = number(arguments[1], 255);
-  process(worker).exitWith(status);
-  logEnd(worker, " with status " + std::to_string(status));
+  process(number(arguments[0])).exitWith(status);
+  logEnd(number(arguments[0]), " with status " + std::to_string(status));
 }
 
 void Unit::crashWorker(const Words& arguments) {
-  const int worker = number(arguments[0]);
-  process(worker).dieBy(SIGKILL);
-  logEnd(worker, " by signal " + std::to_string(SIGKILL));
+  process(number(arguments[0])).dieBy(SIGKILL);
+  logEnd(number(arguments[0]), " by signal " + std::to_string(SIGKILL));
 }
 
 void Unit::awaitEndOfWorker(const Words& arguments) {
@@ -184,10 +135,6 @@ sim::Worker& Unit::process(int worker) const {
     throw sim::Error("no worker #" + std::to_string(worker) + " runs");
   }
   return *found->second.process;
-}
-
-std::string Unit::nameOf(int worker) const {
-  return "#" + std::to_string(worker) + " " + process(worker).program();
 }
 
 }  // namespace demo

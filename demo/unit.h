@@ -3,6 +3,7 @@
 #include <list>
 #include <map>
 #include <optional>
+#include <ranges>
 #include <string>
 #include <vector>
 
@@ -57,26 +58,25 @@ class Unit {
 
   [[nodiscard]] bool daemonRuns() const { return daemon_ != nullptr && daemon_->isRunning(); }
   void demandDaemon() const;
-  /** The daemon's end will do, too. */
-  void awaitDaemon(void (sim::Unit::*wait)(const sim::Deadline& deadline));
   /** Returns when the daemon has handled all uevents sent before, or has ended. */
-  void settle() { awaitDaemon(&sim::Unit::settle); }
+  void settle() {
+    unit_.waitUnlessEnded([this] { unit_.settle(); });
+  }
   void send(const std::vector<sim::RecordedEvent>& events);
-  [[nodiscard]] sim::DeviceRecording atFreePort(const sim::DeviceRecording& recording) const;
-  [[nodiscard]] Words pluggedIn() const;
-  /** All that the daemon reads, "section:key". */
-  static const Words& configurationKeys();
-  [[nodiscard]] static std::optional<std::string> configured(const std::string& key);
+  [[nodiscard]] Words pluggedIn() const {
+    const auto names = std::views::keys(devices_);
+    return {names.begin(), names.end()};
+  }
   [[nodiscard]] sim::Worker& process(int worker) const;
-  [[nodiscard]] std::string nameOf(int worker) const;
-  void configure(const std::string& key, const std::string& value);
-  void logConfiguration();
+  [[nodiscard]] std::string nameOf(int worker) const {
+    return "#" + std::to_string(worker) + " " + process(worker).program();
+  }
 
-  void readMessages();
+  [[nodiscard]] Words takeMessages();
   void logMessages(const Words& messages);
   void logEndedWorkers(const std::string& how);
   void logEnd(int worker, const std::string& how);
-  void logAnswers();
+  [[nodiscard]] bool logAnswer(sim::LinkManager& query);
   void logDisplay();
   void logEndOfDaemon();
 
@@ -88,8 +88,6 @@ class Unit {
   std::map<int, Worker> workers_;                        ///< by number; their end was not logged yet
   int workersStarted_ = 0;
   sim::Daemon* daemon_ = nullptr;  ///< its end was not logged yet
-  std::size_t linesRead_ = 0;
-  Words messages_;  ///< read, not logged yet
 };
 
 }  // namespace demo

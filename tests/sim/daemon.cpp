@@ -133,6 +133,13 @@ std::vector<std::string> Daemon::messages() {
   return all;
 }
 
+std::vector<std::string> Daemon::takeMessages() {
+  std::vector<std::string> all = messages();
+  all.erase(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(taken_));
+  taken_ += all.size();
+  return all;
+}
+
 std::string Daemon::standardError() const {
   return readFile(folder_ + "/stderr");
 }

@@ -53,6 +53,10 @@ class Daemon {
   [[nodiscard]] const std::vector<std::string>& lines();
   /** The same without the time before each. */
   [[nodiscard]] std::vector<std::string> messages();
+  /** The messages that were not returned by this function before. */
+  std::vector<std::string> takeMessages();
+  /** Whether takeMessages() would return any. */
+  [[nodiscard]] bool hasUntakenMessages() { return taken_ < lines().size(); }
   [[nodiscard]] std::string standardError() const;
   [[nodiscard]] std::string standardOutput() const;
 
@@ -72,6 +76,7 @@ class Daemon {
   std::optional<ProcessEnd> end_;
   LineFile standardError_;
   std::size_t nextLine_ = 0;  ///< where waitForLine() goes on
+  std::size_t taken_ = 0;
   StateReport stateReport_;
 };
 

@@ -186,4 +186,13 @@ pid_t startProcess(const std::vector<std::string>& command, const ProcessOptions
   return child;
 }
 
+ProcessEnd runProcess(const std::vector<std::string>& command, const ProcessOptions& options,
+                      const std::string& outputFile, const std::string& errorFile) {
+  int status = 0;
+  if (::waitpid(startProcess(command, options, outputFile, errorFile), &status, 0) == -1) {
+    throw systemError("waitpid()");
+  }
+  return ProcessEnd::of(status);
+}
+
 }  // namespace sim

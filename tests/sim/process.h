@@ -56,5 +56,8 @@ struct ProcessOptions {
  */
 pid_t startProcess(const std::vector<std::string>& command, const ProcessOptions& options,
                    const std::string& outputFile, const std::string& errorFile);
+/** The same for a program that ends by itself; waits for its end. */
+ProcessEnd runProcess(const std::vector<std::string>& command, const ProcessOptions& options,
+                      const std::string& outputFile, const std::string& errorFile);
 
 }  // namespace sim

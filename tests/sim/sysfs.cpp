@@ -5,6 +5,8 @@
 
 #include "sim/error.h"
 #include "sim/files.h"
+#include "sim/recording_views.h"
+#include "sim/uevent.h"
 
 namespace sim {
 
@@ -48,6 +50,25 @@ void Sysfs::layOut(const DeviceRecording& recording) {
       layOutEntry(entry);
     }
   }
+}
+
+void Sysfs::makeAnnouncedDirectories(const DeviceRecording& recording) {
+  for (const RecordedEvent& event : recording.plugEvents) {
+    makeDirectory("/sys" + headOf(event.datagram).second);
+  }
+}
+
+DeviceRecording Sysfs::atFreePort(const DeviceRecording& recording) const {
+  constexpr int portsOfHub = 8;
+  constexpr int nodesOfDevice = 2;  // of one kind, at most, among the recordings
+  const std::string place = recording.directory.substr(0, recording.directory.find_last_of("-.") + 1);
+  for (int number = 1; number <= portsOfHub; ++number) {
+    const std::string directory = place + std::to_string(number);
+    if (!fs::exists(placeOf(directory))) {
+      return atPort(recording, fs::path(directory).filename(), (number - 1) * nodesOfDevice);
+    }
+  }
+  throw Error("all ports of that bus are taken; unplug something first");
 }
 
 void Sysfs::layOutEntry(const TreeEntry& entry) {

@@ -26,6 +26,13 @@ class Sysfs {
    * above it where they are not there yet.
    */
   void layOut(const DeviceRecording& recording);
+  /**
+   * Makes the directories that the events of its plug name and its tree leaves out: a kernel announces
+   * nothing that is not there.
+   */
+  void makeAnnouncedDirectories(const DeviceRecording& recording);
+  /** The recording at a port of its own on the bus or hub that it was recorded on. */
+  [[nodiscard]] DeviceRecording atFreePort(const DeviceRecording& recording) const;
   /** Removes the device and its links. Hubs above it stay, as they do when a device is taken out. */
   void remove(const DeviceRecording& recording);
 

@@ -12,4 +12,10 @@ std::string uevent(const std::string& action, const std::string& devpath, const 
   return datagram;
 }
 
+std::pair<std::string, std::string> headOf(const std::string& datagram) {
+  const std::string head = datagram.substr(0, datagram.find('\0'));
+  const std::size_t at = head.find('@');
+  return {head.substr(0, at), head.substr(at + 1)};
+}
+
 }  // namespace sim

@@ -14,5 +14,7 @@ using UeventPairs = std::vector<std::pair<std::string, std::string>>;
  */
 [[nodiscard]] std::string uevent(const std::string& action, const std::string& devpath,
                                  const UeventPairs& pairs = {});
+/** The action and the devpath of a datagram. */
+[[nodiscard]] std::pair<std::string, std::string> headOf(const std::string& datagram);
 
 }  // namespace sim

@@ -101,7 +101,7 @@ void Unit::unplug(const std::string& directory) {
 }
 
 Daemon& Unit::startDaemon(std::vector<std::string> arguments, const ProcessOptions& options) {
-  if (daemon_ && daemon_->isRunning()) {
+  if (daemonRuns()) {
     throw Error("the unit's daemon runs already");
   }
   daemon_.reset();
@@ -127,6 +127,18 @@ Daemon& Unit::daemon() {
     throw Error("the unit's daemon was not started");
   }
   return *daemon_;
+}
+
+void Unit::waitUnlessEnded(const std::function<void()>& wait) {
+  try {
+    if (daemonRuns()) {
+      wait();
+    }
+  } catch (const Error&) {
+    if (daemonRuns()) {
+      throw;
+    }
+  }
 }
 
 bool Unit::daemonLogsEvents() const {
@@ -175,6 +187,15 @@ void Unit::settle(const Deadline& deadline) {
   daemon().waitForLine(contract::debug::tag + contract::debug::event("settle", devpath), deadline);
 }
 
+void Unit::waitUntilReaped(Worker& worker, const Deadline& deadline) {
+  worker.waitForEnd(deadline);
+  if (daemonRuns() && worker.start.parent == daemon_->pid()) {
+    const std::string notice = contract::debug::line(contract::debug::terminated(worker.start.pid));
+    waitUntil("the daemon to take notice of the end of a worker", deadline, daemon_->endEvents(),
+              [&] { return !daemonRuns() || daemon_->hasLine(notice); });
+  }
+}
+
 void Unit::settleByMouse(const UsbDevice& mouse, const Deadline& deadline) {
   const std::string directory = plug(mouse);
   Worker& worker = workers.waitForWorkerOf(directory, deadline);
@@ -185,7 +206,7 @@ void Unit::settleByMouse(const UsbDevice& mouse, const Deadline& deadline) {
 
 void Unit::endDaemon() noexcept {
   try {
-    if (daemon_ && daemon_->isRunning()) {
+    if (daemonRuns()) {
       const Deadline deadline(secondsToEnd);
       LinkManager last = connect(deadline);
       last.configure();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -74,6 +75,9 @@ class Unit {
   Daemon& startDaemon(std::vector<std::string> arguments = {"--debug=ctrl", "transmitter", "5000", "high"},
                       const ProcessOptions& options = {});
   [[nodiscard]] Daemon& daemon();
+  [[nodiscard]] bool daemonRuns() { return daemon_ && daemon_->isRunning(); }
+  /** Waits for something of the daemon, unless it has ended or ends meanwhile. */
+  void waitUnlessEnded(const std::function<void()>& wait);
 
   /**
    * Waits until coldplug is done and the main loop serves. With --debug=ctrl on standard error it reads the
@@ -88,6 +92,8 @@ class Unit {
    * display, consumes a pending reload, and needs generic devices to be admitted.
    */
   void settle(const Deadline& deadline = {});
+  /** Waits until the worker has ended and the daemon, if it has started it and still runs, has noticed. */
+  void waitUntilReaped(Worker& worker, const Deadline& deadline = {});
   /** A connection to the control socket of the daemon's options. */
   LinkManager connect(const Deadline& deadline = {});
 

@@ -1,7 +1,5 @@
 #include "unit/tools/quor_config_run.h"
 
-#include <sys/wait.h>
-
 #include <filesystem>
 #include <ostream>
 
@@ -9,12 +7,6 @@
 #include "sim/program.h"
 
 namespace {
-
-sim::ProcessEnd endOf(pid_t process) {
-  int status = 0;
-  waitpid(process, &status, 0);
-  return sim::ProcessEnd::of(status);
-}
 
 Arguments quorConfigCommand(const Arguments& arguments) {
   Arguments command = sim::commandOf("SIM_QUOR_CONFIG", QUOR_CONFIG_PROGRAM);
@@ -44,8 +36,7 @@ Outcome runProgram(const Arguments& command, const sim::ProcessOptions& options)
   const support::TemporaryDirectory directory;
   sim::writeFile(directory / "output", "");
   sim::writeFile(directory / "errors", "");
-  const sim::ProcessEnd end =
-      endOf(sim::startProcess(command, options, directory / "output", directory / "errors"));
+  const sim::ProcessEnd end = sim::runProcess(command, options, directory / "output", directory / "errors");
   return {end, sim::readFile(directory / "output"), sim::readFile(directory / "errors")};
 }
 
@@ -56,8 +47,7 @@ Outcome quorConfig(const Arguments& arguments, const sim::ProcessOptions& option
 Outcome quorConfigInto(const std::string& output, const Arguments& arguments) {
   const support::TemporaryDirectory directory;
   sim::writeFile(directory / "errors", "");
-  const sim::ProcessEnd end =
-      endOf(sim::startProcess(quorConfigCommand(arguments), {}, output, directory / "errors"));
+  const sim::ProcessEnd end = sim::runProcess(quorConfigCommand(arguments), {}, output, directory / "errors");
   return {end, "", sim::readFile(directory / "errors")};
 }
 
