@@ -103,7 +103,7 @@ std::optional<std::string> readLine() {
     return std::nullopt;
   }
   add_history(text.get());
-  return text.get();
+  return std::string(text.get());
 }
 
 }  // namespace

@@ -114,10 +114,10 @@ void Unit::logMessages(const Words& messages) {
     log_.event("daemon", message);
     if (message.starts_with(debug::line("starting usb_rx_"))) {  // "... for PATH"
       // Workers are handed out in the order of their starts, and so are the daemon's messages.
-      sim::Worker& process = unit_.workers.waitForWorker();
-      workers_[++workersStarted_] = {wordsOf(message).at(4), &process};
+      sim::Worker& started = unit_.workers.waitForWorker();
+      workers_[++workersStarted_] = {wordsOf(message).at(4), &started};
       log_.event("worker",
-                 "#" + std::to_string(workersStarted_) + " starts: " + typed(process.start.arguments));
+                 "#" + std::to_string(workersStarted_) + " starts: " + typed(started.start.arguments));
     }
   }
 }

@@ -17,7 +17,7 @@ std::string resolveDevicePath(const std::string& devpath) {
 }
 
 // The policy concerns generic devices only.
-DeviceKind classifyByPolicyToo(RxCtrl& ctrl, const std::string& realPath) {
+DeviceKind decideKind(RxCtrl& ctrl, const std::string& realPath) {
   const DeviceKind kind = classify(ctrl.classes, realPath);
   const bool isRefused = kind == DeviceKind::generic && !checkAdmission(ctrl, realPath);
   return isRefused ? DeviceKind::unsupported : kind;
@@ -68,7 +68,7 @@ void handle(RxCtrl& ctrl, const std::string& action, const std::string& devpath)
     logDebug("a subprocess is already handling this device");
     return;
   }
-  serve(ctrl, classifyByPolicyToo(ctrl, realPath), realPath);
+  serve(ctrl, decideKind(ctrl, realPath), realPath);
 }
 
 }  // namespace
