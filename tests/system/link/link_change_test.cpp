@@ -39,6 +39,7 @@ class LinkChange : public support::DaemonFixture {
 
   /** What the display shows because of new parameters. */
   Lines shownAt(const std::string& speed) {
+    unit.settle();  // a worker runs before the daemon announces it
     unit.display.takeWrites();
     deliver(linkLine(speed));
     return unit.display.takeWrites();
