@@ -18,7 +18,7 @@ constexpr mode_t newFileMode = 0666;
 int openPath(const std::string& path, int flags) {
   const int fd = ::open(path.c_str(), flags, newFileMode);
   if (fd == -1) {
-    throwErrno("open(\"" + path + "\")", errno);
+    throwErrno({"open(\"", path, "\")"}, errno);
   }
   return fd;
 }
@@ -49,7 +49,7 @@ int FileDescriptor::release() {
 
 void FileDescriptor::setCloseOnExec() const {
   if (::fcntl(fd_, F_SETFD, FD_CLOEXEC) == -1) {
-    throwErrno("fcntl(\"" + name_ + "\",F_SETFD,FD_CLOEXEC)", errno);
+    throwErrno({"fcntl(\"", name_, "\",F_SETFD,FD_CLOEXEC)"}, errno);
   }
 }
 
@@ -59,7 +59,7 @@ std::size_t FileDescriptor::read(void* buffer, std::size_t length) const {
     count = ::read(fd_, buffer, length);
   } while (count == -1 && errno == EINTR);
   if (count == -1) {
-    throwErrno("read(\"" + name_ + "\")", errno);
+    throwErrno({"read(\"", name_, "\")"}, errno);
   }
   return static_cast<std::size_t>(count);
 }
@@ -104,7 +104,7 @@ std::size_t FileDescriptor::write(const void* buffer, std::size_t length) {
   }
   const ssize_t count = ::write(fd_, buffer, length);
   if (count == -1) {
-    throwErrno("write(\"" + name_ + "\")", errno);
+    throwErrno({"write(\"", name_, "\")"}, errno);
   }
   return static_cast<std::size_t>(count);
 }
