@@ -25,13 +25,21 @@ int openPath(const std::string& path, int flags) {
 
 }  // namespace
 
-// The delegated constructor has run by then, so a failed setCloseOnExec() closes the descriptor.
-FileDescriptor::FileDescriptor(const std::string& path, int flags)
-    : FileDescriptor(openPath(path, flags), path, true) {
+// It opens when all else that can fail is done. The delegated constructor has run by then, so a failed
+// setCloseOnExec() closes the descriptor.
+FileDescriptor::FileDescriptor(const std::string& path, int flags) : FileDescriptor(-1, path, false) {
+  fd_ = openPath(path, flags);
+  owns_ = true;
   setCloseOnExec();
 }
 
-FileDescriptor::FileDescriptor(int fd, bool owns) : FileDescriptor(fd, "fd" + std::to_string(fd), owns) {}
+FileDescriptor::FileDescriptor(int fd, bool owns) try : FileDescriptor(fd, "fd" + std::to_string(fd), owns) {
+} catch (...) {
+  // There is no object whose destructor would do it.
+  if (owns) {
+    ::close(fd);
+  }
+}
 
 FileDescriptor::FileDescriptor(int fd, std::string name, bool owns)
     : fd_(fd), name_(std::move(name)), owns_(owns) {}
