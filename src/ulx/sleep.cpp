@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 #include <ctime>
+#include <limits>
 
 #include "ulx/exceptions.h"
 
@@ -12,9 +13,19 @@ namespace {
 
 constexpr double nanosecondsPerSecond = 1e9;
 
+// The seconds of a request have 32 bits on the unit. What is not a number is in no range.
+bool isHoldable(double wholeSeconds) {
+  using Limits = std::numeric_limits<std::int32_t>;
+  return wholeSeconds >= Limits::min() && wholeSeconds <= Limits::max();
+}
+
 timespec toTimespec(double seconds) {
   double whole = 0;
   const double fraction = std::modf(seconds, &whole);
+  if (!isHoldable(whole)) {
+    errno = EINVAL;
+    throwErrno("nanosleep", EINVAL);
+  }
   return {.tv_sec = static_cast<std::int32_t>(whole),
           .tv_nsec = static_cast<long>(fraction * nanosecondsPerSecond)};
 }

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <chrono>
 #include <ctime>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -57,6 +58,21 @@ TEST(Sleep, LastsItsWholeTimeThroughSignals) {
 TEST(Sleep, ThatFailsIsThrown) {
   EXPECT_EQ(support::caught<ulx::InvalidArgument>([] { ulx::sleepSeconds(-0.5); }).text(),
             "Invalid argument while nanosleep\n");
+}
+
+TEST(Sleep, TakesNoTimeThat32BitsOfSecondsCannotHold) {
+  using Seconds = std::numeric_limits<double>;
+  for (const double seconds : {2147483648.0, 1e300, Seconds::infinity(), -2147483649.0, -1e300,
+                               -Seconds::infinity(), Seconds::quiet_NaN()}) {
+    EXPECT_EQ(support::caught<ulx::InvalidArgument>([=] {
+                errno = ENOENT;
+                requestsOf(seconds);
+              }).text(),
+              "Invalid argument while nanosleep\n")
+        << seconds;
+  }
+  EXPECT_EQ(requestsOf(2147483647.5), (std::vector<Request>{{2147483647, 500'000'000}}));
+  EXPECT_EQ(requestsOf(-2147483648.0), (std::vector<Request>{{-2147483648LL, 0}}));
 }
 
 }  // namespace
