@@ -1,56 +1,100 @@
 #include "config/parse_stream.h"
 
+#include <array>
+#include <cstdarg>
+#include <cstddef>
+#include <string_view>
+
+namespace {
+
+constexpr std::size_t complaintSize = 4096;  // fits any line of a file and its path: ASCIILINESZ is 1024
+using Complaint = std::array<char, complaintSize>;
+
+// iniparser's callback has no argument of its own.
+ConfigReporter reporter = nullptr;
+
+[[gnu::format(printf, 1, 0)]] Complaint formatComplaint(const char* format, std::va_list arguments) {
+  Complaint complaint{};
+  std::vsnprintf(complaint.data(), complaint.size(), format, arguments);
+  return complaint;
+}
+
+// Has iniparser's complaints handled during a scope.
+class HandledComplaints {
+ public:
+  HandledComplaints(ConfigReporter report, int (*handle)(const char* format, ...)) {
+    reporter = report;
+    iniparser_set_error_callback(handle);
+  }
+  HandledComplaints(const HandledComplaints&) = delete;
+  HandledComplaints& operator=(const HandledComplaints&) = delete;
+  ~HandledComplaints() { iniparser_set_error_callback(nullptr); }
+};
+
+}  // namespace
+
 #ifdef INIPARSER_HAS_LOAD_FILE
 
-ConfigDictionary* parseStream(FILE* stream, const char* path) {
+namespace {
+
+int handleComplaint(const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  const Complaint complaint = formatComplaint(format, arguments);
+  va_end(arguments);
+  reporter(complaint.data());
+  return 0;
+}
+
+}  // namespace
+
+ConfigDictionary* parseStream(FILE* stream, const char* path, ConfigReporter report) {
+  const HandledComplaints handled(report, handleComplaint);
   return iniparser_load_file(stream, path);
 }
 
 #else
 
-#include <array>
-#include <cstdarg>
-#include <cstddef>
-#include <cstring>
-#include <string_view>
-
 // Before version 4.2, iniparser loads files by name only. A writer may have moved another file to the path by
 // now; the descriptor's name under /proc always leads to the open, locked file. This needs a mounted /proc
-// and one more free descriptor, otherwise iniparser prints that it cannot open the file.
+// and one more free descriptor, otherwise iniparser complains that it cannot open the file.
 namespace {
 
 constexpr std::size_t descriptorPathSize = 32;
-constexpr std::size_t messageSize = 2048;  // fits any line of the file: ASCIILINESZ of iniparser is 1024
 
 std::array<char, descriptorPathSize> descriptorPath{};
 const char* filePath = nullptr;
 
-// Prints iniparser's message with the file's path in place of the descriptor's name.
-int printParseError(const char* format, ...) {
-  std::array<char, messageSize> message{};
+// The complaint with the file's path in place of the descriptor's name.
+Complaint nameTheFile(const Complaint& complaint) {
+  const std::string_view text = complaint.data();
+  const std::string_view descriptor = descriptorPath.data();
+  const std::size_t at = text.find(descriptor);
+  if (at == std::string_view::npos) {
+    return complaint;
+  }
+  Complaint named{};
+  std::snprintf(named.data(), named.size(), "%.*s%s%s", static_cast<int>(at), text.data(), filePath,
+                text.data() + at + descriptor.size());
+  return named;
+}
+
+int handleComplaint(const char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
-  std::vsnprintf(message.data(), message.size(), format, arguments);
+  const Complaint complaint = formatComplaint(format, arguments);
   va_end(arguments);
-
-  const std::string_view text = message.data();
-  const std::size_t at = text.find(descriptorPath.data());
-  if (at == std::string_view::npos) {
-    return std::fputs(message.data(), stderr);
-  }
-  const char* rest = message.data() + at + std::strlen(descriptorPath.data());
-  return std::fprintf(stderr, "%.*s%s%s", static_cast<int>(at), message.data(), filePath, rest);
+  reporter(nameTheFile(complaint).data());
+  return 0;
 }
 
 }  // namespace
 
-ConfigDictionary* parseStream(FILE* stream, const char* path) {
+ConfigDictionary* parseStream(FILE* stream, const char* path, ConfigReporter report) {
   std::snprintf(descriptorPath.data(), descriptorPath.size(), "/proc/self/fd/%d", fileno(stream));
   filePath = path;
-  iniparser_set_error_callback(printParseError);
-  ConfigDictionary* parsed = iniparser_load(descriptorPath.data());
-  iniparser_set_error_callback(nullptr);
-  return parsed;
+  const HandledComplaints handled(report, handleComplaint);
+  return iniparser_load(descriptorPath.data());
 }
 
 #endif

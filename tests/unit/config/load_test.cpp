@@ -4,6 +4,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
+#include <filesystem>
 #include <initializer_list>
 #include <string>
 #include <vector>
@@ -112,6 +113,34 @@ TEST(Load, PrintsALongFaultyLineWholeAndNamesOneThatIsTooLong) {
   expectRefused(faulty, {"in " + faulty.path() + " (1)", line});
   const ConfigFile tooLong("[usb]\ndebug=" + std::string(2000, 'x') + "\n");
   expectRefused(tooLong, {"line too long in " + tooLong.path() + " (2)"});
+}
+
+TEST(Load, RefusesAFileThatCannotBeReadToItsEnd) {
+  const support::TemporaryDirectory directory;
+  std::filesystem::create_symlink("/proc/self/mem", directory / "quor.conf");
+  const Failure failure = failureOf(directory / "quor.conf");
+  EXPECT_EQ(failure.output, "");
+  EXPECT_EQ(failure.errors, "");
+}
+
+// What a reporter got; it has no place of its own to keep it.
+support::Lines reported;
+
+void report(const char* complaint) {
+  reported.emplace_back(complaint);
+}
+
+TEST(Load, GivesEachComplaintToItsReporterInPlaceOfStandardError) {
+  const ConfigFile file("[usb\n[apps]\nx=1\nno setting\n");
+  reported.clear();
+  const support::CapturedStandardError errors;
+  EXPECT_EQ(configLoad(file.name(), report), nullptr);
+  EXPECT_EQ(reported,
+            (support::Lines{"iniparser: syntax error in " + file.path() + " (1):\n-> [usb\n",
+                            "iniparser: syntax error in " + file.path() + " (4):\n-> no setting\n"}));
+  EXPECT_EQ(errors.writes(), support::Lines());
+  EXPECT_EQ(configLoad(file.name()), nullptr);
+  EXPECT_EQ(errors.writes(), reported) << "without a reporter";
 }
 
 TEST(Load, HoldsASharedLockWhileItParses) {
