@@ -12,6 +12,12 @@ using Complaint = std::array<char, complaintSize>;
 
 // iniparser's callback has no argument of its own.
 ConfigReporter reporter = nullptr;
+bool hasComplained = false;
+
+void reportComplaint(const Complaint& complaint) {
+  hasComplained = true;
+  reporter(complaint.data());
+}
 
 [[gnu::format(printf, 1, 0)]] Complaint formatComplaint(const char* format, std::va_list arguments) {
   Complaint complaint{};
@@ -24,12 +30,22 @@ class HandledComplaints {
  public:
   HandledComplaints(ConfigReporter report, int (*handle)(const char* format, ...)) {
     reporter = report;
+    hasComplained = false;
     iniparser_set_error_callback(handle);
   }
   HandledComplaints(const HandledComplaints&) = delete;
   HandledComplaints& operator=(const HandledComplaints&) = delete;
   ~HandledComplaints() { iniparser_set_error_callback(nullptr); }
 };
+
+// When memory runs out, iniparser complains and returns what it has so far: half of the settings.
+ConfigDictionary* wholeOrNone(ConfigDictionary* parsed) {
+  if (parsed != nullptr && hasComplained) {
+    iniparser_freedict(parsed);
+    return nullptr;
+  }
+  return parsed;
+}
 
 }  // namespace
 
@@ -42,7 +58,7 @@ int handleComplaint(const char* format, ...) {
   va_start(arguments, format);
   const Complaint complaint = formatComplaint(format, arguments);
   va_end(arguments);
-  reporter(complaint.data());
+  reportComplaint(complaint);
   return 0;
 }
 
@@ -50,7 +66,7 @@ int handleComplaint(const char* format, ...) {
 
 ConfigDictionary* parseStream(FILE* stream, const char* path, ConfigReporter report) {
   const HandledComplaints handled(report, handleComplaint);
-  return iniparser_load_file(stream, path);
+  return wholeOrNone(iniparser_load_file(stream, path));
 }
 
 #else
@@ -84,7 +100,7 @@ int handleComplaint(const char* format, ...) {
   va_start(arguments, format);
   const Complaint complaint = formatComplaint(format, arguments);
   va_end(arguments);
-  reporter(nameTheFile(complaint).data());
+  reportComplaint(nameTheFile(complaint));
   return 0;
 }
 
@@ -94,7 +110,7 @@ ConfigDictionary* parseStream(FILE* stream, const char* path, ConfigReporter rep
   std::snprintf(descriptorPath.data(), descriptorPath.size(), "/proc/self/fd/%d", fileno(stream));
   filePath = path;
   const HandledComplaints handled(report, handleComplaint);
-  return iniparser_load(descriptorPath.data());
+  return wholeOrNone(iniparser_load(descriptorPath.data()));
 }
 
 #endif
