@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <list>
 
+#include "control/departed_clients.h"
 #include "ctrl/link.h"
 #include "ctrl/messages.h"
 #include "ulx/exceptions.h"
@@ -110,6 +111,7 @@ void answerWaitingClients(const RxCtrl& ctrl, std::string_view message, int serv
 }  // namespace
 
 int serveControlClient(RxCtrl& ctrl) {
+  closeDepartedClients(ctrl);
   ulx::FileDescriptor client(acceptClient(ctrl.listener), true);
   keepFromWorkers(client.fd());
   const std::string message = receiveMessage(client.fd());

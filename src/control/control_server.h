@@ -25,7 +25,8 @@ class ControlServer : public ulx::FileDescriptor {
 
 /**
  * The connection of the client that delivered the link parameters in force. It is not closed with this
- * object: when a later client takes its place, its own client still sees a connection, not an end.
+ * object: when a later client takes its place, its own client still sees a connection, not an end. A replaced
+ * one is closed when its client has gone (`RxCtrl::replacedConnections`).
  */
 class ControlConnection : public ulx::FileDescriptor {
  public:
