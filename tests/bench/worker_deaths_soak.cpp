@@ -1,12 +1,12 @@
 // Lets ten thousand workers of one daemon end and checks that nothing of them is left.
 
+#include <fstream>
 #include <iostream>
 #include <stdexcept>
 #include <string>
 
 #include "sim/deadline.h"
 #include "sim/error.h"
-#include "sim/footprint.h"
 #include "sim/unit.h"
 
 namespace {
@@ -16,6 +16,28 @@ constexpr int deathsWithRestart = 300;  // each takes 150 ms
 constexpr int batch = 100;              // how many end about the same time
 constexpr int reportEvery = 1'000;
 constexpr long toleratedGrowth = 16;  // kB of resident memory since the first report: four pages
+
+/** What the daemon holds at one moment. */
+struct Footprint {
+  long residentKilobytes;
+  std::size_t descriptors;
+  std::size_t children;
+};
+
+std::ostream& operator<<(std::ostream& out, const Footprint& footprint) {
+  return out << footprint.residentKilobytes << " kB resident, " << footprint.descriptors << " descriptors, "
+             << footprint.children << " children";
+}
+
+long residentKilobytesOf(pid_t process) {
+  std::ifstream status("/proc/" + std::to_string(process) + "/status");
+  for (std::string word; status >> word;) {
+    if (long kilobytes = 0; word == "VmRSS:" && status >> kilobytes) {
+      return kilobytes;
+    }
+  }
+  throw std::runtime_error("the daemon has no resident memory");
+}
 
 /** A unit whose generic workers end as soon as they are started. */
 class RestlessUnit {
@@ -48,7 +70,10 @@ class RestlessUnit {
     awaitNoChildren();
   }
 
-  [[nodiscard]] sim::Footprint footprint() { return sim::footprintOf(unit_.daemon().pid()); }
+  [[nodiscard]] Footprint footprint() {
+    const sim::Daemon& daemon = unit_.daemon();
+    return {residentKilobytesOf(daemon.pid()), daemon.openDescriptors().size(), daemon.children().size()};
+  }
 
  private:
   void awaitMessages(const std::string& text, int count) {
@@ -73,7 +98,7 @@ class RestlessUnit {
   std::vector<std::string> devices_;
 };
 
-bool hasGrown(const sim::Footprint& first, const sim::Footprint& last) {
+bool hasGrown(const Footprint& first, const Footprint& last) {
   return last.residentKilobytes > first.residentKilobytes + toleratedGrowth ||
          last.descriptors != first.descriptors || last.children != 0;
 }
@@ -86,7 +111,7 @@ bool staysFlat() {
     unit.letABatchEnd();
     ended += batch;
   }
-  const sim::Footprint first = unit.footprint();
+  const Footprint first = unit.footprint();
   std::cout << ended << " workers have ended: " << first << std::endl;
   while (ended < deaths) {
     unit.letABatchEnd();
