@@ -1,3 +1,4 @@
+#include <chrono>
 #include <csignal>
 #include <string>
 
@@ -23,6 +24,9 @@ constexpr int usual = 200;
 
 /** The queue is not filled beyond this while the storm is kept up. */
 constexpr unsigned calmQueue = 8 * 1024 * 1024;
+
+/** Three seconds, the last look, and a busy machine. */
+constexpr double longestWait = 4;
 
 std::string devpathOf(int number) {
   return "/storm/" + std::to_string(number);
@@ -129,6 +133,21 @@ void measureCapacity(Figures& figures) {
   figures.atLeast(promised, "events of 200 bytes that it holds", capacityFor(usual), "");
 }
 
+/** Signals without a pause between them must not make the wait for a device longer. */
+void awaitADeviceInAFlood(Figures& figures) {
+  figures.begin("flood of signals");
+  LoggedUnit unit;
+  const sim::SignalStorm hangups(unit.crowd().daemon(), {SIGHUP}, 0);
+  const sim::SignalStorm signals(unit.crowd().daemon(), {SIGHUP, SIGCHLD}, 0);
+  const auto start = std::chrono::steady_clock::now();
+  unit.plugUnfinishedDevice();
+  unit.crowd().unit().daemon().waitForLine(debug::undetermined, sim::Deadline(60));
+  const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+  figures.atMost(longestWait, "the wait of three seconds for a device", taken.count(), "s");
+  figures.report("signals each second", static_cast<double>(hangups.sent() + signals.sent()) / taken.count(),
+                 "");
+}
+
 /** More than the queue holds, at once: the daemon must not go on as if nothing had been lost. */
 void overflow(Figures& figures) {
   figures.begin("200,000 uevents at once");
@@ -149,6 +168,7 @@ void overflow(Figures& figures) {
 
 void stormWithUevents(Figures& figures) {
   stormWhileADeviceIsAwaited(figures);
+  awaitADeviceInAFlood(figures);
   measureCapacity(figures);
   overflow(figures);
 }
