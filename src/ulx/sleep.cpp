@@ -30,14 +30,26 @@ timespec toTimespec(double seconds) {
           .tv_nsec = static_cast<long>(fraction * nanosecondsPerSecond)};
 }
 
+double monotonicNow() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / nanosecondsPerSecond;
+}
+
 }  // namespace
 
+// The kernel adds its tolerance of up to 50 us to what it reports as the rest. Signals that come faster than that
+// would make the rest grow, so the clock ends the sleep, too.
 void sleepSeconds(double seconds) {
+  const double end = monotonicNow() + seconds;
   timespec request = toTimespec(seconds);
   timespec remaining{};
   while (nanosleep(&request, &remaining) == -1) {
     if (errno != EINTR) {
       throwErrno("nanosleep", errno);
+    }
+    if (monotonicNow() >= end) {
+      return;
     }
     request = remaining;
   }

@@ -55,6 +55,24 @@ TEST(Sleep, LastsItsWholeTimeThroughSignals) {
   EXPECT_GE(InterruptingTimer::count(), 1);
 }
 
+// Signals that come faster than the kernel's timers are precise leave as much to sleep as before.
+TEST(Sleep, EndsInTimeWhenEachSignalLeavesTheWholeRest) {
+  using Clock = std::chrono::steady_clock;
+  const auto start = Clock::now();
+  const auto tooLate = start + std::chrono::seconds(2);
+  const support::Replaced sleeping(library::nanosleep, [&](const timespec* request, timespec* remaining) {
+    if (Clock::now() > tooLate) {
+      return 0;
+    }
+    *remaining = *request;
+    errno = EINTR;
+    return -1;
+  });
+  ulx::sleepSeconds(0.05);
+  EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(50));
+  EXPECT_LT(Clock::now(), tooLate);
+}
+
 TEST(Sleep, ThatFailsIsThrown) {
   EXPECT_EQ(support::caught<ulx::InvalidArgument>([] { ulx::sleepSeconds(-0.5); }).text(),
             "Invalid argument while nanosleep\n");
