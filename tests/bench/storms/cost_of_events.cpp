@@ -18,7 +18,8 @@ constexpr int few = 10;
 constexpr int many = 5'000;
 constexpr double tolerated = 1.2;
 
-constexpr int rounds = 7;
+constexpr int rounds = 30;
+constexpr int roundsWithLaunches = 7;
 constexpr int events = 2'000;
 constexpr int launches = 50;
 
@@ -48,8 +49,9 @@ class CostMeter {
     for (int round = 0; round < rounds; ++round) {
       keepLeast(noInterest, events, [this] { announceAll("change"); });
       keepLeast(known, events, [this] { announceAll("add"); });
-      keepLeast(query, events,
-                [this] { sim::QueryCrowd(1, events, line_).waitUntilAnswered(sim::Deadline(60)); });
+      keepLeast(query, events, [this] { askAll(); });
+    }
+    for (int round = 0; round < roundsWithLaunches; ++round) {
       keepLeast(launch, launches, [this] { plugSome(); });
       keepLeast(endOfWorker, launches, [this] { endSome(); });
     }
@@ -80,6 +82,8 @@ class CostMeter {
     unit_.resumeDaemon();
     unit_.settle();
   }
+
+  void askAll() { sim::QueryCrowd(1, events, line_).waitUntilAnswered(sim::Deadline(60)); }
 
   void plugSome() {
     unit_.stopDaemon();
