@@ -135,8 +135,8 @@ void compareEnds(Figures& figures, double beside10, double beside5000) {
   figures.report(endOfWorker, beside5000 / beside10, "times");
   figures.report("the kernel's two looks after 10 children", kernelBeside10, "us");
   figures.report("the kernel's two looks after 5,000 children", kernelBeside5000, "us");
-  figures.atMost(tolerated, endOfWorker + ", beside what the looks take longer",
-                 beside5000 / (beside10 + kernelBeside5000 - kernelBeside10), "times");
+  figures.noMoreThan(tolerated, endOfWorker + ", beside what the looks take longer",
+                     beside5000 / (beside10 + kernelBeside5000 - kernelBeside10), "times");
 }
 
 /** The kernel copies the tables of all pages for a fork, and the pages that are written to before the worker is
@@ -163,7 +163,7 @@ void compareCosts(Figures& figures) {
 
   figures.begin("5,000 beside 10 workers");
   for (const std::string& kind : {noInterest, known, query}) {
-    figures.atMost(tolerated, kind, beside5000.costs.at(kind) / beside10.costs.at(kind), "times");
+    figures.noMoreThan(tolerated, kind, beside5000.costs.at(kind) / beside10.costs.at(kind), "times");
   }
   compareLaunches(figures, beside10, beside5000);
   compareEnds(figures, beside10.costs.at(endOfWorker), beside5000.costs.at(endOfWorker));
