@@ -183,10 +183,34 @@ void checkChanges(ConfigDictionary* d, const Entries& entries) {
   }
 }
 
+// What takes no input: each is refused, and nothing happens.
+void checkRefusals() {
+  const Dictionary empty(dictionary_new(0));
+  const ConfigDictionary* none = nullptr;
+  for (const auto print : {configPrint, configPrintJson, configPrintSed}) {
+    check(print(none) == -1, "what is no dictionary is not printed");
+  }
+  check(configDiff(none, empty.get()) == -1 && configDiff(empty.get(), none) == -1,
+        "what is no dictionary is not compared");
+  check(configSet(nullptr, "usb:debug", "ctrl") == -1 && configSet(empty.get(), "usb", "ctrl") == -1 &&
+            configAddSection(nullptr, "usb") == -1 && configAddSection(empty.get(), "usb:debug") == -1 &&
+            configUnset(nullptr, "usb") == -1 && configMerge(nullptr, empty.get()) == -1 &&
+            configSectionCount(none) == -1 && configFree(nullptr) == -1,
+        "what cannot be changed is refused");
+  check(configSave(none, savedPath) == -1 && configSave(empty.get(), "/vel/nowhere/file") == -1 &&
+            configSave(empty.get(), "/vel") == -1,
+        "what cannot be saved is refused");
+  const std::string longPath = "/vel/" + std::string(250, 'a');
+  for (const char* path : {"/vel/nowhere", "/vel", longPath.c_str()}) {
+    check(Dictionary(configLoad(path)) == nullptr, "what is no file is not loaded");
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
   static sim::Namespaces world;
+  checkRefusals();
   return 0;
 }
 

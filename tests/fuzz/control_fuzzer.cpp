@@ -29,13 +29,10 @@ using fuzz::ControlModel;
 
 constexpr const char* socketPath = "/sim/control";
 
-// As the main loop does it. The generic parameter is for what a daemon without the member does.
-template <class Ctrl>
-void takeConnection(Ctrl& ctrl, int connection) {
-  if constexpr (requires { ctrl.replacedConnections; }) {
-    if (ctrl.controlConnection != nullptr) {
-      ctrl.replacedConnections.insert(ctrl.controlConnection->fd());
-    }
+// As the main loop does it.
+void takeConnection(RxCtrl& ctrl, int connection) {
+  if (ctrl.controlConnection != nullptr) {
+    ctrl.replacedConnections.insert(ctrl.controlConnection->fd());
   }
   ctrl.controlConnection = std::make_unique<ControlConnection>(connection);
 }

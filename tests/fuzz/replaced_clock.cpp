@@ -63,6 +63,13 @@ int __wrap_gettimeofday(timeval* time, void* zone) {
   return 0;
 }
 
+std::int64_t __real__ZNSt6chrono3_V212steady_clock3nowEv();
+
+// That of std::chrono::steady_clock, whose time point is a number of nanoseconds.
+std::int64_t __wrap__ZNSt6chrono3_V212steady_clock3nowEv() {
+  return fuzz::isReplaced ? fuzz::now : __real__ZNSt6chrono3_V212steady_clock3nowEv();
+}
+
 int __wrap_nanosleep(const timespec* duration, timespec* rest) {
   if (!fuzz::isReplaced) {
     return __real_nanosleep(duration, rest);

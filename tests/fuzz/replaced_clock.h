@@ -5,8 +5,8 @@
 namespace fuzz {
 
 /**
- * While it lives, time passes in sleeps only, and these end at once. `clock_gettime`, `gettimeofday` and
- * `nanosleep` have to be wrapped.
+ * While it lives, time passes in sleeps only, and these end at once. `clock_gettime`, `gettimeofday`,
+ * `nanosleep` and the steady clock of the standard library have to be wrapped.
  */
 class ReplacedClock {
  public:

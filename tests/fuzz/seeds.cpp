@@ -1,9 +1,11 @@
 // Writes inputs to begin with into a folder for each fuzzer: from the recorded devices, and made by hand.
 // Usage: fuzz_seeds FOLDER
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -119,9 +121,40 @@ Inputs troubledUevents() {
   return inputs;
 }
 
+// What depends on the daemon rather than on the device: options of workers, and the policy.
+Inputs ueventsOfOtherDaemons() {
+  constexpr unsigned switches = fuzz::keyboardClassSwitch | fuzz::workerDebugSwitch |
+                                fuzz::otherSocketSwitch | fuzz::attachBlockedSwitch | fuzz::keysSwitch;
+  constexpr unsigned hidNodeNumber = 9;  // among the attributes
+  Inputs inputs;
+  for (const char* name : {"made-vendor-hs", "kbd-fs-hiddev"}) {
+    const sim::DeviceRecording recording = sim::withClassUsbHiddev(sim::loadRecording(name));
+    InputWriter input;
+    input.byte(switches).byte(0);
+    addStep(input, fuzz::Step::configure);
+    input.text("[usb]\nhid_only = no\n[apps]\nquor_usb_rx_generic = other_worker\n");
+    addAttributes(input, recording, fuzz::Step::write);
+    addEventOf(input, fuzz::usbDevice);
+    addEventOf(input, fuzz::hidNode);
+    addStep(input, fuzz::Step::write);
+    input.byte(hidNodeNumber).text("none");
+    addStep(input, fuzz::Step::endWorker);
+    addEventOf(input, fuzz::hidNode);
+    inputs.push_back(input.written());
+  }
+  inputs.push_back(InputWriter()
+                       .byte(0)
+                       .byte(0)
+                       .byte(static_cast<unsigned>(fuzz::Step::announce))
+                       .text("libudev\0ACTION=add\0DEVPATH=/devices\0"s)
+                       .written());
+  return inputs;
+}
+
 Inputs ueventInputs() {
   constexpr unsigned bothClasses = fuzz::keyboardClassSwitch | fuzz::storageClassSwitch;
   Inputs inputs = troubledUevents();
+  std::ranges::copy(ueventsOfOtherDaemons(), std::back_inserter(inputs));
   for (const std::string& name : sim::recordingNames()) {
     const sim::DeviceRecording recording = sim::withClassUsbHiddev(sim::loadRecording(name));
     inputs.push_back(recordedEvents(recording));

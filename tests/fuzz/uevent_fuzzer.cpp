@@ -4,13 +4,16 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <functional>
+#include <cstdio>
 #include <map>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "ctrl/configuration.h"
+#include "ctrl/configuration_keys.h"
+#include "ctrl/link.h"
 #include "ctrl/rx_ctrl.h"
 #include "ctrl/settings.h"
 #include "fuzz/check.h"
@@ -19,6 +22,7 @@
 #include "fuzz/uevent_input.h"
 #include "hotplug/uevent.h"
 #include "hotplug/uevent_handler.h"
+#include "sim/files.h"
 #include "sim/namespaces.h"
 #include "ulx/working_directory.h"
 
@@ -37,6 +41,9 @@ Forks forks;
 // The second reading of a datagram: byte by byte.
 std::map<std::string, std::string> plainlyParsed(const std::string& datagram) {
   std::map<std::string, std::string> event;
+  if (datagram.substr(0, 7) == "libudev") {
+    return event;
+  }
   std::string key;
   std::string value;
   bool isInValue = false;
@@ -78,7 +85,15 @@ bool isInStep(const WorkerTable& workers) {
   return true;
 }
 
-// The daemon, and the display that reads its messages.
+// What coldplug makes of the path of an announced device.
+void checkRepetition(const UEvent& event) {
+  const auto devpath = event.find("DEVPATH");
+  if (devpath != event.end()) {
+    check(makeAddEvent("/sys" + devpath->second) == UEvent{{"ACTION", "add"}, {"DEVPATH", devpath->second}},
+          "a made event has the path that it was made of");
+  }
+}
+
 class Daemon {
  public:
   Daemon() : ctrl_("host", 65535, "high", 0, nullptr, nullptr, "10", "/sim/control", "eth1") {}
@@ -95,6 +110,9 @@ class Daemon {
 
 void Daemon::reset(unsigned switches, unsigned policySwitches) {
   settings.debugCtrl = (switches & fuzz::debugSwitch) != 0;
+  settings.debugGeneric = (switches & fuzz::workerDebugSwitch) != 0;
+  settings.debugKeyboard = settings.debugGeneric;
+  settings.debugScsi = settings.debugGeneric;
   ctrl_.classes = switches & (fuzz::keyboardClassSwitch | fuzz::storageClassSwitch);
   ctrl_.attachBlocked = (switches & fuzz::attachBlockedSwitch) != 0;
   ctrl_.controlConnection =
@@ -108,6 +126,10 @@ void Daemon::reset(unsigned switches, unsigned policySwitches) {
                   .isochronousUserWarning = (policySwitches & fuzz::isochronousUserWarningSwitch) != 0};
   ctrl_.speed = (policySwitches & fuzz::fullSpeedLinkSwitch) != 0 ? "full" : "high";
   ctrl_.workers = {};
+  ctrl_.socketPath = (switches & fuzz::otherSocketSwitch) != 0 ? "/sim/control" : defaultSocketPath;
+  std::remove(configurationPath);
+  requestConfigReload();
+  policyReloadRequested = 0;
   forks = {};
 }
 
@@ -115,6 +137,7 @@ void Daemon::handle(const std::string& datagram) {
   const UEvent event = parseUEvent(datagram);
   check(std::map<std::string, std::string>(event.begin(), event.end()) == plainlyParsed(datagram),
         "an event says what it says in a plain reading");
+  checkRepetition(event);
   const auto action = event.find("ACTION");
   const std::size_t workersBefore = ctrl_.workers.byPid.size();
   forks.count = 0;
@@ -182,6 +205,10 @@ class Run {
         break;
       case fuzz::Step::failFork:
         forks.nextFails = true;
+        break;
+      case fuzz::Step::configure:
+        sim::writeFile(configurationPath, input.text());
+        policyReloadRequested = 1;
         break;
     }
   }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "fuzz/input.h"
 #include "fuzz/made_up_devices.h"
 
@@ -17,6 +19,8 @@ inline constexpr unsigned attachBlockedSwitch = 4;
 inline constexpr unsigned connectedSwitch = 8;
 inline constexpr unsigned debugSwitch = 16;
 inline constexpr unsigned keysSwitch = 32;
+inline constexpr unsigned workerDebugSwitch = 64;
+inline constexpr unsigned otherSocketSwitch = 128;
 
 enum class Step : std::uint8_t {
   write,           // attribute, content
@@ -26,8 +30,9 @@ enum class Step : std::uint8_t {
   announce,        // datagram: it is handled
   endWorker,       // the worker of the lowest process id is forgotten
   failFork,        // the next fork fails
+  configure,       // configuration: the policy is read from it before the next generic device
 };
 
-inline constexpr unsigned stepCount = 7;
+inline constexpr unsigned stepCount = 8;
 
 }  // namespace fuzz
