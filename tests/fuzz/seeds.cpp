@@ -57,6 +57,7 @@ void addStep(InputWriter& input, fuzz::Step step) {
   input.byte(static_cast<unsigned>(step));
 }
 
+// Without its subsystem a device is not waited for.
 void addAttributes(InputWriter& input, const sim::DeviceRecording& recording, fuzz::Step step) {
   for (std::size_t i = 0; i < fuzz::attributes.size(); ++i) {
     const fuzz::Attribute& attribute = fuzz::attributes.at(i);
@@ -64,7 +65,8 @@ void addAttributes(InputWriter& input, const sim::DeviceRecording& recording, fu
     const std::string* content =
         directory.empty() ? nullptr : recordedIn(recording, directory, attribute.name);
     if (content != nullptr) {
-      addStep(input, step);
+      const bool isLater = step == fuzz::Step::writeLater && attribute.name != "subsystem"s;
+      addStep(input, isLater ? fuzz::Step::writeLater : fuzz::Step::write);
       input.byte(static_cast<unsigned>(i)).text(*content);
     }
   }
@@ -161,6 +163,8 @@ Inputs ueventInputs() {
     inputs.push_back(pluggedIn(recording, fuzz::Step::write, bothClasses | fuzz::debugSwitch, 0));
     inputs.push_back(pluggedIn(recording, fuzz::Step::write, fuzz::connectedSwitch | fuzz::keysSwitch,
                                fuzz::isochronousEnabledSwitch));
+    inputs.push_back(pluggedIn(recording, fuzz::Step::write, 0,
+                               fuzz::hidOnlySwitch | fuzz::blockMassStorageSwitch | fuzz::smartcardSwitch));
     inputs.push_back(pluggedIn(recording, fuzz::Step::writeLater, bothClasses, fuzz::hidOnlySwitch));
   }
   return inputs;
