@@ -170,6 +170,7 @@ Arguments readArguments(fuzz::Input input) {
 Outcome parse(Arguments& arguments) {
   std::string program = "usb_rx_ctrl";
   std::vector<char*> argv{program.data()};
+  argv.reserve(arguments.size() + 2);
   for (std::string& argument : arguments) {
     argv.push_back(argument.data());
   }

@@ -40,7 +40,7 @@ class ControlModel {
   std::optional<int> connection;     // the number of the control connection
 
  private:
-  bool isDeparted(int number) const;
+  [[nodiscard]] bool isDeparted(int number) const;
   void hold(int client, int number);
   bool takeLine(const std::string& line);
 

@@ -96,11 +96,10 @@ const std::string& ControlSocketClient::heard() {
   return heard_;
 }
 
-ForeignConnection::ForeignConnection(unsigned kind) {
-  auto [daemonEnd, otherEnd] = foreignConnection(kind);
-  otherEnd_ = movedAway(otherEnd);
-  daemonEnd_ = std::move(daemonEnd);
-}
+ForeignConnection::ForeignConnection(unsigned kind) : ForeignConnection(foreignConnection(kind)) {}
+
+ForeignConnection::ForeignConnection(std::pair<sim::Descriptor, sim::Descriptor> ends)
+    : daemonEnd_(std::move(ends.first)), otherEnd_(movedAway(ends.second)) {}
 
 bool ForeignConnection::isUntouched() const {
   char byte = 0;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "sim/descriptor.h"
@@ -52,6 +52,9 @@ class ForeignConnection {
   [[nodiscard]] bool isUntouched() const;
 
  private:
+  /** The daemon's end first. */
+  explicit ForeignConnection(std::pair<sim::Descriptor, sim::Descriptor> ends);
+
   sim::Descriptor daemonEnd_;
   sim::Descriptor otherEnd_;
 };

@@ -36,6 +36,7 @@ struct Outcome {
 Outcome run(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), {"quor_config", "--file", path});
   std::vector<char*> argv;
+  argv.reserve(arguments.size() + 1);
   for (std::string& argument : arguments) {
     argv.push_back(argument.data());
   }

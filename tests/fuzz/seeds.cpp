@@ -28,8 +28,9 @@ using Inputs = std::vector<std::string>;
 // The content of a file, or the text of a link, that was recorded in `directory`; null where there is none.
 const std::string* recordedIn(const sim::DeviceRecording& recording, const std::string& directory,
                               const std::string& name) {
+  const std::string path = directory + "/" + name;
   for (const sim::TreeEntry& entry : recording.tree) {
-    if (entry.kind != sim::TreeEntry::Kind::directory && "/sys/" + entry.path == directory + "/" + name) {
+    if (entry.kind != sim::TreeEntry::Kind::directory && "/sys/" + entry.path == path) {
       return &entry.content;
     }
   }
