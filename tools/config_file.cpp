@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "config/complaints.h"
 #include "config/parse_stream.h"
 #include "config/save.h"
 #include "tools/config_difference.h"
@@ -65,7 +66,7 @@ bool survivesWriting(const Configuration& configuration) {
     reportFault(std::strerror(errno), "temporary file");
     return false;
   }
-  const Configuration read(parseStream(text, "the new text"));
+  const Configuration read(parseStream(text, "the new text", configPrintComplaint));
   std::fclose(text);
   if (read == nullptr) {
     reportFault("nothing saved, this cannot be read", "the new text");

@@ -1,56 +1,116 @@
 #include "config/parse_stream.h"
 
-#ifdef INIPARSER_HAS_LOAD_FILE
-
-ConfigDictionary* parseStream(FILE* stream, const char* path) {
-  return iniparser_load_file(stream, path);
-}
-
-#else
-
 #include <array>
 #include <cstdarg>
 #include <cstddef>
-#include <cstring>
 #include <string_view>
 
-// Before version 4.2, iniparser loads files by name only. A writer may have moved another file to the path by
-// now; the descriptor's name under /proc always leads to the open, locked file. This needs a mounted /proc
-// and one more free descriptor, otherwise iniparser prints that it cannot open the file.
 namespace {
 
-constexpr std::size_t descriptorPathSize = 32;
-constexpr std::size_t messageSize = 2048;  // fits any line of the file: ASCIILINESZ of iniparser is 1024
+constexpr std::size_t complaintSize = 4096;  // fits any line of a file and its path: ASCIILINESZ is 1024
+using Complaint = std::array<char, complaintSize>;
 
-std::array<char, descriptorPathSize> descriptorPath{};
-const char* filePath = nullptr;
+// iniparser's callback has no argument of its own.
+ConfigReporter reporter = nullptr;
+bool hasComplained = false;
 
-// Prints iniparser's message with the file's path in place of the descriptor's name.
-int printParseError(const char* format, ...) {
-  std::array<char, messageSize> message{};
-  std::va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(message.data(), message.size(), format, arguments);
-  va_end(arguments);
+void reportComplaint(const Complaint& complaint) {
+  hasComplained = true;
+  reporter(complaint.data());
+}
 
-  const std::string_view text = message.data();
-  const std::size_t at = text.find(descriptorPath.data());
-  if (at == std::string_view::npos) {
-    return std::fputs(message.data(), stderr);
+[[gnu::format(printf, 1, 0)]] Complaint formatComplaint(const char* format, std::va_list arguments) {
+  Complaint complaint{};
+  std::vsnprintf(complaint.data(), complaint.size(), format, arguments);
+  return complaint;
+}
+
+// Has iniparser's complaints handled during a scope.
+class HandledComplaints {
+ public:
+  HandledComplaints(ConfigReporter report, int (*handle)(const char* format, ...)) {
+    reporter = report;
+    hasComplained = false;
+    iniparser_set_error_callback(handle);
   }
-  const char* rest = message.data() + at + std::strlen(descriptorPath.data());
-  return std::fprintf(stderr, "%.*s%s%s", static_cast<int>(at), message.data(), filePath, rest);
+  HandledComplaints(const HandledComplaints&) = delete;
+  HandledComplaints& operator=(const HandledComplaints&) = delete;
+  ~HandledComplaints() { iniparser_set_error_callback(nullptr); }
+};
+
+// When memory runs out, iniparser complains and returns what it has so far: half of the settings.
+ConfigDictionary* wholeOrNone(ConfigDictionary* parsed) {
+  if (parsed != nullptr && hasComplained) {
+    iniparser_freedict(parsed);
+    return nullptr;
+  }
+  return parsed;
 }
 
 }  // namespace
 
-ConfigDictionary* parseStream(FILE* stream, const char* path) {
+#ifdef INIPARSER_HAS_LOAD_FILE
+
+namespace {
+
+int handleComplaint(const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  const Complaint complaint = formatComplaint(format, arguments);
+  va_end(arguments);
+  reportComplaint(complaint);
+  return 0;
+}
+
+}  // namespace
+
+ConfigDictionary* parseStream(FILE* stream, const char* path, ConfigReporter report) {
+  const HandledComplaints handled(report, handleComplaint);
+  return wholeOrNone(iniparser_load_file(stream, path));
+}
+
+#else
+
+// Before version 4.2, iniparser loads files by name only. A writer may have moved another file to the path by
+// now; the descriptor's name under /proc always leads to the open, locked file. This needs a mounted /proc
+// and one more free descriptor, otherwise iniparser complains that it cannot open the file.
+namespace {
+
+constexpr std::size_t descriptorPathSize = 32;
+
+std::array<char, descriptorPathSize> descriptorPath{};
+const char* filePath = nullptr;
+
+// The complaint with the file's path in place of the descriptor's name.
+Complaint nameTheFile(const Complaint& complaint) {
+  const std::string_view text = complaint.data();
+  const std::string_view descriptor = descriptorPath.data();
+  const std::size_t at = text.find(descriptor);
+  if (at == std::string_view::npos) {
+    return complaint;
+  }
+  Complaint named{};
+  std::snprintf(named.data(), named.size(), "%.*s%s%s", static_cast<int>(at), text.data(), filePath,
+                text.data() + at + descriptor.size());
+  return named;
+}
+
+int handleComplaint(const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  const Complaint complaint = formatComplaint(format, arguments);
+  va_end(arguments);
+  reportComplaint(nameTheFile(complaint));
+  return 0;
+}
+
+}  // namespace
+
+ConfigDictionary* parseStream(FILE* stream, const char* path, ConfigReporter report) {
   std::snprintf(descriptorPath.data(), descriptorPath.size(), "/proc/self/fd/%d", fileno(stream));
   filePath = path;
-  iniparser_set_error_callback(printParseError);
-  ConfigDictionary* parsed = iniparser_load(descriptorPath.data());
-  iniparser_set_error_callback(nullptr);
-  return parsed;
+  const HandledComplaints handled(report, handleComplaint);
+  return wholeOrNone(iniparser_load(descriptorPath.data()));
 }
 
 #endif

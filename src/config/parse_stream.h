@@ -2,11 +2,12 @@
 
 #include <cstdio>
 
+#include "config/complaints.h"
 #include "config/dictionary.h"
 
 /**
- * Parses the open file of `stream`; `path` is its name in messages. The caller owns the result. Returns
- * null when it is no INI file or memory runs out, after messages on standard error. The position of
- * `stream` is then undefined.
+ * Parses the open file of `stream`; `path` is its name in complaints. The caller owns the result. Returns
+ * null when iniparser complains, to `report`: it is no INI file, or memory runs out. The
+ * position of `stream` is then undefined.
  */
-ConfigDictionary* parseStream(FILE* stream, const char* path);
+ConfigDictionary* parseStream(FILE* stream, const char* path, ConfigReporter report);

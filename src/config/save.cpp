@@ -22,14 +22,42 @@ int openDirectoryOf(const char* path) {
   return open(dirname(copy.data()), O_RDONLY);
 }
 
-// A save does not change who may read and write the file. Failures are ignored: the process may lack the
-// right to give files away, and not every file system has owners.
+constexpr auto sameOwner = static_cast<uid_t>(-1);
+
+// Whoever is in the new file's group, which is not the old one's, was one of the others for the old file.
+mode_t withGroupAsOthers(mode_t mode) {
+  constexpr unsigned groupShift = 3;
+  const mode_t others = (mode & S_IRWXO) << groupShift;
+  return (mode & ~static_cast<mode_t>(S_IRWXG | S_ISUID | S_ISGID)) | (mode & S_IRWXG & others);
+}
+
+// A save does not change who may read and write the file. The owner comes first: a change of owner clears
+// bits of the mode. Failures are no failures of the save: the process may lack the right to give files away,
+// and not every file system has owners. Nobody gains access by them.
 void copyOwnerAndPermissions(int from, int to) {
   struct stat status {};
-  if (fstat(from, &status) == 0) {
-    static_cast<void>(fchown(to, status.st_uid, status.st_gid));
-    fchmod(to, status.st_mode);
+  if (fstat(from, &status) != 0) {
+    return;
   }
+  const bool hasGroup =
+      fchown(to, status.st_uid, status.st_gid) == 0 || fchown(to, sameOwner, status.st_gid) == 0;
+  fchmod(to, hasGroup ? status.st_mode : withGroupAsOthers(status.st_mode));
+}
+
+// The file is its writer's alone until it has the old file's owner and mode, which is before its first byte.
+// A save that was killed may have left one: it would keep its own.
+FILE* createTemporary(const char* path, int present) {
+  unlink(path);
+  const int fd = open(path, O_WRONLY | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR);
+  if (fd == -1) {
+    return nullptr;
+  }
+  copyOwnerAndPermissions(present, fd);
+  FILE* stream = fdopen(fd, "w");
+  if (stream == nullptr) {
+    close(fd);
+  }
+  return stream;
 }
 
 // The file is on disk when this returns true.
@@ -39,11 +67,10 @@ bool writeDurably(const ConfigDictionary* d, FILE* stream) {
 }
 
 bool writeTemporary(const ConfigDictionary* d, const char* temporary, int present) {
-  FILE* stream = std::fopen(temporary, "w");
+  FILE* stream = createTemporary(temporary, present);
   if (stream == nullptr) {
     return false;
   }
-  copyOwnerAndPermissions(present, fileno(stream));
   const bool written = writeDurably(d, stream);
   std::fclose(stream);
   return written;

@@ -10,7 +10,9 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <list>
 
+#include "control/departed_clients.h"
 #include "ctrl/link.h"
 #include "ctrl/messages.h"
 #include "ulx/exceptions.h"
@@ -48,9 +50,9 @@ std::string receiveMessage(int fd) {
   return {buffer.data(), std::min(static_cast<std::size_t>(count), messageLimit)};
 }
 
-// A client that has gone gets nothing.
+// A client that has gone gets nothing, nor does one that has not read what it was sent before.
 void sendTo(int fd, std::string_view bytes) {
-  send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+  send(fd, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
 }
 
 void answer(const RxCtrl& ctrl, int client) {
@@ -83,19 +85,20 @@ void takeParameters(RxCtrl& ctrl, std::string_view line) {
   ctrl.lastRequest = line;
 }
 
-// The numbers of clients that were answered before may belong to anything by now: the connection to syslog,
-// where keys must not go, or nothing.
-bool isClient(int fd) {
-  int type = 0;
-  socklen_t size = sizeof type;
-  return getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &size) == 0 && type == SOCK_STREAM;
+// A number that is in the list from earlier keeps its place there.
+void hold(RxCtrl& ctrl, int client) {
+  std::list<int>& waiting = ctrl.waitingClients;
+  if (std::find(waiting.begin(), waiting.end(), client) == waiting.end()) {
+    waiting.push_back(client);
+  }
 }
 
 // The list is not emptied: later lines go to the same descriptor numbers again, and to the clients that have
-// them then. Only the client being served stays connected.
+// them then. What is no client by now gets nothing, for a line has keys: the number may be that of the
+// connection to syslog. Only the client being served stays connected.
 void answerWaitingClients(const RxCtrl& ctrl, std::string_view message, int servedClient) {
   for (const int waiting : ctrl.waitingClients) {
-    if (!isClient(waiting)) {
+    if (!ctrl.listener.hasClient(waiting)) {
       continue;
     }
     sendTo(waiting, message);
@@ -108,6 +111,7 @@ void answerWaitingClients(const RxCtrl& ctrl, std::string_view message, int serv
 }  // namespace
 
 int serveControlClient(RxCtrl& ctrl) {
+  closeDepartedClients(ctrl);
   ulx::FileDescriptor client(acceptClient(ctrl.listener), true);
   keepFromWorkers(client.fd());
   const std::string message = receiveMessage(client.fd());
@@ -117,7 +121,7 @@ int serveControlClient(RxCtrl& ctrl) {
     return 0;
   }
   if (isQuery) {
-    ctrl.waitingClients.push_back(client.fd());
+    hold(ctrl, client.fd());
     client.release();
     return 0;
   }

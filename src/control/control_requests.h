@@ -6,7 +6,8 @@
 #include "ctrl/rx_ctrl.h"
 
 /**
- * Accepts one client of the control socket and serves its one message; blocks until that has come.
+ * Closes what departed clients have left, then accepts one client of the control socket and serves its one
+ * message; blocks until that has come.
  *
  * A message of one byte asks for the link parameters: the latest line of them is sent at once, or, while the
  * port is 0, the client is kept until one arrives. Any other message is such a line: hostname, port, speed,

@@ -1,8 +1,17 @@
 #include "ctrl/configuration.h"
 
+#include <sys/stat.h>
+#include <syslog.h>
+
+#include <cerrno>
+#include <string>
+#include <string_view>
+
 #include "config/load.h"
 #include "config/query.h"
 #include "ctrl/configuration_keys.h"
+#include "ctrl/messages.h"
+#include "ctrl/settings.h"
 
 namespace {
 
@@ -10,12 +19,37 @@ namespace {
 ConfigDictionary* cached = nullptr;
 bool configStale = true;
 
+// The daemon's errors go to one place, iniparser's complaints stay on standard error as well. This runs inside
+// iniparser, through which nothing may be thrown: so it makes no ErrorMessage, which allocates.
+void reportComplaint(const char* complaint) {
+  configPrintComplaint(complaint);
+  if (settings.logToSyslog) {
+    const std::string_view line(complaint);
+    const std::size_t length = line.ends_with('\n') ? line.size() - 1 : line.size();
+    syslog(LOG_ERR, "%.*s", static_cast<int>(length), complaint);
+  }
+}
+
+bool isMissing(const char* path) {
+  struct stat status {};
+  return stat(path, &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
+}
+
+// A missing file is a choice, and one that cannot be loaded a fault: a policy that somebody wrote has no effect.
+ConfigDictionary* loadOrReport(const char* path) {
+  ConfigDictionary* loaded = configLoad(path, reportComplaint);
+  if (loaded == nullptr && !isMissing(path)) {
+    logError("configuration \"" + std::string(path) + "\" cannot be loaded; defaults apply");
+  }
+  return loaded;
+}
+
 }  // namespace
 
 const ConfigDictionary* configDictionary() {
   if (configStale) {
     releaseConfig();
-    cached = configLoad(configurationPath);
+    cached = loadOrReport(configurationPath);
     configStale = false;
   }
   return cached;

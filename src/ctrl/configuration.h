@@ -4,7 +4,8 @@
 
 /*
  * The daemon's view of the unit's configuration: loaded at the first query, then kept until a reload is
- * requested. The file and its keys are those of configuration_keys.h.
+ * requested. The file and its keys are those of configuration_keys.h. Each load of a file that is there but
+ * cannot be loaded is reported as an error.
  */
 
 /** The kept dictionary, loaded if it is stale; null when the file cannot be loaded. */

@@ -80,6 +80,7 @@ int runAndReport(int argc, char* const* argv) {
 
 int main(int argc, char** argv) {
   ignoreBrokenPipes();
+  catchHangups();  // before the configuration is read, whose lock may have to be waited for
   if (argc <= positionalCount) {
     printUsage();
   }

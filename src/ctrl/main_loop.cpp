@@ -12,12 +12,13 @@
  *  - the look after the device of an ended worker, 150 ms where it is still there;
  *  - a control client that connects and sends nothing;
  *  - a writer that holds the configuration's lock;
- *  - a reader of standard error that does not read.
+ *  - a reader of standard error, or a syslogd, that does not read.
  * Meanwhile uevents wait in the socket's buffer and ended workers in the pipe.
  *
- * Two signal handlers run at any instant. That of SIGCHLD writes one byte to a pipe, so that a worker that
- * ends just before the wait is not slept over; that of SIGHUP sets a flag that the next admission check
- * reads. Neither touches what the loop works on, and waits, reads and locks that they interrupt are resumed.
+ * Two signal handlers run at any instant. That of SIGCHLD ends the program when a worker could not be executed
+ * (status 42). Otherwise it writes one byte to a pipe, so that a worker that ends just before the wait is not
+ * slept over. That of SIGHUP sets a flag that the next admission check reads. Neither touches what the loop
+ * works on, and waits, reads and locks that they interrupt are resumed.
  *
  * Nothing is caught here: what a source throws ends the daemon, and main reports it.
  */
@@ -82,6 +83,14 @@ void announceWorkers(const RxCtrl& ctrl, bool droppedToFullSpeed) {
   }
 }
 
+// The client of the replaced connection still sees a connection, not an end.
+void replaceControlConnection(RxCtrl& ctrl, int connection) {
+  if (ctrl.controlConnection != nullptr) {
+    ctrl.replacedConnections.insert(ctrl.controlConnection->fd());
+  }
+  ctrl.controlConnection = std::make_unique<ControlConnection>(connection);
+}
+
 void serveListener(RxCtrl& ctrl) {
   const std::string oldSpeed = ctrl.speed;
   const int connection = serveControlClient(ctrl);
@@ -89,7 +98,7 @@ void serveListener(RxCtrl& ctrl) {
   if (connection == 0) {
     return;
   }
-  ctrl.controlConnection = std::make_unique<ControlConnection>(connection);
+  replaceControlConnection(ctrl, connection);
   announceWorkers(ctrl, ctrl.speed != oldSpeed && ctrl.speed == fullSpeedLink);
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <set>
 #include <string>
 
 #include "control/control_server.h"
@@ -53,7 +54,8 @@ class RxCtrl {
   std::string connectFailTimeoutText;                    // as configured
   double restartPeriod;                                  // seconds since lastGenericStart that end a streak
   double lastGenericStart = 0.0;                         // seconds since the epoch; while not attachBlocked
-  std::list<int> waitingClients;  // descriptors that asked before parameters were known
+  std::list<int> waitingClients;      // descriptors that asked before parameters were known
+  std::set<int> replacedConnections;  // descriptors of earlier control connections, until their clients go
 };
 
 /** Twice the whole number at the start of `timeoutText`, in seconds; 0.0 where there is none. */

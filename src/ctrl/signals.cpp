@@ -66,13 +66,6 @@ class ChildExitPipe {
 
 ChildExitPipe childExitPipe;
 
-[[noreturn]] void endAfterFailedExec() {
-  if (settings.debugCtrl) {
-    ulx::writeOnce(STDERR_FILENO, "[RxCtrl] *** subprocess exec() failed; maybe not found? ***\n");
-  }
-  std::exit(EXIT_FAILURE);
-}
-
 // Runs at any instant: only a write and, on the way out, exit.
 void onChildSignal(int /*signal*/, siginfo_t* info, void* /*context*/) {
   const int interruptedErrno = errno;
@@ -106,12 +99,23 @@ void installChildHandler() {
   unblock(SIGCHLD);
 }
 
-void installHangupHandler() {
+void endAfterFailedExec() {
+  if (settings.debugCtrl) {
+    ulx::writeOnce(STDERR_FILENO, "[RxCtrl] *** subprocess exec() failed; maybe not found? ***\n");
+  }
+  std::exit(EXIT_FAILURE);
+}
+
+void catchHangups() {
   struct sigaction action {};
   action.sa_handler = onHangup;
   sigemptyset(&action.sa_mask);
   sigaction(SIGHUP, &action, nullptr);
   unblock(SIGHUP);
+}
+
+void installHangupHandler() {
+  catchHangups();
   logDebug("setup signal hansler");  // spelt so for good
 }
 

@@ -11,7 +11,13 @@ const ulx::FileDescriptor& childExitReadEnd();
  */
 void installChildHandler();
 
-/** From now on SIGHUP requests a reload of the policy. */
+/** What a child that could not be executed leads to: a line on standard error while debugging, then `exit(1)`. */
+[[noreturn]] void endAfterFailedExec();
+
+/** From now on SIGHUP, which ends the program otherwise, requests a reload of the policy. */
+void catchHangups();
+
+/** The same, with a debug message. */
 void installHangupHandler();
 
 /** A reader that has gone costs the message written to it, not the daemon. */

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <string_view>
 
@@ -21,13 +22,15 @@ namespace {
 
 // The last component of the "subsystem" link; empty for a device that belongs to none.
 std::string readSubsystem(const std::string& realPath) {
+  const std::string path = realPath + "/subsystem";
   std::array<char, 128> link{};
-  const ssize_t length = readlink((realPath + "/subsystem").c_str(), link.data(), link.size());
+  const ssize_t length = readlink(path.c_str(), link.data(), link.size());
   if (length == -1) {
-    if (errno == ENOENT) {
+    const int error = errno;
+    if (error == ENOENT) {
       return {};
     }
-    ulx::throwErrno("readlink()", errno);
+    ulx::throwErrno("readlink()", error);
   }
   const std::string_view target(link.data(), static_cast<std::size_t>(length));
   return std::string(target.substr(target.rfind('/') + 1));
@@ -52,14 +55,15 @@ UsbNode lookAtUsbNode(std::uint32_t classes, const std::string& realPath) {
   return ulx::pathExists(realPath + "/bDeviceClass") ? UsbNode::device : UsbNode::incomplete;
 }
 
-// The kernel may announce a device before its attributes are there.
+// The kernel may announce a device before its attributes are there. The wall clock may be set meanwhile.
 UsbNode waitForUsbNode(std::uint32_t classes, const std::string& realPath) {
-  constexpr double patience = 3.0;  // seconds
-  constexpr double pause = 0.05;    // seconds
-  const double start = timestampNow();
+  using Clock = std::chrono::steady_clock;
+  constexpr std::chrono::seconds patience(3);
+  constexpr double pause = 0.05;  // seconds
+  const Clock::time_point start = Clock::now();
   while (true) {
     const UsbNode node = lookAtUsbNode(classes, realPath);
-    if (node != UsbNode::incomplete || timestampNow() - start > patience) {
+    if (node != UsbNode::incomplete || Clock::now() - start > patience) {
       return node;
     }
     ulx::sleepSeconds(pause);

@@ -4,8 +4,20 @@
 
 #include "ulx/items.h"
 
+namespace {
+
+// udevd multicasts each event of the kernel once more, with a header of its own.
+bool isRepetition(std::string_view datagram) {
+  return datagram.starts_with("libudev");
+}
+
+}  // namespace
+
 UEvent parseUEvent(std::string_view datagram) {
   UEvent event;
+  if (isRepetition(datagram)) {
+    return event;
+  }
   ulx::forEachItem(datagram, '\0', [&event](std::string_view item) {
     const std::size_t equals = item.find('=');
     if (equals != std::string_view::npos) {

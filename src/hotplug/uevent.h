@@ -10,7 +10,8 @@ using UEvent = std::map<std::string, std::string, std::less<>>;
 
 /**
  * Splits a uevent datagram, items that each end in a NUL (the last one may lack it). Items without "=" are
- * dropped, the "ACTION@DEVPATH" header among them; of equal keys the first stays.
+ * dropped, the "ACTION@DEVPATH" header among them; of equal keys the first stays. A datagram that begins with
+ * "libudev" gives an empty event: udevd repeats in it what the kernel has announced.
  */
 UEvent parseUEvent(std::string_view datagram);
 

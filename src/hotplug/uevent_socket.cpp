@@ -50,12 +50,12 @@ NetlinkClientSocket::NetlinkClientSocket()
 std::string NetlinkClientSocket::recvfrom() const {
   const ssize_t size = recv(fd(), nullptr, 0, MSG_PEEK | MSG_TRUNC);
   if (size == -1) {
-    ulx::throwErrno("recvfrom(" + name() + ")", errno);
+    ulx::throwErrno({"recvfrom(", name(), ")"}, errno);
   }
   std::string datagram(static_cast<std::size_t>(size), '\0');
   const ssize_t received = ::recvfrom(fd(), datagram.data(), datagram.size(), 0, nullptr, nullptr);
   if (received == -1) {
-    ulx::throwErrno("recvfrom(" + name() + ")", errno);
+    ulx::throwErrno({"recvfrom(", name(), ")"}, errno);
   }
   if (received != size) {
     logError("warning, NetlinkClientSocket::recvfrom length disagrees with peek\n");

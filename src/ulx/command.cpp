@@ -20,7 +20,7 @@ using CommandPipe = std::unique_ptr<FILE, ClosePipe>;
 CommandPipe openPipe(const std::string& command) {
   CommandPipe pipe(popen(command.c_str(), "r"));  // NOLINT(cert-env33-c): the caller asks for the shell
   if (pipe == nullptr) {
-    throwErrno("popen(" + command + ")", errno);
+    throwErrno({"popen(", command, ")"}, errno);
   }
   return pipe;
 }
@@ -32,12 +32,13 @@ bool wasInterrupted(FILE* stream) {
 std::string readToEnd(FILE* stream) {
   std::string output;
   std::array<char, 1024> buffer{};
-  std::size_t count = 0;
-  do {
+  bool goesOn = true;
+  while (goesOn) {
     clearerr(stream);
-    count = fread(buffer.data(), 1, buffer.size(), stream);
+    const std::size_t count = fread(buffer.data(), 1, buffer.size(), stream);
+    goesOn = count == buffer.size() || wasInterrupted(stream);  // asked first: an allocation may change errno
     output.append(buffer.data(), count);
-  } while (count == buffer.size() || wasInterrupted(stream));
+  }
   return output;
 }
 

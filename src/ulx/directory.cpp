@@ -10,7 +10,7 @@ namespace ulx {
 Directory::const_iterator::const_iterator(const std::string& path)
     : path_(path), stream_(opendir(path.c_str())), atEnd_(false) {
   if (stream_ == nullptr) {
-    throwErrno("opendir(" + path + ")", errno);
+    throwErrno({"opendir(", path, ")"}, errno);
   }
   ++*this;
 }

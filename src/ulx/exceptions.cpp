@@ -42,39 +42,69 @@ std::string ErrnoException::text() const {
   return std::strerror(errorNumber) + (" while " + context) + '\n';
 }
 
-void throwErrno(const std::string& context, int code) {
+namespace {
+
+// Throwing allocates, which may change the errno that the class records. So the object is made first.
+template <class Named>
+[[noreturn]] void throwNamed(std::string context, int threadErrno) {
+  errno = threadErrno;
+  Named exception(std::move(context));
+  throw exception;
+}
+
+[[noreturn]] void throwWith(std::string context, int code, int threadErrno) {
   switch (code) {
     case ENOENT:
-      throw NoSuchFileOrDirectory(context);
+      throwNamed<NoSuchFileOrDirectory>(std::move(context), threadErrno);
     case EINTR:
-      throw InterruptedSysCall(context);
+      throwNamed<InterruptedSysCall>(std::move(context), threadErrno);
     case EIO:
-      throw IOError(context);
+      throwNamed<IOError>(std::move(context), threadErrno);
     case EAGAIN:
-      throw WouldBlock(context);
+      throwNamed<WouldBlock>(std::move(context), threadErrno);
     case EBUSY:
-      throw DeviceOrResourceBusy(context);
+      throwNamed<DeviceOrResourceBusy>(std::move(context), threadErrno);
     case ENODEV:
-      throw NoSuchDevice(context);
+      throwNamed<NoSuchDevice>(std::move(context), threadErrno);
     case EINVAL:
-      throw InvalidArgument(context);
+      throwNamed<InvalidArgument>(std::move(context), threadErrno);
     case EPIPE:
-      throw BrokenPipe(context);
+      throwNamed<BrokenPipe>(std::move(context), threadErrno);
     case ENODATA:
-      throw NoDataAvailable(context);
+      throwNamed<NoDataAvailable>(std::move(context), threadErrno);
     case EOVERFLOW:
-      throw Overflow(context);
+      throwNamed<Overflow>(std::move(context), threadErrno);
     case ECONNRESET:
-      throw ConnectionReset(context);
+      throwNamed<ConnectionReset>(std::move(context), threadErrno);
     case ETIMEDOUT:
-      throw TimedOut(context);
+      throwNamed<TimedOut>(std::move(context), threadErrno);
     case ECONNREFUSED:
-      throw ConnectionRefused(context);
+      throwNamed<ConnectionRefused>(std::move(context), threadErrno);
     case EHOSTUNREACH:
-      throw HostUnreachable(context);
+      throwNamed<HostUnreachable>(std::move(context), threadErrno);
     default:
-      throw ErrnoException(context, code);
+      throw ErrnoException(std::move(context), code);
   }
+}
+
+std::string joined(std::initializer_list<std::string_view> pieces) {
+  std::string whole;
+  for (const std::string_view piece : pieces) {
+    whole += piece;
+  }
+  return whole;
+}
+
+}  // namespace
+
+void throwErrno(std::initializer_list<std::string_view> pieces, int code) {
+  const int threadErrno = errno;
+  throwWith(joined(pieces), code, threadErrno);
+}
+
+void throwErrno(std::string_view context, int code) {
+  const int threadErrno = errno;
+  throwWith(std::string(context), code, threadErrno);
 }
 
 }  // namespace ulx

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <concepts>
 #include <exception>
+#include <initializer_list>
 #include <iosfwd>
 #include <string>
+#include <string_view>
 #include <utility>
 
 /**
@@ -159,8 +162,17 @@ class HostUnreachable : public ErrnoException {
 /**
  * Throws the class that stands for `code`, an error number of Linux. Where none does, it throws
  * a plain ErrnoException that carries `code`. `context` names the call as it is written, with
- * its object: open("/vel/quor.conf").
+ * its object: open("/vel/quor.conf"). The class records errno as it is at the call: what this function
+ * allocates does not change it.
  */
-[[noreturn]] void throwErrno(const std::string& context, int code);
+[[noreturn]] void throwErrno(std::string_view context, int code);
+
+/** The same with a context in pieces, for contexts that would have to be composed at the call. */
+[[noreturn]] void throwErrno(std::initializer_list<std::string_view> pieces, int code);
+
+/** A context that is composed at the call allocates, and may change errno before it is read: give the pieces. */
+template <class Composed>
+requires std::same_as<Composed, std::string>
+void throwErrno(Composed&& context, int code) = delete;
 
 }  // namespace ulx

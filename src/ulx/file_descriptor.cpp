@@ -18,20 +18,28 @@ constexpr mode_t newFileMode = 0666;
 int openPath(const std::string& path, int flags) {
   const int fd = ::open(path.c_str(), flags, newFileMode);
   if (fd == -1) {
-    throwErrno("open(\"" + path + "\")", errno);
+    throwErrno({"open(\"", path, "\")"}, errno);
   }
   return fd;
 }
 
 }  // namespace
 
-// The delegated constructor has run by then, so a failed setCloseOnExec() closes the descriptor.
-FileDescriptor::FileDescriptor(const std::string& path, int flags)
-    : FileDescriptor(openPath(path, flags), path, true) {
+// It opens when all else that can fail is done. The delegated constructor has run by then, so a failed
+// setCloseOnExec() closes the descriptor.
+FileDescriptor::FileDescriptor(const std::string& path, int flags) : FileDescriptor(-1, path, false) {
+  fd_ = openPath(path, flags);
+  owns_ = true;
   setCloseOnExec();
 }
 
-FileDescriptor::FileDescriptor(int fd, bool owns) : FileDescriptor(fd, "fd" + std::to_string(fd), owns) {}
+FileDescriptor::FileDescriptor(int fd, bool owns) try : FileDescriptor(fd, "fd" + std::to_string(fd), owns) {
+} catch (...) {
+  // There is no object whose destructor would do it.
+  if (owns) {
+    ::close(fd);
+  }
+}
 
 FileDescriptor::FileDescriptor(int fd, std::string name, bool owns)
     : fd_(fd), name_(std::move(name)), owns_(owns) {}
@@ -49,7 +57,7 @@ int FileDescriptor::release() {
 
 void FileDescriptor::setCloseOnExec() const {
   if (::fcntl(fd_, F_SETFD, FD_CLOEXEC) == -1) {
-    throwErrno("fcntl(\"" + name_ + "\",F_SETFD,FD_CLOEXEC)", errno);
+    throwErrno({"fcntl(\"", name_, "\",F_SETFD,FD_CLOEXEC)"}, errno);
   }
 }
 
@@ -59,7 +67,7 @@ std::size_t FileDescriptor::read(void* buffer, std::size_t length) const {
     count = ::read(fd_, buffer, length);
   } while (count == -1 && errno == EINTR);
   if (count == -1) {
-    throwErrno("read(\"" + name_ + "\")", errno);
+    throwErrno({"read(\"", name_, "\")"}, errno);
   }
   return static_cast<std::size_t>(count);
 }
@@ -104,7 +112,7 @@ std::size_t FileDescriptor::write(const void* buffer, std::size_t length) {
   }
   const ssize_t count = ::write(fd_, buffer, length);
   if (count == -1) {
-    throwErrno("write(\"" + name_ + "\")", errno);
+    throwErrno({"write(\"", name_, "\")"}, errno);
   }
   return static_cast<std::size_t>(count);
 }

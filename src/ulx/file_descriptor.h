@@ -24,7 +24,7 @@ class FileDescriptor {
    * Throws open("PATH") or fcntl("PATH",F_SETFD,FD_CLOEXEC).
    */
   FileDescriptor(const std::string& path, int flags);
-  /** Adopts `fd`; with `owns`, the destructor closes it. Its name is "fd" and the number. */
+  /** Adopts `fd`; with `owns`, the destructor closes it, as does a failure here. Its name is "fd" and the number. */
   FileDescriptor(int fd, bool owns);
   FileDescriptor(const FileDescriptor&) = delete;
   FileDescriptor& operator=(const FileDescriptor&) = delete;

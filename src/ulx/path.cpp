@@ -14,7 +14,7 @@ bool pathExists(const std::string& path) {
     return true;
   }
   if (errno != ENOENT && errno != ENOTDIR) {
-    throwErrno("stat(" + path + ")", errno);
+    throwErrno({"stat(", path, ")"}, errno);
   }
   return false;
 }

@@ -2,25 +2,44 @@
 
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <cstddef>
+#include <utility>
 
 #include "ulx/exceptions.h"
 
 namespace ulx {
-namespace {
 
-std::array<int, 2> makePipe() {
-  std::array<int, 2> ends{};
-  if (::pipe(ends.data()) == -1) {
-    throwErrno("pipe()", errno);
+/** The ends of a new pipe. Those that nobody takes are closed. */
+class Pipe::Ends {
+ public:
+  Ends() {
+    if (::pipe(ends_.data()) == -1) {
+      throwErrno("pipe()", errno);
+    }
   }
-  return ends;
-}
+  Ends(const Ends&) = delete;
+  Ends& operator=(const Ends&) = delete;
+  ~Ends() {
+    for (const int end : ends_) {
+      if (end != taken) {
+        ::close(end);
+      }
+    }
+  }
 
-}  // namespace
+  int takeReadEnd() { return std::exchange(ends_[0], taken); }
+  int takeWriteEnd() { return std::exchange(ends_[1], taken); }
 
-Pipe::Pipe() : Pipe(makePipe()) {}
+ private:
+  static constexpr int taken = -1;
 
-Pipe::Pipe(const std::array<int, 2>& ends) : writeEnd(ends[1], true), readEnd(ends[0], true) {}
+  std::array<int, 2> ends_{taken, taken};
+};
+
+Pipe::Pipe() : Pipe(Ends()) {}
+
+Pipe::Pipe(Ends&& ends) : writeEnd(ends.takeWriteEnd(), true), readEnd(ends.takeReadEnd(), true) {}
 
 }  // namespace ulx

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <array>
-
 #include "ulx/file_descriptor.h"
 
 namespace ulx {
@@ -16,8 +14,9 @@ class Pipe {
   FileDescriptor readEnd;
 
  private:
-  /** `ends` as pipe(2) returns them: the read end, then the write end. */
-  explicit Pipe(const std::array<int, 2>& ends);
+  class Ends;
+
+  explicit Pipe(Ends&& ends);
 };
 
 }  // namespace ulx

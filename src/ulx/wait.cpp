@@ -14,11 +14,9 @@ namespace {
 
 constexpr float microsecondsPerSecond = 1e6F;
 
-void requireHoldable(int fd) {
-  if (fd >= FD_SETSIZE) {
-    errno = EINVAL;
-    throwErrno("select()", EINVAL);
-  }
+[[noreturn]] void refuse() {
+  errno = EINVAL;
+  throwErrno("select()", EINVAL);
 }
 
 bool isReady(const FdSetRecord& sets, int fd) {
@@ -44,13 +42,17 @@ timeval toTimeval(float seconds) {
 }  // namespace
 
 void FdSetRecord::addReader(int fd) {
-  requireHoldable(fd);
+  if (fd < 0 || fd >= FD_SETSIZE) {
+    refuse();
+  }
   FD_SET(fd, &readSet);
   maxFd = std::max(maxFd, fd);
 }
 
 int waitReady(FdSetRecord& sets, timeval* timeout) {
-  requireHoldable(sets.maxFd);
+  if (sets.maxFd >= FD_SETSIZE) {
+    refuse();
+  }
   int ready = 0;
   do {
     ready = select(sets.maxFd + 1, &sets.readSet, &sets.writeSet, &sets.exceptSet, timeout);

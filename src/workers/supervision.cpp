@@ -5,10 +5,12 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <set>
 #include <string>
 
 #include "ctrl/messages.h"
 #include "ctrl/osd.h"
+#include "ctrl/signals.h"
 #include "hotplug/sysfs.h"
 #include "hotplug/uevent.h"
 #include "hotplug/uevent_handler.h"
@@ -35,6 +37,13 @@ pid_t nextEnded(int& status) {
     ulx::throwErrno("waitpid()", errno);
   }
   return 0;
+}
+
+// The signal of a child that ends while another's is pending is lost, and with it the status for the handler.
+void endIfExecFailed(int status) {
+  if (WIFEXITED(status) && WEXITSTATUS(status) == execFailedStatus) {
+    endAfterFailedExec();
+  }
 }
 
 void logEnd(pid_t pid, int status) {
@@ -107,23 +116,44 @@ void followUp(RxCtrl& ctrl, const std::string& devpath, int exitStatus) {
   restartIfPresent(ctrl, devpath);
 }
 
-void handleEndedChild(RxCtrl& ctrl, pid_t pid, int status) {
+// The process id of the device's worker, or 0.
+pid_t workerOf(const WorkerTable& workers, const std::string& devpath) {
+  const auto worker = workers.byPath.find(devpath);
+  return worker == workers.byPath.end() ? 0 : worker->second;
+}
+
+// Returns the worker that was started in the place of the ended one, or 0.
+pid_t replaceWorker(RxCtrl& ctrl, const std::string& devpath, int exitStatus) {
+  const pid_t former = workerOf(ctrl.workers, devpath);  // another one of the same device
+  followUp(ctrl, devpath, exitStatus);
+  const pid_t present = workerOf(ctrl.workers, devpath);
+  return present == former ? 0 : present;
+}
+
+// Returns the worker that was started in the place of the child, or 0.
+pid_t handleEndedChild(RxCtrl& ctrl, pid_t pid, int status) {
+  endIfExecFailed(status);
   logEnd(pid, status);
   const auto worker = ctrl.workers.byPid.find(pid);
   if (worker == ctrl.workers.byPid.end()) {
     logDebug("don't know what that subprocess was; maybe insmod");
-    return;
+    return 0;
   }
   const std::string devpath = worker->second;
   ctrl.workers.remove(pid);
-  followUp(ctrl, devpath, WIFEXITED(status) ? WEXITSTATUS(status) : 0);
+  return replaceWorker(ctrl, devpath, WIFEXITED(status) ? WEXITSTATUS(status) : 0);
 }
 
 }  // namespace
 
 void reapWorkers(RxCtrl& ctrl) {
+  std::set<pid_t> started;  // by this call
   int status = 0;
   for (pid_t pid = nextEnded(status); pid != 0; pid = nextEnded(status)) {
-    handleEndedChild(ctrl, pid, status);
+    const bool isOwn = started.contains(pid);
+    started.insert(handleEndedChild(ctrl, pid, status));
+    if (isOwn) {
+      return;
+    }
   }
 }

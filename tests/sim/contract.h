@@ -133,6 +133,9 @@ inline std::string invalidItem(const std::string& item) {
 inline std::string cannotOpenConfig(const std::string& path) {
   return "Config failed to open file '" + path + "\n";
 }
+inline std::string cannotLoadConfig(const std::string& path) {
+  return "configuration \"" + path + "\" cannot be loaded; defaults apply";
+}
 /** The text of a failed call, as in "No such file or directory while open(...)". */
 inline std::string whileCalling(const std::string& reason, const std::string& call) {
   return reason + " while " + call;

@@ -135,7 +135,7 @@ bool dieWith(pid_t parent) {
 
 bool enterEnvironment(const ProcessOptions& options, const std::string& outputFile,
                       const std::string& errorFile) {
-  ::umask(022);
+  ::umask(options.fileModeMask);
   resetSignals(options);
   return ::chdir(options.workingDirectory.c_str()) == 0 &&
          redirect(STDOUT_FILENO, options.standardOutput, outputFile) &&

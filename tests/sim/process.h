@@ -41,6 +41,7 @@ struct ProcessOptions {
    */
   std::vector<std::string> environment;
   std::string workingDirectory = "/";
+  mode_t fileModeMask = 022;  ///< umask
   Input standardInput = Input::empty;
   Output standardOutput = Output::captured;
   Output standardError = Output::captured;

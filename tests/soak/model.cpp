@@ -23,10 +23,6 @@ std::string devpathOf(const std::string& device) {
   return device.substr(std::string("/sys").size());
 }
 
-std::string cannotLoadConfig(const std::string& path) {
-  return "configuration \"" + path + "\" cannot be loaded; defaults apply";
-}
-
 std::vector<std::string> splitAt(const std::string& text, char separator) {
   std::vector<std::string> parts;
   std::istringstream rest(text);
@@ -64,7 +60,7 @@ void Model::load() {
     expected.standardOutput += contract::error::cannotOpenConfig(contract::configurationPath);
   }
   if (onDisk_.form == Configuration::Form::broken) {
-    expected.log.emplace_back(cannotLoadConfig(contract::configurationPath));
+    expected.log.emplace_back(contract::error::cannotLoadConfig(contract::configurationPath));
   }
 }
 

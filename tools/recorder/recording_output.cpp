@@ -112,7 +112,7 @@ void writeFile(const std::string& path, const std::string& content) {
   std::ofstream file(path, std::ios::binary);
   file << content << std::flush;
   if (!file) {
-    throw systemError("writing " + path, errno);
+    throw systemError({"writing ", path}, errno);
   }
 }
 
@@ -138,7 +138,7 @@ void requireNewFolder(const std::string& folder) {
   }
   const fs::path above = fs::absolute(folder).parent_path();
   if (::access(above.c_str(), W_OK | X_OK) != 0) {
-    throw systemError("making " + folder, errno);
+    throw systemError({"making ", folder}, errno);
   }
 }
 

@@ -17,7 +17,7 @@ class Lines {
  public:
   explicit Lines(const std::filesystem::path& path) : path_(path), file_(path) {
     if (!file_) {
-      throw systemError("open(" + path.string() + ")", errno);
+      throw systemError({"open(", path.native(), ")"}, errno);
     }
   }
 

@@ -14,7 +14,7 @@ std::optional<std::string> readAttribute(const std::string& path) {
     return ulx::FileDescriptor(path, O_RDONLY).readAll();
   } catch (const ulx::ErrnoException& error) {
     if (error.errorNumber == EACCES || error.errorNumber == EPERM) {
-      throw systemError("reading " + path, error.errorNumber);
+      throw systemError({"reading ", path}, error.errorNumber);
     }
     return std::nullopt;
   }

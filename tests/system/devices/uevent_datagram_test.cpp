@@ -1,10 +1,14 @@
 // What the daemon takes from the datagrams of the kernel's uevents.
 
+#include <csignal>
 #include <optional>
 #include <string>
 
 #include "sim/error.h"
+#include "sim/usb_descriptors.h"
 #include "support/named_case.h"
+#include "system/support/attached_devices.h"
+#include "system/support/daemon_fixture.h"
 #include "system/support/hotplug.h"
 
 namespace {
@@ -27,6 +31,16 @@ std::string thousandsOfItems() {
     datagram += "K" + std::to_string(i) + "=" + std::to_string(i) + '\0';
   }
   return datagram;
+}
+
+/** An "add" event of the kernel as udevd repeats it: a header of 40 bytes, then the properties. */
+std::string repetition(const std::string& devpath) {
+  const std::string properties = "ACTION=add\0DEVPATH="s + devpath + "\0SUBSYSTEM=usb\0DEVTYPE=usb_device\0"s;
+  const auto length = static_cast<unsigned>(properties.size());
+  constexpr unsigned byte = 256;
+  return "libudev\0\xfe\xed\xca\xfe"s +
+         sim::bytes({40, 0, 0, 0, 40, 0, 0, 0, length % byte, length / byte, 0, 0}) + std::string(8, '\x17') +
+         std::string(8, '\0') + properties;
 }
 
 const std::string longValue = "/" + std::string(65535, 'd');
@@ -58,6 +72,7 @@ INSTANTIATE_TEST_SUITE_P(
         Datagram{"SixtyFourKibibytes", longDatagram(), "change /at the end"},
         Datagram{"AValueOfSixtyFourKibibytes", sim::uevent("change", longValue), "change " + longValue},
         Datagram{"ThousandsOfItems", thousandsOfItems() + "ACTION=change\0DEVPATH=/x\0"s, "change /x"},
+        Datagram{"RepetitionByUdevd", repetition("/x"), {}},
         Datagram{"NoAction", "add@/x\0DEVPATH=/x\0SUBSYSTEM=usb\0"s, {}},
         Datagram{"NoDevpath", "add@/x\0ACTION=add\0SUBSYSTEM=usb\0"s, {}},
         Datagram{"OtherSpellings", "action=a\0ACTION =b\0 ACTION=c\0DEVPATH2=/y\0DEVPATH=/x\0"s, {}},
@@ -83,6 +98,20 @@ TEST_F(UeventDatagram, OfNoBytesIsIgnored) {
     GTEST_SKIP() << "this kernel sends no empty datagram: " << *refusal;
   }
   EXPECT_EQ(said, Lines{});
+}
+
+/** The kernel announces a device, and then udevd repeats it. */
+TEST_F(UeventDatagram, ThatIsARepetitionLeavesTheRefusalOfADeviceOnTheDisplayOnce) {
+  sim::Unit::writeConfig("[usb]\nhid_only = 1\n");
+  unit.daemon().signal(SIGHUP);
+  const std::string directory = support::scanner().directory();
+
+  EXPECT_EQ(during([&] {
+              unit.plug(support::scanner());
+              unit.uevents.send(repetition(support::devpathOf(directory)));
+            }),
+            support::usbDevice(directory, {contract::debug::unsupported}));
+  EXPECT_EQ(unit.display.takeWrites(), support::writes({contract::display::nonHid("Scanner")}));
 }
 
 }  // namespace

@@ -88,6 +88,23 @@ TEST_F(LinkQueries, WaitAgainAfterALineWithPortZero) {
   EXPECT_EQ(client.receiveAll(), line);
 }
 
+// So often that a line for each time would fill the buffer of the connection that has the number then.
+TEST_F(LinkQueries, DoNotHoldUpTheDaemonHoweverOftenTheyWaitUnderTheSameNumber) {
+  start(commandLine({"--debug=ctrl"}, {"transmitter", "0", "high"}));
+  for (int i = 0; i < 400; ++i) {
+    sim::LinkManager waiting = unit.connect();
+    waiting.send("?");
+    send("host 0 high eth1");
+    EXPECT_EQ(waiting.receiveAll(), "host 0 high eth1");
+  }
+
+  sim::LinkManager& served = send(line);
+
+  EXPECT_EQ(served.receive(), line) << "it has the number";
+  EXPECT_EQ(askForParameters(unit), line);
+  EXPECT_TRUE(isSilentAndOpen(served));
+}
+
 // A client that connects and says nothing for a while: the daemon waits for it.
 
 using LinkQueriesOfASlowClient = support::DaemonFixture;

@@ -1,14 +1,21 @@
 // Keys of the link go to generic workers and control clients, and nowhere else.
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 
 #include <algorithm>
+#include <array>
+#include <filesystem>
 #include <string>
 
 #include "sim/contract.h"
+#include "sim/error.h"
+#include "sim/unix_socket.h"
+#include "sim/wait.h"
 #include "system/support/attached_devices.h"
 #include "system/support/control_messages.h"
 #include "system/support/daemon_fixture.h"
+#include "system/support/process_state.h"
 
 namespace {
 
@@ -72,6 +79,68 @@ TEST_F(LinkSecrecy, KeepsKeysFromSyslog) {
     EXPECT_FALSE(isSecret(message.raw)) << message.raw;
   }
   expectNothingPrintedOrShown();
+}
+
+/** A syslogd on a stream socket, which comes late: programs have found none so far. */
+class StreamSyslog {
+ public:
+  StreamSyslog() {
+    std::filesystem::remove("/dev/log");
+    listener_ = sim::bindTo("/dev/log", SOCK_STREAM);
+    if (::listen(listener_.get(), 1) != 0) {
+      throw sim::systemError("listening for syslog messages");
+    }
+  }
+
+  /** Everything that has come, once this is part of it. */
+  const std::string& waitForText(const std::string& part) {
+    while (received_.find(part) == std::string::npos) {
+      const int readable = connection_.isOpen() ? connection_.get() : listener_.get();
+      if (!sim::waitReadable(readable, {})) {
+        throw sim::TimedOut("a syslog message with \"" + part + "\" after:\n" + received_);
+      }
+      connection_.isOpen() ? receive() : accept();
+    }
+    return received_;
+  }
+
+ private:
+  void accept() { connection_ = sim::Descriptor(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC)); }
+  /** A connection that ends is followed by the next one. */
+  void receive() {
+    std::array<char, 4096> buffer{};
+    const ssize_t length = ::recv(connection_.get(), buffer.data(), buffer.size(), 0);
+    if (length <= 0) {
+      connection_.close();
+      return;
+    }
+    received_.append(buffer.data(), static_cast<std::size_t>(length));
+  }
+
+  sim::Descriptor listener_;
+  sim::Descriptor connection_;
+  std::string received_;
+};
+
+TEST_F(LinkSecrecy, KeepsKeysFromASyslogdWhoseConnectionHasTheNumberOfAClientThatWaited) {
+  std::filesystem::remove("/dev/log");
+  start(commandLine({"--syslog", "--debug=ctrl"}));
+  support::waitUntilAsleep(unit.daemon().pid());  // it has no descriptor open to look for syslogd
+  const sim::LinkManager first = support::acceptedClient(unit, "host 0 full eth1 S3cretIn S3cretOut");
+  sim::LinkManager waiting = support::acceptedClient(unit, "?");
+  const int number = unit.daemon().openDescriptors().back();
+  send("host 7000 full eth1 S3cretIn S3cretOut");
+  EXPECT_TRUE(isSecret(waiting.receiveAll()));
+
+  StreamSyslog syslogd;
+  unit.uevents.remove("/devices/one");
+  syslogd.waitForText("remove /devices/one");
+  EXPECT_TRUE(std::ranges::count(unit.daemon().openDescriptors(), number)) << "the connection's number";
+  send("host 7000 full eth1 S3cretIn2 S3cretOut2");
+  EXPECT_TRUE(isSecret(askForParameters(unit)));
+  unit.uevents.remove("/devices/two");
+
+  EXPECT_FALSE(isSecret(syslogd.waitForText("remove /devices/two"))) << "it got a line";
 }
 
 }  // namespace

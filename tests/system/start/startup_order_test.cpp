@@ -1,16 +1,21 @@
 // In which order the daemon makes what it needs, and how a started daemon looks from outside.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 
 #include <csignal>
 #include <filesystem>
+#include <regex>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "sim/contract.h"
+#include "sim/descriptor.h"
+#include "sim/files.h"
 #include "support/eventually.h"
 #include "system/support/attached_devices.h"
 #include "system/support/control_messages.h"
@@ -95,6 +100,43 @@ TEST_F(StartupOrderOfAServingDaemon, HandlesUeventsThatCameBeforeTheMainLoop) {
 
   EXPECT_EQ(daemon.waitForLine("remove"),
             contract::debug::line(contract::debug::event("remove", "/devices/early")));
+}
+
+/** The configuration while another program writes it. */
+class LockedConfiguration {
+ public:
+  LockedConfiguration() : file_(::open(contract::configurationPath, O_RDONLY | O_CLOEXEC)) {
+    EXPECT_EQ(::flock(file_.get(), LOCK_EX), 0);
+  }
+
+  /** Waits until the process waits for the lock, and has taken every signal. */
+  static void waitForReader(pid_t process) {
+    const std::regex waits(" -> FLOCK +ADVISORY +READ +" + std::to_string(process) + " ");
+    support::eventually("a reader of the configuration", [&] {
+      return support::pendingSignalsOf(process).empty() &&
+             std::regex_search(sim::readFile("/proc/locks"), waits);
+    });
+  }
+  void release() { file_.close(); }
+
+ private:
+  sim::Descriptor file_;
+};
+
+TEST_F(StartupOrderOfAServingDaemon, CatchesHangupsBeforeItReadsTheConfiguration) {
+  sim::Unit::writeConfig("[usb]\n");
+  LockedConfiguration configuration;
+  const sim::Daemon& daemon = unit.startDaemon();
+  configuration.waitForReader(daemon.pid());
+
+  daemon.signal(SIGHUP);
+  configuration.waitForReader(daemon.pid());
+  configuration.release();
+
+  unit.waitUntilServing();
+  sim::Unit::writeConfig("[usb]\nhid_only = 1\n");
+  unit.plug(support::scanner());
+  EXPECT_EQ(unit.display.waitForWrite(), contract::display::nonHid("Scanner") + "\n");
 }
 
 TEST_F(StartupOrderOfAServingDaemon, StaysInTheForegroundAndInItsDirectory) {

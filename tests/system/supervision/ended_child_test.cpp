@@ -14,6 +14,7 @@
 #include "system/support/control_messages.h"
 #include "system/support/daemon_fixture.h"
 #include "system/support/process_state.h"
+#include "system/support/stopped_daemon.h"
 
 namespace {
 
@@ -132,6 +133,25 @@ TEST_F(EndedChildThatCouldNotBeExecuted, EndsADaemonThatWaitsForAControlClient) 
 
   EXPECT_EQ(daemon.waitForExit(), sim::ProcessEnd::exited(1));
   EXPECT_EQ(daemon.messages().back() + "\n", contract::error::execFailed);
+}
+
+// Of two signals that are pending together, the system keeps the first: it says nothing of the second child.
+TEST_F(EndedChildThatCouldNotBeExecuted, EndsTheDaemonAlsoWhereItsSignalIsLost) {
+  sim::Daemon& daemon = start();
+  sim::Worker& first = attach(scanner("1-1"));
+  sim::Worker& second = attach(scanner("1-2"));
+  support::StoppedDaemon stopped(unit);
+  first.exitWith(0);
+  support::waitUntilEnded(first.start.pid);
+  second.exitWith(cannotExecute);
+  support::waitUntilEnded(second.start.pid);
+
+  stopped.resume();
+
+  EXPECT_EQ(daemon.waitForExit(), sim::ProcessEnd::exited(1));
+  EXPECT_EQ(daemon.messages().back() + "\n", contract::error::execFailed);
+  EXPECT_TRUE(daemon.hasLine(contract::debug::terminated(first.start.pid)));
+  EXPECT_FALSE(daemon.hasLine(contract::debug::terminated(second.start.pid)));
 }
 
 }  // namespace

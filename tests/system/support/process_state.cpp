@@ -49,6 +49,10 @@ ProcessState stateOf(pid_t process) {
           .blockedSignals = signalsIn(statusField(process, "SigBlk"))};
 }
 
+mode_t fileModeMaskOf(pid_t process) {
+  return static_cast<mode_t>(std::stoul(statusField(process, "Umask"), nullptr, 8));
+}
+
 std::set<int> pendingSignalsOf(pid_t process) {
   return signalsIn(statusField(process, "ShdPnd"));
 }

@@ -19,6 +19,9 @@ struct ProcessState {
 
 ProcessState stateOf(pid_t process);
 
+/** The process's umask. */
+mode_t fileModeMaskOf(pid_t process);
+
 /** The signals sent to the process that it has not taken yet. */
 std::set<int> pendingSignalsOf(pid_t process);
 

@@ -2,8 +2,13 @@
 
 #include <gtest/gtest.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cstddef>
+#include <filesystem>
+#include <fstream>
 #include <initializer_list>
 #include <string>
 #include <vector>
@@ -112,6 +117,68 @@ TEST(Load, PrintsALongFaultyLineWholeAndNamesOneThatIsTooLong) {
   expectRefused(faulty, {"in " + faulty.path() + " (1)", line});
   const ConfigFile tooLong("[usb]\ndebug=" + std::string(2000, 'x') + "\n");
   expectRefused(tooLong, {"line too long in " + tooLong.path() + " (2)"});
+}
+
+TEST(Load, RefusesAFileThatCannotBeReadToItsEnd) {
+  const support::TemporaryDirectory directory;
+  std::filesystem::create_symlink("/proc/self/mem", directory / "quor.conf");
+  const Failure failure = failureOf(directory / "quor.conf");
+  EXPECT_EQ(failure.output, "");
+  EXPECT_EQ(failure.errors, "");
+}
+
+void limitMemory(rlim_t bytes) {
+  const rlimit limit{.rlim_cur = bytes, .rlim_max = RLIM_INFINITY};
+  setrlimit(RLIMIT_AS, &limit);
+}
+
+bool hasComplained = false;
+
+// Whether a load complains and returns something while the process may take no more than `bytes` in addition.
+bool complainsAndReturnsWithin(rlim_t bytes, const ConfigFile& file) {
+  std::size_t pages = 0;
+  std::ifstream("/proc/self/statm") >> pages;
+  limitMemory(pages * static_cast<rlim_t>(getpagesize()) + bytes);
+  hasComplained = false;
+  ConfigDictionary* loaded = configLoad(file.name(), [](const char*) { hasComplained = true; });
+  limitMemory(RLIM_INFINITY);
+  return configFree(loaded) == 0 && hasComplained;
+}
+
+TEST(Load, ReturnsNothingOfAFileWhenMemoryRunsOut) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "the sanitizer needs its own memory";
+#endif
+  std::string content = "[usb]\n";
+  for (int i = 0; i < 5000; ++i) {
+    content += "key_" + std::to_string(i) + " = x\n";
+  }
+  const ConfigFile file(content);
+  support::inChild([&] {
+    for (rlim_t bytes = 0; bytes <= 256U << 10U; bytes += 32U << 10U) {
+      EXPECT_FALSE(complainsAndReturnsWithin(bytes, file)) << bytes;
+    }
+  });
+}
+
+// What a reporter got; it has no place of its own to keep it.
+support::Lines reported;
+
+void report(const char* complaint) {
+  reported.emplace_back(complaint);
+}
+
+TEST(Load, GivesEachComplaintToItsReporterInPlaceOfStandardError) {
+  const ConfigFile file("[usb\n[apps]\nx=1\nno setting\n");
+  reported.clear();
+  const support::CapturedStandardError errors;
+  EXPECT_EQ(configLoad(file.name(), report), nullptr);
+  EXPECT_EQ(reported,
+            (support::Lines{"iniparser: syntax error in " + file.path() + " (1):\n-> [usb\n",
+                            "iniparser: syntax error in " + file.path() + " (4):\n-> no setting\n"}));
+  EXPECT_EQ(errors.writes(), support::Lines());
+  EXPECT_EQ(configLoad(file.name()), nullptr);
+  EXPECT_EQ(errors.writes(), reported) << "without a reporter";
 }
 
 TEST(Load, HoldsASharedLockWhileItParses) {

@@ -5,11 +5,13 @@
 #include <unistd.h>
 
 #include <array>
+#include <list>
 #include <string>
 #include <vector>
 
 #include "sim/contract.h"
 #include "sim/descriptor.h"
+#include "support/child.h"
 #include "support/descriptors.h"
 #include "support/output.h"
 #include "unit/control/control_fixture.h"
@@ -91,6 +93,20 @@ class ControlRequestsQueriesAnswered : public ControlRequests {
     EXPECT_FALSE(support::isOpen(number_));
   }
 
+  /** A client that says `message` and is served under the number. */
+  support::ControlClient deliverUnderTheNumber(std::string_view message) {
+    std::vector<sim::Descriptor> taken;  // so that nothing but the number is free below those in use
+    while (support::nextDescriptor() <= number_) {
+      taken.emplace_back(dup(STDERR_FILENO));
+    }
+    support::ControlClient client = connect();
+    std::erase_if(taken, [this](const sim::Descriptor& fd) { return fd.get() == number_; });
+    client.send(message);
+    served_ = serveControlClient(*ctrl_);
+    EXPECT_TRUE(support::isOpen(number_));
+    return client;
+  }
+
   support::ControlClient waited_;
   int number_;
   support::ControlClient first_;
@@ -105,36 +121,56 @@ std::array<sim::Descriptor, 2> socketsFrom(int wanted, int type) {
   return {sim::Descriptor(ends[inOrder ? 0 : 1]), sim::Descriptor(ends[inOrder ? 1 : 0])};
 }
 
-TEST_F(ControlRequestsQueriesAnswered, WhoeverHasTheDescriptorNumberLaterGetsLaterLinesAndIsDismissed) {
-  const std::array<sim::Descriptor, 2> sockets = socketsFrom(number_, SOCK_STREAM);
+TEST_F(ControlRequestsQueriesAnswered, AClientThatHasTheDescriptorNumberLaterGetsLaterLinesAndIsDismissed) {
+  ctrl_->port = 0;
+  const support::ControlClient later = deliverUnderTheNumber("?");
   (void)deliver("host 6000 full eth1 in out");
-  std::array<char, 64> received{};
-  EXPECT_GT(recv(sockets[1].get(), received.data(), received.size(), MSG_DONTWAIT), 0);
-  EXPECT_STREQ(received.data(), "host 6000 full eth1 in out");
+  EXPECT_EQ(later.received(), "host 6000 full eth1 in out");
+  EXPECT_TRUE(later.isDisconnected());
   EXPECT_FALSE(support::isOpen(number_));
 }
 
 TEST_F(ControlRequestsQueriesAnswered, WhatIsNoClientUnderTheDescriptorNumberLaterIsLeftAlone) {
-  const std::array<sim::Descriptor, 2> logger = socketsFrom(number_, SOCK_DGRAM);
-  (void)deliver(parameters);
-  EXPECT_TRUE(support::isOpen(number_));
-  for (const sim::Descriptor& end : logger) {
-    char byte = 0;
-    EXPECT_EQ(recv(end.get(), &byte, 1, MSG_DONTWAIT), -1);
+  for (const int type : {SOCK_DGRAM, SOCK_STREAM}) {
+    const std::array<sim::Descriptor, 2> logger = socketsFrom(number_, type);
+    (void)deliver(parameters);
+    EXPECT_TRUE(support::isOpen(number_));
+    for (const sim::Descriptor& end : logger) {
+      char byte = 0;
+      EXPECT_EQ(recv(end.get(), &byte, 1, MSG_DONTWAIT), -1);
+    }
   }
 }
 
+TEST_F(ControlRequestsQueriesAnswered, TheDescriptorNumberKeepsItsOnePlaceInTheListHoweverOftenItWaits) {
+  ctrl_->port = 0;
+  const support::ControlClient again = deliverUnderTheNumber("?");
+  const support::ControlClient other = ask();
+  const std::list<int> numbers = ctrl_->waitingClients;
+  EXPECT_EQ(numbers.size(), 2U);
+  EXPECT_EQ(numbers.front(), number_);
+  (void)deliver(parameters);
+  ctrl_->port = 0;
+  const support::ControlClient third = deliverUnderTheNumber("?");
+  EXPECT_EQ(ctrl_->waitingClients, numbers);
+}
+
+TEST_F(ControlRequestsQueriesWaiting, DoNotHoldUpALineWhenTheyReadNothing) {
+  support::inChild([this] {
+    const support::ControlClient client = ask();
+    const std::array<char, 1024> bytes{};
+    while (send(ctrl_->waitingClients.front(), bytes.data(), bytes.size(), MSG_DONTWAIT) > 0) {
+    }
+    alarm(10);  // ends a test that waits
+    (void)deliver(parameters);
+    EXPECT_EQ(client.received().find("host"), std::string::npos);
+    EXPECT_TRUE(client.isDisconnected());
+  });
+}
+
 TEST_F(ControlRequestsQueriesAnswered, WhoDeliversUnderTheDescriptorNumberGetsTheLineBackAndStaysConnected) {
-  // Nothing but this number is free below those in use, so the next client is served under it.
-  std::vector<sim::Descriptor> taken;
-  while (support::nextDescriptor() <= number_) {
-    taken.emplace_back(dup(STDERR_FILENO));
-  }
-  const support::ControlClient second = connect();
-  std::erase_if(taken, [this](const sim::Descriptor& fd) { return fd.get() == number_; });
-  second.send(parameters);
-  EXPECT_EQ(serveControlClient(*ctrl_), number_);
-  EXPECT_TRUE(support::isOpen(number_));
+  const support::ControlClient second = deliverUnderTheNumber(parameters);
+  EXPECT_EQ(served_, number_);
   EXPECT_EQ(second.received(), parameters);
   EXPECT_FALSE(second.isDisconnected());
 }

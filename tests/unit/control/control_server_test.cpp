@@ -3,10 +3,12 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <filesystem>
 #include <optional>
@@ -49,6 +51,17 @@ std::size_t roomForClients(const std::string& path) {
 // The error that keeps a server from listening there.
 ulx::ErrnoException failureAt(const std::string& path) {
   return support::caught<ulx::ErrnoException>([&path] { const ControlServer server(path); });
+}
+
+// The server's end of a client that has connected.
+sim::Descriptor acceptedBy(const ControlServer& server) {
+  return sim::Descriptor(accept4(server.fd(), nullptr, nullptr, SOCK_CLOEXEC));
+}
+
+std::array<sim::Descriptor, 2> connectedWithoutNames() {
+  std::array<int, 2> ends{};
+  EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
+  return {sim::Descriptor(ends[0]), sim::Descriptor(ends[1])};
 }
 
 class ControlServerTest : public testing::Test {
@@ -165,6 +178,74 @@ TEST_F(ControlServerTest, ThatCannotBeBoundIsClosed) {
     EXPECT_EQ(support::contextThrownBy([&path] { const ControlServer server(path); }), "bind()");
   }
   EXPECT_EQ(support::openDescriptors(), before);
+}
+
+TEST_F(ControlServerTest, IsItsOwnersAloneBeforeAnyoneCanConnectWhateverTheUmask) {
+  for (const mode_t mask : {0000U, 0022U, 0077U, 0777U}) {
+    support::inChildWithFailing({.number = SYS_listen, .error = EADDRINUSE}, [this, mask] {
+      umask(mask);
+      EXPECT_EQ(failureAt(path_).context, "listen()");
+      EXPECT_EQ(fs::symlink_status(path_).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    });
+  }
+}
+
+TEST_F(ControlServerTest, LeavesTheUmaskAsItIsAlsoWhereItCannotBeBound) {
+  const std::string gone = directory_ / "gone/socket";
+  for (const mode_t mask : {0000U, 0022U, 0077U, 0777U}) {
+    support::inChild([this, mask, &gone] {
+      umask(mask);
+      const ControlServer server(path_);
+      EXPECT_EQ(umask(mask), mask);
+      EXPECT_THROW(ControlServer{gone}, ulx::NoSuchFileOrDirectory);
+      EXPECT_EQ(umask(mask), mask);
+    });
+  }
+}
+
+TEST_F(ControlServerTest, KnowsItsClientsAndNothingElse) {
+  const ControlServer server(path_);
+  const ControlServer other(directory_ / "other");
+  const support::ControlClient client(path_);
+  const support::ControlClient clientOfTheOther(directory_ / "other");
+  const sim::Descriptor accepted = acceptedBy(server);
+  const sim::Descriptor acceptedByTheOther = acceptedBy(other);
+  const std::array<sim::Descriptor, 2> unnamed = connectedWithoutNames();
+  EXPECT_TRUE(server.hasClient(accepted.get()));
+  EXPECT_FALSE(server.hasClient(acceptedByTheOther.get()));
+  EXPECT_FALSE(server.hasClient(unnamed.front().get()));
+  EXPECT_FALSE(server.hasClient(server.fd()));
+  EXPECT_FALSE(server.hasClient(STDERR_FILENO));
+  EXPECT_FALSE(server.hasClient(support::nextDescriptor()));
+  EXPECT_FALSE(server.hasClient(-1));
+}
+
+TEST_F(ControlServerTest, KnowsItsClientsUnderPathsOfEveryLengthAndNotThoseOfANeighbour) {
+  support::inChild([this] {
+    fs::current_path(directory_.path());
+    for (std::size_t length = 1; length <= longestPath; ++length) {
+      const std::string path(length, 's');
+      const std::string neighbour = std::string(length - 1, 's') + "n";
+      const ControlServer server(path);
+      const ControlServer other(neighbour);
+      const support::ControlClient client(path);
+      const support::ControlClient clientOfTheOther(neighbour);
+      EXPECT_TRUE(server.hasClient(acceptedBy(server).get())) << length;
+      EXPECT_FALSE(server.hasClient(acceptedBy(other).get())) << length;
+    }
+  });
+}
+
+// In a network of its own, because the empty path is one name for everyone in a network.
+TEST(ControlServerOfTheEmptyPath, KnowsItsClientsFromSocketsWithoutAName) {
+  support::inPrivateWorld([] {
+    const ControlServer server("");
+    const support::ControlClient client("");
+    const sim::Descriptor accepted = acceptedBy(server);
+    const std::array<sim::Descriptor, 2> unnamed = connectedWithoutNames();
+    EXPECT_TRUE(server.hasClient(accepted.get()));
+    EXPECT_FALSE(server.hasClient(unnamed.front().get()));
+  });
 }
 
 TEST(ControlServerConnection, StaysOpenAtItsEnd) {

@@ -1,13 +1,20 @@
 #include "ctrl/configuration.h"
 
 #include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <sys/syscall.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <string>
 
 #include "ctrl/configuration_keys.h"
+#include "sim/contract.h"
 #include "sim/files.h"
 #include "support/child.h"
+#include "support/descriptors.h"
+#include "support/output.h"
 #include "support/private_world.h"
 
 namespace {
@@ -24,6 +31,25 @@ void expectNone() {
   EXPECT_EQ(configDictionary(), nullptr);
 }
 
+/** How often the configuration is reported as one that cannot be loaded, while it is loaded anew. */
+std::ptrdiff_t reportsOfALoad() {
+  requestConfigReload();
+  const support::Lines messages = support::logDuring([] {
+    getConfigBool("usb:hid_only", false);
+    getConfigString("usb:debug");
+  });
+  return std::count(messages.begin(), messages.end(), contract::error::cannotLoadConfig(configurationPath));
+}
+
+void expectReported() {
+  EXPECT_EQ(reportsOfALoad(), 1);
+  expectNone();
+  EXPECT_EQ(reportsOfALoad(), 1) << "at the next load";
+}
+
+const std::string refusing = "[usb]\ndebug = ctrl\nhid_only = 1\n";
+
+using ConfigurationFault = support::PrivateWorld;
 using ConfigurationKeys = support::PrivateWorld;
 using ConfigurationFile = support::PrivateWorld;
 using ConfigurationReload = support::PrivateWorld;
@@ -73,6 +99,92 @@ TEST_F(ConfigurationFile, IsAsAbsentWhereItCannotBeRead) {
 TEST_F(ConfigurationFile, IsAsAbsentWhereADirectoryIs) {
   std::filesystem::create_directories(configurationPath);
   expectNone();
+}
+
+TEST_F(ConfigurationFault, IsNoneInAFileThatIsMissingOrLoaded) {
+  EXPECT_EQ(reportsOfALoad(), 0);
+  for (const char* target : {"/missing/quor.conf", "/dev/null/quor.conf"}) {
+    std::filesystem::create_symlink(target, configurationPath);
+    EXPECT_EQ(reportsOfALoad(), 0) << target;
+    std::filesystem::remove(configurationPath);
+  }
+  configure("");
+  EXPECT_EQ(reportsOfALoad(), 0);
+}
+
+TEST_F(ConfigurationFault, IsABadLine) {
+  configure(refusing + "nonsense\n");
+  expectReported();
+  configure(refusing + "nonsense\nmore nonsense\n" + std::string(3000, 'x'));
+  expectReported();
+}
+
+TEST_F(ConfigurationFault, IsADirectoryInItsPlace) {
+  std::filesystem::create_directories(configurationPath);
+  expectReported();
+}
+
+TEST_F(ConfigurationFault, IsALinkToItself) {
+  std::filesystem::create_symlink(configurationPath, configurationPath);
+  expectReported();
+}
+
+TEST_F(ConfigurationFault, IsAFileThatMayNotBeRead) {
+  configure(refusing);
+  std::filesystem::permissions(configurationPath, std::filesystem::perms::none);
+  support::inChild([] {
+    support::dropPrivileges();
+    expectReported();
+  });
+}
+
+TEST_F(ConfigurationFault, IsADirectoryThatMayNotBeEntered) {
+  configure(refusing);
+  std::filesystem::permissions("/vel", std::filesystem::perms::none);
+  support::inChild([] {
+    support::dropPrivileges();
+    expectReported();
+  });
+}
+
+TEST_F(ConfigurationFault, IsAFileThatCannotBeReadToItsEnd) {
+  std::filesystem::create_symlink("/proc/self/mem", configurationPath);  // its first byte cannot be read
+  expectReported();
+}
+
+TEST_F(ConfigurationFault, IsALockThatIsRefused) {
+  configure(refusing);
+  support::inChildWithFailing({.number = SYS_flock, .error = ENOLCK}, expectReported);
+}
+
+// A loader by name needs more than one over an open stream.
+TEST_F(ConfigurationFault, IsReportedWhereverDescriptorsAreTooFewToLoad) {
+  configure(refusing);
+  for (int count = 0; count < 4; ++count) {
+    support::inChild([count] {
+      const support::CapturedStandardError captured;
+      support::limitFurtherDescriptors(count);
+      requestConfigReload();
+      const bool loaded = configDictionary() != nullptr;
+      const support::Lines messages = captured.messages();
+      EXPECT_EQ(
+          std::count(messages.begin(), messages.end(), contract::error::cannotLoadConfig(configurationPath)),
+          loaded ? 0 : 1)
+          << count;
+      EXPECT_TRUE(count != 0 || !loaded);
+      EXPECT_TRUE(count != 3 || loaded);
+    });
+  }
+}
+
+TEST_F(ConfigurationFault, IsReportedWhereItIsNotLoadedWithoutProc) {
+  configure(refusing);
+  support::inPrivateWorld([] {
+    configure(refusing);
+    ASSERT_EQ(mount("none", "/proc", "tmpfs", 0, nullptr), 0);
+    const auto reports = reportsOfALoad();
+    EXPECT_EQ(reports, configDictionary() == nullptr ? 1 : 0);
+  });
 }
 
 TEST_F(ConfigurationReload, IsNoneUntilItIsRequestedAndThenOne) {

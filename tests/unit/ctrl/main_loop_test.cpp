@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <memory>
+#include <set>
 #include <string>
 
 #include "ctrl/settings.h"
@@ -14,6 +15,7 @@
 #include "sim/sysfs.h"
 #include "support/child.h"
 #include "support/control_client.h"
+#include "support/descriptors.h"
 #include "support/output.h"
 #include "support/private_world.h"
 #include "support/test_ctrl.h"
@@ -91,6 +93,17 @@ TEST_F(MainLoop, ForgetsTheStartOfTheLastGenericWorkerWithEveryControlClient) {
   asking.send("?");
   ctrl_->run();
   EXPECT_EQ(ctrl_->lastGenericStart, 0.0);
+}
+
+TEST_F(MainLoop, RemembersAControlConnectionThatIsReplacedAndLeavesItOpen) {
+  const ulx::Pipe pipe;
+  endBy(pipe.readEnd.fd());
+  const support::ControlClient client(ctrl_->socketPath);
+  client.send("host 5000 high eth1");
+  client.finish();
+  ctrl_->run();
+  EXPECT_EQ(ctrl_->replacedConnections, std::set<int>{pipe.readEnd.fd()});
+  EXPECT_TRUE(support::isOpen(pipe.readEnd.fd()));
 }
 
 TEST_F(MainLoop, IsLeftByWhatASourceThrows) {

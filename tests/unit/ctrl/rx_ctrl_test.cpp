@@ -97,6 +97,7 @@ TEST_F(RxCtrlTest, HoldsWhatItIsGivenAndNothingElseYet) {
   EXPECT_FALSE(ctrl->attachBlocked);
   EXPECT_EQ(ctrl->lastGenericStart, 0.0);
   EXPECT_TRUE(ctrl->waitingClients.empty());
+  EXPECT_TRUE(ctrl->replacedConnections.empty());
 }
 
 TEST_F(RxCtrlTest, GivesNoneOfItsDescriptorsToWorkersAndReleasesThemAtItsEnd) {

@@ -175,6 +175,15 @@ TEST_F(SignalsOfHangups, RequestAReloadOfThePolicyEachTime) {
   });
 }
 
+TEST_F(SignalsOfHangups, AreCaughtWithoutAWord) {
+  support::inChild([] {
+    block(SIGHUP);
+    EXPECT_EQ(support::debugLogDuring([] { catchHangups(); }), Lines{});
+    raise(SIGHUP);
+    EXPECT_EQ(policyReloadRequested, 1);
+  });
+}
+
 TEST_F(SignalsOfHangups, AreLoggedWithDebuggingThoughTheyCannotBeCaught) {
   const Lines setUp = support::tagged({contract::debug::hangupHandler});
   support::inChild([&setUp] {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <functional>
 #include <string>
 
@@ -13,6 +14,8 @@
 #include "support/private_world.h"
 #include "support/thrown.h"
 #include "ulx/file_descriptor.h"
+#include "unit/hotplug/classification_calls.h"
+#include "unit/hotplug/spoiled_errno.h"
 
 namespace {
 
@@ -96,6 +99,71 @@ TEST_F(Classification, ThrowsWhatCannotBeReadOfADevice) {
   EXPECT_EQ(classify(noClasses, device), DeviceKind::generic) << "descriptors are for classes";
   sysfs.makeDirectory("/sys/devices/odd/subsystem");
   EXPECT_EQ(support::contextThrownBy([] { (void)classify(noClasses, "/sys/devices/odd"); }), "readlink()");
+}
+
+TEST_F(Classification, KnowsWhyThereIsNoSubsystemWhateverIsReleasedMeanwhile) {
+  const sim::Sysfs sysfs;
+  const SpoiledErrno spoiled;
+  EXPECT_EQ(classify(allClasses, "/sys/devices/without/a/subsystem"), DeviceKind::ignored);
+}
+
+struct ClockCase : support::NamedCase {
+  time_t seconds;
+};
+
+/** The wall clock is set by so many seconds while classification sleeps for the first time. */
+class ClassificationWhileTheClockIsSet : public Classification,
+                                         public testing::WithParamInterface<ClockCase> {
+ protected:
+  ClassificationWhileTheClockIsSet()
+      : clock_(library::gettimeofday, [this](timeval* now, void* zone) { return showTime(now, zone); }),
+        sleeping_(library::nanosleep, [this](const timespec* request, timespec* remaining) {
+          isSet_ = true;
+          inSleep_(++sleeps_);
+          return library::nanosleep.real(request, remaining);
+        }) {}
+
+  sim::Sysfs sysfs_;
+  std::function<void(int number)> inSleep_;  // runs in each sleep
+
+ private:
+  int showTime(timeval* now, void* zone) const {
+    const int result = library::gettimeofday.real(now, zone);
+    now->tv_sec += isSet_ ? GetParam().seconds : 0;
+    return result;
+  }
+
+  bool isSet_ = false;
+  int sleeps_ = 0;
+  support::Replaced<int(timeval*, void*)> clock_;
+  support::Replaced<int(const timespec*, timespec*)> sleeping_;
+};
+
+INSTANTIATE_TEST_SUITE_P(An, ClassificationWhileTheClockIsSet,
+                         testing::Values(ClockCase{{"HourForward"}, 3600}, ClockCase{{"HourBack"}, -3600}));
+
+TEST_P(ClassificationWhileTheClockIsSet, StillWaitsForWhatComesLate) {
+  const std::string device = sysfs_.add(sim::UsbDevice{.deviceClass = {}});
+  inSleep_ = [&](int number) {
+    if (number == 2) {
+      sysfs_.writeAttribute(device, "bDeviceClass", "00\n");
+    }
+  };
+  EXPECT_EQ(classify(noClasses, device), DeviceKind::generic);
+}
+
+TEST_P(ClassificationWhileTheClockIsSet, StillWaitsThreeSecondsAndNoLonger) {
+  using Clock = std::chrono::steady_clock;
+  constexpr int sleepsOfThreeSeconds = 60;
+  const std::string device = sysfs_.add(sim::UsbDevice{.deviceClass = {}});
+  inSleep_ = [&](int number) {
+    if (number > sleepsOfThreeSeconds + 1) {
+      sysfs_.writeAttribute(device, "bDeviceClass", "00\n");  // or the wait would take an hour
+    }
+  };
+  const Clock::time_point begin = Clock::now();
+  EXPECT_EQ(classify(noClasses, device), DeviceKind::undetermined);
+  EXPECT_GT(Clock::now() - begin, std::chrono::seconds(3));
 }
 
 }  // namespace

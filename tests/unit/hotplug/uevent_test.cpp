@@ -40,6 +40,11 @@ INSTANTIATE_TEST_SUITE_P(
         DatagramCase{{"HeaderWithAnEqualsSign"},
                      "add@/devices/a=b\0ACTION=add\0"sv,
                      {{"ACTION", "add"}, {"add@/devices/a", "b"}}},
+        DatagramCase{{"Repetition"},
+                     "libudev\0\xfe\xed\xca\xfe\x28\0\0\0ACTION=add\0DEVPATH=/devices/x\0SUBSYSTEM=usb\0"sv,
+                     {}},
+        DatagramCase{{"RepetitionAfterTheHeader"}, "add@/x\0libudev\0ACTION=add\0"sv, {{"ACTION", "add"}}},
+        DatagramCase{{"AlmostARepetition"}, "libude\0ACTION=add\0"sv, {{"ACTION", "add"}}},
         DatagramCase{{"Nothing"}, ""sv, {}}, DatagramCase{{"Nul"}, "\0"sv, {}},
         DatagramCase{{"Nuls"}, "\0\0\0"sv, {}}, DatagramCase{{"HeaderAlone"}, "add@/devices/x"sv, {}},
         DatagramCase{{"HeaderAndNul"}, "add@/devices/x\0"sv, {}}));

@@ -56,6 +56,14 @@ Arguments commandOn(const std::string& name) {
   return name == "set" ? Arguments{name, "usb:x", "1"} : Arguments{name};
 }
 
+TEST(QuorConfigFile, IsNotHalfReadWhereItCannotBeReadToItsEnd) {
+  const support::TemporaryDirectory directory;
+  const std::string path = directory / "quor.conf";
+  std::filesystem::create_symlink("/proc/self/mem", path);  // its first byte cannot be read
+  EXPECT_EQ(quorConfig({"--file", path, "get", "usb:x"}), failed("not a configuration file: " + path));
+  EXPECT_EQ(quorConfig({"--file", path, "set", "usb:x", "1"}), failed("not a configuration file: " + path));
+}
+
 TEST(QuorConfigFile, IsReportedMissing) {
   const ConfiguredFile file;
   for (const char* name : {"get", "unset", "print", "json", "sed", "diff"}) {

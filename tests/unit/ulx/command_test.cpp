@@ -11,6 +11,7 @@
 #include "support/output.h"
 #include "support/thrown.h"
 #include "ulx/pipe.h"
+#include "unit/ulx/allocations.h"
 #include "unit/ulx/descriptor_limit.h"
 #include "unit/ulx/interrupting_timer.h"
 
@@ -77,6 +78,16 @@ TEST(Command, IsReadOnAfterASignal) {
   const InterruptingTimer timer(awaited.writeEnd.fd());
   EXPECT_EQ(outputOf("printf before; head -c 1 " + end + " >/dev/null; printf ' after'"), "before after");
   EXPECT_GE(InterruptingTimer::count(), 3);
+}
+
+TEST(Command, IsReadOnAfterASignalWhateverAllocationsDoToErrno) {
+  ulx::Pipe awaited;
+  const std::string end = "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(awaited.readEnd.fd());
+  const std::string before(100, 'b');
+  const InterruptingTimer timer(awaited.writeEnd.fd());
+  const AllocationsThatSetErrno disturbance(ENOMEM);
+  EXPECT_EQ(outputOf("printf " + before + "; head -c 1 " + end + " >/dev/null; printf ' after'"),
+            before + " after");
 }
 
 TEST(Command, LeavesNothingOpen) {

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <chrono>
 #include <ctime>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -54,9 +55,42 @@ TEST(Sleep, LastsItsWholeTimeThroughSignals) {
   EXPECT_GE(InterruptingTimer::count(), 1);
 }
 
+// Signals that come faster than the kernel's timers are precise leave as much to sleep as before.
+TEST(Sleep, EndsInTimeWhenEachSignalLeavesTheWholeRest) {
+  using Clock = std::chrono::steady_clock;
+  const auto start = Clock::now();
+  const auto tooLate = start + std::chrono::seconds(2);
+  const support::Replaced sleeping(library::nanosleep, [&](const timespec* request, timespec* remaining) {
+    if (Clock::now() > tooLate) {
+      return 0;
+    }
+    *remaining = *request;
+    errno = EINTR;
+    return -1;
+  });
+  ulx::sleepSeconds(0.05);
+  EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(50));
+  EXPECT_LT(Clock::now(), tooLate);
+}
+
 TEST(Sleep, ThatFailsIsThrown) {
   EXPECT_EQ(support::caught<ulx::InvalidArgument>([] { ulx::sleepSeconds(-0.5); }).text(),
             "Invalid argument while nanosleep\n");
+}
+
+TEST(Sleep, TakesNoTimeThat32BitsOfSecondsCannotHold) {
+  using Seconds = std::numeric_limits<double>;
+  for (const double seconds : {2147483648.0, 1e300, Seconds::infinity(), -2147483649.0, -1e300,
+                               -Seconds::infinity(), Seconds::quiet_NaN()}) {
+    EXPECT_EQ(support::caught<ulx::InvalidArgument>([=] {
+                errno = ENOENT;
+                requestsOf(seconds);
+              }).text(),
+              "Invalid argument while nanosleep\n")
+        << seconds;
+  }
+  EXPECT_EQ(requestsOf(2147483647.5), (std::vector<Request>{{2147483647, 500'000'000}}));
+  EXPECT_EQ(requestsOf(-2147483648.0), (std::vector<Request>{{-2147483648LL, 0}}));
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <chrono>
 #include <functional>
 #include <initializer_list>
+#include <limits>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -131,6 +132,13 @@ TEST(WaitSets, HoldNumbersUpTo1023) {
             }).text(),
             "Invalid argument while select()\n");
   EXPECT_EQ(sets.maxFd, 1023);
+  for (const int negative : {-1, -64, std::numeric_limits<int>::min()}) {
+    EXPECT_EQ(support::caught<ulx::InvalidArgument>([&] {
+                errno = ENOENT;
+                sets.addReader(negative);
+              }).text(),
+              "Invalid argument while select()\n");
+  }
   sets.maxFd = 1024;
   EXPECT_EQ(support::caught<ulx::InvalidArgument>([&] {
               errno = ENOENT;

@@ -4,18 +4,22 @@
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 #include <map>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "ctrl/settings.h"
 #include "sim/contract.h"
 #include "sim/files.h"
 #include "support/thrown.h"
 #include "unit/workers/supervision_world.h"
+#include "workers/exit_status.h"
 
 namespace {
 
@@ -47,7 +51,7 @@ TEST_F(SupervisionReaping, LeavesRunningWorkersAlone) {
 }
 
 TEST_F(SupervisionReaping, LogsTheExitStatus) {
-  for (const int status : {0, 1, 27, 42, 255}) {
+  for (const int status : {0, 1, 27, 41, 43, 255}) {
     const pid_t worker = exitedWorker(status, goneDevice);
     EXPECT_EQ(logOfReaping(),
               tagged({debug::terminated(worker), debug::withStatus(status), debug::gone(goneDevice)}));
@@ -108,6 +112,74 @@ TEST_F(SupervisionReaping, CollectsAlsoWhatEndsMeanwhile) {
   reap();
   EXPECT_FALSE(hasChildren());
   EXPECT_TRUE(ctrl_->workers.byPid.empty());
+}
+
+/** Reaps children of its own: a process that is to end has them. */
+void reapExited(RxCtrl& ctrl, const std::vector<int>& statuses, bool debugs) {
+  for (const int status : statuses) {
+    const pid_t child = fork();
+    if (child == 0) {
+      _exit(status);
+    }
+    waitUntilEnded(child);
+  }
+  settings.debugCtrl = debugs;
+  reapWorkers(ctrl);
+}
+
+TEST_F(SupervisionReaping, OfAnyChildThatCouldNotBeExecutedEndsTheDaemon) {
+  const testing::ExitedWithCode failed(1);
+  EXPECT_EXIT(reapExited(*ctrl_, {execFailedStatus}, false), failed, testing::Eq(""));
+  EXPECT_EXIT(reapExited(*ctrl_, {execFailedStatus}, true), failed, testing::Eq(contract::error::execFailed));
+  EXPECT_EXIT(reapExited(*ctrl_, {0, execFailedStatus}, false), failed, testing::Eq("")) << "behind another";
+}
+
+/** Workers that end as soon as they are started. */
+class SupervisionReapingOfDyingWorkers : public Supervision {
+ protected:
+  void endAll() {
+    for (const auto& [pid, device] : ctrl_->workers.byPid) {
+      if (ended_.insert(pid).second) {
+        exitNext(1);
+      }
+    }
+  }
+  void letDieInPauses() {
+    constexpr std::size_t pausesForEver = 30;
+    inPause_ = [this] {
+      if (pauses_.size() < pausesForEver) {
+        endAll();
+      }
+    };
+  }
+
+ private:
+  std::set<pid_t> ended_;
+};
+
+TEST_F(SupervisionReapingOfDyingWorkers, EndsWithTheFirstThatItHasStartedItself) {
+  plugWithWorker({.name = "1-1"});
+  plugWithWorker({.name = "1-2"});
+  endAll();
+  letDieInPauses();
+
+  const Pauses threeWorkers(9, 0.05);
+  reap();
+  EXPECT_EQ(pauses_, threeWorkers) << "the two that had ended, and the first that ended again";
+  EXPECT_EQ(ctrl_->workers.byPid.size(), 2U);
+
+  pauses_.clear();
+  reap();
+  EXPECT_EQ(pauses_, threeWorkers) << "the others are left to the next call";
+}
+
+TEST_F(SupervisionReapingOfDyingWorkers, GoesOnBehindTheLaterWorkerOfADevice) {
+  const std::string device = sysfs_.add(sim::UsbDevice{});
+  exitedWorker(1, device);
+  exitedWorker(1, device);
+  exitedWorker(1, goneDevice);
+  reap();
+  EXPECT_EQ(ctrl_->workers.byPid, (std::map<pid_t, std::string>{{nextStart().pid, device}}));
 }
 
 TEST_F(SupervisionReaping, DoesNotWaitForAChild) {

@@ -1,0 +1,11 @@
+#pragma once
+
+#include "ctrl/rx_ctrl.h"
+
+/**
+ * Closes the connections of held clients and the replaced control connections whose clients have gone. One
+ * that has only ended its sending is still there. The control connection itself is never closed here.
+ *
+ * Held clients keep their place in `ctrl.waitingClients`.
+ */
+void closeDepartedClients(RxCtrl& ctrl);

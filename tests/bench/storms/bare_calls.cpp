@@ -1,0 +1,126 @@
+#include "bench/storms/bare_calls.h"
+
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstddef>
+#include <cstring>
+#include <ctime>
+#include <functional>
+#include <vector>
+
+#include "sim/error.h"
+
+namespace bench {
+
+namespace {
+
+constexpr int rounds = 5;
+constexpr int calls = 200;
+
+double processorMicroseconds() {
+  constexpr double microsecondsPerSecond = 1e6;
+  constexpr double nanosecondsPerMicrosecond = 1e3;
+  timespec used{};
+  ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
+  return static_cast<double>(used.tv_sec) * microsecondsPerSecond +
+         static_cast<double>(used.tv_nsec) / nanosecondsPerMicrosecond;
+}
+
+double leastOfEachCall(const std::function<void()>& call) {
+  double least = 0;
+  for (int round = 0; round < rounds; ++round) {
+    const double before = processorMicroseconds();
+    for (int i = 0; i < calls; ++i) {
+      call();
+    }
+    const double each = (processorMicroseconds() - before) / calls;
+    least = round == 0 ? each : std::min(least, each);
+  }
+  return least;
+}
+
+/** Children of this process that rest as long as the object lives. */
+class RestingChildren {
+ public:
+  explicit RestingChildren(int count) {
+    for (int i = 0; i < count; ++i) {
+      const pid_t child = ::fork();
+      if (child == -1) {
+        throw sim::systemError("fork()");
+      }
+      if (child == 0) {
+        rest();
+      }
+      children_.push_back(child);
+    }
+  }
+  ~RestingChildren() {
+    for (const pid_t child : children_) {
+      ::kill(child, SIGKILL);
+      ::waitpid(child, nullptr, 0);
+    }
+  }
+  RestingChildren(const RestingChildren&) = delete;
+  RestingChildren& operator=(const RestingChildren&) = delete;
+
+ private:
+  [[noreturn]] static void rest() {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    while (true) {
+      ::pause();
+    }
+  }
+
+  std::vector<pid_t> children_;
+};
+
+/** Memory that has been written to. */
+class WrittenMemory {
+ public:
+  explicit WrittenMemory(std::size_t bytes) : bytes_(bytes) {
+    void* memory = ::mmap(nullptr, bytes_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED) {
+      throw sim::systemError("mmap()");
+    }
+    ::madvise(memory, bytes_, MADV_NOHUGEPAGE);
+    memory_ = std::memset(memory, 1, bytes_);
+  }
+  ~WrittenMemory() { ::munmap(memory_, bytes_); }
+  WrittenMemory(const WrittenMemory&) = delete;
+  WrittenMemory& operator=(const WrittenMemory&) = delete;
+
+ private:
+  std::size_t bytes_;
+  void* memory_ = nullptr;
+};
+
+void forkAndWait() {
+  const pid_t child = ::fork();
+  if (child == -1) {
+    throw sim::systemError("fork()");
+  }
+  if (child == 0) {
+    ::_exit(0);
+  }
+  ::waitpid(child, nullptr, 0);
+}
+
+}  // namespace
+
+double microsecondsToLookAfterChildren(int children) {
+  const RestingChildren resting(children);
+  return leastOfEachCall([] { ::waitpid(-1, nullptr, WNOHANG); });
+}
+
+double microsecondsToFork(long extraKilobytes) {
+  constexpr std::size_t bytesPerKilobyte = 1024;
+  const WrittenMemory extra(static_cast<std::size_t>(extraKilobytes) * bytesPerKilobyte);
+  return leastOfEachCall(forkAndWait);
+}
+
+}  // namespace bench

@@ -1,0 +1,13 @@
+#pragma once
+
+/** What the kernel alone takes for calls whose cost grows with a daemon's workers; nothing of the daemon is measured. */
+namespace bench {
+
+/** Microseconds of processor time for one look after ended children, beside so many that rest. */
+double microsecondsToLookAfterChildren(int children);
+
+/** Microseconds of processor time for one fork in a process with so much more memory of its own, and for the copies of
+ * the pages that it writes to afterwards. */
+double microsecondsToFork(long extraKilobytes);
+
+}  // namespace bench
