@@ -35,14 +35,6 @@ std::string pathOutsideOfTree(Random& random) {
                                   "/devices/../class", "/../vel/quor.conf", "//bus//usb", "/devices/\xff"}));
 }
 
-std::string huge(const std::string& devpath) {
-  sim::UeventPairs pairs;
-  for (std::size_t size = 0; size < hugeSize; size += 1000) {
-    pairs.emplace_back("FILL" + std::to_string(size), std::string(1000, '='));
-  }
-  return sim::uevent("change", devpath, pairs);
-}
-
 }  // namespace
 
 std::optional<Announcement> announcementIn(const std::string& datagram) {
@@ -63,6 +55,14 @@ std::optional<Announcement> announcementIn(const std::string& datagram) {
   return Announcement(values["ACTION"], values["DEVPATH"]);
 }
 
+std::string hugeDatagram(const std::string& devpath) {
+  sim::UeventPairs pairs;
+  for (std::size_t size = 0; size < hugeSize; size += 1000) {
+    pairs.emplace_back("FILL" + std::to_string(size), std::string(1000, '='));
+  }
+  return sim::uevent("change", devpath, pairs);
+}
+
 std::string oddDatagram(Random& random, const std::vector<std::string>& devices) {
   const std::string devpath = devices.empty() ? "/devices/none" : random.pick(devices).substr(4);
   switch (random.below(9)) {
@@ -75,7 +75,7 @@ std::string oddDatagram(Random& random, const std::vector<std::string>& devices)
     case 3:
       return pathOutsideOfTree(random);
     case 4:
-      return huge(devpath);
+      return hugeDatagram(devpath);
     case 5:
       return sim::uevent("add", '/' + std::string(300, 'y'));
     case 6:

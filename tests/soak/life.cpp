@@ -38,6 +38,9 @@ Life::Life(sim::Unit& unit, const Options& options, const Configuration& onDisk)
   awaitLine(contract::debug::line(contract::debug::hotplugging));
   control_ = ControlModel(holdingsWithoutClients());
   compareColdplug();
+  // What takes memory once does so now.
+  send(sim::uevent("add", "/no/such/device"));
+  send(hugeDatagram("/no/such/device"));
   settle();
 }
 

@@ -110,6 +110,7 @@ class Life {
   std::chrono::steady_clock::time_point lastEvent_;
   std::string standardOutput_;
   std::vector<sim::Worker*> orphans_;
+  bool hasStarted_ = false;  ///< the display was compared once
   bool hasEnded_ = false;
 };
 

@@ -64,23 +64,6 @@ void Model::load() {
   }
 }
 
-void Model::begin() {
-  log(debug::hangupHandler);
-  log(debug::coldplugging);
-}
-
-void Model::coldplugKeyboards() {
-  log(debug::coldpluggingKeyboards);
-}
-
-void Model::coldplugDisks() {
-  log(debug::coldpluggingStorage);
-}
-
-void Model::endColdplug() {
-  log(debug::hotplugging);
-}
-
 void Model::event(const std::string& action, const std::string& devpath) {
   log(debug::event(action, devpath));
   if (action != "add") {

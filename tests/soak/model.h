@@ -38,11 +38,8 @@ class Model {
  public:
   Model(const Options& options, const Configuration& onDisk);
 
-  /** The log behind "coldplugging existing devices" is made event by event. */
-  void begin();
-  void coldplugKeyboards();
-  void coldplugDisks();
-  void endColdplug();
+  /** A debug message of no consequence. */
+  void log(const std::string& text);
 
   void writeConfiguration(const Configuration& onDisk) { onDisk_ = onDisk; }
   void hangUp() { reloadRequested_ = true; }
@@ -73,7 +70,6 @@ class Model {
   Expected expected;
 
  private:
-  void log(const std::string& text);
   void load();
   [[nodiscard]] bool isServed(const std::string& device) const;
   void added(const std::string& device);
