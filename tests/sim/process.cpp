@@ -173,8 +173,8 @@ pid_t startProcess(const std::vector<std::string>& command, const ProcessOptions
       ::execve(argv.front(), argv.data(), envp.data());
     }
     const int reason = errno;
-    static_cast<void>(::write(failure.writer.get(), &reason, sizeof reason));
-    ::_exit(127);
+    const bool reported = ::write(failure.writer.get(), &reason, sizeof reason) == sizeof reason;
+    ::_exit(reported ? 127 : 126);
   }
   failure.writer.close();
   int reason = 0;

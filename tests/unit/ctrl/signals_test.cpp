@@ -6,9 +6,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <functional>
 #include <string>
 
@@ -67,8 +69,9 @@ void fillChildExitPipe() {
 // What /proc says is open there.
 std::string targetOf(int fd) {
   std::array<char, 64> target{};
-  (void)readlink(("/proc/self/fd/" + std::to_string(fd)).c_str(), target.data(), target.size() - 1);
-  return target.data();
+  const std::string name = "/proc/self/fd/" + std::to_string(fd);
+  const ssize_t length = readlink(name.c_str(), target.data(), target.size());
+  return {target.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
 }
 
 class SignalsTest : public testing::Test {
