@@ -29,12 +29,8 @@ std::string statusOf(pid_t process, const std::string& field) {
 
 }  // namespace
 
-long residentKilobytes(pid_t process) {
-  return std::stol(statusOf(process, "VmRSS"));
-}
-
 void Footprint::check(pid_t daemon, const std::string& socketPath) {
-  kilobytes_ = residentKilobytes(daemon);
+  kilobytes_ = std::stol(statusOf(daemon, "VmRSS"));
   checkMemory();
   const std::string mask = statusOf(daemon, "Umask");
   mask_ = mask_.empty() ? mask : mask_;

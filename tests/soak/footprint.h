@@ -22,7 +22,4 @@ class Footprint {
   std::string mask_;
 };
 
-/** Kilobytes of resident memory. */
-[[nodiscard]] long residentKilobytes(pid_t process);
-
 }  // namespace soak

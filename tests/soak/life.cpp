@@ -241,7 +241,8 @@ void Life::endByControlConnection(bool byMessage) {
 void Life::endByFailedExec(pid_t worker) {
   running_.at(worker).worker->exitWith(42);
   running_.at(worker).endsWithDaemon = true;
-  model_.expected.log.emplace_back("[RxCtrl] *** subprocess exec() failed; maybe not found? ***");
+  const std::string words = contract::error::execFailed;
+  model_.expected.log.push_back(words.substr(0, words.find('\n')));
   expectEnd(sim::ProcessEnd::exited(1), "");
 }
 

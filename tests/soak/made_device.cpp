@@ -52,6 +52,7 @@ std::string damaged(Random& random, std::string descriptors) {
 }  // namespace
 
 std::string randomProduct(Random& random) {
+  std::string product;
   switch (random.below(8)) {
     case 0:
       return "";
@@ -59,7 +60,8 @@ std::string randomProduct(Random& random) {
       return random.word(
           {"two\nlines", "100% %s%n", "  blanks  ", "Gr\xc3\xbcn", "\xff\xfe", "<0>x", "tab\t", "\n"});
     case 2:
-      return std::string(1 + random.below(longestProduct), 'p');
+      product.assign(1 + random.below(longestProduct), 'p');
+      return product;
     default:
       return "Device " + std::to_string(random.below(1000));
   }

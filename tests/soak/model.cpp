@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <iterator>
 #include <sstream>
+#include <utility>
 
 #include "sim/contract.h"
 #include "soak/shown_device.h"
@@ -42,10 +43,12 @@ void append(std::vector<std::string>& list, const std::vector<std::string>& more
 
 }  // namespace
 
-Model::Model(const Options& options, const Configuration& onDisk)
-    : options_(options), link_(options.link), onDisk_(onDisk) {
+Model::Model(const Options& options, Configuration onDisk)
+    : options_(options),
+      link_(options.link),
+      onDisk_(std::move(onDisk)),
+      timeout_(onDisk_.connectFailTimeout) {
   load();
-  timeout_ = loaded_.connectFailTimeout;
 }
 
 void Model::log(const std::string& text) {

@@ -36,7 +36,7 @@ struct Expected {
  */
 class Model {
  public:
-  Model(const Options& options, const Configuration& onDisk);
+  Model(const Options& options, Configuration onDisk);
 
   /** A debug message of no consequence. */
   void log(const std::string& text);

@@ -17,7 +17,8 @@ class Random {
   std::size_t below(std::size_t count) { return static_cast<std::size_t>(engine_() % count); }
   /** Both ends included. */
   int between(int first, int last) {
-    return first + static_cast<int>(below(static_cast<std::size_t>(last - first + 1)));
+    const auto count = static_cast<std::size_t>(last) - static_cast<std::size_t>(first) + 1;
+    return first + static_cast<int>(below(count));
   }
   /** True once in `count` times. */
   bool oneIn(std::size_t count) { return below(count) == 0; }

@@ -1,5 +1,6 @@
 #include "soak/shown_device.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -53,21 +54,13 @@ bool leavesClassToInterfaces(const Bytes& all) {
 }
 
 bool anyInterface(const std::string& directory, const std::function<bool(unsigned)>& hasClass) {
-  for (const Bytes& interface : walk(descriptorsOf(directory), 0, interfaceType, 5)) {
-    if (hasClass(interface[5])) {
-      return true;
-    }
-  }
-  return false;
+  return std::ranges::any_of(walk(descriptorsOf(directory), 0, interfaceType, 5),
+                             [&](const Bytes& interface) { return hasClass(interface[5]); });
 }
 
 bool anyIsochronous(const std::string& directory) {
-  for (const Bytes& endpoint : walk(descriptorsOf(directory), 0, endpointType, 3)) {
-    if (endpoint[3] % 4 == 1) {
-      return true;
-    }
-  }
-  return false;
+  return std::ranges::any_of(walk(descriptorsOf(directory), 0, endpointType, 3),
+                             [](const Bytes& endpoint) { return endpoint[3] % 4 == 1; });
 }
 
 Admission refusal(Admission admission, std::string message) {
