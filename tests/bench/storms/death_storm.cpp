@@ -60,7 +60,7 @@ void stormWithDeaths(Figures& figures) {
 
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
   figures.exactly(clients, "clients answered", crowd.answered());
-  figures.atMost(patienceWithDeaths, "until the last one was answered", taken.count(), "s");
+  figures.noMoreThan(patienceWithDeaths, "until the last one was answered", taken.count(), "s");
   unit.awaitWorkers(present);
   before.children = present;
   compareFootprints(figures, before, unit.footprint());

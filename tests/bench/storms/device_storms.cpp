@@ -63,13 +63,13 @@ void stormWithDevices(Figures& figures) {
   const Clock::time_point start = Clock::now();
   unit.startDaemon();
   figures.report("coldplug, until all workers rest", secondsSince(start), "s");
-  figures.atMost(processorSecondsForColdplug, "processor time of coldplug",
-                 sim::processorSecondsOf(unit.daemon()), "s");
+  figures.noMoreThan(processorSecondsForColdplug, "processor time of coldplug",
+                     sim::processorSecondsOf(unit.daemon()), "s");
   const sim::SignalStorm signals(unit.daemon(), {SIGHUP, SIGCHLD});
   figures.exactly(devices, "workers", static_cast<double>(unit.workers().size()));
-  figures.atMost(kilobytesOfEachWorker, "resident memory of each further worker",
-                 static_cast<double>(unit.footprint().residentKilobytes - residentWithFew) / (devices - few),
-                 "kB");
+  figures.noMoreThan(
+      kilobytesOfEachWorker, "resident memory of each further worker",
+      static_cast<double>(unit.footprint().residentKilobytes - residentWithFew) / (devices - few), "kB");
 
   plugAndUnplug(unit);
   const sim::Footprint before = unit.footprint();

@@ -29,11 +29,11 @@ void Figures::report(const std::string& what, double value, const std::string& u
   add(what, value, unit, "", true);
 }
 
-void Figures::atMost(double bound, const std::string& what, double value, const std::string& unit) {
+void Figures::noMoreThan(double bound, const std::string& what, double value, const std::string& unit) {
   add(what, value, unit, "at most " + textOf(bound), value <= bound);
 }
 
-void Figures::atLeast(double bound, const std::string& what, double value, const std::string& unit) {
+void Figures::noLessThan(double bound, const std::string& what, double value, const std::string& unit) {
   add(what, value, unit, "at least " + textOf(bound), value >= bound);
 }
 

@@ -13,8 +13,8 @@ class Figures {
 
   /** A figure that nothing is promised of. */
   void report(const std::string& what, double value, const std::string& unit);
-  void atMost(double bound, const std::string& what, double value, const std::string& unit);
-  void atLeast(double bound, const std::string& what, double value, const std::string& unit);
+  void noMoreThan(double bound, const std::string& what, double value, const std::string& unit);
+  void noLessThan(double bound, const std::string& what, double value, const std::string& unit);
   void exactly(double bound, const std::string& what, double value, const std::string& unit = "");
 
   /** All rows, a broken bound marked. */

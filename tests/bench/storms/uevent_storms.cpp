@@ -129,8 +129,8 @@ int capacityFor(int bytes) {
 
 void measureCapacity(Figures& figures) {
   figures.begin("queue of uevents");
-  figures.atLeast(promised, "events of 700 bytes that it holds", capacityFor(longest), "");
-  figures.atLeast(promised, "events of 200 bytes that it holds", capacityFor(usual), "");
+  figures.noLessThan(promised, "events of 700 bytes that it holds", capacityFor(longest), "");
+  figures.noLessThan(promised, "events of 200 bytes that it holds", capacityFor(usual), "");
 }
 
 /** Signals without a pause between them must not make the wait for a device longer. */
@@ -143,7 +143,7 @@ void awaitADeviceInAFlood(Figures& figures) {
   unit.plugUnfinishedDevice();
   unit.crowd().unit().daemon().waitForLine(debug::undetermined, sim::Deadline(60));
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-  figures.atMost(longestWait, "the wait of three seconds for a device", taken.count(), "s");
+  figures.noMoreThan(longestWait, "the wait of three seconds for a device", taken.count(), "s");
   figures.report("signals each second", static_cast<double>(hangups.sent() + signals.sent()) / taken.count(),
                  "");
 }

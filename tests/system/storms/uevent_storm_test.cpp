@@ -74,6 +74,7 @@ TEST_F(UeventStorm, IsHandledInOrderAfterADeviceWasAwaitedAndLeavesNoMemory) {
     sendEvents(expected);
     EXPECT_FALSE(unit.daemon().hasLine(debug::undetermined)) << "the storm came too late";
     expected.insert(expected.begin() + 2, debug::line(debug::undetermined));
+    unit.daemon().waitForLine(expected.back(), sim::Deadline(60));
   });
   EXPECT_TRUE(said == expected) << said.size() << " of " << expected.size() << " messages";
   EXPECT_GT(signals.sent(), 0);
