@@ -134,10 +134,12 @@ std::vector<std::string> Daemon::messages() {
 }
 
 std::vector<std::string> Daemon::takeMessages() {
-  std::vector<std::string> all = messages();
-  all.erase(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(taken_));
-  taken_ += all.size();
-  return all;
+  std::vector<std::string> untaken;
+  const std::vector<std::string>& all = lines();
+  for (; taken_ < all.size(); ++taken_) {
+    untaken.push_back(messageOf(all[taken_]));
+  }
+  return untaken;
 }
 
 std::string Daemon::standardError() const {

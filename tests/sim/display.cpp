@@ -24,6 +24,8 @@ namespace fs = std::filesystem;
 // In packet mode every write takes a slot of its own, and the usual 16 are few.
 constexpr int wantedCapacity = 1024 * 1024;
 
+constexpr std::size_t writesInReport = 40;
+
 /** The numbers under which a process has this path open. */
 std::vector<int> descriptorsOf(pid_t process, const std::string& path) {
   std::vector<int> numbers = openDescriptorsOf(process);
@@ -176,9 +178,10 @@ void Display::keep(const std::string& data) {
 }
 
 std::string Display::describe() const {
-  std::string text = "the display has shown:\n";
-  for (const std::string& write : taken_) {
-    text += "  " + write;
+  const std::size_t first = taken_.size() > writesInReport ? taken_.size() - writesInReport : 0;
+  std::string text = "the display has shown last:\n";
+  for (std::size_t i = first; i < taken_.size(); ++i) {
+    text += "  " + taken_[i];
   }
   text += "and nothing has waited yet for:\n";
   for (const std::string& write : writes_) {

@@ -152,6 +152,11 @@ Worker& Workers::take(Worker& worker) {
   return worker;
 }
 
+void Workers::forget(const Worker& worker) {
+  std::erase(waiting_, &worker);
+  workers_.remove_if([&worker](const Worker& known) { return &known == &worker; });
+}
+
 std::size_t Workers::count() {
   acceptReported();
   return workers_.size();

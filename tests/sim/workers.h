@@ -57,7 +57,10 @@ class Workers {
   /** The next one whose last argument is this; others wait for their turn. */
   Worker& waitForWorkerOf(const std::string& device, const Deadline& deadline = {});
 
-  /** How many workers have reported so far. */
+  /** Drops a worker that has ended; what refers to it is void then. */
+  void forget(const Worker& worker);
+
+  /** How many workers have reported so far and were not forgotten. */
   [[nodiscard]] std::size_t count();
 
   /** Lets all stand-ins end and waits for them; those that do not end in time are killed. */
