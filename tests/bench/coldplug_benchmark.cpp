@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <string>
 
+#include "ctrl/device_classes.h"
 #include "ctrl/rx_ctrl.h"
 #include "hotplug/coldplug.h"
 #include "sim/files.h"
