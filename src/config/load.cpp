@@ -11,7 +11,11 @@
 namespace {
 
 // iniparser takes a failed read for the end of the file: half of the settings would pass for all of them.
+// What a pipe holds can be read only once, so it is left to iniparser.
 bool canBeRead(FILE* stream) {
+  if (std::fseek(stream, 0, SEEK_SET) != 0) {
+    return true;
+  }
   std::array<char, BUFSIZ> part;  // NOLINT(cppcoreguidelines-pro-type-member-init): fread fills it
   while (std::fread(part.data(), 1, part.size(), stream) == part.size()) {
   }

@@ -14,24 +14,31 @@ using Complaint = std::array<char, complaintSize>;
 ConfigReporter reporter = nullptr;
 bool hasComplained = false;
 
-void reportComplaint(const Complaint& complaint) {
-  hasComplained = true;
-  reporter(complaint.data());
-}
-
 [[gnu::format(printf, 1, 0)]] Complaint formatComplaint(const char* format, std::va_list arguments) {
   Complaint complaint{};
   std::vsnprintf(complaint.data(), complaint.size(), format, arguments);
   return complaint;
 }
 
+Complaint withFileName(const Complaint& complaint);
+
+int handleComplaint(const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  const Complaint complaint = formatComplaint(format, arguments);
+  va_end(arguments);
+  hasComplained = true;
+  reporter(withFileName(complaint).data());
+  return 0;
+}
+
 // Has iniparser's complaints handled during a scope.
 class HandledComplaints {
  public:
-  HandledComplaints(ConfigReporter report, int (*handle)(const char* format, ...)) {
+  explicit HandledComplaints(ConfigReporter report) {
     reporter = report;
     hasComplained = false;
-    iniparser_set_error_callback(handle);
+    iniparser_set_error_callback(handleComplaint);
   }
   HandledComplaints(const HandledComplaints&) = delete;
   HandledComplaints& operator=(const HandledComplaints&) = delete;
@@ -53,19 +60,14 @@ ConfigDictionary* wholeOrNone(ConfigDictionary* parsed) {
 
 namespace {
 
-int handleComplaint(const char* format, ...) {
-  std::va_list arguments;
-  va_start(arguments, format);
-  const Complaint complaint = formatComplaint(format, arguments);
-  va_end(arguments);
-  reportComplaint(complaint);
-  return 0;
+Complaint withFileName(const Complaint& complaint) {
+  return complaint;
 }
 
 }  // namespace
 
 ConfigDictionary* parseStream(FILE* stream, const char* path, ConfigReporter report) {
-  const HandledComplaints handled(report, handleComplaint);
+  const HandledComplaints handled(report);
   return wholeOrNone(iniparser_load_file(stream, path));
 }
 
@@ -82,7 +84,7 @@ std::array<char, descriptorPathSize> descriptorPath{};
 const char* filePath = nullptr;
 
 // The complaint with the file's path in place of the descriptor's name.
-Complaint nameTheFile(const Complaint& complaint) {
+Complaint withFileName(const Complaint& complaint) {
   const std::string_view text = complaint.data();
   const std::string_view descriptor = descriptorPath.data();
   const std::size_t at = text.find(descriptor);
@@ -95,21 +97,12 @@ Complaint nameTheFile(const Complaint& complaint) {
   return named;
 }
 
-int handleComplaint(const char* format, ...) {
-  std::va_list arguments;
-  va_start(arguments, format);
-  const Complaint complaint = formatComplaint(format, arguments);
-  va_end(arguments);
-  reportComplaint(nameTheFile(complaint));
-  return 0;
-}
-
 }  // namespace
 
 ConfigDictionary* parseStream(FILE* stream, const char* path, ConfigReporter report) {
   std::snprintf(descriptorPath.data(), descriptorPath.size(), "/proc/self/fd/%d", fileno(stream));
   filePath = path;
-  const HandledComplaints handled(report, handleComplaint);
+  const HandledComplaints handled(report);
   return wholeOrNone(iniparser_load(descriptorPath.data()));
 }
 

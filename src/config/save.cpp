@@ -24,7 +24,7 @@ int openDirectoryOf(const char* path) {
 
 constexpr auto sameOwner = static_cast<uid_t>(-1);
 
-// Whoever is in the new file's group, which is not the old one's, was one of the others for the old file.
+// Members of the new file's group, which is not the old one's, were among the others for the old file.
 mode_t withGroupAsOthers(mode_t mode) {
   constexpr unsigned groupShift = 3;
   const mode_t others = (mode & S_IRWXO) << groupShift;

@@ -11,7 +11,7 @@ class ControlServer : public ulx::FileDescriptor {
  public:
   /**
    * Listens at `socketPath`; a file that is there is removed first. The new one is its owner's alone, whatever
-   * the umask. Throws "socket()", "fcntl(listenfd,F_SETFD,FD_CLOEXEC)", "bind()" (EINVAL for a path that no
+   * the umask; the empty path has no file, and so no owner. Throws "socket()", "fcntl(listenfd,F_SETFD,FD_CLOEXEC)", "bind()" (EINVAL for a path that no
    * socket address can hold) or "listen()".
    */
   explicit ControlServer(const std::string& socketPath);

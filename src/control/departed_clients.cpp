@@ -42,6 +42,7 @@ void closeDepartedClients(RxCtrl& ctrl) {
   for (const pollfd& client : clients) {
     if (isHungUp(client) && ctrl.listener.hasClient(client.fd)) {
       close(client.fd);
+      ctrl.waitingClients.remove(client.fd);
     }
   }
   forgetClosedConnections(ctrl);

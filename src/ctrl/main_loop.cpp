@@ -12,7 +12,7 @@
  *  - the look after the devices of ended workers, 150 ms for each that is still there;
  *  - a control client that connects and sends nothing;
  *  - a writer that holds the configuration's lock;
- *  - a reader of standard error, or a syslogd, that does not read.
+ *  - a reader of standard output or standard error, or a syslogd, that does not read.
  * Meanwhile uevents wait in the socket's buffer and ended workers in the pipe.
  *
  * Two signal handlers run at any instant. That of SIGCHLD ends the program when a worker could not be executed

@@ -66,7 +66,7 @@ class ChildExitPipe {
 
 ChildExitPipe childExitPipe;
 
-// Runs at any instant: only a write and, on the way out, exit.
+// Runs at any instant: only a write and, on the way out, the mask and exit.
 void onChildSignal(int /*signal*/, siginfo_t* info, void* /*context*/) {
   const int interruptedErrno = errno;
   if (info->si_code == CLD_EXITED && info->si_status == execFailedStatus) {
@@ -80,12 +80,20 @@ void onHangup(int /*signal*/) {
   policyReloadRequested = 1;
 }
 
-// The program that started the daemon may have left the signal blocked.
-void unblock(int signal) {
+void changeMask(int how, int signal) {
   sigset_t set;
   sigemptyset(&set);
   sigaddset(&set, signal);
-  sigprocmask(SIG_UNBLOCK, &set, nullptr);
+  sigprocmask(how, &set, nullptr);
+}
+
+void block(int signal) {
+  changeMask(SIG_BLOCK, signal);
+}
+
+// The program that started the daemon may have left the signal blocked.
+void unblock(int signal) {
+  changeMask(SIG_UNBLOCK, signal);
 }
 
 }  // namespace
@@ -100,6 +108,7 @@ void installChildHandler() {
 }
 
 void endAfterFailedExec() {
+  block(SIGCHLD);  // a second such child must not end the program within its end
   if (settings.debugCtrl) {
     ulx::writeOnce(STDERR_FILENO, "[RxCtrl] *** subprocess exec() failed; maybe not found? ***\n");
   }

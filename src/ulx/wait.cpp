@@ -14,7 +14,7 @@ namespace {
 
 constexpr float microsecondsPerSecond = 1e6F;
 
-[[noreturn]] void refuse() {
+[[noreturn]] void throwUnholdable() {
   errno = EINVAL;
   throwErrno("select()", EINVAL);
 }
@@ -43,7 +43,7 @@ timeval toTimeval(float seconds) {
 
 void FdSetRecord::addReader(int fd) {
   if (fd < 0 || fd >= FD_SETSIZE) {
-    refuse();
+    throwUnholdable();
   }
   FD_SET(fd, &readSet);
   maxFd = std::max(maxFd, fd);
@@ -51,7 +51,7 @@ void FdSetRecord::addReader(int fd) {
 
 int waitReady(FdSetRecord& sets, timeval* timeout) {
   if (sets.maxFd >= FD_SETSIZE) {
-    refuse();
+    throwUnholdable();
   }
   int ready = 0;
   do {

@@ -147,12 +147,14 @@ pid_t handleEndedChild(RxCtrl& ctrl, pid_t pid, int status) {
 }  // namespace
 
 void reapWorkers(RxCtrl& ctrl) {
-  std::set<pid_t> started;  // by this call
+  std::set<pid_t> started;  // workers, by this call
   int status = 0;
   for (pid_t pid = nextEnded(status); pid != 0; pid = nextEnded(status)) {
-    const bool isOwn = started.contains(pid);
-    started.insert(handleEndedChild(ctrl, pid, status));
-    if (isOwn) {
+    const bool startedHere = started.contains(pid);
+    if (const pid_t worker = handleEndedChild(ctrl, pid, status); worker != 0) {
+      started.insert(worker);
+    }
+    if (startedHere) {
       return;
     }
   }

@@ -7,9 +7,8 @@
  * anew, by the way of a new device. The display shows a device that cannot work, and, after a run of quick
  * failures, that devices wait for the Transmitter.
  *
- * The first worker that this call has started and that has ended already is the last that it looks after, so
- * that workers which end at once do not keep it for ever. That end has made `childExitReadEnd` readable, so
- * those that are left need no other notice.
+ * It returns after the end of the first worker that it has started itself: workers that end at once would keep
+ * it for ever. That end has made `childExitReadEnd` readable, so those that are left need no other notice.
  *
  * A child that could not be executed ends the daemon, as in signals.h.
  *

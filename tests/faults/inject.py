@@ -17,8 +17,8 @@ from pathlib import Path
 
 import errors
 import outcome
+import system_calls
 import table
-import trace
 from observation import Observation
 
 DOCUMENT = Path(__file__).resolve().parents[2] / "docs/faults.md"
@@ -93,7 +93,7 @@ class Comparison:
 
     def outcome(self, fault, name):
         log, output = self.lives.live(name, fault.inject)
-        failed = trace.injected_call(log, fault.call)
+        failed = system_calls.injected_call(log, fault.call)
         if failed is None or (fault.expected and not failed.same_as(fault.expected)):
             return None
         os.remove(log)
@@ -149,7 +149,7 @@ def run(lives, only):
     started = time.monotonic()
     log, output = lives.live("without-fault", ())
     expected = Observation(output)
-    calls = trace.read_calls(log)
+    calls = system_calls.read_calls(log)
     unknown = sorted({call.name for call in calls if call.is_own and not errors.knows(call.name)})
     rows = table.read_rows(DOCUMENT) if DOCUMENT.exists() else []
     faults = plan(calls, only)

@@ -51,6 +51,7 @@ bool ControlModel::isDeparted(int number) const {
 }
 
 void ControlModel::closeDeparted() {
+  waiting.remove_if([this](int number) { return isDeparted(number); });
   std::erase_if(clients, [this](const auto& client) { return isDeparted(client.first); });
 }
 

@@ -5,6 +5,7 @@
 namespace soak {
 
 int ControlModel::connect() {
+  std::erase_if(waiting_, [this](int number) { return hasGone(number); });
   std::erase_if(clients_, [](const auto& client) { return client.second == Peer::gone; });
   int number = 0;
   while (taken_.contains(number) || clients_.contains(number)) {
@@ -12,6 +13,11 @@ int ControlModel::connect() {
   }
   clients_[number] = Peer::connected;
   return number;
+}
+
+bool ControlModel::hasGone(int number) const {
+  const auto client = clients_.find(number);
+  return client != clients_.end() && client->second == Peer::gone;
 }
 
 std::vector<int> ControlModel::answerWaiting(int served) {

@@ -30,9 +30,11 @@ class ControlModel {
  private:
   enum class Peer { connected, gone };
 
+  [[nodiscard]] bool hasGone(int number) const;
+
   std::set<int> taken_;
   std::map<int, Peer> clients_;
-  std::vector<int> waiting_;  ///< never emptied
+  std::vector<int> waiting_;  ///< emptied of those that have gone only
 };
 
 }  // namespace soak

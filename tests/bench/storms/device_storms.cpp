@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "bench/storms/crowded_unit.h"
-#include "bench/storms/flatness.h"
+#include "bench/storms/footprints.h"
 #include "bench/storms/storms.h"
 #include "sim/signal_storm.h"
 

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "bench/storms/crowded_unit.h"
-#include "bench/storms/flatness.h"
+#include "bench/storms/footprints.h"
 #include "bench/storms/storms.h"
 #include "sim/deadline.h"
 #include "sim/query_crowd.h"

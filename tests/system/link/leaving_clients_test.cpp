@@ -78,6 +78,15 @@ TEST_F(LeavingClients, DoNotCostOthersTheirReplacedConnections) {
   EXPECT_TRUE(support::isSilentAndOpen(half));
 }
 
+TEST_F(LeavingClients, DoNotLeaveTheirTurnToTheNextClient) {
+  support::acceptedClient(unit, "?").close();
+  sim::LinkManager& next = deliver();
+  sim::LinkManager& later = deliver();
+
+  EXPECT_TRUE(support::isSilentAndOpen(next));
+  EXPECT_TRUE(support::isSilentAndOpen(later));
+}
+
 TEST_F(LeavingClients, DoNotCostOthersTheirAnswer) {
   const std::string line = "host 5000 high eth1";
   sim::LinkManager gone = support::acceptedClient(unit, "?");

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
@@ -117,6 +118,16 @@ TEST(Load, PrintsALongFaultyLineWholeAndNamesOneThatIsTooLong) {
   expectRefused(faulty, {"in " + faulty.path() + " (1)", line});
   const ConfigFile tooLong("[usb]\ndebug=" + std::string(2000, 'x') + "\n");
   expectRefused(tooLong, {"line too long in " + tooLong.path() + " (2)"});
+}
+
+TEST(Load, TakesWhatAPipeHolds) {
+  const std::string text = "[usb]\nsmartcard=yes\n";
+  std::array<int, 2> ends{};
+  ASSERT_EQ(pipe(ends.data()), 0);
+  ASSERT_EQ(write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  close(ends[1]);
+  EXPECT_EQ(entriesOf(load("/proc/self/fd/" + std::to_string(ends[0]))), entriesOf(configOf(text)));
+  close(ends[0]);
 }
 
 TEST(Load, RefusesAFileThatCannotBeReadToItsEnd) {
