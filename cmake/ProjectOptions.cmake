@@ -12,11 +12,12 @@ set(wide_types _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 target_compile_definitions(project_options INTERFACE ${wide_types})
 
 # The presets turn warnings into errors; a build without a preset only shows them.
-target_compile_options(project_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion)
+target_compile_options(project_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
+                                                 -Wformat-security)
 
 # Optimising, GCC 12 sees overlapping copies in a concatenation of a literal and a temporary string (its bug 105651).
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-  target_compile_options(project_options INTERFACE $<$<NOT:$<CONFIG:Debug>>:-Wno-restrict>)
+  target_compile_options(project_options INTERFACE -Wno-restrict)
 endif()
 
 option(USB_RX_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
@@ -37,6 +38,8 @@ option(USB_RX_STATIC "Link the programs statically: they then need nothing of th
 if(USB_RX_STATIC)
   add_link_options(-static)
 endif()
+
+include(cmake/Hardening.cmake)
 
 # Where size counts, what nothing calls is left out, and so are the names.
 set(size_counts $<CONFIG:MinSizeRel>)

@@ -36,8 +36,9 @@ std::string askOnce() {
 [[noreturn]] void ask(int queries, const std::string& expected, int answers) {
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   try {
-    for (int i = 0; i < queries && askOnce() == expected; ++i) {
-      static_cast<void>(::write(answers, "!", 1));
+    int answered = 0;
+    while (answered < queries && askOnce() == expected && ::write(answers, "!", 1) == 1) {
+      ++answered;
     }
   } catch (const Error&) {
     ::_exit(1);
