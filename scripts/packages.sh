@@ -32,6 +32,13 @@ refresh_package_lists() {
   apt_get update -qq || printf 'The package lists could not be refreshed; continuing with those that are there.\n' >&2
 }
 
+# Prints where this machine's own packages come from.
+debian_mirror() {
+  # shellcheck disable=SC2016 # apt replaces it
+  apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Origin: Debian' 'Component: main' |
+    grep -v security | head -n 1
+}
+
 # What every build of the project needs.
 build_packages=(cmake g++ libboost-dev libiniparser-dev ninja-build)
 

@@ -47,12 +47,8 @@ need_powerpc_iniparser() {
 
 # fetch_iniparser FOLDER: from the same mirror as this machine's own packages.
 fetch_iniparser() {
-  local mirror
-  # shellcheck disable=SC2016 # apt replaces it
-  mirror=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Origin: Debian' 'Component: main' |
-    grep -v security | head -n 1)
   /usr/lib/apt/apt-helper -o APT::Sandbox::User=root download-file \
-    "${mirror}pool/main/i/iniparser/iniparser_$iniparser_version.orig.tar.xz" "$1.tar.xz" \
+    "$(debian_mirror)pool/main/i/iniparser/iniparser_$iniparser_version.orig.tar.xz" "$1.tar.xz" \
     "SHA256:$iniparser_sha256" >/dev/null
   tar -C "$1" -xf "$1.tar.xz" --strip-components=1
   rm "$1.tar.xz"
