@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <string_view>
 
 #include "sim/error.h"
 
@@ -104,10 +105,16 @@ std::optional<std::size_t> waitArgument(unsigned long number) {
   }
 }
 
+/** An emulator stays one. The old kernel's program (sim/old_kernel_main.cpp) becomes the daemon. */
+bool daemonStaysAnotherProgram() {
+  const char* prefix = std::getenv("SIM_PROGRAM_PREFIX");
+  return prefix != nullptr && !std::string_view(prefix).ends_with("/usb_rx_old_kernel");
+}
+
 }  // namespace
 
 std::optional<std::string> SystemCallTrace::obstacle() {
-  if (std::getenv("SIM_PROGRAM_PREFIX") != nullptr) {
+  if (daemonStaysAnotherProgram()) {
     return "the daemon runs under another program, whose system calls would be seen";
   }
   const pid_t child = ::fork();

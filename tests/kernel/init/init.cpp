@@ -57,6 +57,8 @@ void makeSystem() {
 
 void setUnitsEnvironment() {
   ::setenv("SIM_DAEMON", "/bin/usb_rx_ctrl", 1);
+  // The unit's kernel has no newer system calls, though this one does.
+  ::setenv("SIM_PROGRAM_PREFIX", "/bin/usb_rx_old_kernel", 1);
   ::setenv("SIM_WORKER", "/bin/usb_rx_worker_standin", 1);
   ::setenv("SIM_TIME_FACTOR", "4", 1);  // an emulated machine is slow
 }
