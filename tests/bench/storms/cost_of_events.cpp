@@ -139,8 +139,7 @@ void compareEnds(Figures& figures, double beside10, double beside5000) {
                      beside5000 / (beside10 + kernelBeside5000 - kernelBeside10), "times");
 }
 
-/** The kernel copies the tables of all pages for a fork, and the pages that are written to before the worker is
- * executed. */
+/** The kernel copies the tables of all pages for a fork, and then the pages that are written to before the exec. */
 void compareLaunches(Figures& figures, const Measured& beside10, const Measured& beside5000) {
   const double more =
       microsecondsToFork(beside5000.residentKilobytes - beside10.residentKilobytes) - microsecondsToFork(1);

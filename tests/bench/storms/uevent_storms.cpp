@@ -56,7 +56,7 @@ class LoggedUnit {
 
   void send(int number, int bytes) { crowd_.unit().uevents.send(datagram(number, bytes)); }
 
-  /** Announces a device that never tells what it is; the daemon waits three seconds for it. */
+  /** Announces a device whose attributes never come; the daemon waits three seconds for it. */
   void plugUnfinishedDevice() {
     sim::UsbDevice unfinished{.name = "2-1"};
     unfinished.deviceClass.reset();
