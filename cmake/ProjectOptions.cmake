@@ -17,7 +17,7 @@ target_compile_options(project_options INTERFACE -Wall -Wextra -Wpedantic -Wshad
 
 # Optimising, GCC 12 sees overlapping copies in a concatenation of a literal and a temporary string (its bug 105651).
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-  target_compile_options(project_options INTERFACE -Wno-restrict)
+  target_compile_options(project_options INTERFACE $<$<NOT:$<CONFIG:Debug>>:-Wno-restrict>)
 endif()
 
 option(USB_RX_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)

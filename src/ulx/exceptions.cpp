@@ -52,38 +52,38 @@ template <class Named>
   throw exception;
 }
 
-[[noreturn]] void throwWith(std::string context, int code, int threadErrno) {
+[[noreturn]] void throwWith(const std::string& context, int code, int threadErrno) {
   switch (code) {
     case ENOENT:
-      throwNamed<NoSuchFileOrDirectory>(std::move(context), threadErrno);
+      throwNamed<NoSuchFileOrDirectory>(context, threadErrno);
     case EINTR:
-      throwNamed<InterruptedSysCall>(std::move(context), threadErrno);
+      throwNamed<InterruptedSysCall>(context, threadErrno);
     case EIO:
-      throwNamed<IOError>(std::move(context), threadErrno);
+      throwNamed<IOError>(context, threadErrno);
     case EAGAIN:
-      throwNamed<WouldBlock>(std::move(context), threadErrno);
+      throwNamed<WouldBlock>(context, threadErrno);
     case EBUSY:
-      throwNamed<DeviceOrResourceBusy>(std::move(context), threadErrno);
+      throwNamed<DeviceOrResourceBusy>(context, threadErrno);
     case ENODEV:
-      throwNamed<NoSuchDevice>(std::move(context), threadErrno);
+      throwNamed<NoSuchDevice>(context, threadErrno);
     case EINVAL:
-      throwNamed<InvalidArgument>(std::move(context), threadErrno);
+      throwNamed<InvalidArgument>(context, threadErrno);
     case EPIPE:
-      throwNamed<BrokenPipe>(std::move(context), threadErrno);
+      throwNamed<BrokenPipe>(context, threadErrno);
     case ENODATA:
-      throwNamed<NoDataAvailable>(std::move(context), threadErrno);
+      throwNamed<NoDataAvailable>(context, threadErrno);
     case EOVERFLOW:
-      throwNamed<Overflow>(std::move(context), threadErrno);
+      throwNamed<Overflow>(context, threadErrno);
     case ECONNRESET:
-      throwNamed<ConnectionReset>(std::move(context), threadErrno);
+      throwNamed<ConnectionReset>(context, threadErrno);
     case ETIMEDOUT:
-      throwNamed<TimedOut>(std::move(context), threadErrno);
+      throwNamed<TimedOut>(context, threadErrno);
     case ECONNREFUSED:
-      throwNamed<ConnectionRefused>(std::move(context), threadErrno);
+      throwNamed<ConnectionRefused>(context, threadErrno);
     case EHOSTUNREACH:
-      throwNamed<HostUnreachable>(std::move(context), threadErrno);
+      throwNamed<HostUnreachable>(context, threadErrno);
     default:
-      throw ErrnoException(std::move(context), code);
+      throw ErrnoException(context, code);
   }
 }
 

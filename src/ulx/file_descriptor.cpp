@@ -33,6 +33,7 @@ FileDescriptor::FileDescriptor(const std::string& path, int flags) : FileDescrip
   setCloseOnExec();
 }
 
+// cppcheck-suppress uninitMemberVar ; the delegated constructor does it
 FileDescriptor::FileDescriptor(int fd, bool owns) try : FileDescriptor(fd, "fd" + std::to_string(fd), owns) {
 } catch (...) {
   // There is no object whose destructor would do it.

@@ -28,9 +28,9 @@ std::string Input::text() {
 }
 
 std::string Input::textUpTo(char end) {
-  std::string text = take(std::min(rest_.find(end), rest_.size()));
+  std::string part = take(std::min(rest_.find(end), rest_.size()));
   byte();
-  return text;
+  return part;
 }
 
 std::string Input::rest() {

@@ -72,6 +72,7 @@ std::vector<std::string> Devices::directories() const {
   return all;
 }
 
+// cppcheck-suppress constParameter ; the ways change the life
 int Devices::plug(Random& random, Life& life, const std::vector<int>& freePorts) {
   const int port = random.pick(freePorts);
   using Plug = Device (Devices::*)(Random&, Life&, int);

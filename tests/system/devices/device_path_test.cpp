@@ -95,8 +95,8 @@ TEST_F(DevicePath, ThatLeadsToNoDirectoryEndsTheEvent) {
   unit.sysfs.makeLink("/sys/dangling", "devices/gone");
   unit.sysfs.makeLink("/sys/circle", "circle");
   const std::string file = support::devpathOf(unit.sysfs.add(scanner())) + "/uevent";
-  const std::string longComponent = "/" + std::string(300, 'x');
-  const std::string longPath = "/" + std::string(2 * PATH_MAX, '/');
+  const std::string longComponent = std::string("/").append(300, 'x');
+  const std::string longPath = std::string(2 * PATH_MAX + 1, '/');
   for (const std::string& path :
        {std::string("/devices/gone"), std::string("/bus/usb/devices/9-9"), file, std::string("/dangling"),
         std::string("/circle"), longComponent, longPath}) {

@@ -57,7 +57,10 @@ inline Config configOf(const std::string& content) {
 inline std::string entriesOf(const Config& config) {
   std::string entries;
   forEachEntry(config.get(), [&entries](const char* key, const char* value) {
-    entries += " " + std::string(key) + (value == nullptr ? "" : "=" + std::string(value));
+    entries.append(" ").append(key);
+    if (value != nullptr) {
+      entries.append("=").append(value);
+    }
   });
   return entries;
 }

@@ -136,7 +136,7 @@ TEST_F(DeviceRecorder, FailsWhenTheDeviceIsGoneBeforeItsEventsSaySo) {
 }
 
 TEST_F(DeviceRecorder, FailsWhenEventsWereLost) {
-  const std::string huge = sim::uevent("add", "/" + std::string(60000, 'x'));
+  const std::string huge = sim::uevent("add", std::string("/").append(60000, 'x'));
   while (sim::UeventSender::listeners().front().lost == 0) {
     unit.uevents.send(huge);
   }
