@@ -78,7 +78,7 @@ const std::map<std::string, std::string> words = {
 /** "add PATH" as the daemon says it of this event. */
 std::string announcementOf(const sim::RecordedEvent& event) {
   std::string header = event.datagram.substr(0, event.datagram.find('\0'));
-  header.replace(header.find('@'), 1, " ");
+  header.at(header.find('@')) = ' ';
   return header;
 }
 

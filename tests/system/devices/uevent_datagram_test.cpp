@@ -28,7 +28,8 @@ std::string longDatagram() {
 std::string thousandsOfItems() {
   std::string datagram;
   for (int i = 0; i < 5000; ++i) {
-    datagram += "K" + std::to_string(i) + "=" + std::to_string(i) + '\0';
+    const std::string number = std::to_string(i);
+    datagram.append("K").append(number).append("=").append(number).push_back('\0');
   }
   return datagram;
 }
