@@ -48,8 +48,8 @@ namespace {
 template <class Named>
 [[noreturn]] void throwNamed(std::string context, int threadErrno) {
   errno = threadErrno;
-  Named exception(std::move(context));
-  throw exception;
+  const Named exception(std::move(context));
+  throw Named(exception);
 }
 
 [[noreturn]] void throwWith(const std::string& context, int code, int threadErrno) {

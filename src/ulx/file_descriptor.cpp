@@ -28,8 +28,7 @@ int openPath(const std::string& path, int flags) {
 // It opens when all else that can fail is done. The delegated constructor has run by then, so a failed
 // setCloseOnExec() closes the descriptor.
 FileDescriptor::FileDescriptor(const std::string& path, int flags) : FileDescriptor(-1, path, false) {
-  fd_ = openPath(path, flags);
-  owns_ = true;
+  own(openPath(path, flags));
   setCloseOnExec();
 }
 
@@ -49,6 +48,11 @@ FileDescriptor::~FileDescriptor() {
   if (owns_) {
     ::close(fd_);
   }
+}
+
+void FileDescriptor::own(int fd) {
+  fd_ = fd;
+  owns_ = true;
 }
 
 int FileDescriptor::release() {

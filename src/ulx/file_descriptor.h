@@ -66,6 +66,7 @@ class FileDescriptor {
 
  private:
   FileDescriptor(int fd, std::string name, bool owns);
+  void own(int fd);
 
   int fd_;
   std::string name_;
