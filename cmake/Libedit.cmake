@@ -2,10 +2,11 @@
 
 find_path(LIBEDIT_INCLUDE_DIR editline/readline.h)
 find_library(LIBEDIT_LIBRARY edit)
-if(NOT LIBEDIT_INCLUDE_DIR OR NOT LIBEDIT_LIBRARY)
-  message(FATAL_ERROR "libedit was not found: install the package libedit-dev (apt-get install libedit-dev).")
-endif()
 mark_as_advanced(LIBEDIT_INCLUDE_DIR LIBEDIT_LIBRARY)
+if(NOT LIBEDIT_INCLUDE_DIR OR NOT LIBEDIT_LIBRARY)
+  message(STATUS "The demo is left out: libedit was not found (package libedit-dev).")
+  return()
+endif()
 
 add_library(libedit::libedit UNKNOWN IMPORTED)
 set_target_properties(libedit::libedit PROPERTIES IMPORTED_LOCATION ${LIBEDIT_LIBRARY} INTERFACE_INCLUDE_DIRECTORIES

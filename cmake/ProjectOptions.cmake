@@ -3,6 +3,15 @@
 
 set(CMAKE_CXX_EXTENSIONS OFF)
 
+# CMake itself would not optimise. Another project, and a generator of several configurations, choose for themselves.
+get_property(several_configurations GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
+if(PROJECT_IS_TOP_LEVEL AND NOT several_configurations AND NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE
+      Release
+      CACHE STRING "Debug, Release, RelWithDebInfo, MinSizeRel or None" FORCE)
+  message(STATUS "The programs are optimised (Release); -DCMAKE_BUILD_TYPE=Debug is for a debugger.")
+endif()
+
 add_library(project_options INTERFACE)
 target_compile_features(project_options INTERFACE cxx_std_20)
 
@@ -39,9 +48,19 @@ if(USB_RX_STATIC)
   add_link_options(-static)
 endif()
 
+# The preset `release` asks for it. Not every compiler can.
+if(CMAKE_INTERPROCEDURAL_OPTIMIZATION AND PROJECT_IS_TOP_LEVEL)
+  include(CheckIPOSupported)
+  check_ipo_supported(RESULT can_optimise_at_link_time OUTPUT reason LANGUAGES CXX)
+  if(NOT can_optimise_at_link_time)
+    message(WARNING "There is no link-time optimisation, since this compiler has none:\n${reason}")
+    set(CMAKE_INTERPROCEDURAL_OPTIMIZATION OFF)
+  endif()
+endif()
+
 include(cmake/Hardening.cmake)
 
-# Where size counts, what nothing calls is left out, and so are the names.
+# Where size counts, what nothing calls is left out. The names stay for a debugger until the programs are packed.
 set(size_counts $<CONFIG:MinSizeRel>)
 target_compile_options(project_options INTERFACE $<${size_counts}:-ffunction-sections> $<${size_counts}:-fdata-sections>)
-add_link_options($<${size_counts}:LINKER:--gc-sections> $<${size_counts}:LINKER:--strip-all>)
+add_link_options($<${size_counts}:LINKER:--gc-sections>)

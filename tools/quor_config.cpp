@@ -18,6 +18,7 @@
 #include "tools/config_check.h"
 #include "tools/config_difference.h"
 #include "tools/config_file.h"
+#include "tools/version.h"
 
 namespace {
 
@@ -29,6 +30,7 @@ constexpr std::size_t longestKey = 255;
 // A format: it names `configurationPath`.
 constexpr const char* usage =
     "Usage: quor_config [--file PATH] COMMAND\n"
+    "       quor_config --help | --version\n"
     "Reads and changes a configuration file, %s unless --file is given.\n"
     "\n"
     "  get KEY           prints the value of section:key\n"
@@ -195,6 +197,10 @@ int run(Arguments arguments) {
   }
   if (std::string_view(arguments[0]) == "--help") {
     std::printf(usage, configurationPath);
+    return done;
+  }
+  if (std::string_view(arguments[0]) == "--version") {
+    std::printf("quor_config %s\n", programVersion);
     return done;
   }
   const auto* command = std::ranges::find(commands, std::string_view(arguments[0]), &Command::name);

@@ -7,6 +7,7 @@
 
 #include "tools/recorder/device_recorder.h"
 #include "tools/recorder/recording_output.h"
+#include "tools/version.h"
 #include "ulx/exceptions.h"
 
 namespace {
@@ -42,6 +43,10 @@ bool isOneName(const std::string& name) {
 }
 
 int run(const std::vector<std::string>& arguments) {
+  if (arguments == std::vector<std::string>{"--version"}) {
+    std::cout << "usb_rx_recorder " << programVersion << std::endl;
+    return std::cout ? 0 : failed;
+  }
   if (arguments.size() < 2 || arguments.size() > 3 || !isOneName(arguments[1])) {
     std::cerr << "Usage: usb_rx_recorder FOLDER NAME [DESCRIPTION]\n";
     return wrongUse;

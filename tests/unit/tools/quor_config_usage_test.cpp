@@ -20,12 +20,18 @@ TEST(QuorConfigUsage, ExplainsItself) {
   const Outcome outcome = quorConfig({"--help"});
   EXPECT_EQ(outcome.end, sim::ProcessEnd::exited(0));
   EXPECT_EQ(outcome.errors, "");
-  EXPECT_EQ(outcome.output.find("Usage: quor_config [--file PATH] COMMAND\n"), 0U);
+  EXPECT_EQ(outcome.output.find(
+                "Usage: quor_config [--file PATH] COMMAND\n       quor_config --help | --version\n"),
+            0U);
   for (const char* command : {"get KEY", "set KEY VALUE", "unset KEY", "add-section NAME", "merge OTHER",
                               "diff OTHER", "print", "json", "sed", "check",
                               "Exit status: 0 done, 1 not found or different, 2 wrong usage or failure.\n"}) {
     EXPECT_NE(outcome.output.find(command), std::string::npos) << command;
   }
+}
+
+TEST(QuorConfigUsage, PrintsItsVersion) {
+  EXPECT_EQ(quorConfig({"--version"}), done("quor_config " PROJECT_VERSION "\n"));
 }
 
 TEST(QuorConfigUsage, NeedsACommand) {

@@ -75,6 +75,14 @@ TEST_F(MainOfTheRecorder, AsksForNothingWhenTheNameIsTaken) {
   EXPECT_EQ(sim::readFile("/sim/devices/old/about.txt"), "somebody's\n");
 }
 
+TEST_F(MainOfTheRecorder, PrintsItsVersion) {
+  RecorderProgram program({"--version"});
+
+  EXPECT_EQ(program.waitForEnd(), sim::ProcessEnd::exited(0));
+  EXPECT_EQ(RecorderProgram::standardOutput(), "usb_rx_recorder " PROJECT_VERSION "\n");
+  EXPECT_EQ(program.standardError(), "");
+}
+
 class MainWithWrongArguments : public testing::TestWithParam<std::vector<std::string>> {};
 
 INSTANTIATE_TEST_SUITE_P(Wrong, MainWithWrongArguments,

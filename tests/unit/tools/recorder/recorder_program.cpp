@@ -41,6 +41,10 @@ void RecorderProgram::waitForLine(const std::string& line) {
   });
 }
 
+std::string RecorderProgram::standardOutput() {
+  return sim::readFile(outputFile);
+}
+
 sim::ProcessEnd RecorderProgram::waitForEnd() {
   if (!sim::waitReadable(handle_.endEvents(), {})) {
     throw sim::TimedOut("the recorder's end");

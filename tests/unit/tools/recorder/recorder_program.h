@@ -22,6 +22,7 @@ class RecorderProgram {
   void waitForLine(const std::string& line);
   [[nodiscard]] sim::ProcessEnd waitForEnd();
   [[nodiscard]] std::string standardError() { return standardError_.text(); }
+  [[nodiscard]] static std::string standardOutput();
 
  private:
   sim::LineFile standardError_;
