@@ -29,7 +29,8 @@ class MovingLine:
     def __init__(self):
         self._moves = is_terminal()
         self._begin = time.monotonic()
-        self._drawn = 0.0
+        self._drawn = 0.0  # when
+        self._text = ""
         self._is_visible = False
         self._tenths = 0
 
@@ -38,10 +39,16 @@ class MovingLine:
 
     def show(self, done, total, text):
         if self._moves:
-            self._draw(f"{text}, {clock(self.seconds())}")
+            self._text = text
+            self.tick()
         elif total >= self.LEAST_STEPS and done < total and done * 10 // total > self._tenths:
             self._tenths = done * 10 // total
             print(f"   {text}, {clock(self.seconds())}", flush=True)
+
+    def tick(self):
+        """Draws the line anew where that is due: its clock moves while nothing else does."""
+        if self._text and time.monotonic() - self._drawn >= REDRAWS:
+            self._draw(f"{self._text}, {clock(self.seconds())}")
 
     def print(self, text):
         """Prints a text that stays."""
@@ -49,14 +56,13 @@ class MovingLine:
         print(text, flush=True)
 
     def wipe(self):
+        """Until it is shown again."""
         if self._is_visible:
             print("\r\033[K", end="", flush=True)
             self._is_visible = False
             self._drawn = 0.0
 
     def _draw(self, text):
-        if self._is_visible and time.monotonic() - self._drawn < REDRAWS:
-            return
         columns = shutil.get_terminal_size().columns
         print("\r" + text[: columns - 1] + "\033[K", end="", flush=True)
         self._is_visible = True

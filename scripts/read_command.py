@@ -1,12 +1,14 @@
 """Runs a command whose output a display reads, and ends all of it when the display is ended."""
 
 import os
+import select
 import signal
 import subprocess
 import sys
 
 ENDING_SIGNALS = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
 PATIENCE = 5  # seconds that the command has to end by itself
+TICK = 0.2  # seconds
 
 
 class Interrupted(Exception):
@@ -35,7 +37,23 @@ def end_group(process):
     process.wait()
 
 
-def read_command(command, take_line, environment=None):
+def lines_of(output, tick):
+    """One after another as they come; calls `tick` now and then, also while none comes."""
+    rest = b""
+    while True:
+        tick()
+        if not select.select([output], [], [], TICK)[0]:
+            continue
+        data = os.read(output.fileno(), 65536)
+        if not data:
+            break
+        *lines, rest = (rest + data).split(b"\n")
+        yield from lines
+    if rest:
+        yield rest
+
+
+def read_command(command, take_line, tick, environment=None):
     """Gives each line of both its outputs to `take_line`. Returns its exit status; a signal raises Interrupted."""
     for number in ENDING_SIGNALS:
         signal.signal(number, interrupt)
@@ -44,14 +62,12 @@ def read_command(command, take_line, environment=None):
         stdin=subprocess.DEVNULL,
         stdout=subprocess.PIPE,
         stderr=subprocess.STDOUT,
-        encoding="utf-8",
-        errors="replace",
         env=environment,
         start_new_session=True,
     )
     try:
-        for line in process.stdout:
-            take_line(line.rstrip("\r\n"))
+        for line in lines_of(process.stdout, tick):
+            take_line(line.decode(errors="replace").rstrip("\r"))
         status = process.wait()
         return status if status >= 0 else 128 - status
     finally:

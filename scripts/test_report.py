@@ -1,79 +1,17 @@
 """What a run of tests shows: a moving line while all is well, what matters of a failure, and a summary."""
 
-import re
 from pathlib import Path
 
+from googletest_output import what_matters
 from moving_line import MovingLine, red
 
 ROOT = Path(__file__).resolve().parent.parent
-
-MOST_LINES = 40  # of one failed test
-LAST_LINES = 15  # of one that ended without a failed expectation: a crash, a script
-
-# What GoogleTest prints around the output of a test.
-MARKER = re.compile(r"\[[ A-Z=-]{10}\]")
-CHATTER = re.compile(
-    r"\[[ A-Z=-]{10}\]|Running main\(\) from |Note: Google Test filter = |Note: Randomizing| ?\d+ FAILED TESTS?$"
-    r"|  YOU HAVE \d+ DISABLED TESTS?$"
-)
-FAILURE = re.compile(r"(?:\S.*:\d+|unknown file): Failure$")
-SKIPPED = re.compile(r"(?:\S.*:\d+|unknown file): Skipped$")
-SANITIZER = re.compile(r"==\d+==ERROR: |.*: runtime error: ")
 
 CONTROLS = {code: f"\\x{code:02x}" for code in (*range(9), *range(10, 32), 127)}
 
 
 def counted(number, noun):
     return f"{number:,} {noun}{'' if number == 1 else 's'}"
-
-
-def blocks(output, head):
-    """The texts that begin with such a line, each up to GoogleTest's next one."""
-    found, current = [], None
-    for line in output:
-        if head.match(line):
-            current = [line]
-            found.append(current)
-        elif MARKER.match(line):
-            current = None
-        elif current is not None:
-            current.append(line)
-    return found
-
-
-def without_blank_ends(lines):
-    begin, end = 0, len(lines)
-    while begin < end and not lines[begin].strip():
-        begin += 1
-    while end > begin and not lines[end - 1].strip():
-        end -= 1
-    return lines[begin:end]
-
-
-def last_words(output):
-    """A sanitizer's report from its beginning, else the last lines that the test itself printed."""
-    for number, line in enumerate(output):
-        if SANITIZER.match(line):
-            return output[number:]
-    own = without_blank_ends([line for line in output if not CHATTER.match(line)])
-    return own[-LAST_LINES:]
-
-
-def what_matters(output, ended_by_itself=True):
-    """The failed expectations of a test; its last lines where there are none, or where something else ended it."""
-    lines = []
-    for block in blocks(output, FAILURE):
-        lines += without_blank_ends(block)
-    if not lines or not ended_by_itself:
-        lines += [line for line in last_words(output) if line not in lines]
-    if len(lines) > MOST_LINES:
-        lines = lines[:MOST_LINES] + [f"... and {counted(len(lines) - MOST_LINES, 'more line')}"]
-    return lines
-
-
-def reason_to_skip(output):
-    reasons = [" ".join(part.strip() for part in block[1:] if part.strip()) for block in blocks(output, SKIPPED)]
-    return "; ".join(reason for reason in reasons if reason) or "no reason given"
 
 
 class TestReport:
@@ -109,6 +47,9 @@ class TestReport:
         for line in what_matters(output, ended_by_itself=not how):
             self.note("  " + line.replace(f"{ROOT}/", "").translate(CONTROLS))
         self._show()
+
+    def tick(self):
+        self._line.tick()
 
     def note(self, text):
         """Prints a line that stays."""
