@@ -9,6 +9,7 @@
 #include <map>
 #include <regex>
 #include <sstream>
+#include <string_view>
 
 namespace demo {
 
@@ -35,6 +36,12 @@ std::string printable(const std::string& text) {
   return shown;
 }
 
+/** Without what leads to the bus. */
+std::string withShortPaths(const std::string& text) {
+  static const std::regex wayToBus("(/devices)/[^ ]*?(/usb[0-9])");
+  return std::regex_replace(text, wayToBus, "$1/...$2");
+}
+
 }  // namespace
 
 Words wordsOf(const std::string& line) {
@@ -56,14 +63,18 @@ std::string typed(const Words& words) {
   return line;
 }
 
-void Log::headline(const std::string& text, const std::string& colour) {
-  plain("\n" + coloured(text, colour) + "\n");
+void Log::headline(const std::string& text, const std::string& colour) const {
+  plain("\n");
+  for (const std::string& part : wrapped(text, fullColumns)) {
+    plain(coloured(part, colour) + "\n");
+  }
 }
 
 void Log::line(const std::string& about, const std::string& text) const {
   std::string left = about;
   left.resize(aboutColumns - 2, ' ');
-  item(left + "| ", text, coloursOf.at(about));
+  const bool fits = aboutColumns + text.size() <= fullColumns;
+  item(left + "| ", fits ? text : withShortPaths(text), coloursOf.at(about));
 }
 
 void Log::event(const std::string& about, const std::string& text) {
@@ -72,7 +83,7 @@ void Log::event(const std::string& about, const std::string& text) {
 }
 
 void Log::item(std::string left, const std::string& text, const Colours& colours) const {
-  for (const std::string& part : wrapped(text, columns_ - left.size())) {
+  for (const std::string& part : wrapped(text, fullColumns - left.size())) {
     plain(coloured(left, colours.first) + coloured(part, colours.second) + "\n");
     std::replace_if(
         left.begin(), left.end(), [](char c) { return c != '|'; }, ' ');
@@ -85,18 +96,21 @@ void Log::plain(const std::string& text) {
 
 bool Log::isColoured() {
   const char* const noColour = std::getenv("NO_COLOR");
-  return ::isatty(STDOUT_FILENO) == 1 && (noColour == nullptr || *noColour == '\0');
+  const bool isWanted = noColour == nullptr || *noColour == '\0';
+  const char* const terminal = std::getenv("TERM");
+  return isWanted && ::isatty(STDOUT_FILENO) == 1 && terminal != nullptr &&
+         std::string_view(terminal) != "dumb";
 }
 
 /** Words that are too long are divided, behind a slash if they can. */
-Words Log::wrapped(const std::string& text, std::size_t columns) const {
+Words Log::wrapped(const std::string& text, std::size_t columns) {
   Words lines;
   std::istringstream words(printable(text));
   for (std::string word; std::getline(words, word, ' ');) {
     do {
-      const std::size_t slash = word.rfind('/', longestWord_ - 1);
-      const bool isCutAtSlash = word.size() > longestWord_ && slash != 0 && slash != std::string::npos;
-      const std::string part = word.substr(0, isCutAtSlash ? slash + 1 : longestWord_);
+      const std::size_t slash = word.rfind('/', longestWord - 1);
+      const bool isCutAtSlash = word.size() > longestWord && slash != 0 && slash != std::string::npos;
+      const std::string part = word.substr(0, isCutAtSlash ? slash + 1 : longestWord);
       word.erase(0, part.size());
       if (!lines.empty() && lines.back().size() + 1 + part.size() <= columns) {
         lines.back() += " " + part;

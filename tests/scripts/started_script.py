@@ -34,8 +34,9 @@ def run(script, *arguments, folder):
     return process.returncode, output
 
 
-def run_on_terminal(script, *arguments, folder, **changes):
-    """Returns exit status and output, in which a line ends as on a terminal: with a carriage return, too."""
+def run_on_terminal(script, *arguments, folder, until=None, **changes):
+    """Returns exit status and output, in which a line ends as on a terminal: with a carriage return, too.
+    Once `until` is in the output, makes the file "seen" in the folder: something may wait for it."""
     ours, theirs = pty.openpty()
     process = start(script, *arguments, folder=folder, output=theirs, **{"TERM": "xterm", **changes})
     os.close(theirs)
@@ -43,6 +44,8 @@ def run_on_terminal(script, *arguments, folder, **changes):
     try:
         while data := os.read(ours, 65536):
             output += data
+            if until and until in output.decode(errors="replace"):
+                (folder / "seen").touch()
     except OSError:  # nobody holds the other end any more
         pass
     os.close(ours)
