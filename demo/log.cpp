@@ -65,7 +65,7 @@ std::string typed(const Words& words) {
 
 void Log::headline(const std::string& text, const std::string& colour) const {
   plain("\n");
-  for (const std::string& part : wrapped(text, fullColumns)) {
+  for (const std::string& part : wrapped(text, columns_)) {
     plain(coloured(part, colour) + "\n");
   }
 }
@@ -73,7 +73,7 @@ void Log::headline(const std::string& text, const std::string& colour) const {
 void Log::line(const std::string& about, const std::string& text) const {
   std::string left = about;
   left.resize(aboutColumns - 2, ' ');
-  const bool fits = aboutColumns + text.size() <= fullColumns;
+  const bool fits = aboutColumns + text.size() <= columns_;
   item(left + "| ", fits ? text : withShortPaths(text), coloursOf.at(about));
 }
 
@@ -83,7 +83,7 @@ void Log::event(const std::string& about, const std::string& text) {
 }
 
 void Log::item(std::string left, const std::string& text, const Colours& colours) const {
-  for (const std::string& part : wrapped(text, fullColumns - left.size())) {
+  for (const std::string& part : wrapped(text, columns_ - left.size())) {
     plain(coloured(left, colours.first) + coloured(part, colours.second) + "\n");
     std::replace_if(
         left.begin(), left.end(), [](char c) { return c != '|'; }, ' ');
@@ -103,14 +103,14 @@ bool Log::isColoured() {
 }
 
 /** Words that are too long are divided, behind a slash if they can. */
-Words Log::wrapped(const std::string& text, std::size_t columns) {
+Words Log::wrapped(const std::string& text, std::size_t columns) const {
   Words lines;
   std::istringstream words(printable(text));
   for (std::string word; std::getline(words, word, ' ');) {
     do {
-      const std::size_t slash = word.rfind('/', longestWord - 1);
-      const bool isCutAtSlash = word.size() > longestWord && slash != 0 && slash != std::string::npos;
-      const std::string part = word.substr(0, isCutAtSlash ? slash + 1 : longestWord);
+      const std::size_t slash = word.rfind('/', longestWord_ - 1);
+      const bool isCutAtSlash = word.size() > longestWord_ && slash != 0 && slash != std::string::npos;
+      const std::string part = word.substr(0, isCutAtSlash ? slash + 1 : longestWord_);
       word.erase(0, part.size());
       if (!lines.empty() && lines.back().size() + 1 + part.size() <= columns) {
         lines.back() += " " + part;

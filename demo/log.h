@@ -36,12 +36,12 @@ class Log {
   [[nodiscard]] static bool isColoured();
 
  private:
-  static constexpr std::size_t fullColumns = 80;
   static constexpr std::size_t aboutColumns = 10;
-  static constexpr std::size_t longestWord = 66;  // longer ones are divided
 
-  [[nodiscard]] static Words wrapped(const std::string& text, std::size_t columns);
+  [[nodiscard]] Words wrapped(const std::string& text, std::size_t columns) const;
 
+  std::size_t columns_ = 80;
+  std::size_t longestWord_ = 66;  ///< longer ones are divided
   std::vector<Line> events_;
 };
 

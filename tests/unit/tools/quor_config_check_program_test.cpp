@@ -28,7 +28,7 @@ class QuorConfigCheckProgram : public testing::Test {
  protected:
   /** A file in this folder, which exists then, that can be executed or cannot. */
   std::string addFile(const std::string& name, mode_t mode) {
-    const std::string path = directory / name;
+    std::string path = directory / name;
     sim::writeFile(path, "#!/bin/sh\n");
     EXPECT_EQ(::chmod(path.c_str(), mode), 0);
     return path;
