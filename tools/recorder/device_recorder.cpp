@@ -47,6 +47,7 @@ std::vector<HeardEvent> from(const std::vector<HeardEvent>& events,
 }  // namespace
 
 void DeviceRecorder::recordPlug() {
+  delay_ = Delay::nothingHeard;
   const std::vector<HeardEvent> plug =
       from(burstWith("a USB device that is plugged in", addsUsbDevice), addsUsbDevice);
   const std::string devpath = plug.front().devpath();
@@ -67,6 +68,7 @@ void DeviceRecorder::recordUnplug() {
   if (devpath.empty()) {
     throw Error("no device has been recorded that could be taken out");
   }
+  delay_ = Delay::notTakenOut;
   const std::vector<HeardEvent> burst =
       burstWith("the device's being taken out: " + devpath,
                 [&](const HeardEvent& event) { return event.isHeaded("remove@" + devpath); });
@@ -77,27 +79,51 @@ void DeviceRecorder::recordUnplug() {
 /** The next burst with an event as awaited; bursts before it are dropped. */
 std::vector<HeardEvent> DeviceRecorder::burstWith(const std::string& awaited, const Predicate& isAwaited) {
   const Clock::time_point limit = after(patience_.limit);
+  adviceDue_ = after(patience_.advice);
+  isAdvised_ = false;
   std::vector<HeardEvent> burst;
   do {
     burst = nextBurst(awaited, limit);
+    delay_ = delay_ == Delay::nothingHeard ? Delay::noNewDevice : delay_;
   } while (std::none_of(burst.begin(), burst.end(), isAwaited));
   return burst;
 }
 
 /** The next events up to a quiet. */
 std::vector<HeardEvent> DeviceRecorder::nextBurst(const std::string& awaited, Clock::time_point limit) {
-  if (!events_.waitForEvents(limit)) {
+  if (!waitForEvents(limit)) {
     throw timedOut(awaited);
   }
+  const Clock::time_point quietDue = after(patience_.advice);
   std::vector<HeardEvent> burst;
   while (events_.waitForEvents(after(patience_.quiet))) {
     const std::vector<HeardEvent> more = events_.take();
     burst.insert(burst.end(), more.begin(), more.end());
+    if (Clock::now() >= quietDue) {
+      adviseOnce(Delay::neverQuiet);
+    }
     if (Clock::now() >= limit) {
       throw timedOut("an end of the events");
     }
   }
   return burst;
+}
+
+bool DeviceRecorder::waitForEvents(Clock::time_point limit) {
+  if (events_.waitForEvents(std::min(limit, adviceDue_))) {
+    return true;
+  }
+  if (Clock::now() < limit) {
+    adviseOnce(delay_);
+  }
+  return events_.waitForEvents(limit);
+}
+
+void DeviceRecorder::adviseOnce(Delay delay) {
+  if (!isAdvised_) {
+    isAdvised_ = true;
+    advise_(delay);
+  }
 }
 
 }  // namespace recorder

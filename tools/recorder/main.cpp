@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/recorder/advice.h"
 #include "tools/recorder/device_recorder.h"
 #include "tools/recorder/recording_output.h"
 #include "tools/version.h"
@@ -15,13 +16,27 @@ namespace {
 constexpr int failed = 1;
 constexpr int wrongUse = 2;
 
+constexpr const char* usage = "Usage: usb_rx_recorder FOLDER NAME [DESCRIPTION]\n";
+
+constexpr const char* help =
+    "Records a USB device: says when to plug it in and when to take it out, and writes\n"
+    "FOLDER/NAME, which must not be there yet. DESCRIPTION is the first line of its\n"
+    "about.txt; the product text unless given.\n"
+    "\n"
+    "Plug nothing else meanwhile: every uevent is recorded, without serial numbers.\n"
+    "It needs no root, but the network of the host: in a container, no uevents arrive.\n"
+    "It waits for five minutes each time.\n"
+    "\n"
+    "Exit status: 0 recorded, 1 failure, 2 wrong usage.\n";
+
 /** The description of a device that was recorded without one. */
 std::string descriptionOf(const recorder::DeviceRecording& recording) {
   return recording.product.empty() ? "device without a product text" : recording.product;
 }
 
 recorder::DeviceRecording recordDevice() {
-  recorder::DeviceRecorder recorder;
+  recorder::DeviceRecorder recorder({},
+                                    [](recorder::Delay delay) { std::cerr << recorder::adviceOn(delay); });
   std::cerr << "Plug the device in.\n";
   recorder.recordPlug();
   std::cerr << "Take it out.\n";
@@ -47,8 +62,12 @@ int run(const std::vector<std::string>& arguments) {
     std::cout << "usb_rx_recorder " << programVersion << std::endl;
     return std::cout ? 0 : failed;
   }
+  if (arguments.size() == 1 && arguments[0] == "--help") {
+    std::cout << usage << help;
+    return 0;
+  }
   if (arguments.size() < 2 || arguments.size() > 3 || !isOneName(arguments[1])) {
-    std::cerr << "Usage: usb_rx_recorder FOLDER NAME [DESCRIPTION]\n";
+    std::cerr << usage;
     return wrongUse;
   }
   record(arguments[0] + "/" + arguments[1], arguments.size() == 3 ? arguments[2] : "");
