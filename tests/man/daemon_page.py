@@ -3,8 +3,8 @@
 import re
 
 from contract_texts import texts_of
-from findings import compare, expect, findings, found_in, run, source
-from pages import Page
+from findings import compare, expect, findings, found_in, options_in, run, source
+from pages import Page, text_of
 
 daemon = Page("usb_rx_ctrl.8")
 
@@ -40,7 +40,7 @@ def HasTheDaemonsTextsToTheLetter():
     display, debug = texts_of("display"), texts_of("debug")
     unnamed, tag, _ = display.pop("unnamedDevice"), debug.pop("tag"), debug.pop("line")
     expect_everywhere(unnamed, "named device")
-    expect(f"behind the tag ‘{tag}’" in daemon.text, f"the tag is missing: {tag}")
+    expect(f"behind the tag ‘{tag[:-1]}’ and a blank." in daemon.text and tag[-1] == " ", f"the tag is missing: {tag}")
     compare("DISPLAY", daemon.heads("DISPLAY"), display.values())
     compare("DEBUG MESSAGES", daemon.heads("DEBUG MESSAGES"), debug.values())
 
@@ -69,6 +69,20 @@ def HasEveryErrorThatEndsTheDaemon():
     expect({"opendir(LIST)", "recvfrom(fdN)"} <= calls, "docs/faults.md names these calls in another way")
     findings.extend(f"DIAGNOSTICS does not have: {text}" for text, _ in ends if "while" not in text and text not in heads)
     compare("EXIT STATUS", daemon.heads("EXIT STATUS"), {"0"} | {status for _, status in ends})
+
+
+def HasTheArgumentsOfWorkers():
+    arguments = source("src/workers/worker_arguments.cpp")
+    section = text_of(daemon.section("WORKERS"))
+    compare("WORKERS", options_in(section.split("What a worker must do")[0]), options_in(arguments))
+    heads = {item.head: item.text for item in daemon.items("WORKERS") if not item.head[0].isdigit()}
+    programs = re.findall(r'arguments\{"(\w+)"\}', arguments) + ["usb_rx_generic"]
+    compare("WORKERS", {head.split()[0] for head in heads if head.startswith("usb_rx_")}, programs)
+    for program, constant, text in (("usb_rx_keyboard", "keyboardPort", "port is that of the link + {}."),
+                                    ("usb_rx_scsi", "scsiPort", "port is that of the link + {}.")):
+        expected = text.format(found_in("src/workers/worker_arguments.cpp", rf"{constant} = (\d+);"))
+        expect(any(head.startswith(program) and body.startswith(expected) for head, body in heads.items()),
+               f"{program}: the page does not have: {expected}")
 
 
 def HasTheExitStatusesOfWorkers():

@@ -38,3 +38,7 @@ def found_in(file, pattern):
 def run(*command, environment=None):
     return subprocess.run(command, capture_output=True, text=True, check=False, timeout=30,
                           env={**os.environ, **(environment or {})})
+
+
+def options_in(text):
+    return set(re.findall(r"(?<![\w-])--[a-z][a-z-]*", text))

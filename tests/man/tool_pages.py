@@ -2,12 +2,8 @@
 
 import re
 
-from findings import compare, expect, run, source
+from findings import compare, expect, options_in, run, source
 from pages import ROOT, Page
-
-
-def options_in(text):
-    return set(re.findall(r"(?<![\w-])--[a-z][a-z-]*", text))
 
 
 def compare_options(page, program):
