@@ -12,7 +12,8 @@ def compare_options(page, program):
     listed = {option for head in page.heads() for option in options_in(head)}
     unnamed = {option for option in listed - named if run(program, option).returncode == 0}
     compare("options", listed, named | unnamed)
-    compare("SYNOPSIS", options_in(" ".join(page.synopsis())), listed)
+    of_the_program = {option for head in page.heads() if head.startswith("--") for option in options_in(head)}
+    compare("SYNOPSIS", options_in(" ".join(page.synopsis())), of_the_program)
 
 
 def HasTheCommandsOfQuorConfig(program):
@@ -20,7 +21,7 @@ def HasTheCommandsOfQuorConfig(program):
     usage = run(program, "--help").stdout
     compare_options(page, program)
     compare("COMMANDS", page.heads("COMMANDS"),
-            [command.lower() for command in re.findall(r"^  (\S+(?: [A-Z]+)*)  +\S", usage, re.MULTILINE)])
+            [command.lower() for command in re.findall(r"^  (\S+(?: \S+)*)  +\S", usage, re.MULTILINE)])
     statuses = re.findall(r"(\d) ([^,.]*)", re.search(r"^Exit status: (.*)$", usage, re.MULTILINE).group(1))
     compare("EXIT STATUS", [f"{item.head} {item.text.split('.')[0].lower()}" for item in page.items("EXIT STATUS")],
             [" ".join(status) for status in statuses])
