@@ -84,8 +84,9 @@ def ExchangesTheMessagesOfItsExample(program):
             expect(answer_over(worker) == line, "the held client did not get the line")
             expect(answer_over(unit.send(other_query)) == line, "the second query was not answered by the line")
             manager = unit.send(without_keys)
-            first_manager.close()
             expect(answer_over(unit.send(query)) == without_keys, "the second line is not in force")
+            first_manager.close()  # not before: the daemon may not know yet that it is replaced
+            expect(answer_over(unit.send(query)) == without_keys, "the end of the first connection has an effect")
             manager.close()
             expect(unit.daemon.wait(20) == 0, f"the daemon has ended with {unit.daemon.returncode}")
         finally:
