@@ -1,5 +1,6 @@
 """Compares the pages of the tools with the tools."""
 
+import json
 import re
 
 from findings import compare, expect, options_in, run, source
@@ -45,6 +46,22 @@ def HasTheOptionsOfUsbRxExplain(program):
     help_text = run(program, "--help")
     expect(help_text.returncode == 0, f"--help exits with {help_text.returncode}")
     compare_options(page, program)
+    defaults = re.findall(r"(--\w+)=\S+ [^\n]*(?:otherwise|default:?) ([^\s;,.)]+)", help_text.stdout)
+    compare("defaults", [f"{item.head.split('=')[0]} {item.default}" for item in page.items("DESCRIPTION") if item.default],
+            [" ".join(default) for default in defaults])
     statuses = re.findall(r"\b(\d)\b", help_text.stdout.lower().split("exit status", 1)[1].split("\n\n")[0])
     compare("EXIT STATUS", page.heads("EXIT STATUS"), statuses)
     expect(run(program, "--no-such-option").returncode == 2, "wrong usage has another exit status")
+
+
+def HasTheJsonOfUsbRxExplain(program):
+    members = {item.head: item.words for item in Page("usb_rx_explain.1").items("JSON")}
+    devices = map(str, (ROOT / "devices").glob("kbd-fs*"))
+    answers = json.loads(run(program, "--json", "--class=all", *devices).stdout)
+    expect(any(answer["nodes"] for answer in answers), "no device has a node")
+    for answer in answers:
+        compare("JSON", members, answer)
+        for name, value in answer.items():
+            for one in value if isinstance(value, list) else [value]:
+                if isinstance(one, dict):
+                    compare(f"JSON, {name}", members.get(name, ()), one)
