@@ -40,7 +40,8 @@ def HasTheDaemonsTextsToTheLetter():
     display, debug = texts_of("display"), texts_of("debug")
     unnamed, tag, _ = display.pop("unnamedDevice"), debug.pop("tag"), debug.pop("line")
     expect_everywhere(unnamed, "named device")
-    expect(f"behind the tag ‘{tag[:-1]}’ and a blank." in daemon.text and tag[-1] == " ", f"the tag is missing: {tag}")
+    expect(tag.endswith(" "), f"there is no blank at the end of the tag: {tag}")
+    expect(f"behind the tag ‘{tag.rstrip()}’ and a blank." in daemon.text, f"the tag is missing: {tag}")
     compare("DISPLAY", daemon.heads("DISPLAY"), display.values())
     compare("DEBUG MESSAGES", daemon.heads("DEBUG MESSAGES"), debug.values())
 
@@ -67,7 +68,8 @@ def HasEveryErrorThatEndsTheDaemon():
     compare("DIAGNOSTICS", {head.removeprefix("reason while ") for head in heads if head.startswith("reason while ")},
             plain | paths | {"opendir(path)", "recvfrom(name)"})
     expect({"opendir(LIST)", "recvfrom(fdN)"} <= calls, "docs/faults.md names these calls in another way")
-    findings.extend(f"DIAGNOSTICS does not have: {text}" for text, _ in ends if "while" not in text and text not in heads)
+    others = {text for text, _ in ends if " while " not in text}
+    findings.extend(f"DIAGNOSTICS does not have: {text}" for text in others - heads)
     compare("EXIT STATUS", daemon.heads("EXIT STATUS"), {"0"} | {status for _, status in ends})
 
 

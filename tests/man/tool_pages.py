@@ -27,7 +27,8 @@ def HasTheCommandsOfQuorConfig(program):
     compare("EXIT STATUS", [f"{item.head} {item.text.split('.')[0].lower()}" for item in page.items("EXIT STATUS")],
             [" ".join(status) for status in statuses])
     expect(run(program).returncode == 2, "wrong usage has another exit status")
-    faults = re.findall(r'(?:fail|reportFault)\("([^"]+)"', source("tools/quor_config.cpp") + source("tools/config_file.cpp"))
+    sources = source("tools/quor_config.cpp") + source("tools/config_file.cpp")
+    faults = re.findall(r'(?:fail|reportFault)\("([^"]+)"', sources)
     compare("DIAGNOSTICS", page.heads("DIAGNOSTICS"), faults)
 
 
@@ -46,9 +47,9 @@ def HasTheOptionsOfUsbRxExplain(program):
     help_text = run(program, "--help")
     expect(help_text.returncode == 0, f"--help exits with {help_text.returncode}")
     compare_options(page, program)
-    defaults = re.findall(r"(--\w+)=\S+ [^\n]*(?:otherwise|default:?) ([^\s;,.)]+)", help_text.stdout)
-    compare("defaults", [f"{item.head.split('=')[0]} {item.default}" for item in page.items("DESCRIPTION") if item.default],
-            [" ".join(default) for default in defaults])
+    defaults = re.findall(r"(--\w+)=\S+ [^\n]*(?:otherwise|default:?) (\S+?)[;,.)]*\s", help_text.stdout)
+    described = {item.head.split("=")[0]: item.default for item in page.items("DESCRIPTION") if item.default}
+    compare("defaults", described.items(), defaults)
     statuses = re.findall(r"\b(\d)\b", help_text.stdout.lower().split("exit status", 1)[1].split("\n\n")[0])
     compare("EXIT STATUS", page.heads("EXIT STATUS"), statuses)
     expect(run(program, "--no-such-option").returncode == 2, "wrong usage has another exit status")
@@ -56,9 +57,10 @@ def HasTheOptionsOfUsbRxExplain(program):
 
 def HasTheJsonOfUsbRxExplain(program):
     members = {item.head: item.words for item in Page("usb_rx_explain.1").items("JSON")}
-    devices = map(str, (ROOT / "devices").glob("kbd-fs*"))
+    devices = [str(ROOT / "devices" / name) for name in ("kbd-fs-hiddev", "mouse-fs", "storage-hs")]
     answers = json.loads(run(program, "--json", "--class=all", *devices).stdout)
     expect(any(answer["nodes"] for answer in answers), "no device has a node")
+    expect(any(answer["rules"] for answer in answers), "no device is asked for a rule")
     for answer in answers:
         compare("JSON", members, answer)
         for name, value in answer.items():
