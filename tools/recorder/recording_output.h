@@ -11,6 +11,9 @@ namespace recorder {
 /** The text that stands for these bytes in the files of a recording. */
 [[nodiscard]] std::string escaped(std::string_view bytes);
 
+/** The same for a binary attribute: two hexadecimal digits a byte. */
+[[nodiscard]] std::string hexadecimal(std::string_view bytes);
+
 /** Throws Error when a folder of this path is there already, or cannot be made where it is to be. */
 void requireNewFolder(const std::string& folder);
 

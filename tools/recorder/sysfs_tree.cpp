@@ -58,8 +58,9 @@ constexpr std::array<std::string_view, 34> identifyingAttributes = {
     "version",
 };
 
-/** Directories that depend on the machine, not on the device. */
-constexpr std::array<std::string_view, 4> leftOut = {"power", "queue", "statistics", "wakeup"};
+/** Directories that depend on the machine, not on the device; and batteries, whose names hold serial numbers. */
+constexpr std::array<std::string_view, 5> leftOut = {"power", "power_supply", "queue", "statistics",
+                                                     "wakeup"};
 
 template <std::size_t size>
 bool isOneOf(const std::array<std::string_view, size>& names, std::string_view name) {
