@@ -29,6 +29,7 @@ DeviceRecording recordPluggedDevice(const std::string& device) {
   recording.description = descriptionByProduct(recording);
   recording.origin = "saved while it was plugged in; plug.txt and unplug.txt are made up from tree.txt";
   recording.tree = treeOf(device);
+  requireUsbDevice(device);  // what goes while it is read leaves half a tree
   recording.plugEvents = madeUpPlugEvents(recording);
   recording.unplugEvents = madeUpUnplugEvents(recording);
   return recording;

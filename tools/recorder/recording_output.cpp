@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <filesystem>
+#include <system_error>
 
 #include "tools/recorder/error.h"
 #include "ulx/exceptions.h"
@@ -112,8 +113,22 @@ void writeFile(const std::string& path, const std::string& content) {
 }
 
 void makeFolder(const std::string& folder) {
-  if (!fs::create_directory(folder)) {
+  std::error_code error;
+  const bool isNew = fs::create_directory(folder, error);
+  if (error) {
+    throw systemError({"making ", folder}, error.value());
+  }
+  if (!isNew) {
     throw Error("there is something of that name already: " + folder);
+  }
+}
+
+void writeFiles(const DeviceRecording& recording, const std::string& kernel, const std::string& folder) {
+  writeFile(folder + "/about.txt", aboutText(recording, kernel));
+  writeFile(folder + "/tree.txt", treeText(recording.tree));
+  writeFile(folder + "/plug.txt", eventsText(recording.plugEvents));
+  if (!recording.unplugEvents.empty()) {
+    writeFile(folder + "/unplug.txt", eventsText(recording.unplugEvents));
   }
 }
 
@@ -147,11 +162,12 @@ void requireNewFolder(const std::string& folder) {
 
 void writeRecording(const DeviceRecording& recording, const std::string& kernel, const std::string& folder) {
   makeFolder(folder);
-  writeFile(folder + "/about.txt", aboutText(recording, kernel));
-  writeFile(folder + "/tree.txt", treeText(recording.tree));
-  writeFile(folder + "/plug.txt", eventsText(recording.plugEvents));
-  if (!recording.unplugEvents.empty()) {
-    writeFile(folder + "/unplug.txt", eventsText(recording.unplugEvents));
+  try {
+    writeFiles(recording, kernel, folder);
+  } catch (const Error&) {
+    std::error_code ignored;
+    fs::remove_all(folder, ignored);
+    throw;
   }
 }
 

@@ -20,7 +20,7 @@ void requireNewFolder(const std::string& folder);
 /**
  * Makes the folder and writes the recording into it; `kernel` is the release of the kernel that it comes
  * from. The recording's name is not used: it is the folder's. Throws Error when the folder is there already,
- * or when something cannot be written.
+ * or when something cannot be written; then nothing is left of it.
  */
 void writeRecording(const DeviceRecording& recording, const std::string& kernel, const std::string& folder);
 

@@ -13,10 +13,12 @@
 #include "sim/files.h"
 #include "sim/unit.h"
 #include "support/child.h"
+#include "support/held_attribute.h"
 #include "support/temporary_directory.h"
 #include "tools/recorder/recording_output.h"
 #include "tools/recorder/recording_text.h"
 #include "unit/tools/recorder/thrown_text.h"
+#include "unit/tools/recorder/timed_action.h"
 
 namespace {
 
@@ -188,6 +190,18 @@ TEST_F(PluggedDevice, MustBeAUsbDevice) {
     EXPECT_EQ(errorThrownBy([&] { static_cast<void>(recorder::recordPluggedDevice(other)); }),
               "there is no USB device " + other);
   }
+}
+
+TEST_F(PluggedDevice, MustStayUntilItIsRead) {
+  support::HeldAttribute descriptors(mouse.directory + "/descriptors");
+  const TimedAction unplug(0, [&] {
+    descriptors.waitForReader();
+    unit.sysfs.remove(mouse);
+    descriptors.release("");
+  });
+
+  EXPECT_EQ(errorThrownBy([this] { save(); }), "there is no USB device " + mouse.directory);
+  EXPECT_FALSE(fs::exists(folder));
 }
 
 TEST(PluggedDeviceOfAnotherUser, IsRecordedWhereItMayBeRead) {
