@@ -36,6 +36,7 @@ def HasTheArgumentsOfTheRecorder(program):
     page = Page("usb_rx_recorder.1")
     wrong, failed = run(program), run(program, "/dev/null", "mouse")
     compare("SYNOPSIS", page.synopsis()[:1], [wrong.stderr.splitlines()[0].removeprefix("Usage: ").lower()])
+    compare_options(page, program)
     compare("EXIT STATUS", page.heads("EXIT STATUS"), ["0", str(failed.returncode), str(wrong.returncode)])
     sources = "".join(file.read_text(encoding="utf-8") for file in sorted((ROOT / "tools/recorder").glob("*.cpp")))
     for item in page.items("DIAGNOSTICS"):
