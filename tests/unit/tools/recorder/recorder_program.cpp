@@ -45,10 +45,6 @@ void RecorderProgram::waitForLine(const std::string& line, const sim::Deadline& 
   });
 }
 
-std::string RecorderProgram::standardOutput() {
-  return sim::readFile(outputFile);
-}
-
 sim::ProcessEnd RecorderProgram::waitForEnd() {
   if (!sim::waitReadable(handle_.endEvents(), {})) {
     throw sim::TimedOut("the recorder's end");

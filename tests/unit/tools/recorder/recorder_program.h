@@ -24,7 +24,6 @@ class RecorderProgram {
   [[nodiscard]] sim::ProcessEnd waitForEnd();
   [[nodiscard]] static std::string standardOutput();
   [[nodiscard]] std::string standardError() { return standardError_.text(); }
-  [[nodiscard]] static std::string standardOutput();
 
  private:
   sim::LineFile standardError_;
