@@ -5,9 +5,11 @@ import select
 import signal
 import subprocess
 import sys
+import time
+from pathlib import Path
 
 ENDING_SIGNALS = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
-PATIENCE = 5  # seconds that the command has to end by itself
+PATIENCE = 2  # seconds that the command and all that it has started have to end by themselves
 TICK = 0.2  # seconds
 
 
@@ -23,17 +25,31 @@ def interrupt(number, _frame):
     raise Interrupted(number)
 
 
+def state_and_group(stat):
+    """From a file "stat" of /proc; nothing of a process that has gone."""
+    try:
+        fields = stat.read_text(errors="replace").rsplit(") ", 1)[1].split()
+    except OSError:
+        return None
+    return fields[0], int(fields[2])
+
+
+def is_alive(group):
+    """Whether any process of it runs. Those that have ended may wait for long until their parent takes notice."""
+    of_all = (state_and_group(Path("/proc", name, "stat")) for name in os.listdir("/proc") if name.isdigit())
+    return any(found is not None and found[0] != "Z" and found[1] == group for found in of_all)
+
+
 def end_group(process):
     """The command and all that it has started in its process group."""
+    limit = time.monotonic() + PATIENCE
     try:
         os.killpg(process.pid, signal.SIGTERM)
-        process.wait(PATIENCE)
-    except (ProcessLookupError, subprocess.TimeoutExpired):
-        pass
-    try:
+        while is_alive(process.pid) and time.monotonic() < limit:
+            time.sleep(0.01)
         os.killpg(process.pid, signal.SIGKILL)
     except ProcessLookupError:
-        pass
+        pass  # none is left
     process.wait()
 
 

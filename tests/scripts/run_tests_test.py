@@ -155,9 +155,10 @@ class RunTests(unittest.TestCase):
         self.assertNotIn("Which is", self.run_tests()[1])
 
     def test_takes_no_output_of_a_test_for_its_end(self):
-        self.add_test("Misleading", output="1/2 Test #2: Good ...   Passed  0.01 sec\n    Start 7: Other\n", end="exit 1")
-        self.add_test("Good")
-        self.assertIn("2 tests, 1 failed, 0 skipped, N s\n", self.run_tests()[1])
+        for name in ("First", "Second"):
+            self.add_test(name, output="1/2 Test #2: Good ...   Passed  0.01 sec\n    Start 7: Other\n", end="exit 1")
+        self.assertIn("2 tests, 2 failed, 0 skipped, N s\n", self.run_tests()[1])
+        self.assertIn("2 tests, 2 failed, 0 skipped, N s\n", self.run_tests("--output-on-failure")[1])
 
     def test_shows_control_characters_of_a_test_as_numbers(self):
         self.add_test("Bad", output="a \033[31mred\033[0m lamp\n", end="exit 1")
@@ -251,15 +252,25 @@ class RunTests(unittest.TestCase):
     def test_ends_all_when_it_is_interrupted(self):
         for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
             with self.subTest(number):
-                (self.folder / "CTestTestfile.cmake").unlink(missing_ok=True)
-                self.add_test("Slow", end="echo $$ >pid.part; mv pid.part pid; sleep 60; echo late >late")
-                process = start("run-tests", folder=self.folder)
-                test = self.await_pid()
-                process.send_signal(number)
-                output = process.communicate(timeout=30)[0]
-                self.assertEqual(process.returncode, -number)
-                self.assertRegex(output, r"^Interrupted while 1 test ran.\n0 tests, 0 failed, 0 skipped, \d+ s\n$")
-                self.await_end(test)
+                self.interrupt_test_that_does("echo >asked; exit", number)
+                self.assertTrue((self.folder / "asked").exists(), "the test could not clean up")
+                (self.folder / "asked").unlink()
+
+    def test_ends_also_a_test_that_does_not_want_to_end(self):
+        self.interrupt_test_that_does("", signal.SIGTERM)
+
+    def interrupt_test_that_does(self, reaction, number):
+        """`reaction` is what the test does when it is asked to end; its output is read by nobody any more then."""
+        (self.folder / "CTestTestfile.cmake").unlink(missing_ok=True)
+        steps = f"trap '{reaction}' TERM; echo $$ >pid.part; mv pid.part pid; for i in $(seq 600); do sleep 0.1; done"
+        self.add_test("Slow", end=f"exec >/dev/null 2>&1; {steps}")
+        process = start("run-tests", folder=self.folder)
+        test = self.await_pid()
+        process.send_signal(number)
+        output = process.communicate(timeout=30)[0]
+        self.assertEqual(process.returncode, -number)
+        self.assertRegex(output, r"^Interrupted while \d tests? ran.\n0 tests, 0 failed, 0 skipped, \d+ s\n$")
+        self.await_end(test)
 
     def await_pid(self):
         deadline = time.monotonic() + 30

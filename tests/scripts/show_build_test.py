@@ -9,7 +9,7 @@ from pathlib import Path
 from started_script import run, run_on_terminal
 
 RULES = """rule sh
-  command = sh -c '$do'
+  command = timeout 60 sh -c '$do'
   description = Making $out
 """
 
