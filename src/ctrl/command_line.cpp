@@ -8,6 +8,8 @@
 #include <optional>
 #include <string>
 
+#include "ctrl/configuration.h"
+#include "ctrl/configuration_keys.h"
 #include "ctrl/settings.h"
 #include "ulx/items.h"
 #include "ulx/write_once.h"
@@ -95,4 +97,18 @@ Options parseOptions(int argc, char* const* argv) {
     }
   }
   return options;
+}
+
+void applyConfiguration(const Options& options) {
+  const char* debugList = options.debugGiven ? nullptr : getConfigString(configuration_key::debug);
+  if (debugList != nullptr) {
+    parseDebugList(debugList);
+  }
+  const char* classList = options.classGiven ? nullptr : getConfigString(configuration_key::classes);
+  if (classList != nullptr) {
+    parseClassList(classList);  // can refuse a bad list, but sets nothing: only the option chooses classes
+  }
+  if (!options.logGiven && getConfigString(configuration_key::logToSyslog) != nullptr) {
+    settings.logToSyslog = true;  // with any value, "0" too
+  }
 }

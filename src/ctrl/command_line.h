@@ -42,3 +42,9 @@ void parseDebugList(std::string_view list);
  * arguments after the program's name. A bad option prints the usage and exits.
  */
 Options parseOptions(int argc, char* const* argv);
+
+/**
+ * Takes what the options leave open from the configuration. A bad list there is reported on standard error and
+ * ends the program with status 1.
+ */
+void applyConfiguration(const Options& options);

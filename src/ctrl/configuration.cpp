@@ -18,6 +18,7 @@ namespace {
 // A plain pointer: nothing is to be freed when the program ends inside a signal handler.
 ConfigDictionary* cached = nullptr;
 bool configStale = true;
+const char* path = configurationPath;
 
 // The daemon's errors go to one place, iniparser's complaints stay on standard error as well. This runs inside
 // iniparser, through which nothing may be thrown: so it makes no ErrorMessage, which allocates.
@@ -30,15 +31,15 @@ void reportComplaint(const char* complaint) {
   }
 }
 
-bool isMissing(const char* path) {
+bool isMissing() {
   struct stat status {};
   return stat(path, &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }
 
 // A missing file is a choice, and one that cannot be loaded a fault: a policy that somebody wrote has no effect.
-ConfigDictionary* loadOrReport(const char* path) {
+ConfigDictionary* loadOrReport() {
   ConfigDictionary* loaded = configLoad(path, reportComplaint);
-  if (loaded == nullptr && !isMissing(path)) {
+  if (loaded == nullptr && !isMissing()) {
     logError("configuration \"" + std::string(path) + "\" cannot be loaded; defaults apply");
   }
   return loaded;
@@ -46,10 +47,15 @@ ConfigDictionary* loadOrReport(const char* path) {
 
 }  // namespace
 
+void useConfiguration(const char* otherPath) {
+  path = otherPath;
+  requestConfigReload();
+}
+
 const ConfigDictionary* configDictionary() {
   if (configStale) {
     releaseConfig();
-    cached = loadOrReport(configurationPath);
+    cached = loadOrReport();
     configStale = false;
   }
   return cached;

@@ -8,6 +8,9 @@
  * cannot be loaded is reported as an error.
  */
 
+/** Reads another file from the next query on; the text must stay. For programs that explain the daemon. */
+void useConfiguration(const char* otherPath);
+
 /** The kept dictionary, loaded if it is stale; null when the file cannot be loaded. */
 const ConfigDictionary* configDictionary();
 

@@ -12,26 +12,10 @@
 #include "ctrl/configuration_keys.h"
 #include "ctrl/messages.h"
 #include "ctrl/rx_ctrl.h"
-#include "ctrl/settings.h"
 #include "ctrl/signals.h"
 #include "ulx/exceptions.h"
 
 namespace {
-
-// What the options leave open is taken from the configuration.
-void applyConfiguration(const Options& options) {
-  const char* debugList = options.debugGiven ? nullptr : getConfigString(configuration_key::debug);
-  if (debugList != nullptr) {
-    parseDebugList(debugList);
-  }
-  const char* classList = options.classGiven ? nullptr : getConfigString(configuration_key::classes);
-  if (classList != nullptr) {
-    parseClassList(classList);  // can refuse a bad list, but sets nothing: only the option chooses classes
-  }
-  if (!options.logGiven && getConfigString(configuration_key::logToSyslog) != nullptr) {
-    settings.logToSyslog = true;  // with any value, "0" too
-  }
-}
 
 std::string connectFailTimeoutText() {
   const char* configured = getConfigString(configuration_key::connectFailTimeout);

@@ -1,7 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
+
+#include "hotplug/device_attributes.h"
 
 /** What a device or a node of sysfs is to the daemon. */
 enum class DeviceKind {
@@ -17,9 +18,9 @@ enum class DeviceKind {
 };
 
 /**
- * What is at `realPath`, a physical directory of sysfs. `classes` is the mask of device_classes.h. Only reads
- * and logs; waits a little over 3 seconds at most until sysfs says what it is.
+ * What a device or a node is. `classes` is the mask of device_classes.h. Only reads and logs; waits a little
+ * over 3 seconds at most until sysfs says what it is.
  *
- * Throws what cannot be read of it, "readlink()", and the exceptions of the descriptor tests.
+ * Throws what cannot be read of it, and the exceptions of the descriptor tests.
  */
-DeviceKind classify(std::uint32_t classes, const std::string& realPath);
+DeviceKind classify(std::uint32_t classes, const DeviceAttributes& device);

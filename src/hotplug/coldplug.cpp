@@ -8,6 +8,7 @@
 #include "hotplug/sysfs.h"
 #include "hotplug/uevent.h"
 #include "hotplug/uevent_handler.h"
+#include "hotplug/usb_descriptors.h"
 #include "ulx/directory.h"
 #include "ulx/path.h"
 
@@ -32,7 +33,8 @@ void offerUsbDevices(RxCtrl& ctrl) {
 bool isBootKeyboardNode(const std::string& entry) {
   constexpr unsigned long bootInterface = 1;  // bInterfaceSubClass (HID 1.11, 4.2)
   const std::string interface = entry + "/device";
-  return isHiddevPath(entry) && isKeyboardDescriptor(interface + "/../descriptors") &&
+  return isHiddevPath(entry) &&
+         isKeyboardDescriptor(descriptorBytes(readBinaryAttribute(interface + "/..", "descriptors"))) &&
          readHexAttribute(interface, "bInterfaceSubClass") == bootInterface;
 }
 

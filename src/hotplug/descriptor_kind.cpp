@@ -1,7 +1,5 @@
 #include "hotplug/descriptor_kind.h"
 
-#include <fcntl.h>
-
 #include <algorithm>
 #include <cstdint>
 
@@ -17,14 +15,33 @@ constexpr std::uint8_t atapiCommands = 0x02;
 constexpr std::uint8_t scsiCommands = 0x06;
 constexpr std::uint8_t bulkOnlyTransport = 0x50;
 
-UsbDeviceDescriptor readDevice(const ulx::FileDescriptor& file) {
-  UsbDeviceDescriptor device{};
-  file.readDeviceDescriptor(device);
+UsbDeviceDescriptor deviceDescriptor(DescriptorBytes descriptors) {
+  if (descriptors.size() < UsbDeviceDescriptor::extent) {
+    throw ulx::FileDescriptor::EndOfFile();
+  }
+  const auto device = descriptors.first<UsbDeviceDescriptor::extent>();
   if (device[bDescriptorType] != deviceDescriptorType) {
     throw "Not a device descriptor";
   }
   return device;
 }
+
+DescriptorWalk interfacesOf(DescriptorBytes descriptors) {
+  return {descriptors.subspan(UsbDeviceDescriptor::extent), interfaceDescriptorType, bInterfaceProtocol};
+}
+
+bool hasSingleStorageInterface(DescriptorBytes descriptors) {
+  int interfaces = 0;
+  for (const DescriptorBytes interface : interfacesOf(descriptors)) {
+    if (!isStorageInterface(interface)) {
+      return false;
+    }
+    ++interfaces;
+  }
+  return interfaces == 1;
+}
+
+}  // namespace
 
 bool isKeyboardInterface(DescriptorBytes interface) {
   return interface[bInterfaceClass] == hidClass && interface[bInterfaceProtocol] == keyboardProtocol;
@@ -36,35 +53,14 @@ bool isStorageInterface(DescriptorBytes interface) {
          interface[bInterfaceProtocol] == bulkOnlyTransport;
 }
 
-}  // namespace
-
-bool isKeyboardDescriptor(const std::string& descriptorsPath) {
-  const ulx::FileDescriptor file(descriptorsPath, O_RDONLY);
-  const UsbDeviceDescriptor device = readDevice(file);
+bool isKeyboardDescriptor(DescriptorBytes descriptors) {
+  const UsbDeviceDescriptor device = deviceDescriptor(descriptors);
   return device[bDeviceClass] == classPerInterface &&
-         everyInterfaceIsKeyboard(descriptorBytes(file.readAll()));
+         std::ranges::all_of(interfacesOf(descriptors), isKeyboardInterface);
 }
 
-bool isStorageDescriptor(const std::string& descriptorsPath) {
-  const ulx::FileDescriptor file(descriptorsPath, O_RDONLY);
-  const UsbDeviceDescriptor device = readDevice(file);
+bool isStorageDescriptor(DescriptorBytes descriptors) {
+  const UsbDeviceDescriptor device = deviceDescriptor(descriptors);
   return device[bDeviceClass] == classPerInterface && device[bNumConfigurations] == 1 &&
-         hasSingleStorageInterface(descriptorBytes(file.readAll()));
-}
-
-bool everyInterfaceIsKeyboard(DescriptorBytes configurations) {
-  return std::ranges::all_of(DescriptorWalk(configurations, interfaceDescriptorType, bInterfaceProtocol),
-                             isKeyboardInterface);
-}
-
-bool hasSingleStorageInterface(DescriptorBytes configurations) {
-  int interfaces = 0;
-  for (const DescriptorBytes interface :
-       DescriptorWalk(configurations, interfaceDescriptorType, bInterfaceProtocol)) {
-    if (!isStorageInterface(interface)) {
-      return false;
-    }
-    ++interfaces;
-  }
-  return interfaces == 1;
+         hasSingleStorageInterface(descriptors);
 }

@@ -1,50 +1,63 @@
 #include "hotplug/sysfs.h"
 
 #include <fcntl.h>
+#include <sys/types.h>
+#include <unistd.h>
 
-#include <cstdlib>
+#include <array>
+#include <cerrno>
+#include <cstddef>
 #include <string_view>
 
 #include "ulx/exceptions.h"
 #include "ulx/file_descriptor.h"
 #include "ulx/path.h"
 
+std::string SysfsDevice::subsystem() const {
+  const std::string link = path() + "/subsystem";
+  std::array<char, 128> buffer{};
+  const ssize_t length = readlink(link.c_str(), buffer.data(), buffer.size());
+  if (length == -1) {
+    const int error = errno;
+    if (error == ENOENT) {
+      return {};
+    }
+    ulx::throwErrno("readlink()", error);
+  }
+  const std::string_view target(buffer.data(), static_cast<std::size_t>(length));
+  return std::string(target.substr(target.rfind('/') + 1));
+}
+
+bool SysfsDevice::has(const std::string& name) const {
+  return ulx::pathExists(path() + "/" + name);
+}
+
+std::string SysfsDevice::content(const std::string& name) const {
+  return ulx::FileDescriptor(path() + "/" + name, O_RDONLY).readAll();
+}
+
 std::string readBinaryAttribute(const std::string& dir, const std::string& name) {
-  return ulx::FileDescriptor(dir + "/" + name, O_RDONLY).readAll();
+  return SysfsDevice(dir).content(name);
 }
 
 std::string readAttribute(const std::string& dir, const std::string& name) {
-  std::string text = readBinaryAttribute(dir, name);
-  if (text.ends_with('\n')) {
-    text.pop_back();
-  }
-  return text;
+  return SysfsDevice(dir).text(name);
 }
 
 unsigned long readHexAttribute(const std::string& dir, const std::string& name) {
-  constexpr int hexadecimal = 16;
-  return std::strtoul(readAttribute(dir, name).c_str(), nullptr, hexadecimal);
+  return SysfsDevice(dir).hexadecimal(name);
 }
 
 std::string readAttributeOr(const std::string& dir, const std::string& name, const std::string& fallback) {
-  if (!ulx::pathExists(dir + "/" + name)) {
-    return fallback;
-  }
-  try {
-    return readAttribute(dir, name);
-  } catch (const ulx::NoSuchFileOrDirectory&) {
-    return fallback;  // unplugged since
-  } catch (const ulx::NoSuchDevice&) {
-    return fallback;  // unplugged while being read
-  }
+  return SysfsDevice(dir).textOr(name, fallback);
 }
 
 std::string readDeviceName(const std::string& devicePath) {
-  return readAttributeOr(devicePath, "product", unnamedDevice);
+  return SysfsDevice(devicePath).name();
 }
 
 bool isHighSpeedDevice(const std::string& devicePath) {
-  return readAttribute(devicePath, "speed") == "480";
+  return SysfsDevice(devicePath).isHighSpeed();
 }
 
 bool isHiddevPath(const std::string& path) {

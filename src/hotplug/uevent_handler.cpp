@@ -2,6 +2,7 @@
 
 #include "ctrl/messages.h"
 #include "hotplug/classification.h"
+#include "hotplug/sysfs.h"
 #include "ulx/working_directory.h"
 #include "workers/admission.h"
 #include "workers/launch.h"
@@ -18,8 +19,9 @@ std::string resolveDevicePath(const std::string& devpath) {
 
 // The policy concerns generic devices only.
 DeviceKind decideKind(RxCtrl& ctrl, const std::string& realPath) {
-  const DeviceKind kind = classify(ctrl.classes, realPath);
-  const bool isRefused = kind == DeviceKind::generic && !checkAdmission(ctrl, realPath);
+  const SysfsDevice device(realPath);
+  const DeviceKind kind = classify(ctrl.classes, device);
+  const bool isRefused = kind == DeviceKind::generic && !checkAdmission(ctrl, device);
   return isRefused ? DeviceKind::unsupported : kind;
 }
 

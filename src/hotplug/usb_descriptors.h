@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
@@ -28,7 +27,7 @@ inline constexpr std::uint8_t interfaceDescriptorType = 4;
 inline constexpr std::uint8_t endpointDescriptorType = 5;
 
 /** The device descriptor (USB 2.0, table 9-8): the first 18 bytes of a "descriptors" file. */
-using UsbDeviceDescriptor = std::array<std::uint8_t, 18>;
+using UsbDeviceDescriptor = std::span<const std::uint8_t, 18>;
 inline constexpr std::size_t bDeviceClass = 4;
 inline constexpr std::size_t bNumConfigurations = 17;
 

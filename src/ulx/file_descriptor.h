@@ -49,7 +49,7 @@ class FileDescriptor {
   /** Exactly `length` bytes. Throws EndOfFile when the data ends earlier; the bytes read are consumed. */
   void readExact(void* buffer, std::size_t length) const;
   void readByte(std::uint8_t& byte) const;
-  /** Exactly the 18 bytes of a USB device descriptor (USB 2.0, table 9-8). */
+  /** Exactly the 18 bytes of a USB device descriptor (USB 2.0, table 9-8): for programs that need no more of it. */
   void readDeviceDescriptor(std::span<std::uint8_t, 18> buffer) const;
 
   /** One write, not resumed after signals. Returns the bytes written. Throws write("NAME"). */

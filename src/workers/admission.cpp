@@ -1,30 +1,35 @@
 #include "workers/admission.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <utility>
 
 #include "ctrl/configuration.h"
+#include "ctrl/configuration_keys.h"
 #include "ctrl/link.h"
 #include "ctrl/messages.h"
 #include "ctrl/osd.h"
 #include "ctrl/settings.h"
-#include "hotplug/sysfs.h"
 #include "hotplug/usb_descriptors.h"
 
 namespace {
 
-// What a rule looks at.
-struct Request {
-  const AdmissionPolicy& policy;
-  const std::string& linkSpeed;
-  const std::string& devicePath;
-};
+using Place = std::optional<std::size_t>;
 
-using Rule = Judgement(const Request& request);
+// Where the first descriptor of `type` begins whose `field` passes the test.
+Place find(const DeviceAttributes& device, std::uint8_t type, std::size_t field, bool (&test)(std::uint8_t)) {
+  const std::string descriptors = device.content("descriptors");
+  for (const DescriptorBytes found : DescriptorWalk(descriptorBytes(descriptors), type, field)) {
+    if (test(found[field])) {
+      return descriptors.size() - found.size();
+    }
+  }
+  return {};
+}
 
-using ClassTest = bool(std::uint8_t interfaceClass);
+Place findInterface(const DeviceAttributes& device, bool (&test)(std::uint8_t interfaceClass)) {
+  return find(device, interfaceDescriptorType, bInterfaceClass, test);
+}
 
 bool isSmartcard(std::uint8_t interfaceClass) {
   return interfaceClass == smartcardClass;
@@ -35,82 +40,88 @@ bool isNotHid(std::uint8_t interfaceClass) {
 bool isMassStorage(std::uint8_t interfaceClass) {
   return interfaceClass == massStorageClass;
 }
-
-bool hasInterface(const std::string& devicePath, ClassTest& test) {
-  const std::string descriptors = readBinaryAttribute(devicePath, "descriptors");
-  return std::ranges::any_of(
-      DescriptorWalk(descriptorBytes(descriptors), interfaceDescriptorType, bInterfaceClass),
-      [&test](DescriptorBytes interface) { return test(interface[bInterfaceClass]); });
-}
-
-bool isIsochronous(DescriptorBytes endpoint) {
+bool isIsochronous(std::uint8_t attributes) {
   constexpr std::uint8_t transferType = 0x03;  // of bmAttributes (USB 2.0, table 9-13)
   constexpr std::uint8_t isochronous = 1;
-  return (endpoint[bmAttributes] & transferType) == isochronous;
+  return (attributes & transferType) == isochronous;
 }
 
-bool hasIsochronousEndpoint(const std::string& devicePath) {
-  const std::string descriptors = readBinaryAttribute(devicePath, "descriptors");
-  return std::ranges::any_of(
-      DescriptorWalk(descriptorBytes(descriptors), endpointDescriptorType, bmAttributes), isIsochronous);
+Place findSmartcard(const DeviceAttributes& device) {
+  return findInterface(device, isSmartcard);
+}
+Place findOtherThanHid(const DeviceAttributes& device) {
+  return findInterface(device, isNotHid);
+}
+Place findMassStorage(const DeviceAttributes& device) {
+  return findInterface(device, isMassStorage);
+}
+Place findIsochronous(const DeviceAttributes& device) {
+  const Place found = find(device, endpointDescriptorType, bmAttributes, isIsochronous);
+  logDebug(found ? "Isochronous endpoint found - device not supported"
+                 : "  no iso endpoints found, this is supported.");
+  return found;
+}
+Place findHighSpeed(const DeviceAttributes& device) {
+  return device.isHighSpeed() ? Place(0) : Place();
 }
 
-Judgement admitted() {
-  return {};
+// Each is on, or not, for a policy and the speed of the link.
+bool smartcardsAreSecured(const AdmissionPolicy& policy, const std::string& /*linkSpeed*/) {
+  return policy.smartcard;
+}
+bool onlyHidIsAllowed(const AdmissionPolicy& policy, const std::string& /*linkSpeed*/) {
+  return policy.hidOnly;
+}
+bool storageIsBlocked(const AdmissionPolicy& policy, const std::string& /*linkSpeed*/) {
+  return policy.blockMassStorage;
+}
+bool isochronousIsDisabled(const AdmissionPolicy& policy, const std::string& /*linkSpeed*/) {
+  return !policy.isochronousEnabled;
+}
+bool linkIsFullSpeed(const AdmissionPolicy& /*policy*/, const std::string& linkSpeed) {
+  return linkSpeed == fullSpeedLink;
 }
 
-Judgement refused(std::string message) {
-  return {.verdict = Verdict::refused, .message = std::move(message)};
+constexpr std::array<AdmissionRule, 5> rules{{
+    {.name = configuration_key::smartcard,
+     .isOn = smartcardsAreSecured,
+     .objection = findSmartcard,
+     .beforeName = "",
+     .afterName = "local smartcard security",  // no blank, on purpose
+     .warning = nullptr},
+    {.name = configuration_key::hidOnly,
+     .isOn = onlyHidIsAllowed,
+     .objection = findOtherThanHid,
+     .beforeName = "",
+     .afterName = " is not supported because it has non-HID endpoints",
+     .warning = nullptr},
+    {.name = configuration_key::blockMassStorage,
+     .isOn = storageIsBlocked,
+     .objection = findMassStorage,
+     .beforeName = "",
+     .afterName = " configuration blocked due to mass storage capability",
+     .warning = nullptr},
+    {.name = configuration_key::isochronousEnabled,
+     .isOn = isochronousIsDisabled,
+     .objection = findIsochronous,
+     .beforeName = "",
+     .afterName = " is not supported because it has isochronous endpoints",
+     .warning = &AdmissionPolicy::isochronousUserWarning},
+    {.name = "speed",
+     .isOn = linkIsFullSpeed,
+     .objection = findHighSpeed,
+     .beforeName = "High speed ",
+     .afterName = " is not supported on a full speed only port",
+     .warning = nullptr},
+}};
+
+std::string messageOf(const AdmissionRule& rule, const std::string& deviceName) {
+  return rule.beforeName + deviceName + rule.afterName;
 }
 
-Judgement refuseSmartcards(const Request& request) {
-  if (!request.policy.smartcard || !hasInterface(request.devicePath, isSmartcard)) {
-    return admitted();
-  }
-  return refused(readDeviceName(request.devicePath) + "local smartcard security");  // no blank, on purpose
+bool warns(const AdmissionRule& rule, const AdmissionPolicy& policy) {
+  return rule.warning == nullptr || policy.*rule.warning;
 }
-
-Judgement refuseNonHid(const Request& request) {
-  if (!request.policy.hidOnly || !hasInterface(request.devicePath, isNotHid)) {
-    return admitted();
-  }
-  return refused(readDeviceName(request.devicePath) + " is not supported because it has non-HID endpoints");
-}
-
-Judgement refuseMassStorage(const Request& request) {
-  if (!request.policy.blockMassStorage || !hasInterface(request.devicePath, isMassStorage)) {
-    return admitted();
-  }
-  return refused(readDeviceName(request.devicePath) +
-                 " configuration blocked due to mass storage capability");
-}
-
-Judgement refuseIsochronous(const Request& request) {
-  if (request.policy.isochronousEnabled) {
-    return admitted();
-  }
-  if (!hasIsochronousEndpoint(request.devicePath)) {
-    logDebug("  no iso endpoints found, this is supported.");
-    return admitted();
-  }
-  logDebug("Isochronous endpoint found - device not supported");
-  if (!request.policy.isochronousUserWarning) {
-    return {.verdict = Verdict::refusedSilently, .message = {}};
-  }
-  return refused(readDeviceName(request.devicePath) +
-                 " is not supported because it has isochronous endpoints");
-}
-
-Judgement refuseHighSpeedOnFullSpeedLink(const Request& request) {
-  if (request.linkSpeed != fullSpeedLink || !isHighSpeedDevice(request.devicePath)) {
-    return admitted();
-  }
-  return refused("High speed " + readDeviceName(request.devicePath) +
-                 " is not supported on a full speed only port");
-}
-
-constexpr std::array<Rule*, 5> rules{refuseSmartcards, refuseNonHid, refuseMassStorage, refuseIsochronous,
-                                     refuseHighSpeedOnFullSpeedLink};
 
 void reloadPolicyIfRequested(RxCtrl& ctrl) {
   if (policyReloadRequested == 0) {
@@ -123,25 +134,28 @@ void reloadPolicyIfRequested(RxCtrl& ctrl) {
 
 }  // namespace
 
-// The first refusal with a message ends it; after a silent one a later rule may still give the user a reason.
-Judgement judge(const AdmissionPolicy& policy, const std::string& linkSpeed, const std::string& devicePath) {
-  const Request request{.policy = policy, .linkSpeed = linkSpeed, .devicePath = devicePath};
+std::span<const AdmissionRule> admissionRules() {
+  return rules;
+}
+
+// After a silent refusal a later rule may still give the user a reason.
+Judgement judge(const AdmissionPolicy& policy, const std::string& linkSpeed, const DeviceAttributes& device) {
   Judgement judgement;
-  for (Rule* rule : rules) {
-    Judgement ruled = rule(request);
-    if (ruled.verdict == Verdict::refused) {
-      return ruled;
+  for (const AdmissionRule& rule : rules) {
+    if (!rule.isOn(policy, linkSpeed) || !rule.objection(device)) {
+      continue;
     }
-    if (ruled.verdict == Verdict::refusedSilently) {
-      judgement = std::move(ruled);
+    if (warns(rule, policy)) {
+      return {.verdict = Verdict::refused, .message = messageOf(rule, device.name()), .rule = &rule};
     }
+    judgement = {.verdict = Verdict::refusedSilently, .message = {}, .rule = &rule};
   }
   return judgement;
 }
 
-bool checkAdmission(RxCtrl& ctrl, const std::string& devicePath) {
+bool checkAdmission(RxCtrl& ctrl, const DeviceAttributes& device) {
   reloadPolicyIfRequested(ctrl);
-  const Judgement judgement = judge(ctrl.policy, ctrl.speed, devicePath);
+  const Judgement judgement = judge(ctrl.policy, ctrl.speed, device);
   if (judgement.verdict == Verdict::refused) {
     showMessage(ctrl.osd, judgement.message);
   }

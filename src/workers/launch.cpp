@@ -24,13 +24,6 @@ namespace {
 // What a worker does when the daemon ends.
 enum class Orphan { livesOn, isTerminated };
 
-WorkerLog logOf(bool workerDebug) {
-  if (!workerDebug) {
-    return WorkerLog::quiet;
-  }
-  return settings.logToSyslog ? WorkerLog::debugToSyslog : WorkerLog::debugToStderr;
-}
-
 TransmitterLink linkOf(const RxCtrl& ctrl) {
   return {.interface = ctrl.interface, .hostname = ctrl.hostname, .port = ctrl.port};
 }
@@ -73,8 +66,7 @@ void startWorker(RxCtrl& ctrl, const std::string& devicePath, WorkerArguments ar
 }
 
 GenericOptions genericOptionsOf(const RxCtrl& ctrl) {
-  const char* program = getConfigString(configuration_key::genericProgram);
-  GenericOptions options{.program = program == nullptr ? "usb_rx_generic" : program,
+  GenericOptions options{.program = genericProgram(),
                          .inkey = ctrl.inkey,
                          .outkey = ctrl.outkey,
                          .socketPath = ctrl.socketPath,
@@ -87,25 +79,43 @@ GenericOptions genericOptionsOf(const RxCtrl& ctrl) {
 
 }  // namespace
 
+WorkerLog workerLog(bool Settings::*debug) {
+  if (!(settings.*debug)) {
+    return WorkerLog::quiet;
+  }
+  return settings.logToSyslog ? WorkerLog::debugToSyslog : WorkerLog::debugToStderr;
+}
+
+std::string genericProgram() {
+  const char* program = getConfigString(configuration_key::genericProgram);
+  return program == nullptr ? "usb_rx_generic" : program;
+}
+
+std::string diskName(const DeviceAttributes& unit) {
+  const std::string vendor = unit.textOr("vendor", "");
+  return vendor + " " + unit.textOr("model", unnamedDevice);
+}
+
+std::string attachedMessage(const std::string& deviceName) {
+  return deviceName + " attached";
+}
+
 void announceAttached(const OsdSink& osd, const std::string& deviceName) {
-  showMessage(osd, deviceName + " attached");
+  showMessage(osd, attachedMessage(deviceName));
 }
 
 void launchScsiWorker(RxCtrl& ctrl, const std::string& devicePath) {
   logDebug("starting usb_rx_scsi for ", devicePath);
-  startWorker(ctrl, devicePath, scsiArguments(logOf(settings.debugScsi), linkOf(ctrl), devicePath),
+  startWorker(ctrl, devicePath, scsiArguments(workerLog(&Settings::debugScsi), linkOf(ctrl), devicePath),
               Orphan::livesOn);
 
-  const std::string unit = devicePath + "/device";
-  const std::string vendor = readAttributeOr(unit, "vendor", "");
-  const std::string model = readAttributeOr(unit, "model", unnamedDevice);
-  announceAttached(ctrl.osd, vendor + " " + model);
+  announceAttached(ctrl.osd, diskName(SysfsDevice(devicePath + "/device")));
 }
 
 void launchKeyboardWorker(RxCtrl& ctrl, const std::string& devicePath) {
   const DeviceNumber number = parseDeviceNumber(readAttribute(devicePath, "dev"));
   logDebug("starting usb_rx_keyboard for ", devicePath, " (", number.major, ":", number.minor, ")");
-  startWorker(ctrl, devicePath, keyboardArguments(logOf(settings.debugKeyboard), linkOf(ctrl), number),
+  startWorker(ctrl, devicePath, keyboardArguments(workerLog(&Settings::debugKeyboard), linkOf(ctrl), number),
               Orphan::livesOn);
 
   announceAttached(ctrl.osd, readDeviceName(devicePath + "/device/.."));
@@ -118,7 +128,7 @@ void launchGenericWorker(RxCtrl& ctrl, const std::string& devicePath) {
   logDebug("starting usb_rx_generic for ", devicePath);
   startWorker(
       ctrl, devicePath,
-      genericArguments(logOf(settings.debugGeneric), genericOptionsOf(ctrl), linkOf(ctrl), devicePath),
+      genericArguments(workerLog(&Settings::debugGeneric), genericOptionsOf(ctrl), linkOf(ctrl), devicePath),
       Orphan::isTerminated);
 
   if (ctrl.controlConnection != nullptr && !ctrl.attachBlocked) {

@@ -4,6 +4,9 @@
 
 #include "ctrl/osd.h"
 #include "ctrl/rx_ctrl.h"
+#include "ctrl/settings.h"
+#include "hotplug/device_attributes.h"
+#include "workers/worker_arguments.h"
 
 /*
  * Each launcher starts the worker of one device, records it in the worker table and announces the device on the
@@ -21,5 +24,17 @@ void launchKeyboardWorker(RxCtrl& ctrl, const std::string& devicePath);
 /** `devicePath`: a USB device. Announced only while there is a control connection, and not while attachBlocked. */
 void launchGenericWorker(RxCtrl& ctrl, const std::string& devicePath);
 
-/** Shows the user that the device of this name can be used. */
+/** The log of the workers whose debug messages the setting `debug` switches on. */
+WorkerLog workerLog(bool Settings::*debug);
+
+/** The program of generic workers: the configured one, or "usb_rx_generic". */
+std::string genericProgram();
+
+/** The name under which a user knows a disk; `unit` is the SCSI device that the generic node belongs to. */
+std::string diskName(const DeviceAttributes& unit);
+
+/** What the display shows of a device of this name that can be used. */
+std::string attachedMessage(const std::string& deviceName);
+
+/** Shows it. */
 void announceAttached(const OsdSink& osd, const std::string& deviceName);

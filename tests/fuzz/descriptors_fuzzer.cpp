@@ -15,6 +15,7 @@
 #include "fuzz/descriptors_input.h"
 #include "fuzz/input.h"
 #include "hotplug/descriptor_kind.h"
+#include "hotplug/sysfs.h"
 #include "hotplug/usb_descriptors.h"
 #include "sim/files.h"
 #include "sim/namespaces.h"
@@ -178,22 +179,21 @@ void checkWalk(const std::string& descriptors, std::uint8_t type, std::size_t la
 }
 
 void checkKinds(const std::string& descriptors) {
-  const std::string path = std::string(device) + "/descriptors";
   const plain::Bytes bytes = plain::bytesOf(descriptors, 0);
   const plain::Bytes configurations = plain::bytesOf(descriptors, 18);
   const bool isClassPerInterface = bytes.size() >= 18 && bytes[4] == 0;
   const bool hasOneConfiguration = bytes.size() >= 18 && bytes[17] == 1;
-  check(answerOf([&path] { return isKeyboardDescriptor(path); }) ==
+  check(answerOf([&descriptors] { return isKeyboardDescriptor(descriptorBytes(descriptors)); }) ==
             expectedAnswer(descriptors, isClassPerInterface, plain::isKeyboard(configurations)),
         "a keyboard is one in a plain reading, too");
-  check(answerOf([&path] { return isStorageDescriptor(path); }) ==
+  check(answerOf([&descriptors] { return isStorageDescriptor(descriptorBytes(descriptors)); }) ==
             expectedAnswer(descriptors, isClassPerInterface && hasOneConfiguration,
                            plain::isStorage(configurations)),
         "a disk is one in a plain reading, too");
 }
 
 void checkJudgement(const Case& c) {
-  const Judgement judgement = judge(c.policy, c.isFullSpeedLink ? "full" : "high", device);
+  const Judgement judgement = judge(c.policy, c.isFullSpeedLink ? "full" : "high", SysfsDevice(device));
   const plain::Opinion expected = plain::judge(c);
   check(judgement.verdict == expected.verdict, "the verdict is that of a plain reading");
   check(judgement.message == expected.message, "the message is that of a plain reading");

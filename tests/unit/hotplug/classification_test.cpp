@@ -7,6 +7,7 @@
 #include <string>
 
 #include "ctrl/device_classes.h"
+#include "hotplug/sysfs.h"
 #include "sim/contract.h"
 #include "sim/sysfs.h"
 #include "support/named_case.h"
@@ -67,14 +68,14 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_P(ClassificationOf, IsItsKind) {
   sim::Sysfs sysfs;
-  EXPECT_EQ(classify(GetParam().classes, GetParam().layOut(sysfs)), GetParam().kind);
+  EXPECT_EQ(classify(GetParam().classes, SysfsDevice(GetParam().layOut(sysfs))), GetParam().kind);
 }
 
 using Classification = support::PrivateWorld;
 
 TEST_F(Classification, WaitsThreeSecondsForWhatSysfsDoesNotShow) {
   sim::Sysfs sysfs;
-  EXPECT_EQ(classify(noClasses, hiddevNode(sysfs)), DeviceKind::undetermined);
+  EXPECT_EQ(classify(noClasses, SysfsDevice(hiddevNode(sysfs))), DeviceKind::undetermined);
 }
 
 TEST_F(Classification, LogsTheSubsystemAlsoOfADeviceWithoutOne) {
@@ -82,8 +83,8 @@ TEST_F(Classification, LogsTheSubsystemAlsoOfADeviceWithoutOne) {
   const std::string node = scsiNode(sysfs);
   sysfs.makeDirectory("/sys/devices/none");
   EXPECT_EQ(support::debugLogDuring([&] {
-              EXPECT_EQ(classify(allClasses, node), DeviceKind::scsiGeneric);
-              EXPECT_EQ(classify(allClasses, "/sys/devices/none"), DeviceKind::ignored);
+              EXPECT_EQ(classify(allClasses, SysfsDevice(node)), DeviceKind::scsiGeneric);
+              EXPECT_EQ(classify(allClasses, SysfsDevice("/sys/devices/none")), DeviceKind::ignored);
             }),
             support::tagged({contract::debug::subsystem("scsi_generic"), contract::debug::subsystem("")}));
 }
@@ -91,20 +92,21 @@ TEST_F(Classification, LogsTheSubsystemAlsoOfADeviceWithoutOne) {
 TEST_F(Classification, ThrowsWhatCannotBeReadOfADevice) {
   sim::Sysfs sysfs;
   const std::string device = deviceWith("short")(sysfs);
-  EXPECT_THROW((void)classify(keyboardClass, device), ulx::FileDescriptor::EndOfFile);
+  EXPECT_THROW((void)classify(keyboardClass, SysfsDevice(device)), ulx::FileDescriptor::EndOfFile);
   sysfs.removeAttribute(device, "descriptors");
   EXPECT_EQ(support::contextThrownBy<ulx::NoSuchFileOrDirectory>(
-                [&device] { (void)classify(storageClass, device); }),
+                [&device] { (void)classify(storageClass, SysfsDevice(device)); }),
             "open(\"" + device + "/descriptors\")");
-  EXPECT_EQ(classify(noClasses, device), DeviceKind::generic) << "descriptors are for classes";
+  EXPECT_EQ(classify(noClasses, SysfsDevice(device)), DeviceKind::generic) << "descriptors are for classes";
   sysfs.makeDirectory("/sys/devices/odd/subsystem");
-  EXPECT_EQ(support::contextThrownBy([] { (void)classify(noClasses, "/sys/devices/odd"); }), "readlink()");
+  EXPECT_EQ(support::contextThrownBy([] { (void)classify(noClasses, SysfsDevice("/sys/devices/odd")); }),
+            "readlink()");
 }
 
 TEST_F(Classification, KnowsWhyThereIsNoSubsystemWhateverIsReleasedMeanwhile) {
   const sim::Sysfs sysfs;
   const SpoiledErrno spoiled;
-  EXPECT_EQ(classify(allClasses, "/sys/devices/without/a/subsystem"), DeviceKind::ignored);
+  EXPECT_EQ(classify(allClasses, SysfsDevice("/sys/devices/without/a/subsystem")), DeviceKind::ignored);
 }
 
 struct ClockCase : support::NamedCase {
@@ -149,7 +151,7 @@ TEST_P(ClassificationWhileTheClockIsSet, StillWaitsForWhatComesLate) {
       sysfs_.writeAttribute(device, "bDeviceClass", "00\n");
     }
   };
-  EXPECT_EQ(classify(noClasses, device), DeviceKind::generic);
+  EXPECT_EQ(classify(noClasses, SysfsDevice(device)), DeviceKind::generic);
 }
 
 TEST_P(ClassificationWhileTheClockIsSet, StillWaitsThreeSecondsAndNoLonger) {
@@ -162,7 +164,7 @@ TEST_P(ClassificationWhileTheClockIsSet, StillWaitsThreeSecondsAndNoLonger) {
     }
   };
   const Clock::time_point begin = Clock::now();
-  EXPECT_EQ(classify(noClasses, device), DeviceKind::undetermined);
+  EXPECT_EQ(classify(noClasses, SysfsDevice(device)), DeviceKind::undetermined);
   EXPECT_GT(Clock::now() - begin, std::chrono::seconds(3));
 }
 

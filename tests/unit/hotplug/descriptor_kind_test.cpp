@@ -3,16 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <filesystem>
 #include <string>
 
 #include "sim/contract.h"
-#include "sim/files.h"
 #include "sim/usb_descriptors.h"
-#include "support/descriptors.h"
 #include "support/guarded_bytes.h"
 #include "support/named_case.h"
-#include "support/temporary_directory.h"
 #include "support/thrown.h"
 #include "ulx/file_descriptor.h"
 #include "unit/hotplug/recordings.h"
@@ -24,15 +20,13 @@ using sim::configuration;
 using sim::deviceDescriptor;
 using sim::endpoint;
 
-// A "descriptors" file.
-class DescriptorsFile {
- public:
-  explicit DescriptorsFile(const std::string& content) { sim::writeFile(path(), content); }
-  [[nodiscard]] std::string path() const { return directory_ / "descriptors"; }
+bool isKeyboard(const std::string& descriptors) {
+  return isKeyboardDescriptor(descriptorBytes(descriptors));
+}
 
- private:
-  support::TemporaryDirectory directory_;
-};
+bool isStorage(const std::string& descriptors) {
+  return isStorageDescriptor(descriptorBytes(descriptors));
+}
 
 std::string interface(std::uint8_t interfaceClass, std::uint8_t subclass, std::uint8_t protocol) {
   return sim::interface(interfaceClass, subclass, protocol);
@@ -97,35 +91,20 @@ INSTANTIATE_TEST_SUITE_P(
         KindCase{{"DiskBehindNothingButNoLength"}, device(noLength + disk), true, false}));
 
 TEST_P(DescriptorKindOf, IsKnown) {
-  const DescriptorsFile file(GetParam().descriptors);
-  EXPECT_EQ(isKeyboardDescriptor(file.path()), GetParam().keyboard);
-  EXPECT_EQ(isStorageDescriptor(file.path()), GetParam().storage);
+  EXPECT_EQ(isKeyboard(GetParam().descriptors), GetParam().keyboard);
+  EXPECT_EQ(isStorage(GetParam().descriptors), GetParam().storage);
 }
 
-using KindTest = bool(const std::string& path);
+using KindTest = bool(const std::string& descriptors);
 
-constexpr std::array<KindTest*, 2> bothTests{isKeyboardDescriptor, isStorageDescriptor};
-
-TEST(DescriptorKind, TestsLeaveTheFileClosed) {
-  const DescriptorsFile diskFile(sim::diskDescriptors());
-  const DescriptorsFile keyboardFile(sim::keyboardDescriptors());
-  const DescriptorsFile wrong(bytes({9, 2}) + std::string(16, '\0'));
-  const auto before = support::openDescriptors();
-  for (KindTest* test : bothTests) {
-    (void)test(diskFile.path());
-    (void)test(keyboardFile.path());
-    EXPECT_THROW((void)test(wrong.path()), const char*);
-    EXPECT_EQ(support::openDescriptors(), before);
-  }
-}
+constexpr std::array<KindTest*, 2> bothTests{isKeyboard, isStorage};
 
 TEST(DescriptorKind, TestsThrowTheBareTextForAnotherDescriptorAtTheStartWhateverItsClass) {
   std::string hub = deviceDescriptor(9);
   hub[1] = 2;
   for (const std::string& descriptors : {bytes({9, 2}) + sim::diskDescriptors(), hub}) {
-    const DescriptorsFile wrong(descriptors);
     for (KindTest* test : bothTests) {
-      EXPECT_EQ(support::bareTextThrownBy([&] { (void)test(wrong.path()); }), contract::error::notADevice);
+      EXPECT_EQ(support::bareTextThrownBy([&] { (void)test(descriptors); }), contract::error::notADevice);
     }
   }
 }
@@ -133,21 +112,9 @@ TEST(DescriptorKind, TestsThrowTheBareTextForAnotherDescriptorAtTheStartWhatever
 TEST(DescriptorKind, TestsThrowEndOfFileForLessThanADeviceDescriptor) {
   const std::string whole = deviceDescriptor();
   for (std::size_t size = 0; size < whole.size(); ++size) {
-    const DescriptorsFile cut(whole.substr(0, size));
     for (KindTest* test : bothTests) {
-      EXPECT_THROW((void)test(cut.path()), ulx::FileDescriptor::EndOfFile) << size;
+      EXPECT_THROW((void)test(whole.substr(0, size)), ulx::FileDescriptor::EndOfFile) << size;
     }
-  }
-}
-
-TEST(DescriptorKind, TestsThrowWhatFailsWhenTheFileIsReached) {
-  const support::TemporaryDirectory directory;
-  const std::string absent = directory / "descriptors";
-  for (KindTest* test : bothTests) {
-    EXPECT_EQ(support::contextThrownBy<ulx::NoSuchFileOrDirectory>([&] { (void)test(absent); }),
-              "open(\"" + absent + "\")");
-    EXPECT_EQ(support::contextThrownBy([&] { (void)test(directory.path()); }),
-              "read(\"" + directory.path() + "\")");
   }
 }
 
@@ -155,10 +122,10 @@ TEST(DescriptorKind, TestsDoNotLookAtTheLengthThatTheDeviceDescriptorClaims) {
   for (const char length : bytes({0, 1, 9, 27, 255})) {
     std::string mouse = device(interface(3, 1, 2));
     mouse[0] = length;
-    EXPECT_FALSE(isKeyboardDescriptor(DescriptorsFile(mouse).path()));
+    EXPECT_FALSE(isKeyboard(mouse));
     std::string stick = device(disk);
     stick[0] = length;
-    EXPECT_TRUE(isStorageDescriptor(DescriptorsFile(stick).path()));
+    EXPECT_TRUE(isStorage(stick));
   }
 }
 
@@ -166,26 +133,25 @@ TEST(DescriptorKind, IsKnownOfEveryRecordingCutAtEveryByte) {
   for (const Recording& recording : recordings) {
     const std::string whole = recording.descriptors();
     ASSERT_GE(whole.size(), deviceDescriptorSize) << recording.name;
-    const DescriptorsFile file(whole);
     for (std::size_t size = whole.size(); size >= deviceDescriptorSize; --size) {
-      std::filesystem::resize_file(file.path(), size);
-      const bool isKeyboard = recording.noKeyboardFrom == never || size < recording.noKeyboardFrom;
-      const bool isDisk =
+      const std::string cut = whole.substr(0, size);
+      const bool keyboardExpected = recording.noKeyboardFrom == never || size < recording.noKeyboardFrom;
+      const bool diskExpected =
           recording.diskFrom != never && size >= recording.diskFrom && size < recording.diskUntil;
-      EXPECT_EQ(isKeyboardDescriptor(file.path()), isKeyboard) << recording.name << " cut at " << size;
-      EXPECT_EQ(isStorageDescriptor(file.path()), isDisk) << recording.name << " cut at " << size;
+      EXPECT_EQ(isKeyboard(cut), keyboardExpected) << recording.name << " cut at " << size;
+      EXPECT_EQ(isStorage(cut), diskExpected) << recording.name << " cut at " << size;
     }
   }
 }
 
 TEST(DescriptorKind, TestsNeverReadBehindTheBytes) {
   for (const Recording& recording : recordings) {
-    const std::string configurations = recording.descriptors().substr(deviceDescriptorSize);
-    for (std::size_t size = 0; size <= configurations.size(); ++size) {
-      const std::string copy = configurations.substr(0, size);
-      const support::GuardedBytes guarded(copy);
-      EXPECT_EQ(everyInterfaceIsKeyboard(guarded.bytes()), everyInterfaceIsKeyboard(descriptorBytes(copy)));
-      EXPECT_EQ(hasSingleStorageInterface(guarded.bytes()), hasSingleStorageInterface(descriptorBytes(copy)));
+    const std::string whole = recording.descriptors();
+    for (std::size_t size = deviceDescriptorSize; size <= whole.size(); ++size) {
+      const std::string cut = whole.substr(0, size);
+      const support::GuardedBytes guarded(cut);
+      EXPECT_EQ(isKeyboardDescriptor(guarded.bytes()), isKeyboard(cut));
+      EXPECT_EQ(isStorageDescriptor(guarded.bytes()), isStorage(cut));
     }
   }
 }

@@ -2,12 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <string>
 
 #include "ctrl/configuration_keys.h"
 #include "ctrl/settings.h"
+#include "hotplug/sysfs.h"
 #include "sim/contract.h"
 #include "sim/files.h"
 #include "sim/usb_descriptors.h"
@@ -58,16 +60,25 @@ constexpr AdmissionPolicy secured{.smartcard = true};
 constexpr AdmissionPolicy isochronousToo{.isochronousEnabled = true};
 constexpr AdmissionPolicy unwarned{.isochronousUserWarning = false};
 
-Judgement refused(const std::string& message) {
-  return {.verdict = Verdict::refused, .message = message};
+/** The rule of this name. */
+const AdmissionRule* rule(const std::string& name) {
+  const auto all = admissionRules();
+  const auto found =
+      std::ranges::find_if(all, [&name](const AdmissionRule& each) { return each.name == name; });
+  return found == all.end() ? nullptr : &*found;
 }
 
-const Judgement byPolicyOfHid = refused(display::nonHid("Thing"));
-const Judgement byPolicyOfStorage = refused(display::massStorage("Thing"));
-const Judgement asSmartcard = refused(display::smartcard("Thing"));
-const Judgement asIsochronous = refused(display::isochronous("Thing"));
-const Judgement asTooFast = refused(display::highSpeed("Thing"));
-const Judgement silently{.verdict = Verdict::refusedSilently, .message = {}};
+Judgement refused(const char* byRule, const std::string& message) {
+  return {.verdict = Verdict::refused, .message = message, .rule = rule(byRule)};
+}
+
+const Judgement byPolicyOfHid = refused("usb:hid_only", display::nonHid("Thing"));
+const Judgement byPolicyOfStorage = refused("usb:block_mass_storage", display::massStorage("Thing"));
+const Judgement asSmartcard = refused("usb:smartcard", display::smartcard("Thing"));
+const Judgement asIsochronous = refused("usb:isochronous_enabled", display::isochronous("Thing"));
+const Judgement asTooFast = refused("speed", display::highSpeed("Thing"));
+const Judgement silently{
+    .verdict = Verdict::refusedSilently, .message = {}, .rule = rule("usb:isochronous_enabled")};
 const Judgement admitted;
 
 struct AdmissionCase : support::NamedCase {
@@ -87,7 +98,7 @@ class Admission : public testing::Test {
   }
 
   [[nodiscard]] Judgement judged(const AdmissionPolicy& policy, const std::string& linkSpeed = "high") const {
-    return judge(policy, linkSpeed, device_.path());
+    return judge(policy, linkSpeed, SysfsDevice(device_.path()));
   }
   [[nodiscard]] Verdict verdictOn(const std::string& descriptorsOfIt, const AdmissionPolicy& policy = {},
                                   const std::string& linkSpeed = "high") const {
@@ -230,7 +241,7 @@ class AdmissionCheck : public support::PrivateWorld {
   AdmissionCheck() { device_.write("descriptors", sim::vendorDeviceDescriptors()); }
 
   static void configure(const std::string& usb) { sim::writeFile(configurationPath, "[usb]\n" + usb); }
-  [[nodiscard]] bool check() { return checkAdmission(*ctrl_, device_.path()); }
+  [[nodiscard]] bool check() { return checkAdmission(*ctrl_, SysfsDevice(device_.path())); }
 
   support::TestCtrl ctrl_;
   support::DeviceDirectory device_;
@@ -288,7 +299,7 @@ TEST_F(AdmissionCheck, TakesTheDefaultsWhereTheConfigurationHasGone) {
 TEST_F(AdmissionCheck, TakesUpTheConfigurationAlsoWhereItThenFails) {
   configure("hid_only = 1\n");
   policyReloadRequested = 1;
-  EXPECT_THROW((void)checkAdmission(*ctrl_, "/sys/devices/gone"), ulx::NoSuchFileOrDirectory);
+  EXPECT_THROW((void)checkAdmission(*ctrl_, SysfsDevice("/sys/devices/gone")), ulx::NoSuchFileOrDirectory);
   EXPECT_TRUE(ctrl_->policy.hidOnly);
   EXPECT_EQ(policyReloadRequested, 0);
 }
