@@ -9,6 +9,7 @@
 #include <map>
 #include <regex>
 #include <sstream>
+#include <string_view>
 
 namespace demo {
 
@@ -35,6 +36,12 @@ std::string printable(const std::string& text) {
   return shown;
 }
 
+/** Without what leads to the bus. */
+std::string withShortPaths(const std::string& text) {
+  static const std::regex wayToBus("(/devices)/[^ ]*?(/usb[0-9])");
+  return std::regex_replace(text, wayToBus, "$1/...$2");
+}
+
 }  // namespace
 
 Words wordsOf(const std::string& line) {
@@ -56,14 +63,18 @@ std::string typed(const Words& words) {
   return line;
 }
 
-void Log::headline(const std::string& text, const std::string& colour) {
-  plain("\n" + coloured(text, colour) + "\n");
+void Log::headline(const std::string& text, const std::string& colour) const {
+  plain("\n");
+  for (const std::string& part : wrapped(text, columns_)) {
+    plain(coloured(part, colour) + "\n");
+  }
 }
 
 void Log::line(const std::string& about, const std::string& text) const {
   std::string left = about;
   left.resize(aboutColumns - 2, ' ');
-  item(left + "| ", text, coloursOf.at(about));
+  const bool fits = aboutColumns + text.size() <= columns_;
+  item(left + "| ", fits ? text : withShortPaths(text), coloursOf.at(about));
 }
 
 void Log::event(const std::string& about, const std::string& text) {
@@ -85,7 +96,10 @@ void Log::plain(const std::string& text) {
 
 bool Log::isColoured() {
   const char* const noColour = std::getenv("NO_COLOR");
-  return ::isatty(STDOUT_FILENO) == 1 && (noColour == nullptr || *noColour == '\0');
+  const bool isWanted = noColour == nullptr || *noColour == '\0';
+  const char* const terminal = std::getenv("TERM");
+  return isWanted && ::isatty(STDOUT_FILENO) == 1 && terminal != nullptr &&
+         std::string_view(terminal) != "dumb";
 }
 
 /** Words that are too long are divided, behind a slash if they can. */

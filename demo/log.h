@@ -19,13 +19,11 @@ using Line = std::pair<std::string, std::string>;
 /** Of the left column and of the text, as the terminal numbers them; none if empty. */
 using Colours = std::pair<std::string, std::string>;
 
-/** Lines for a person on standard output, in colours where that is a terminal. */
+/** Lines of at most 80 columns for a person on standard output, in colours where that is a terminal. */
 class Log {
  public:
-  /** Lines are broken between words to fit `columns`, and within words that are longer than `longestWord`. */
-  Log(std::size_t columns, std::size_t longestWord) : columns_(columns), longestWord_(longestWord) {}
-
-  static void headline(const std::string& text, const std::string& colour = "1;4");
+  void headline(const std::string& text, const std::string& colour = "1;4") const;
+  /** Of a path that does not fit, what leads to the USB bus is left out. */
   void line(const std::string& about, const std::string& text) const;
   /** The same for what came of something that was done. */
   void event(const std::string& about, const std::string& text);
@@ -36,15 +34,14 @@ class Log {
   static void plain(const std::string& text);
 
   [[nodiscard]] static bool isColoured();
-  [[nodiscard]] std::size_t textColumns() const { return columns_ - aboutColumns; }
 
  private:
   static constexpr std::size_t aboutColumns = 10;
 
   [[nodiscard]] Words wrapped(const std::string& text, std::size_t columns) const;
 
-  std::size_t columns_;
-  std::size_t longestWord_;
+  std::size_t columns_ = 80;
+  std::size_t longestWord_ = 66;  ///< longer ones are divided
   std::vector<Line> events_;
 };
 

@@ -15,10 +15,12 @@ namespace demo {
 namespace {
 
 constexpr const char* introduction =
-    "The daemon on a simulated unit: recorded devices come and go, and each step is checked.\n"
-    "The left column tells who acts: the kernel (uevent), the daemon in its debug messages, the workers,\n"
-    "the display at the user's desk, those who use the control socket (link), the administrator (config).\n"
-    "Left out is what the daemon says of events that it takes no interest in.\n";
+    "The daemon on a simulated unit: recorded devices come and go, and each step is\n"
+    "checked. On the left stands who acts: the kernel (uevent), the daemon in its\n"
+    "debug messages, the workers, the display at the user's desk, those who use the\n"
+    "control socket (link), the administrator (config). Left out is what the daemon\n"
+    "says of events that it takes no interest in, and \"...\" stands for the part of a\n"
+    "long path that leads to the USB bus.\n";
 
 /** Who acts first is left open, and so is what the display shows first. */
 std::vector<Line> comparable(std::vector<Line> lines) {
@@ -55,27 +57,27 @@ std::string carryOut(const Words& commands, const std::vector<Line>& expected, U
 
 /** Behind a step that does not go as expected, the others are only counted. Returns whether all did. */
 bool showScenes() {
-  Log log(100, 100);
+  Log log;
   Log::plain(introduction);
   int steps = 0;
   int done = 0;
   for (const auto& [title, show] : scenes()) {
     std::optional<Unit> unit;
     if (done == steps) {
-      Log::headline("== " + title + " ==", "1");
+      log.headline("== " + title + " ==", "1");
       unit.emplace(log);
     }
     show([&](const auto& headline, const auto& commands, const auto& seen, const auto& outcome) {
       if (done == steps++) {
-        Log::headline(std::to_string(steps) + ". " + headline);
+        log.headline(std::to_string(steps) + ". " + headline);
         const std::string fault = carryOut(commands, seen, *unit, log);
         log.line(fault.empty() ? "ok" : "FAILED", fault.empty() ? outcome : fault);
         done += fault.empty() ? 1 : 0;
       }
     });
   }
-  Log::headline(std::to_string(done) + " of " + std::to_string(steps) + " steps went as expected" +
-                (done == steps ? "." : "; the one above did not, and ends the demo."));
+  log.headline(std::to_string(done) + " of " + std::to_string(steps) + " steps went as expected" +
+               (done == steps ? "." : "; the one above did not, and ends the demo."));
   return done == steps;
 }
 

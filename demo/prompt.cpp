@@ -24,7 +24,7 @@ constexpr const char* boldPrompt = "\1\033[1m\1>\1\033[0m\1 ";
 
 /** What the functions share that the line editor calls. */
 struct Prompt {
-  Log log = Log(80, 66);
+  Log log;
   Unit unit = Unit(log);
   bool isEdited = ::isatty(STDIN_FILENO) == 1 && ::isatty(STDOUT_FILENO) == 1;
   Words completions;

@@ -1,7 +1,6 @@
 // How the unit's log comes about: what the daemon writes, its workers, the display, the answers to queries.
 
 #include <algorithm>
-#include <regex>
 #include <sstream>
 #include <string_view>
 
@@ -38,12 +37,10 @@ Words withoutPassedOver(const Words& lines) {
   return kept;
 }
 
-/** A path that does not fit is shown without what leads to the bus. */
-std::string describe(const std::string& datagram, std::size_t columns) {
+std::string describe(const std::string& datagram) {
   auto [action, path] = sim::headOf(datagram);
   action.resize(sizeof "remove", ' ');
-  const bool fits = action.size() + path.size() <= columns;
-  return action + (fits ? path : std::regex_replace(path, std::regex("^(/[^/]*)/.*?(/usb)"), "$1/...$2"));
+  return action + path;
 }
 
 /** Whether a whole device has come or gone, as against interfaces, nodes and changes. */
@@ -76,7 +73,7 @@ void Unit::send(const std::vector<sim::RecordedEvent>& events) {
       continue;
     }
     logPassedOver(log_, std::exchange(passedOver, 0), std::exchange(isFirst, false));
-    log_.line("uevent", describe(event.datagram, log_.textColumns()));
+    log_.line("uevent", describe(event.datagram));
     logMessages(ofInterest.empty() ? all : ofInterest);
     logDisplay();
   }

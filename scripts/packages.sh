@@ -40,16 +40,22 @@ debian_mirror() {
 }
 
 # What every build of the project needs.
-build_packages=(cmake g++ libboost-dev libiniparser-dev ninja-build)
+build_packages=(cmake g++ libboost-dev libiniparser-dev ninja-build python3)
 
 # What the tests need besides.
-test_packages=(libedit-dev libgmock-dev libgtest-dev)
+test_packages=(libedit-dev libgmock-dev libgtest-dev mandoc python3)
 
-# build PRESET [TARGET...]: configures and builds, quietly while all is well.
+# build PRESET [TARGET...]: configures and builds; one line moves while all is well.
 build() {
   local preset=$1
   shift
   printf '== Building (%s)\n' "$preset"
-  cmake --preset "$preset" --log-level=WARNING
-  cmake --build --preset "$preset" ${1:+--target "$@"}
+  cmake --preset "$preset" --log-level=WARNING >/dev/null # warnings and errors go elsewhere
+  scripts/show-build --preset "$preset" ${1:+--target "$@"}
+}
+
+# run_tests PRESET [CTEST-ARGUMENT...]: runs tests that have been built. Most wait for something most of the time, so more
+# of them run at once than there are processors.
+run_tests() {
+  scripts/run-tests --preset "$1" --parallel $((4 * $(nproc))) "${@:2}"
 }

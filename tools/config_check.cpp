@@ -14,6 +14,7 @@
 #include "ctrl/configuration_keys.h"
 #include "ctrl/device_classes.h"
 #include "ctrl/settings.h"
+#include "tools/program_search.h"
 #include "ulx/items.h"
 
 namespace {
@@ -93,29 +94,51 @@ std::string meaningOf(KeyReading reading) {
   return {};
 }
 
-std::optional<std::string> findFault(std::string_view key, std::string_view value) {
-  const std::string setting = std::string(key) + " = " + std::string(value);
-  const auto* known =
-      std::ranges::find_if(configurationKeys, [key](const ConfigurationKey& one) { return one.name == key; });
-  if (known == configurationKeys.end()) {
-    return "unknown key: " + setting;
-  }
-  if (!takes(known->reading, value)) {
-    return "not " + meaningOf(known->reading) + ": " + setting;
+// Why the daemon would end when it starts this worker. That its own worker is there is not said by the file: only a
+// program that somebody has configured is looked for.
+std::optional<std::string> findProgramFault(std::string_view program) {
+  switch (searchProgram(std::string(program))) {
+    case ProgramSearch::missing:
+      return "a program that is not there (the daemon ends when it starts it)";
+    case ProgramSearch::notExecutable:
+      return "a program that cannot be executed (the daemon ends when it starts it)";
+    case ProgramSearch::found:
+      return std::nullopt;
   }
   return std::nullopt;
 }
 
+std::optional<std::string> findValueFault(KeyReading reading, std::string_view value) {
+  if (!takes(reading, value)) {
+    return "not " + meaningOf(reading);
+  }
+  return reading == KeyReading::program ? findProgramFault(value) : std::nullopt;
+}
+
+bool isInDaemonsSection(std::string_view key) {
+  return key.starts_with("usb:");
+}
+
+std::optional<std::string> findFault(std::string_view key, std::string_view value, CheckedKeys keys) {
+  const auto* known =
+      std::ranges::find_if(configurationKeys, [key](const ConfigurationKey& one) { return one.name == key; });
+  if (known != configurationKeys.end()) {
+    return findValueFault(known->reading, value);
+  }
+  const bool isJudged = keys == CheckedKeys::all || isInDaemonsSection(key);
+  return isJudged ? std::optional<std::string>("unknown key") : std::nullopt;
+}
+
 }  // namespace
 
-std::vector<std::string> checkConfiguration(const ConfigDictionary* d) {
+std::vector<std::string> checkConfiguration(const ConfigDictionary* d, CheckedKeys keys) {
   std::vector<std::string> faults;
-  forEachEntry(d, [&faults](const char* key, const char* value) {
+  forEachEntry(d, [&faults, keys](const char* key, const char* value) {
     if (value == nullptr) {
       return;  // a section
     }
-    if (const auto fault = findFault(key, value)) {
-      faults.push_back(*fault);
+    if (const auto fault = findFault(key, value, keys)) {
+      faults.push_back(*fault + ": " + key + " = " + value);
     }
   });
   return faults;

@@ -42,7 +42,11 @@ constexpr const char* usage =
     "  print             prints the file as INI\n"
     "  json              prints it as JSON\n"
     "  sed               prints a sed script that replaces $section:key$ by its value\n"
-    "  check             prints what the USB control daemon would not read as meant\n"
+    "  check [--all]     prints what the USB control daemon would not read as meant\n"
+    "\n"
+    "check judges the section usb and the daemon's key of apps: the others are for other programs. With\n"
+    "--all it judges them, too. A configured program is looked for in the PATH that check itself has: one\n"
+    "that is not there, or cannot be executed, ends the daemon.\n"
     "\n"
     "Keys have at most 255 characters, paths 254. What is changed is written anew as a whole: comments\n"
     "are lost, and a symbolic link is replaced by a file. unset removes a section that has no settings.\n"
@@ -145,7 +149,15 @@ int sed(const char* path, Arguments /*none*/) {
   return output(path, configPrintSed);
 }
 
-int check(const char* path, Arguments /*none*/) {
+int refuse() {
+  std::fprintf(stderr, usage, configurationPath);
+  return usageOrFailure;
+}
+
+int check(const char* path, Arguments arguments) {
+  if (!arguments.empty() && std::string_view(arguments[0]) != "--all") {
+    return refuse();
+  }
   if (access(path, F_OK) != 0 && errno == ENOENT) {
     std::printf("missing: %s\n", path);
     return notFoundOrDiffers;
@@ -154,7 +166,8 @@ int check(const char* path, Arguments /*none*/) {
   if (configuration == nullptr) {
     return usageOrFailure;
   }
-  const auto faults = checkConfiguration(configuration.get());
+  const auto faults =
+      checkConfiguration(configuration.get(), arguments.empty() ? CheckedKeys::daemons : CheckedKeys::all);
   for (const std::string& fault : faults) {
     std::puts(fault.c_str());
   }
@@ -164,27 +177,27 @@ int check(const char* path, Arguments /*none*/) {
 struct Command {
   std::string_view name;
   std::size_t arguments;
-  bool beginsWithKey;  // its arguments do
+  std::size_t moreArguments;  // that it may have besides
+  bool beginsWithKey;         // its arguments do
   int (*run)(const char* path, Arguments arguments);
+
+  [[nodiscard]] constexpr bool takes(std::size_t count) const {
+    return count >= arguments && count <= arguments + moreArguments;
+  }
 };
 
 constexpr std::array<Command, 10> commands{{
-    {"get", 1, true, get},
-    {"set", 2, true, set},
-    {"unset", 1, true, unset},
-    {"add-section", 1, false, addSection},
-    {"merge", 1, false, merge},
-    {"diff", 1, false, diff},
-    {"print", 0, false, print},
-    {"json", 0, false, json},
-    {"sed", 0, false, sed},
-    {"check", 0, false, check},
+    {"get", 1, 0, true, get},
+    {"set", 2, 0, true, set},
+    {"unset", 1, 0, true, unset},
+    {"add-section", 1, 0, false, addSection},
+    {"merge", 1, 0, false, merge},
+    {"diff", 1, 0, false, diff},
+    {"print", 0, 0, false, print},
+    {"json", 0, 0, false, json},
+    {"sed", 0, 0, false, sed},
+    {"check", 0, 1, false, check},
 }};
-
-int refuse() {
-  std::fprintf(stderr, usage, configurationPath);
-  return usageOrFailure;
-}
 
 int run(Arguments arguments) {
   const char* path = configurationPath;
@@ -204,7 +217,7 @@ int run(Arguments arguments) {
     return done;
   }
   const auto* command = std::ranges::find(commands, std::string_view(arguments[0]), &Command::name);
-  if (command == commands.end() || arguments.size() - 1 != command->arguments) {
+  if (command == commands.end() || !command->takes(arguments.size() - 1)) {
     return refuse();
   }
   if (command->beginsWithKey && std::strlen(arguments[1]) > longestKey) {

@@ -29,11 +29,17 @@ int millisecondsFrom(const HeardEvent& first, const HeardEvent& event) {
   return static_cast<int>(std::chrono::duration_cast<milliseconds>(event.time - first.time).count());
 }
 
+/** A battery is often named after the serial number of its device; such a name is in the path of its events. */
+bool isOfBattery(const HeardEvent& event) {
+  return event.devpath().find("/power_supply/") != std::string::npos;
+}
+
 std::vector<RecordedEvent> recorded(const std::vector<HeardEvent>& events) {
   std::vector<RecordedEvent> all;
-  all.reserve(events.size());
   for (const HeardEvent& event : events) {
-    all.push_back({millisecondsFrom(events.front(), event), withoutSerialNumbers(event.datagram, '\0')});
+    if (!isOfBattery(event)) {
+      all.push_back({millisecondsFrom(events.front(), event), withoutSerialNumbers(event.datagram, '\0')});
+    }
   }
   return all;
 }
@@ -47,6 +53,7 @@ std::vector<HeardEvent> from(const std::vector<HeardEvent>& events,
 }  // namespace
 
 void DeviceRecorder::recordPlug() {
+  delay_ = Delay::nothingHeard;
   const std::vector<HeardEvent> plug =
       from(burstWith("a USB device that is plugged in", addsUsbDevice), addsUsbDevice);
   const std::string devpath = plug.front().devpath();
@@ -67,6 +74,7 @@ void DeviceRecorder::recordUnplug() {
   if (devpath.empty()) {
     throw Error("no device has been recorded that could be taken out");
   }
+  delay_ = Delay::notTakenOut;
   const std::vector<HeardEvent> burst =
       burstWith("the device's being taken out: " + devpath,
                 [&](const HeardEvent& event) { return event.isHeaded("remove@" + devpath); });
@@ -77,27 +85,51 @@ void DeviceRecorder::recordUnplug() {
 /** The next burst with an event as awaited; bursts before it are dropped. */
 std::vector<HeardEvent> DeviceRecorder::burstWith(const std::string& awaited, const Predicate& isAwaited) {
   const Clock::time_point limit = after(patience_.limit);
+  adviceDue_ = after(patience_.advice);
+  isAdvised_ = false;
   std::vector<HeardEvent> burst;
   do {
     burst = nextBurst(awaited, limit);
+    delay_ = delay_ == Delay::nothingHeard ? Delay::noNewDevice : delay_;
   } while (std::none_of(burst.begin(), burst.end(), isAwaited));
   return burst;
 }
 
 /** The next events up to a quiet. */
 std::vector<HeardEvent> DeviceRecorder::nextBurst(const std::string& awaited, Clock::time_point limit) {
-  if (!events_.waitForEvents(limit)) {
+  if (!waitForEvents(limit)) {
     throw timedOut(awaited);
   }
+  const Clock::time_point quietDue = after(patience_.advice);
   std::vector<HeardEvent> burst;
   while (events_.waitForEvents(after(patience_.quiet))) {
     const std::vector<HeardEvent> more = events_.take();
     burst.insert(burst.end(), more.begin(), more.end());
+    if (Clock::now() >= quietDue) {
+      adviseOnce(Delay::neverQuiet);
+    }
     if (Clock::now() >= limit) {
       throw timedOut("an end of the events");
     }
   }
   return burst;
+}
+
+bool DeviceRecorder::waitForEvents(Clock::time_point limit) {
+  if (events_.waitForEvents(std::min(limit, adviceDue_))) {
+    return true;
+  }
+  if (Clock::now() < limit) {
+    adviseOnce(delay_);
+  }
+  return events_.waitForEvents(limit);
+}
+
+void DeviceRecorder::adviseOnce(Delay delay) {
+  if (!isAdvised_) {
+    isAdvised_ = true;
+    advise_(delay);
+  }
 }
 
 }  // namespace recorder

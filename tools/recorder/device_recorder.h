@@ -3,8 +3,10 @@
 #include <chrono>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "tools/recorder/advice.h"
 #include "tools/recorder/device_recording.h"
 #include "tools/recorder/uevent_listener.h"
 
@@ -14,6 +16,7 @@ namespace recorder {
 struct RecorderPatience {
   double quiet = 2;    ///< without any event: then the kernel has done everything
   double limit = 300;  ///< for the device to be plugged in or taken out, and for that quiet
+  double advice = 10;  ///< for the same; then a person may need advice
 };
 
 /**
@@ -29,7 +32,12 @@ struct RecorderPatience {
  */
 class DeviceRecorder {
  public:
-  explicit DeviceRecorder(const RecorderPatience& patience = {}) : patience_(patience) {}
+  /** Called while the recorder waits, once for each time that something is awaited. */
+  using Advise = std::function<void(Delay delay)>;
+
+  explicit DeviceRecorder(
+      const RecorderPatience& patience = {}, Advise advise = [](Delay) {})
+      : patience_(patience), advise_(std::move(advise)) {}
 
   /**
    * Waits until a USB device has been plugged in and everything is quiet again, then reads its tree. Of
@@ -49,8 +57,14 @@ class DeviceRecorder {
 
   [[nodiscard]] std::vector<HeardEvent> burstWith(const std::string& awaited, const Predicate& isAwaited);
   [[nodiscard]] std::vector<HeardEvent> nextBurst(const std::string& awaited, Clock::time_point limit);
+  [[nodiscard]] bool waitForEvents(Clock::time_point limit);
+  void adviseOnce(Delay delay);
 
   RecorderPatience patience_;
+  Advise advise_;
+  Clock::time_point adviceDue_;
+  bool isAdvised_ = false;
+  Delay delay_ = Delay::nothingHeard;
   UeventListener events_;
   DeviceRecording recording_;
 };

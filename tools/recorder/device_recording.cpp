@@ -1,10 +1,13 @@
 #include "tools/recorder/device_recording.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <map>
 
 #include "tools/recorder/error.h"
+#include "tools/recorder/made_up_events.h"
 #include "tools/recorder/recording_text.h"
+#include "tools/recorder/short_recording.h"
 
 namespace recorder {
 
@@ -18,10 +21,6 @@ bool isNumbered(const std::string& name, const std::string& prefix) {
          name.find_first_not_of("0123456789", prefix.size()) == std::string::npos;
 }
 
-std::vector<RecordedEvent> eventsIfRecorded(const fs::path& file) {
-  return fs::exists(file) ? readEvents(file) : std::vector<RecordedEvent>{};
-}
-
 }  // namespace
 
 DeviceRecording readRecording(const std::string& folder) {
@@ -30,14 +29,24 @@ DeviceRecording readRecording(const std::string& folder) {
     throw Error("there is no recorded device " + folder);
   }
   std::map<std::string, std::string> about = readAbout(place / "about.txt");
-  return {place.filename(),
-          about["description"],
-          about["device directory"],
-          about["product"],
-          about["speed"],
-          readTree(place / "tree.txt"),
-          readEvents(place / "plug.txt"),
-          eventsIfRecorded(place / "unplug.txt")};
+  DeviceRecording recording;
+  recording.name = place.filename();
+  recording.description = about["description"];
+  recording.directory = about["device directory"];
+  recording.product = about["product"];
+  recording.speed = about["speed"];
+  recording.origin = about["origin"];
+  recording.tree = readTree(place / "tree.txt");
+  if (isShort(recording)) {
+    completeShort(recording);
+  }
+  recording.plugEvents = fs::exists(place / "plug.txt") || recording.directory.empty()
+                             ? readEvents(place / "plug.txt")
+                             : madeUpPlugEvents(recording);
+  if (fs::exists(place / "unplug.txt")) {
+    recording.unplugEvents = readEvents(place / "unplug.txt");
+  }
+  return recording;
 }
 
 std::string DeviceRecording::devpath() const {
@@ -53,6 +62,12 @@ std::vector<std::string> DeviceRecording::nodes(const std::string& prefix) const
     }
   }
   return found;
+}
+
+const TreeEntry* DeviceRecording::entry(const std::string& path) const {
+  const auto found =
+      std::find_if(tree.begin(), tree.end(), [&](const TreeEntry& entry) { return entry.path == path; });
+  return found == tree.end() ? nullptr : &*found;
 }
 
 bool DeviceRecording::owns(const std::string& path) const {

@@ -9,6 +9,7 @@
 #include "sim/recording_views.h"
 #include "support/named_case.h"
 #include "system/support/admission_check.h"
+#include "system/support/same_lines.h"
 
 namespace {
 
@@ -55,6 +56,10 @@ Names everyDevice() {
   return Names(names.begin(), names.end()) - hubs;
 }
 
+std::string verdict(const std::string& device, const support::Decision& decision) {
+  return device + ": " + testing::PrintToString(decision);
+}
+
 struct Rule : support::NamedCase {
   std::string settings;
   std::string link;
@@ -84,16 +89,19 @@ INSTANTIATE_TEST_SUITE_P(Rules, AdmissionRecordedDevices, testing::ValuesIn(rule
 TEST_P(AdmissionRecordedDevices, AreRefusedByTheirRuleOnly) {
   startWith(GetParam().settings, GetParam().link);
   const Names refused = GetParam().refused();
+  support::Lines decided;
+  support::Lines expected;
   int port = 0;
   for (const std::string& name : everyDevice()) {
     ++port;
     const sim::DeviceRecording recording =
         sim::atPort(sim::loadRecording(name), "8-" + std::to_string(port), 4 * port);
     const std::string shownName = recording.product.empty() ? display::unnamedDevice : recording.product;
-    EXPECT_EQ(decide(recording), refused.contains(name) ? support::refusedWith(GetParam().line(shownName))
-                                                        : support::admittedSilently)
-        << name;
+    decided.push_back(verdict(name, decide(recording)));
+    expected.push_back(verdict(name, refused.contains(name) ? support::refusedWith(GetParam().line(shownName))
+                                                            : support::admittedSilently));
   }
+  EXPECT_PRED_FORMAT2(support::sameLines, decided, expected);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 
 #include "sim/recording_views.h"
 #include "system/support/hotplug.h"
+#include "system/support/same_lines.h"
 
 namespace {
 
@@ -144,7 +145,7 @@ TEST_P(RecordedDevices, IsDecidedOfByItsEventsInOrderWhereAllClassesAreServed) {
   std::copy_if(said.begin(), said.end(), std::back_inserter(logged), [&](const std::string& message) {
     return std::find(announcements.begin(), announcements.end(), message) != announcements.end();
   });
-  EXPECT_EQ(logged, announcements);
+  EXPECT_PRED_FORMAT2(support::sameLines, logged, announcements);
 }
 
 /** All but the hubs of the machine itself, which nobody takes out. */
@@ -161,7 +162,8 @@ INSTANTIATE_TEST_SUITE_P(Devices, RecordedDevicesTakenOut, testing::ValuesIn(rem
 TEST_P(RecordedDevicesTakenOut, AreOnlyLogged) {
   start("all");
   const Lines started = startedIn(saidOfPlugging(recording));
-  EXPECT_EQ(during([&] { unit.unplug(recording); }), announcementsOf(recording.unplugEvents));
+  EXPECT_PRED_FORMAT2(support::sameLines, during([&] { unit.unplug(recording); }),
+                      announcementsOf(recording.unplugEvents));
   for (const std::string& device : started) {
     EXPECT_TRUE(unit.workers.waitForWorkerOf(device).isRunning());
   }
@@ -184,7 +186,7 @@ TEST(RecordedDevicesTable, HoldsThemAll) {
   std::vector<std::string> names;
   std::transform(table.begin(), table.end(), std::back_inserter(names),
                  [](const Recorded& recorded) { return recorded.name; });
-  EXPECT_EQ(names, sim::recordingNames());
+  EXPECT_PRED_FORMAT2(support::sameLines, names, sim::recordingNames());
 }
 
 /** The same devices as older kernels show them: their hiddev nodes belong to the subsystem "usb". */

@@ -83,7 +83,7 @@ TEST(QuorConfigCheck, FindsNoFaultInAGoodFile) {
                     "isochronous_enabled=false\n"
                     "isochronous_user_warning=T\n"
                     "[apps]\n"
-                    "quor_usb_rx_generic=/bin/worker\n"),
+                    "quor_usb_rx_generic=/bin/sh\n"),
             done());
 }
 
@@ -92,9 +92,27 @@ TEST(QuorConfigCheck, FindsNoFaultInAnEmptyFile) {
   EXPECT_EQ(checked("[usb]\n[link]\n"), done());
 }
 
-TEST(QuorConfigCheck, NamesUnknownKeys) {
-  EXPECT_EQ(checked("[usb]\nhidonly=1\n[apps]\nhid_only=1\n"),
-            notFoundOrDifferent("unknown key: usb:hidonly = 1\nunknown key: apps:hid_only = 1\n"));
+TEST(QuorConfigCheck, NamesUnknownKeysOfTheDaemonsSection) {
+  EXPECT_EQ(checked("[usb]\nhidonly=1\n"), notFoundOrDifferent("unknown key: usb:hidonly = 1\n"));
+}
+
+const std::string ofOtherPrograms =
+    "[apps]\nviewer=/bin/no_viewer\n[usbip]\nhid_only=sometimes\n[network]\nspeed=full\n";
+
+TEST(QuorConfigCheck, LeavesKeysOfOtherProgramsAlone) {
+  EXPECT_EQ(checked(ofOtherPrograms), done());
+  EXPECT_EQ(checked(ofOtherPrograms + "[usb]\nhid_only=sometimes\n"),
+            notFoundOrDifferent("not yes or no: usb:hid_only = sometimes\n"));
+}
+
+TEST(QuorConfigCheck, NamesKeysOfOtherProgramsTooWhereItShallJudgeAll) {
+  EXPECT_EQ(ConfiguredFile(ofOtherPrograms + "[usb]\nhidonly=1\nsmartcard=2\n").run({"check", "--all"}),
+            notFoundOrDifferent("unknown key: apps:viewer = /bin/no_viewer\n"
+                                "unknown key: usbip:hid_only = sometimes\n"
+                                "unknown key: network:speed = full\n"
+                                "unknown key: usb:hidonly = 1\n"
+                                "not yes or no: usb:smartcard = 2\n"));
+  EXPECT_EQ(ConfiguredFile("[usb]\nsmartcard=1\n").run({"check", "--all"}), done());
 }
 
 TEST(QuorConfigCheck, KnowsKeysInAnyCase) {

@@ -24,7 +24,7 @@ TEST(QuorConfigUsage, ExplainsItself) {
                 "Usage: quor_config [--file PATH] COMMAND\n       quor_config --help | --version\n"),
             0U);
   for (const char* command : {"get KEY", "set KEY VALUE", "unset KEY", "add-section NAME", "merge OTHER",
-                              "diff OTHER", "print", "json", "sed", "check",
+                              "diff OTHER", "print", "json", "sed", "check [--all]",
                               "Exit status: 0 done, 1 not found or different, 2 wrong usage or failure.\n"}) {
     EXPECT_NE(outcome.output.find(command), std::string::npos) << command;
   }
@@ -61,6 +61,8 @@ TEST(QuorConfigUsage, RefusesTooFewAndTooManyArguments) {
   for (const char* withNone : {"print", "json", "sed", "check"}) {
     refused({withNone, "more"});
   }
+  refused({"check", "--all", "more"});
+  refused({"print", "--all"});
   refused({"set", "usb:x"});
   refused({"set", "usb:x", "1", "more"});
   EXPECT_EQ(file.content(), "[usb]\nx=1\n");

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -21,6 +23,20 @@ Datagrams datagramsOf(const std::vector<recorder::RecordedEvent>& events) {
                  [](const recorder::RecordedEvent& event) { return event.datagram; });
   return datagrams;
 }
+
+using Delays = std::vector<recorder::Delay>;
+
+/** A recorder that soon asks for advice, what it has asked for, and what is done about it. */
+struct Advised {
+  explicit Advised(const std::function<void()>& help = [] {})
+      : recorder({.quiet = 0.1, .limit = 10, .advice = 0.5}, [this, help](recorder::Delay delay) {
+          delays.push_back(delay);
+          help();
+        }) {}
+
+  Delays delays;
+  recorder::DeviceRecorder recorder;
+};
 
 class DeviceRecorder : public testing::Test {
  protected:
@@ -119,6 +135,16 @@ TEST_F(DeviceRecorder, LeavesSerialNumbersOutOfEvents) {
   EXPECT_EQ(plugged(), expected);
 }
 
+TEST_F(DeviceRecorder, LeavesOutBatteriesWhichMayBeNamedAfterASerialNumber) {
+  unit.sysfs.layOut(mouse);
+  const sim::UeventPairs device = {{"DEVTYPE", "usb_device"}};
+  unit.uevents.add(mouse.devpath(), device);
+  unit.uevents.add(mouse.devpath() + "/hid/power_supply/hid-S3CR3T-battery",
+                   {{"POWER_SUPPLY_NAME", "hid-S3CR3T-battery"}});
+
+  EXPECT_EQ(plugged(), Datagrams{sim::uevent("add", mouse.devpath(), device)});
+}
+
 TEST_F(DeviceRecorder, FailsWhenTheDeviceIsTakenOutTooEarly) {
   unit.plug(mouse);
   unit.unplug(mouse);
@@ -143,6 +169,56 @@ TEST_F(DeviceRecorder, FailsWhenEventsWereLost) {
 
   EXPECT_EQ(errorThrownBy([this] { recording.recordPlug(); }),
             "uevents were lost: there were more than could be taken");
+}
+
+TEST_F(DeviceRecorder, AsksForNoAdviceWhereAllGoesWell) {
+  Advised advised;
+  unit.plug(mouse);
+  advised.recorder.recordPlug();
+  unit.unplug(mouse);
+  advised.recorder.recordUnplug();
+
+  EXPECT_EQ(advised.delays, Delays{});
+}
+
+TEST_F(DeviceRecorder, AsksForAdviceOnceWhenItHearsNothingAndListensOn) {
+  Advised advised([this] { unit.plug(mouse); });
+  advised.recorder.recordPlug();
+
+  EXPECT_EQ(advised.delays, Delays{recorder::Delay::nothingHeard});
+  EXPECT_EQ(advised.recorder.recording().directory, mouse.directory);
+}
+
+TEST_F(DeviceRecorder, AsksForAdviceWhenItHearsOfNoNewDevice) {
+  Advised advised([this] { unit.plug(mouse); });
+  unit.uevents.send(sim::uevent("change", "/devices/battery", {{"SUBSYSTEM", "power_supply"}}));
+  advised.recorder.recordPlug();
+
+  EXPECT_EQ(advised.delays, Delays{recorder::Delay::noNewDevice});
+}
+
+TEST_F(DeviceRecorder, AsksForAdviceWhenTheDeviceStays) {
+  Advised advised([this] { unit.unplug(mouse); });
+  unit.plug(mouse);
+  advised.recorder.recordPlug();
+  unit.uevents.send(sim::uevent("change", mouse.devpath()));
+  advised.recorder.recordUnplug();
+
+  EXPECT_EQ(advised.delays, Delays{recorder::Delay::notTakenOut});
+}
+
+TEST_F(DeviceRecorder, AsksForAdviceWhenItNeverGetsQuiet) {
+  std::stop_source quiet;
+  Advised advised([&quiet] { quiet.request_stop(); });
+  unit.plug(mouse);
+  const RepeatedAction restless(0.001, [&] {
+    if (!quiet.stop_requested()) {
+      unit.uevents.send(sim::uevent("change", "/battery"));
+    }
+  });
+  advised.recorder.recordPlug();
+
+  EXPECT_EQ(advised.delays, Delays{recorder::Delay::neverQuiet});
 }
 
 TEST_F(DeviceRecorder, GivesUpWhenNoDeviceComes) {

@@ -65,6 +65,25 @@ TEST_F(MainOfTheRecorder, WritesNothingOfADeviceThatIsTakenOutTooEarly) {
   EXPECT_FALSE(fs::exists("/sim/devices/new"));
 }
 
+TEST_F(MainOfTheRecorder, SaysWhatMayHelpWhenItHearsNothingForAWhileAndListensOn) {
+  RecorderProgram program({devices, "new"});
+  program.waitForLine("Plug the device in.");
+  program.waitForLine("Nothing has been heard yet. What may help:", sim::Deadline(30));
+
+  EXPECT_EQ(recordMouse(program), sim::ProcessEnd::exited(0));
+  EXPECT_TRUE(fs::exists("/sim/devices/new"));
+}
+
+TEST_F(MainOfTheRecorder, ExplainsItself) {
+  RecorderProgram program({"--help"});
+
+  EXPECT_EQ(program.waitForEnd(), sim::ProcessEnd::exited(0));
+  EXPECT_EQ(program.standardError(), "");
+  const std::string help = program.standardOutput();
+  EXPECT_EQ(help.find("Usage: usb_rx_recorder FOLDER NAME [DESCRIPTION]\n"), 0U);
+  EXPECT_NE(help.find("\nExit status: 0 recorded, 1 failure, 2 wrong usage.\n"), std::string::npos);
+}
+
 TEST_F(MainOfTheRecorder, AsksForNothingWhenTheNameIsTaken) {
   sim::writeFile("/sim/devices/old/about.txt", "somebody's\n");
   RecorderProgram program({devices, "old"});
@@ -88,6 +107,7 @@ class MainWithWrongArguments : public testing::TestWithParam<std::vector<std::st
 INSTANTIATE_TEST_SUITE_P(Wrong, MainWithWrongArguments,
                          testing::Values(std::vector<std::string>{}, std::vector<std::string>{devices},
                                          std::vector<std::string>{devices, "a", "b", "c"},
+                                         std::vector<std::string>{"--help", "a", "b", "c"},
                                          std::vector<std::string>{devices, ""},
                                          std::vector<std::string>{devices, ".."},
                                          std::vector<std::string>{devices, "a/b"}));

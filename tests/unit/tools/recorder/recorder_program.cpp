@@ -34,15 +34,15 @@ RecorderProgram::~RecorderProgram() {
   }
 }
 
-void RecorderProgram::waitForLine(const std::string& line) {
-  sim::waitUntil("the recorder's line: " + line, {}, [&] {
+std::string RecorderProgram::standardOutput() {
+  return sim::readFile(outputFile);
+}
+
+void RecorderProgram::waitForLine(const std::string& line, const sim::Deadline& deadline) {
+  sim::waitUntil("the recorder's line: " + line, deadline, [&] {
     const std::vector<std::string>& lines = standardError_.lines();
     return std::find(lines.begin(), lines.end(), line) != lines.end();
   });
-}
-
-std::string RecorderProgram::standardOutput() {
-  return sim::readFile(outputFile);
 }
 
 sim::ProcessEnd RecorderProgram::waitForEnd() {

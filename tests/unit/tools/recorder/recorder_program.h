@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "sim/deadline.h"
 #include "sim/line_file.h"
 #include "sim/process.h"
 #include "sim/process_handle.h"
@@ -19,10 +20,10 @@ class RecorderProgram {
   RecorderProgram& operator=(const RecorderProgram&) = delete;
 
   /** Waits for this line on standard error. Throws sim::TimedOut. */
-  void waitForLine(const std::string& line);
+  void waitForLine(const std::string& line, const sim::Deadline& deadline = {});
   [[nodiscard]] sim::ProcessEnd waitForEnd();
-  [[nodiscard]] std::string standardError() { return standardError_.text(); }
   [[nodiscard]] static std::string standardOutput();
+  [[nodiscard]] std::string standardError() { return standardError_.text(); }
 
  private:
   sim::LineFile standardError_;

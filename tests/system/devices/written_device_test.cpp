@@ -1,0 +1,71 @@
+// A device of which only a few lines are known, as devices/README.md has them.
+
+#include <algorithm>
+#include <string>
+
+#include "sim/files.h"
+#include "support/temporary_directory.h"
+#include "system/support/hotplug.h"
+
+namespace {
+
+using support::Lines;
+
+/** The indented lines that follow the first line with this text in devices/README.md. */
+std::string blockAfter(const std::string& text) {
+  const std::string readme = sim::readFile(sim::recordingsFolder() + "/README.md");
+  const std::string indent = "\n    ";
+  const std::size_t place = readme.find(text);
+  std::size_t begin = place == std::string::npos ? place : readme.find(indent, place);
+  std::string block;
+  while (begin != std::string::npos && readme.compare(begin, indent.size(), indent) == 0) {
+    const std::size_t end = readme.find('\n', begin + 1);
+    block += readme.substr(begin + indent.size(), end - begin - indent.size()) + "\n";
+    begin = end;
+  }
+  return block;
+}
+
+class WrittenDevice : public support::Hotplug {
+ protected:
+  std::string about = blockAfter("`scanner/about.txt`");
+  std::string tree = blockAfter("`scanner/tree.txt`");
+
+  [[nodiscard]] sim::DeviceRecording read() const {
+    const support::TemporaryDirectory folder;
+    sim::writeFile(folder / "scanner/about.txt", about);
+    sim::writeFile(folder / "scanner/tree.txt", tree);
+    return recorder::readRecording(folder / "scanner");
+  }
+};
+
+TEST_F(WrittenDevice, IsFourLines) {
+  EXPECT_EQ(std::count(about.begin(), about.end(), '\n'), 3);
+  EXPECT_EQ(std::count(tree.begin(), tree.end(), '\n'), 1);
+}
+
+TEST_F(WrittenDevice, IsServedLikeADeviceOfWhichEverythingIsKnown) {
+  start("all");
+  const std::string directory = "/sys/devices/usb1/1-1";
+  EXPECT_EQ(saidOfPlugging(read()), support::genericDevice(directory));
+  EXPECT_EQ(unit.workers.waitForWorker().device(), directory);
+}
+
+TEST_F(WrittenDevice, IsFoundAtStart) {
+  unit.sysfs.layOut(read());
+  start("all");
+  EXPECT_EQ(unit.workers.waitForWorker().device(), "/sys/devices/usb1/1-1");
+}
+
+TEST_F(WrittenDevice, IsRefusedByItsNameWhereADescriptorIsIsochronous) {
+  about += "product: Scan o'matic\n";
+  const std::size_t attributes = tree.find("07058102");
+  ASSERT_NE(attributes, std::string::npos);
+  tree.replace(attributes, 8, "07058101");
+  start("all");
+  unit.plug(read());
+  EXPECT_EQ(unit.display.waitForWrite(), contract::display::isochronous("Scan o'matic") + "\n");
+  EXPECT_TRUE(hasNoWorker());
+}
+
+}  // namespace
