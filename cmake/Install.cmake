@@ -7,7 +7,7 @@ set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
 install(TARGETS usb_rx_ctrl RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR})
-install(TARGETS quor_config usb_rx_recorder RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS quor_config usb_rx_explain usb_rx_recorder RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
 set(manuals ${PROJECT_SOURCE_DIR}/docs/man)
 install(FILES ${manuals}/quor_config.1 ${manuals}/usb_rx_explain.1 ${manuals}/usb_rx_recorder.1
