@@ -2,10 +2,6 @@
 
 include(GNUInstallDirs)
 
-# Whatever the umask is of the one who installs.
-set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
-    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-
 install(TARGETS usb_rx_ctrl RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR})
 install(TARGETS quor_config usb_rx_explain usb_rx_recorder RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
