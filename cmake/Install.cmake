@@ -2,12 +2,8 @@
 
 include(GNUInstallDirs)
 
-# Whatever the umask is of the one who installs.
-set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
-    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-
 install(TARGETS usb_rx_ctrl RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR})
-install(TARGETS quor_config usb_rx_recorder RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS quor_config usb_rx_explain usb_rx_recorder RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
 set(manuals ${PROJECT_SOURCE_DIR}/docs/man)
 install(FILES ${manuals}/quor_config.1 ${manuals}/usb_rx_explain.1 ${manuals}/usb_rx_recorder.1
@@ -18,7 +14,8 @@ install(FILES ${manuals}/usb_rx_ctrl.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
 
 # As in the sources, so that the documents' links to each other lead somewhere.
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(FILES docs/architecture.md docs/faults.md docs/kernels.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
+install(FILES docs/architecture.md docs/development.md docs/faults.md docs/kernels.md
+        DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
 install(FILES devices/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/devices)
 install(FILES examples/quor.conf DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
 install(FILES examples/systemd/usb_rx_ctrl.service examples/systemd/usb_rx_ctrl.default
