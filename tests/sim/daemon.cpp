@@ -22,7 +22,7 @@ namespace {
 constexpr std::size_t linesInReport = 40;
 
 std::vector<std::string> commandFor(const std::vector<std::string>& arguments) {
-  std::vector<std::string> command = commandOf("SIM_DAEMON", SIM_DAEMON_PROGRAM);
+  std::vector<std::string> command = daemonCommand();
   command.insert(command.end(), arguments.begin(), arguments.end());
   return command;
 }
@@ -39,6 +39,10 @@ std::string toText(const ProcessEnd& end) {
 }
 
 }  // namespace
+
+std::vector<std::string> daemonCommand() {
+  return commandOf("SIM_DAEMON", SIM_DAEMON_PROGRAM);
+}
 
 std::string messageOf(const std::string& line) {
   // Blanks, digits, a point, three digits, a colon and a blank: the width is six, or more past 99.9995.

@@ -18,16 +18,17 @@ namespace sim {
  * are. */
 [[nodiscard]] std::string messageOf(const std::string& line);
 
+/** The command that starts the daemon: the program of this build, unless the environment variable SIM_DAEMON names
+ * another; see commandOf(). */
+[[nodiscard]] std::vector<std::string> daemonCommand();
+
 /**
  * The running daemon, from outside. It never outlives this process. Its outputs go to files, so that it never
  * waits for a reader.
  */
 class Daemon {
  public:
-  /**
-   * Starts it: the program of this build, unless the environment variable SIM_DAEMON names another; see
-   * commandOf().
-   */
+  /** Starts it by daemonCommand(). */
   explicit Daemon(std::vector<std::string> arguments, const ProcessOptions& options = {});
   /** Kills it if it still runs. */
   ~Daemon();

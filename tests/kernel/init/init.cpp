@@ -56,7 +56,7 @@ void makeSystem() {
 }
 
 void setUnitsEnvironment() {
-  ::setenv("SIM_DAEMON", "/bin/usb_rx_ctrl", 1);
+  ::setenv("SIM_DAEMON", "/usr/sbin/usb_rx_ctrl", 1);
   // The unit's kernel has no newer system calls, though this one does.
   ::setenv("SIM_PROGRAM_PREFIX", "/bin/usb_rx_old_kernel", 1);
   ::setenv("SIM_WORKER", "/bin/usb_rx_worker_standin", 1);

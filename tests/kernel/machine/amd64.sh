@@ -1,7 +1,7 @@
 # shellcheck shell=bash disable=SC2034 # what is not used here is used by scripts/test-kernel
 # Debian's own kernel, and a PC to run it.
 
-machine_packages=(cpio kmod qemu-system-x86)
+machine_packages=(busybox-static cpio kmod qemu-system-x86)
 preset=kernel
 
 # More arguments follow. The emulation has no hardware to help it: not every host has some.
@@ -44,6 +44,11 @@ prepare_kernel() {
   kernel_release=${package#linux-image-}
   kernel_image=$kernel_folder/boot/vmlinuz-$kernel_release
   [ -d "$kernel_folder" ] || fetch_kernel "$package" "$kernel_folder"
+}
+
+# prepare_busybox CACHE: sets busybox.
+prepare_busybox() {
+  busybox=/usr/bin/busybox
 }
 
 # Prints the files of the drivers and of what they need, each once and behind what it needs; without those that only

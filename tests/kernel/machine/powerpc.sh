@@ -3,7 +3,7 @@
 
 source scripts/target.sh
 
-machine_packages=(bc bison cpio flex make qemu-system-ppc xz-utils)
+machine_packages=(bc bison bzip2 cpio flex make qemu-system-ppc xz-utils)
 preset=kernel-powerpc
 
 # More arguments follow.
@@ -43,7 +43,7 @@ build_kernel() {
 }
 
 tell_failed_build() {
-  printf 'The kernel was not built:\n' >&2
+  printf 'It was not built:\n' >&2
   tail -n 20 make.log >&2
   return 1
 }
@@ -65,6 +65,50 @@ prepare_kernel() {
   mkdir -p "$folder.part"
   mv "$work/vmlinux" "$folder.part/"
   mv "$folder.part" "$folder"
+  rm -r "$work"
+}
+
+# Debian has no BusyBox for this machine, so it is built from the source of its package for others.
+busybox_version=1.35.0
+busybox_sha256=faeeb244c35a348a334f4a59e44626ee870fb07b6884d68c10ae8bc19f83a694
+busybox_config=$PWD/tests/kernel/machine/busybox.config
+
+# Calls make in the folder of the sources, quietly.
+make_busybox() {
+  nice make -C "busybox-$busybox_version" CROSS_COMPILE=powerpc-linux-gnu- -j "$(nproc)" "$@" >>make.log 2>&1
+}
+
+# configure_busybox FILE: sets what stands in FILE, and nothing else.
+configure_busybox() {
+  local setting
+  make_busybox allnoconfig
+  while IFS= read -r setting; do
+    sed -i "s|^# ${setting%%=*} is not set\$|$setting|" "busybox-$busybox_version/.config"
+  done <"$1"
+  make_busybox oldconfig < <(yes n 2>/dev/null)
+}
+
+# Builds BusyBox in the current folder.
+build_busybox() {
+  printf '== Building BusyBox %s for powerpc, this once\n' "$busybox_version"
+  /usr/lib/apt/apt-helper -o APT::Sandbox::User=root download-file \
+    "$(debian_mirror)pool/main/b/busybox/busybox_$busybox_version.orig.tar.bz2" busybox.tar.bz2 \
+    "SHA256:$busybox_sha256" >/dev/null
+  tar -xjf busybox.tar.bz2
+  { configure_busybox "$busybox_config" && make_busybox busybox; } || tell_failed_build
+  cp "busybox-$busybox_version/busybox" busybox
+}
+
+# prepare_busybox CACHE: sets busybox.
+prepare_busybox() {
+  local folder work
+  folder=$1/powerpc-$busybox_version-$(sha256sum "$busybox_config" | cut -c 1-8)
+  busybox=$folder/busybox
+  [ ! -f "$busybox" ] || return 0
+  work=$(mktemp -d)
+  (cd "$work" && build_busybox)
+  mkdir -p "$folder"
+  mv "$work/busybox" "$busybox"
   rm -r "$work"
 }
 
