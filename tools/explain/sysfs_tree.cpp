@@ -12,23 +12,24 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// An interface's directory, "1-5:1.0", has a colon; other USB devices are beside the interfaces.
+// A USB device is named after its bus and ports, "1-5.2". Most directories need no further look.
 bool isOtherDevice(const fs::path& directory) {
   std::error_code ignored;
-  return fs::exists(directory / "bDeviceClass", ignored);
+  return directory.filename().native().find('-') != std::string::npos &&
+         fs::exists(directory / "bDeviceClass", ignored);
 }
 
-void addNodes(std::vector<std::string>& found, const fs::path& directory, const std::string& prefix) {
+void addNodes(std::vector<std::string>& found, const fs::path& directory) {
   std::error_code gone;  // what is unplugged meanwhile has no nodes
   for (fs::directory_iterator entry(directory, gone); !gone && entry != fs::directory_iterator();
        entry.increment(gone)) {
     if (entry->is_symlink(gone) || !entry->is_directory(gone) || isOtherDevice(entry->path())) {
       continue;
     }
-    if (isNodeName(entry->path().filename(), prefix)) {
+    if (isHidNode(entry->path()) || isScsiNode(entry->path())) {
       found.push_back(entry->path());
     }
-    addNodes(found, entry->path(), prefix);
+    addNodes(found, entry->path());
   }
 }
 
@@ -38,9 +39,9 @@ std::unique_ptr<DeviceAttributes> SysfsTree::attributes(const std::string& path)
   return std::make_unique<SysfsDevice>(path);
 }
 
-std::vector<std::string> SysfsTree::nodes(const std::string& device, const std::string& prefix) const {
+std::vector<std::string> SysfsTree::nodes(const std::string& device) const {
   std::vector<std::string> found;
-  addNodes(found, device, prefix);
+  addNodes(found, device);
   sortByName(found);
   return found;
 }

@@ -11,8 +11,7 @@ namespace explain {
 class SysfsTree : public DeviceTree {
  public:
   [[nodiscard]] std::unique_ptr<DeviceAttributes> attributes(const std::string& path) const override;
-  [[nodiscard]] std::vector<std::string> nodes(const std::string& device,
-                                               const std::string& prefix) const override;
+  [[nodiscard]] std::vector<std::string> nodes(const std::string& device) const override;
   [[nodiscard]] DeviceKind kindOf(std::uint32_t classes, const DeviceAttributes& device) const override;
 };
 
