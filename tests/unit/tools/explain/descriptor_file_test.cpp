@@ -62,7 +62,7 @@ TEST_P(DescriptorFileOther, IsRefusedWithTheWordThatIsNone) {
   }
 }
 
-class DescriptorFile : public testing::Test {
+class DescriptorFileContent : public testing::Test {
  protected:
   support::TemporaryDirectory directory_;
   std::string path_ = directory_ / "descriptors";
@@ -77,17 +77,17 @@ class DescriptorFile : public testing::Test {
   }
 };
 
-TEST_F(DescriptorFile, IsReadAsItIsWhereItIsBinary) {
+TEST_F(DescriptorFileContent, IsReadAsItIsWhereItIsBinary) {
   sim::writeFile(path_, sim::keyboardDescriptors());
   EXPECT_EQ(explain::readDescriptorFile(path_), sim::keyboardDescriptors());
 }
 
-TEST_F(DescriptorFile, IsReadAsADumpWhereItIsText) {
+TEST_F(DescriptorFileContent, IsReadAsADumpWhereItIsText) {
   sim::writeFile(path_, "12 01 ef 40\n");
   EXPECT_EQ(explain::readDescriptorFile(path_), fourBytes);
 }
 
-TEST_F(DescriptorFile, IsRefusedWithItsNameWhereItIsSomethingElse) {
+TEST_F(DescriptorFileContent, IsRefusedWithItsNameWhereItIsSomethingElse) {
   sim::writeFile(path_, "hello\n");
   EXPECT_EQ(faultOf(), path_ + ": neither descriptors nor pairs of hexadecimal digits: \"hello\"");
   sim::writeFile(path_, "");
