@@ -2,12 +2,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <map>
-
-#include "tools/recorder/error.h"
-#include "tools/recorder/made_up_events.h"
-#include "tools/recorder/recording_text.h"
-#include "tools/recorder/short_recording.h"
 
 namespace recorder {
 
@@ -22,32 +16,6 @@ bool isNumbered(const std::string& name, const std::string& prefix) {
 }
 
 }  // namespace
-
-DeviceRecording readRecording(const std::string& folder) {
-  const fs::path place = folder;
-  if (!fs::is_directory(place)) {
-    throw Error("there is no recorded device " + folder);
-  }
-  std::map<std::string, std::string> about = readAbout(place / "about.txt");
-  DeviceRecording recording;
-  recording.name = place.filename();
-  recording.description = about["description"];
-  recording.directory = about["device directory"];
-  recording.product = about["product"];
-  recording.speed = about["speed"];
-  recording.origin = about["origin"];
-  recording.tree = readTree(place / "tree.txt");
-  if (isShort(recording)) {
-    completeShort(recording);
-  }
-  recording.plugEvents = fs::exists(place / "plug.txt") || recording.directory.empty()
-                             ? readEvents(place / "plug.txt")
-                             : madeUpPlugEvents(recording);
-  if (fs::exists(place / "unplug.txt")) {
-    recording.unplugEvents = readEvents(place / "unplug.txt");
-  }
-  return recording;
-}
 
 std::string DeviceRecording::devpath() const {
   return directory.empty() ? "" : directory.substr(sizeof("/sys") - 1);

@@ -4,6 +4,7 @@
 
 #include "kernel/guest/desk.h"
 #include "tools/recorder/device_recorder.h"
+#include "tools/recorder/recording_input.h"
 #include "tools/recorder/recording_output.h"
 
 namespace guest {

@@ -6,6 +6,7 @@
 #include "sim/files.h"
 #include "support/temporary_directory.h"
 #include "system/support/hotplug.h"
+#include "tools/recorder/recording_input.h"
 
 namespace {
 

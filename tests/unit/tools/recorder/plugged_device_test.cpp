@@ -15,6 +15,7 @@
 #include "support/child.h"
 #include "support/held_attribute.h"
 #include "support/temporary_directory.h"
+#include "tools/recorder/recording_input.h"
 #include "tools/recorder/recording_output.h"
 #include "tools/recorder/recording_text.h"
 #include "unit/tools/recorder/thrown_text.h"
