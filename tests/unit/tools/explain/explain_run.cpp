@@ -1,0 +1,25 @@
+#include "unit/tools/explain/explain_run.h"
+
+#include <ostream>
+
+#include "sim/files.h"
+#include "sim/program.h"
+#include "support/temporary_directory.h"
+
+std::ostream& operator<<(std::ostream& out, const ExplainRun& run) {
+  return out << run.end << "\noutput:\n" << run.output << "errors:\n" << run.errors;
+}
+
+ExplainRun runExplain(const std::vector<std::string>& arguments) {
+  std::vector<std::string> command = sim::commandOf("SIM_EXPLAIN", EXPLAIN_PROGRAM);
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  const support::TemporaryDirectory directory;
+  sim::writeFile(directory / "output", "");
+  sim::writeFile(directory / "errors", "");
+  const sim::ProcessEnd end = sim::runProcess(command, {}, directory / "output", directory / "errors");
+  return {end, sim::readFile(directory / "output"), sim::readFile(directory / "errors")};
+}
+
+ExplainRun refusal(const std::string& fault) {
+  return {sim::ProcessEnd::exited(2), "", "usb_rx_explain: " + fault + "\n"};
+}
