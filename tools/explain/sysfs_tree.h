@@ -15,7 +15,7 @@ class SysfsTree : public DeviceTree {
   [[nodiscard]] DeviceKind kindOf(std::uint32_t classes, const DeviceAttributes& device) const override;
 };
 
-/** The physical directories of the USB devices that are plugged in, hubs before what is behind them. */
+/** The physical directories of the USB devices that are plugged in, hubs before what is behind them. Throws opendir(PATH). */
 [[nodiscard]] std::vector<std::string> pluggedDevices();
 
 /** The physical directory that `path` leads to. Throws Error when there is none. */
