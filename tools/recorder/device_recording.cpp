@@ -23,18 +23,18 @@ std::string DeviceRecording::devpath() const {
 
 std::vector<std::string> DeviceRecording::nodes(const std::string& prefix) const {
   std::vector<std::string> found;
-  for (const TreeEntry& entry : tree) {
-    if (entry.kind == TreeEntry::Kind::directory && isNumbered(fs::path(entry.path).filename(), prefix) &&
-        owns(entry.path)) {
-      found.push_back("/sys/" + entry.path);
+  for (const TreeEntry& node : tree) {
+    if (node.kind == TreeEntry::Kind::directory && isNumbered(fs::path(node.path).filename(), prefix) &&
+        owns(node.path)) {
+      found.push_back("/sys/" + node.path);
     }
   }
   return found;
 }
 
 const TreeEntry* DeviceRecording::entry(const std::string& path) const {
-  const auto found =
-      std::find_if(tree.begin(), tree.end(), [&](const TreeEntry& entry) { return entry.path == path; });
+  const auto found = std::find_if(tree.begin(), tree.end(),
+                                  [&](const TreeEntry& candidate) { return candidate.path == path; });
   return found == tree.end() ? nullptr : &*found;
 }
 
