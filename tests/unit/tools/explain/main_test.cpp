@@ -6,38 +6,14 @@
 #include "sim/device_recording.h"
 #include "sim/files.h"
 #include "sim/process.h"
-#include "sim/program.h"
 #include "sim/sysfs.h"
 #include "support/named_case.h"
 #include "support/private_world.h"
+#include "unit/tools/explain/explain_run.h"
 
 namespace {
 
 using Words = std::vector<std::string>;
-
-struct Outcome {
-  sim::ProcessEnd end;
-  std::string output;
-  std::string errors;
-};
-
-Outcome explainedInto(const std::string& output, const Words& arguments,
-                      const sim::ProcessOptions& options = {}) {
-  constexpr const char* errors = "/sim/explain/errors";
-  Words command = sim::commandOf("SIM_EXPLAIN", EXPLAIN_PROGRAM);
-  command.insert(command.end(), arguments.begin(), arguments.end());
-  sim::writeFile(errors, "");
-  const sim::ProcessEnd end = sim::runProcess(command, options, output, errors);
-  return {end, "", sim::readFile(errors)};
-}
-
-Outcome explained(const Words& arguments, const sim::ProcessOptions& options = {}) {
-  constexpr const char* output = "/sim/explain/output";
-  sim::writeFile(output, "");
-  Outcome outcome = explainedInto(output, arguments, options);
-  outcome.output = sim::readFile(output);
-  return outcome;
-}
 
 std::string folder(const std::string& name) {
   return sim::recordingsFolder() + "/" + name;
@@ -61,7 +37,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Ended{{"Version"}, {"--version"}, 0}));
 
 TEST_P(MainStatus, SaysWhetherAllAreServed) {
-  EXPECT_EQ(explained(GetParam().arguments).end, sim::ProcessEnd::exited(GetParam().status));
+  EXPECT_EQ(runExplain(GetParam().arguments).end, sim::ProcessEnd::exited(GetParam().status));
 }
 
 class Main : public support::PrivateWorld {
@@ -71,82 +47,81 @@ class Main : public support::PrivateWorld {
 
 TEST_F(Main, DoesNotCountHubsThatNobodyNamed) {
   const std::string hub = sysfs_.add(sim::UsbDevice{.deviceClass = "09"});
-  EXPECT_EQ(explained({}).end, sim::ProcessEnd::exited(0));
-  EXPECT_EQ(explained({hub}).end, sim::ProcessEnd::exited(1));
+  EXPECT_EQ(runExplain({}).end, sim::ProcessEnd::exited(0));
+  EXPECT_EQ(runExplain({hub}).end, sim::ProcessEnd::exited(1));
 }
 
 TEST_F(Main, ExplainsWhatIsPluggedBelowATable) {
   sysfs_.add(sim::UsbDevice{});
-  const Outcome outcome = explained({});
+  const ExplainRun run = runExplain({});
   EXPECT_TRUE(
-      outcome.output.starts_with("Configuration: /vel/quor.conf is not there, so every key has its default\n"
-                                 "Link speed: high. Classes: none.\n"
-                                 "\n"
-                                 "Device          Speed Kind      Verdict    Name\n"
-                                 "1-1               480 generic   served     Synthetic Device\n"
-                                 "\n"
-                                 "Synthetic Device: high speed, 480 Mbit/s\n"))
-      << outcome.output;
-  EXPECT_EQ(outcome.errors, "");
+      run.output.starts_with("Configuration: /vel/quor.conf is not there, so every key has its default\n"
+                             "Link speed: high. Classes: none.\n"
+                             "\n"
+                             "Device          Speed Kind      Verdict    Name\n"
+                             "1-1               480 generic   served     Synthetic Device\n"
+                             "\n"
+                             "Synthetic Device: high speed, 480 Mbit/s\n"))
+      << run.output;
+  EXPECT_EQ(run.errors, "");
 }
 
 TEST_F(Main, PrintsNothingButJson) {
-  const Outcome outcome = explained({"--json", folder("audio")});
-  EXPECT_TRUE(outcome.output.starts_with("[\n{\"device\": ")) << outcome.output;
-  EXPECT_TRUE(outcome.output.ends_with("}\n]\n"));
-  EXPECT_EQ(outcome.errors, "usb_rx_explain: /vel/quor.conf is not there, so every key has its default\n");
+  const ExplainRun run = runExplain({"--json", folder("audio")});
+  EXPECT_TRUE(run.output.starts_with("[\n{\"device\": ")) << run.output;
+  EXPECT_TRUE(run.output.ends_with("}\n]\n"));
+  EXPECT_EQ(run.errors, "usb_rx_explain: /vel/quor.conf is not there, so every key has its default\n");
 }
 
 TEST_F(Main, GoesOnBehindADeviceThatCannotBeRead) {
-  const Outcome outcome = explained({"1-9", folder("audio")});
-  EXPECT_EQ(outcome.errors, "usb_rx_explain: 1-9: there is no such device, folder or file\n");
-  EXPECT_NE(outcome.output.find("QEMU USB Audio"), std::string::npos);
+  const ExplainRun run = runExplain({"1-9", folder("audio")});
+  EXPECT_EQ(run.errors, "usb_rx_explain: 1-9: there is no such device, folder or file\n");
+  EXPECT_NE(run.output.find("QEMU USB Audio"), std::string::npos);
 }
 
 TEST_F(Main, PrintsNoHeadingAboveNothing) {
-  EXPECT_EQ(explained({"1-9"}).output, "");
+  EXPECT_EQ(runExplain({"1-9"}).output, "");
 }
 
 TEST_F(Main, EndsWhereTheDaemonWouldNotStart) {
   sim::writeFile(configurationPath, "[usb]\ndebug = everything\n");
-  const Outcome outcome = explained({folder("audio")});
-  EXPECT_EQ(outcome.end, sim::ProcessEnd::exited(2));
-  EXPECT_EQ(outcome.errors,
+  const ExplainRun run = runExplain({folder("audio")});
+  EXPECT_EQ(run.end, sim::ProcessEnd::exited(2));
+  EXPECT_EQ(run.errors,
             "usb_rx_explain: the daemon does not start with this configuration: usb:debug = everything: "
             "\"everything\" is no word of it\n");
-  EXPECT_EQ(outcome.output, "");
+  EXPECT_EQ(run.output, "");
 }
 
 TEST_F(Main, BearsAStandardOutputThatNobodyReads) {
   sim::ProcessOptions options;
   options.standardOutput = sim::ProcessOptions::Output::brokenPipe;
-  EXPECT_EQ(explained({folder("mtp-hs")}, options).end, sim::ProcessEnd::exited(2));
-  EXPECT_EQ(explained({folder("mtp-hs")}, options).errors, "");
+  EXPECT_EQ(runExplain({folder("mtp-hs")}, options).end, sim::ProcessEnd::exited(2));
+  EXPECT_EQ(runExplain({folder("mtp-hs")}, options).errors, "");
 }
 
 TEST_F(Main, StillHasItsStatusForAStandardOutputThatIsClosed) {
   sim::ProcessOptions options;
   options.standardOutput = sim::ProcessOptions::Output::closed;
-  EXPECT_EQ(explained({folder("mtp-hs")}, options).end, sim::ProcessEnd::exited(0));
-  EXPECT_EQ(explained({folder("audio")}, options).end, sim::ProcessEnd::exited(1));
+  EXPECT_EQ(runExplain({folder("mtp-hs")}, options).end, sim::ProcessEnd::exited(0));
+  EXPECT_EQ(runExplain({folder("audio")}, options).end, sim::ProcessEnd::exited(1));
 }
 
 TEST_F(Main, ReportsAStandardOutputThatIsFull) {
-  const Outcome outcome = explainedInto("/dev/full", {folder("mtp-hs")});
-  EXPECT_EQ(outcome.end, sim::ProcessEnd::exited(2));
-  EXPECT_EQ(outcome.errors, "usb_rx_explain: standard output: No space left on device\n");
+  const ExplainRun run = runExplainInto("/dev/full", {folder("mtp-hs")});
+  EXPECT_EQ(run.end, sim::ProcessEnd::exited(2));
+  EXPECT_EQ(run.errors, "usb_rx_explain: standard output: No space left on device\n");
 }
 
 TEST_F(Main, PrintsItsVersion) {
-  EXPECT_EQ(explained({"--version"}).output, "usb_rx_explain " PROJECT_VERSION_TEXT "\n");
+  EXPECT_EQ(runExplain({"--version"}).output, "usb_rx_explain " PROJECT_VERSION_TEXT "\n");
 }
 
 TEST_F(Main, KeepsToItselfWhatTheDaemonWouldLog) {
   sim::writeFile(configurationPath, "[usb]\ndebug = ctrl,generic\n");
-  const Outcome outcome = explained({folder("mtp-hs")});
-  EXPECT_EQ(outcome.errors, "");
-  EXPECT_NE(outcome.output.find("usb_rx_generic --debug --stderr eth1 "), std::string::npos)
-      << outcome.output;
+  const ExplainRun run = runExplain({folder("mtp-hs")});
+  EXPECT_EQ(run.errors, "");
+  EXPECT_NE(run.output.find("usb_rx_generic --debug --stderr eth1 "), std::string::npos) << run.output;
 }
 
 }  // namespace
