@@ -4,8 +4,10 @@
 #include <map>
 #include <utility>
 
+#include "hotplug/usb_descriptors.h"
 #include "tools/explain/descriptor_listing.h"
 #include "tools/explain/usb_words.h"
+#include "tools/explain/worker_lines.h"
 #include "ulx/exceptions.h"
 
 namespace explain {
@@ -16,12 +18,11 @@ namespace {
 class DescribedDevice : public DeviceAttributes {
  public:
   DescribedDevice(std::string path, const std::string& descriptors) : DeviceAttributes(std::move(path)) {
-    const DescriptorListing listing = listDescriptors(descriptors);
     contents_["uevent"] = "DEVTYPE=usb_device\n";
     contents_["descriptors"] = descriptors;
-    contents_["speed"] = inferredSpeed(listing) + "\n";
-    if (listing.deviceClass) {
-      contents_["bDeviceClass"] = explain::hexadecimal(*listing.deviceClass) + "\n";
+    contents_["speed"] = inferredSpeed(listDescriptors(descriptors)) + "\n";
+    if (descriptors.size() > bDeviceClass) {
+      contents_["bDeviceClass"] = explain::hexadecimal(descriptorBytes(descriptors)[bDeviceClass]) + "\n";
     }
   }
 
@@ -50,8 +51,7 @@ std::unique_ptr<DeviceAttributes> BareDescriptors::attributes(const std::string&
   return std::make_unique<DescribedDevice>(path, descriptors_);
 }
 
-std::vector<std::string> BareDescriptors::nodes(const std::string& /*device*/,
-                                                const std::string& /*prefix*/) const {
+std::vector<std::string> BareDescriptors::nodes(const std::string& /*device*/) const {
   return {};
 }
 
@@ -60,7 +60,7 @@ DeviceKind BareDescriptors::kindOf(std::uint32_t classes, const DeviceAttributes
 }
 
 std::string BareDescriptors::workerPath(const std::string& /*path*/) const {
-  return "<device directory>";
+  return unknownDirectory;
 }
 
 }  // namespace explain

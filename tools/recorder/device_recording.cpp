@@ -2,12 +2,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <map>
-
-#include "tools/recorder/error.h"
-#include "tools/recorder/made_up_events.h"
-#include "tools/recorder/recording_text.h"
-#include "tools/recorder/short_recording.h"
 
 namespace recorder {
 
@@ -23,50 +17,24 @@ bool isNumbered(const std::string& name, const std::string& prefix) {
 
 }  // namespace
 
-DeviceRecording readRecording(const std::string& folder) {
-  const fs::path place = folder;
-  if (!fs::is_directory(place)) {
-    throw Error("there is no recorded device " + folder);
-  }
-  std::map<std::string, std::string> about = readAbout(place / "about.txt");
-  DeviceRecording recording;
-  recording.name = place.filename();
-  recording.description = about["description"];
-  recording.directory = about["device directory"];
-  recording.product = about["product"];
-  recording.speed = about["speed"];
-  recording.origin = about["origin"];
-  recording.tree = readTree(place / "tree.txt");
-  if (isShort(recording)) {
-    completeShort(recording);
-  }
-  recording.plugEvents = fs::exists(place / "plug.txt") || recording.directory.empty()
-                             ? readEvents(place / "plug.txt")
-                             : madeUpPlugEvents(recording);
-  if (fs::exists(place / "unplug.txt")) {
-    recording.unplugEvents = readEvents(place / "unplug.txt");
-  }
-  return recording;
-}
-
 std::string DeviceRecording::devpath() const {
   return directory.empty() ? "" : directory.substr(sizeof("/sys") - 1);
 }
 
 std::vector<std::string> DeviceRecording::nodes(const std::string& prefix) const {
   std::vector<std::string> found;
-  for (const TreeEntry& entry : tree) {
-    if (entry.kind == TreeEntry::Kind::directory && isNumbered(fs::path(entry.path).filename(), prefix) &&
-        owns(entry.path)) {
-      found.push_back("/sys/" + entry.path);
+  for (const TreeEntry& node : tree) {
+    if (node.kind == TreeEntry::Kind::directory && isNumbered(fs::path(node.path).filename(), prefix) &&
+        owns(node.path)) {
+      found.push_back("/sys/" + node.path);
     }
   }
   return found;
 }
 
 const TreeEntry* DeviceRecording::entry(const std::string& path) const {
-  const auto found =
-      std::find_if(tree.begin(), tree.end(), [&](const TreeEntry& entry) { return entry.path == path; });
+  const auto found = std::find_if(tree.begin(), tree.end(),
+                                  [&](const TreeEntry& candidate) { return candidate.path == path; });
   return found == tree.end() ? nullptr : &*found;
 }
 

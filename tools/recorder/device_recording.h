@@ -34,10 +34,4 @@ struct DeviceRecording {
   [[nodiscard]] bool owns(const std::string& path) const;
 };
 
-/**
- * Reads the recording in a folder. What a folder written by hand may leave out (see devices/README.md) is filled in.
- * Throws Error with the file and the line that cannot be read.
- */
-[[nodiscard]] DeviceRecording readRecording(const std::string& folder);
-
 }  // namespace recorder

@@ -154,7 +154,8 @@ void requireNewFolder(const std::string& folder) {
   if (fs::exists(fs::symlink_status(folder))) {
     throw Error("there is something of that name already: " + folder);
   }
-  const fs::path above = fs::absolute(folder).parent_path();
+  const fs::path place = fs::absolute(folder);
+  const fs::path above = (place.has_filename() ? place : place.parent_path()).parent_path();
   if (::access(above.c_str(), W_OK | X_OK) != 0) {
     throw systemError({"making ", folder}, errno);
   }

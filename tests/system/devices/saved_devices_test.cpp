@@ -11,6 +11,7 @@
 #include "support/temporary_directory.h"
 #include "system/support/hotplug.h"
 #include "tools/recorder/plugged_device.h"
+#include "tools/recorder/recording_input.h"
 #include "tools/recorder/recording_output.h"
 
 namespace {

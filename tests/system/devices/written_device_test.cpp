@@ -4,32 +4,17 @@
 #include <string>
 
 #include "sim/files.h"
+#include "support/readme_device.h"
 #include "support/temporary_directory.h"
 #include "system/support/hotplug.h"
+#include "tools/recorder/recording_input.h"
 
 namespace {
 
-using support::Lines;
-
-/** The indented lines that follow the first line with this text in devices/README.md. */
-std::string blockAfter(const std::string& text) {
-  const std::string readme = sim::readFile(sim::recordingsFolder() + "/README.md");
-  const std::string indent = "\n    ";
-  const std::size_t place = readme.find(text);
-  std::size_t begin = place == std::string::npos ? place : readme.find(indent, place);
-  std::string block;
-  while (begin != std::string::npos && readme.compare(begin, indent.size(), indent) == 0) {
-    const std::size_t end = readme.find('\n', begin + 1);
-    block += readme.substr(begin + indent.size(), end - begin - indent.size()) + "\n";
-    begin = end;
-  }
-  return block;
-}
-
 class WrittenDevice : public support::Hotplug {
  protected:
-  std::string about = blockAfter("`scanner/about.txt`");
-  std::string tree = blockAfter("`scanner/tree.txt`");
+  std::string about = support::readmeDevice().about;
+  std::string tree = support::readmeDevice().tree;
 
   [[nodiscard]] sim::DeviceRecording read() const {
     const support::TemporaryDirectory folder;

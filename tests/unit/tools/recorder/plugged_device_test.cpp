@@ -15,6 +15,7 @@
 #include "support/child.h"
 #include "support/held_attribute.h"
 #include "support/temporary_directory.h"
+#include "tools/recorder/recording_input.h"
 #include "tools/recorder/recording_output.h"
 #include "tools/recorder/recording_text.h"
 #include "unit/tools/recorder/thrown_text.h"
@@ -139,6 +140,8 @@ TEST_F(PluggedDevice, IsReadAgainAsItWasSaved) {
 
   EXPECT_EQ(loaded.tree, saved.tree);
   EXPECT_EQ(loaded.origin, saved.origin);
+  ASSERT_FALSE(saved.plugEvents.empty());
+  ASSERT_FALSE(saved.unplugEvents.empty());
   ASSERT_EQ(loaded.plugEvents.size(), saved.plugEvents.size());
   ASSERT_EQ(loaded.unplugEvents.size(), saved.unplugEvents.size());
   EXPECT_EQ(loaded.plugEvents.back().datagram, saved.plugEvents.back().datagram);
@@ -149,12 +152,14 @@ TEST_F(PluggedDevice, LeavesNoSerialNumberInItsFolder) {
   const std::string node = mouse.directory + "/1-5:1.0/hid/input/input7";
   unit.sysfs.writeAttribute(mouse.directory, "serial", "S3CR3T\n");
   unit.sysfs.writeAttribute(fs::path(mouse.directory).parent_path(), "serial", "S3CR3T\n");
-  unit.sysfs.writeAttribute(mouse.directory + "/1-5:1.0/hid", "uevent", "HID_UNIQ=S3CR3T\nMODALIAS=hid\n");
+  unit.sysfs.writeAttribute(mouse.directory + "/1-5:1.0/hid", "uevent",
+                            "HID_ID=0003\nHID_UNIQ=S3CR3T\nMODALIAS=hid\n");
   unit.sysfs.makeLink(mouse.directory + "/1-5:1.0/hid/subsystem", "../../../../../../../bus/hid");
-  unit.sysfs.writeAttribute(node, "uevent", "UNIQ=\"S3CR3T\"\nPROP=0\n");
+  unit.sysfs.writeAttribute(node, "uevent", "PROP=0\nUNIQ=\"S3CR3T\"\n");
   unit.sysfs.writeAttribute(node, "uniq", "S3CR3T\n");
   unit.sysfs.makeLink(node + "/subsystem", "../../../../../../../../../class/input");
-  unit.sysfs.writeAttribute(node + "/battery", "uevent", "POWER_SUPPLY_SERIAL_NUMBER=S3CR3T\n");
+  unit.sysfs.writeAttribute(node + "/battery", "uevent",
+                            "POWER_SUPPLY_ONLINE=1\nPOWER_SUPPLY_SERIAL_NUMBER=S3CR3T\n");
   unit.sysfs.makeLink(node + "/battery/subsystem", "../../../../../../../../../../class/power_supply");
   const std::string named = mouse.directory + "/1-5:1.0/hid/power_supply/hid-S3CR3T-battery";
   unit.sysfs.writeAttribute(named, "uevent", "POWER_SUPPLY_NAME=hid-S3CR3T-battery\n");

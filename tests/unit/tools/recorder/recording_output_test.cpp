@@ -139,6 +139,7 @@ TEST_F(RecordingOutput, LeavesNothingOfARecordingThatCannotBeWrittenWhole) {
 
 TEST_F(RecordingOutput, MayBeMadeWhereNothingIs) {
   EXPECT_NO_THROW(recorder::requireNewFolder(folder_));
+  EXPECT_NO_THROW(recorder::requireNewFolder(folder_ + "/"));
   EXPECT_FALSE(fs::exists(folder_));
 }
 

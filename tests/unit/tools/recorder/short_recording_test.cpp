@@ -9,6 +9,7 @@
 
 #include "sim/files.h"
 #include "support/temporary_directory.h"
+#include "tools/recorder/recording_input.h"
 #include "unit/tools/recorder/thrown_text.h"
 
 namespace {
