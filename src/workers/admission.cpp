@@ -65,47 +65,59 @@ Place findHighSpeed(const DeviceAttributes& device) {
   return device.isHighSpeed() ? Place(0) : Place();
 }
 
+// Each is on, or not, for a policy and the speed of the link.
+bool smartcardsAreSecured(const AdmissionPolicy& policy, const std::string& /*linkSpeed*/) {
+  return policy.smartcard;
+}
+bool onlyHidIsAllowed(const AdmissionPolicy& policy, const std::string& /*linkSpeed*/) {
+  return policy.hidOnly;
+}
+bool storageIsBlocked(const AdmissionPolicy& policy, const std::string& /*linkSpeed*/) {
+  return policy.blockMassStorage;
+}
+bool isochronousIsDisabled(const AdmissionPolicy& policy, const std::string& /*linkSpeed*/) {
+  return !policy.isochronousEnabled;
+}
+bool linkIsFullSpeed(const AdmissionPolicy& /*policy*/, const std::string& linkSpeed) {
+  return linkSpeed == fullSpeedLink;
+}
+
 constexpr std::array<AdmissionRule, 5> rules{{
     {.name = configuration_key::smartcard,
-     .isOn = [](const AdmissionPolicy& policy, const std::string& /*linkSpeed*/) { return policy.smartcard; },
+     .isOn = smartcardsAreSecured,
      .objection = findSmartcard,
-     // No blank, on purpose.
-     .message = [](const std::string& name) { return name + "local smartcard security"; },
+     .beforeName = "",
+     .afterName = "local smartcard security",  // no blank, on purpose
      .warning = nullptr},
     {.name = configuration_key::hidOnly,
-     .isOn = [](const AdmissionPolicy& policy, const std::string& /*linkSpeed*/) { return policy.hidOnly; },
+     .isOn = onlyHidIsAllowed,
      .objection = findOtherThanHid,
-     .message =
-         [](const std::string& name) { return name + " is not supported because it has non-HID endpoints"; },
+     .beforeName = "",
+     .afterName = " is not supported because it has non-HID endpoints",
      .warning = nullptr},
     {.name = configuration_key::blockMassStorage,
-     .isOn = [](const AdmissionPolicy& policy,
-                const std::string& /*linkSpeed*/) { return policy.blockMassStorage; },
+     .isOn = storageIsBlocked,
      .objection = findMassStorage,
-     .message =
-         [](const std::string& name) {
-           return name + " configuration blocked due to mass storage capability";
-         },
+     .beforeName = "",
+     .afterName = " configuration blocked due to mass storage capability",
      .warning = nullptr},
     {.name = configuration_key::isochronousEnabled,
-     .isOn = [](const AdmissionPolicy& policy,
-                const std::string& /*linkSpeed*/) { return !policy.isochronousEnabled; },
+     .isOn = isochronousIsDisabled,
      .objection = findIsochronous,
-     .message =
-         [](const std::string& name) {
-           return name + " is not supported because it has isochronous endpoints";
-         },
+     .beforeName = "",
+     .afterName = " is not supported because it has isochronous endpoints",
      .warning = &AdmissionPolicy::isochronousUserWarning},
     {.name = "speed",
-     .isOn = [](const AdmissionPolicy& /*policy*/,
-                const std::string& linkSpeed) { return linkSpeed == fullSpeedLink; },
+     .isOn = linkIsFullSpeed,
      .objection = findHighSpeed,
-     .message =
-         [](const std::string& name) {
-           return "High speed " + name + " is not supported on a full speed only port";
-         },
+     .beforeName = "High speed ",
+     .afterName = " is not supported on a full speed only port",
      .warning = nullptr},
 }};
+
+std::string messageOf(const AdmissionRule& rule, const std::string& deviceName) {
+  return rule.beforeName + deviceName + rule.afterName;
+}
 
 bool warns(const AdmissionRule& rule, const AdmissionPolicy& policy) {
   return rule.warning == nullptr || policy.*rule.warning;
@@ -134,7 +146,7 @@ Judgement judge(const AdmissionPolicy& policy, const std::string& linkSpeed, con
       continue;
     }
     if (warns(rule, policy)) {
-      return {.verdict = Verdict::refused, .message = rule.message(device.name()), .rule = &rule};
+      return {.verdict = Verdict::refused, .message = messageOf(rule, device.name()), .rule = &rule};
     }
     judgement = {.verdict = Verdict::refusedSilently, .message = {}, .rule = &rule};
   }

@@ -17,8 +17,9 @@ struct AdmissionRule {
   bool (*isOn)(const AdmissionPolicy& policy, const std::string& linkSpeed);
   /** What it objects to: where in the "descriptors" it begins, or 0 for the device as a whole. */
   std::optional<std::size_t> (*objection)(const DeviceAttributes& device);
-  /** What the user reads of it. */
-  std::string (*message)(const std::string& deviceName);
+  /** What the user reads before and after the device's name. */
+  const char* beforeName;
+  const char* afterName;
   /** The setting without which the user reads nothing, and later rules are asked all the same; or null. */
   bool AdmissionPolicy::*warning;
 };
