@@ -132,7 +132,7 @@ void takeOption(Request& request, const std::string& argument, Arguments& argume
   } else if (argument == "--version") {
     request.answer = Request::Answer::version;
   } else if (!takeValueOption(request, argument, arguments)) {
-    throw Error("unknown option: " + argument);
+    throw Error("unknown option: " + argument + " (see --help)");
   }
 }
 

@@ -17,7 +17,10 @@ struct ExplainRun {
 std::ostream& operator<<(std::ostream& out, const ExplainRun& run);
 
 /** Runs it with these arguments and waits for its end. */
-ExplainRun runExplain(const std::vector<std::string>& arguments);
+ExplainRun runExplain(const std::vector<std::string>& arguments, const sim::ProcessOptions& options = {});
+/** The same with standard output going to the file `output`, which exists. */
+ExplainRun runExplainInto(const std::string& output, const std::vector<std::string>& arguments,
+                          const sim::ProcessOptions& options = {});
 
 /** How it ends that is used wrongly, or cannot read what it is asked for. */
 ExplainRun refusal(const std::string& fault);
