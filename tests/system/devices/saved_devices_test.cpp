@@ -52,7 +52,7 @@ Lines decisionsIn(const Lines& messages) {
     if (blank != std::string::npos && text.substr(blank + 1).starts_with('/')) {
       path = text.substr(blank + 1);
     } else if (isDecision(text)) {
-      decisions.push_back(path + ": " + text);
+      decisions.emplace_back(path).append(": ").append(text);
     }
   }
   return decisions;
