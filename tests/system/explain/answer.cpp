@@ -1,6 +1,7 @@
 #include "system/explain/answer.h"
 
 #include <algorithm>
+#include <ostream>
 
 namespace support {
 
@@ -81,6 +82,16 @@ void compareDevices(Lines& lines, const Answer& daemon, const Answer& explained)
 }
 
 }  // namespace
+
+std::ostream& operator<<(std::ostream& out, const Answer& answer) {
+  out << answer.device << ": kind " << shown(answer.kind) << ", verdict " << shown(answer.verdict)
+      << ", rule " << shown(answer.rule) << ", display " << shown(answer.display) << ", worker "
+      << shown(answer.worker);
+  for (const NodeAnswer& node : answer.nodes) {
+    out << "; " << node.path << ": worker " << shown(node.worker) << ", display " << shown(node.display);
+  }
+  return out;
+}
 
 std::vector<std::string> differences(const std::vector<Answer>& daemon,
                                      const std::vector<Answer>& explained) {

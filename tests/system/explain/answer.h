@@ -1,5 +1,6 @@
 #pragma once
 
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <vector>
@@ -27,6 +28,8 @@ struct Answer {
 
   bool operator==(const Answer&) const = default;
 };
+
+std::ostream& operator<<(std::ostream& out, const Answer& answer);
 
 /**
  * A line for each device that only one side knows, and for each field in which the sides differ:

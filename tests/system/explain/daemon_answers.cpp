@@ -30,9 +30,9 @@ struct Handled {
   std::optional<std::string> shown;
 };
 
-constexpr std::array decisions = {debug::scsiGeneric, debug::hid,         debug::hub,     debug::keyboard,
-                                  debug::storage,     debug::unsupported, debug::generic, debug::undetermined,
-                                  debug::eventIgnored};
+constexpr std::array decisions = {debug::scsiGeneric, debug::hid,          debug::hub,
+                                  debug::keyboard,    debug::storage,      debug::unsupported,
+                                  debug::generic,     debug::undetermined, debug::eventIgnored};
 
 std::vector<Handled> handledIn(const Lines& messages) {
   const std::string tag = debug::tag;

@@ -1,11 +1,11 @@
 #include "system/explain/explanation.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <sys/resource.h>
 #include <sys/wait.h>
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 
 #include "sim/error.h"
 #include "sim/files.h"
@@ -84,12 +84,8 @@ ExplainRun runExplain(const std::vector<std::string>& arguments) {
 
 std::vector<std::string> argumentsFor(const Circumstances& circumstances) {
   const sim::LinkParameters link = linkOfUnit(circumstances.linkSpeed);
-  return {"--class=" + circumstances.classList,
-          "--speed",
-          link.speed,
-          "--intf=" + link.interface,
-          "--transmitter",
-          link.host + ":" + link.port};
+  return {"--class=" + circumstances.classList, "--speed",       link.speed,
+          "--intf=" + link.interface,           "--transmitter", link.host + ":" + link.port};
 }
 
 std::vector<Explanation> parseExplanations(const std::string& text) {
@@ -115,8 +111,8 @@ std::vector<Answer> explainedAnswers(const Circumstances& circumstances,
   arguments.insert(arguments.end(), devices.begin(), devices.end());
   const ExplainRun run = runExplain(arguments);
   const std::vector<Answer> answers = answersIn(parseExplanations(run.output));
-  const bool areServed = std::ranges::all_of(
-      answers, [](const Answer& answer) { return answer.verdict == "served"; });
+  const bool areServed =
+      std::ranges::all_of(answers, [](const Answer& answer) { return answer.verdict == "served"; });
   EXPECT_EQ(run.end, sim::ProcessEnd::exited(areServed ? 0 : 1));
   EXPECT_EQ(run.errors, "");
   return answers;

@@ -1,5 +1,6 @@
 #include "system/explain/recorded_devices.h"
 
+#include <algorithm>
 #include <filesystem>
 
 #include "sim/contract.h"
@@ -8,6 +9,17 @@
 namespace support {
 
 namespace fs = std::filesystem;
+
+namespace {
+
+template <class Recording>
+auto fileIn(Recording& recording, const std::string& path) {
+  return std::ranges::find_if(recording.tree, [&path](const sim::TreeEntry& entry) {
+    return entry.kind == sim::TreeEntry::Kind::file && "/sys/" + entry.path == path;
+  });
+}
+
+}  // namespace
 
 std::vector<std::string> devicesIn(const sim::DeviceRecording& recording) {
   std::vector<std::string> devices;
@@ -22,12 +34,32 @@ std::vector<std::string> devicesIn(const sim::DeviceRecording& recording) {
 }
 
 std::string shownNameOf(const sim::DeviceRecording& recording, const std::string& device) {
-  for (const sim::TreeEntry& entry : recording.tree) {
-    if (entry.kind == sim::TreeEntry::Kind::file && "/sys/" + entry.path == device + "/product") {
-      return entry.content.substr(0, entry.content.size() - (entry.content.ends_with('\n') ? 1 : 0));
-    }
+  const auto product = fileIn(recording, device + "/product");
+  if (product == recording.tree.end()) {
+    return contract::display::unnamedDevice;
   }
-  return contract::display::unnamedDevice;
+  const std::string& content = product->content;
+  return content.substr(0, content.size() - (content.ends_with('\n') ? 1 : 0));
+}
+
+std::string folderOf(const std::string& name) {
+  return sim::recordingsFolder() + "/" + name;
+}
+
+std::string testNameOf(const testing::TestParamInfo<std::string>& recording) {
+  std::string name = recording.param;
+  std::ranges::replace(name, '-', '_');
+  return name;
+}
+
+std::string descriptorsOf(const sim::DeviceRecording& recording, const std::string& device) {
+  return fileIn(recording, device + "/descriptors")->content;
+}
+
+sim::DeviceRecording withDescriptors(sim::DeviceRecording recording, const std::string& device,
+                                     const std::string& descriptors) {
+  fileIn(recording, device + "/descriptors")->content = descriptors;
+  return recording;
 }
 
 std::string writeFolder(const sim::DeviceRecording& recording, const std::string& parent) {
