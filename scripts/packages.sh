@@ -43,7 +43,7 @@ debian_mirror() {
 build_packages=(cmake g++ libboost-dev libiniparser-dev ninja-build)
 
 # What the tests need besides.
-test_packages=(libedit-dev libgmock-dev libgtest-dev)
+test_packages=(libedit-dev libgmock-dev libgtest-dev nlohmann-json3-dev)
 
 # build PRESET [TARGET...]: configures and builds, quietly while all is well.
 build() {
