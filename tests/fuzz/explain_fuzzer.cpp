@@ -1,18 +1,19 @@
-// usb_rx_explain as a whole, about one device of any bytes: what it says is what the daemon's own functions decide.
+// What usb_rx_explain says about one device of any bytes: it is what the daemon's own functions decide.
 //
 // Input: see explain_input.h.
+
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <nlohmann/json.hpp>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "ctrl/device_classes.h"
-#include "fuzz/captured_output.h"
 #include "fuzz/check.h"
 #include "fuzz/descriptors_input.h"
 #include "fuzz/explain_input.h"
@@ -22,11 +23,14 @@
 #include "hotplug/sysfs.h"
 #include "sim/files.h"
 #include "sim/namespaces.h"
+#include "tools/explain/circumstances.h"
+#include "tools/explain/device_source.h"
+#include "tools/explain/explanation.h"
+#include "tools/explain/json_output.h"
+#include "tools/explain/request.h"
+#include "tools/explain/text_output.h"
 #include "workers/admission.h"
 #include "workers/worker_arguments.h"
-
-/** `main` of usb_rx_explain: it is compiled under this name here. */
-int explainMain(int argc, char** argv);
 
 namespace {
 
@@ -91,12 +95,11 @@ void make(fuzz::MadeUpDevices& devices, const Case& c) {
   if (c.product) {
     write(devices, "product", *c.product);
   }
-  sim::writeFile(configuration,
-                 "[usb]\n" + line("hid_only", c.policy.hidOnly) +
-                     line("block_mass_storage", c.policy.blockMassStorage) +
-                     line("smartcard", c.policy.smartcard) +
-                     line("isochronous_enabled", c.policy.isochronousEnabled) +
-                     line("isochronous_user_warning", c.policy.isochronousUserWarning));
+  sim::writeFile(configuration, "[usb]\n" + line("hid_only", c.policy.hidOnly) +
+                                    line("block_mass_storage", c.policy.blockMassStorage) +
+                                    line("smartcard", c.policy.smartcard) +
+                                    line("isochronous_enabled", c.policy.isochronousEnabled) +
+                                    line("isochronous_user_warning", c.policy.isochronousUserWarning));
 }
 
 std::string classList(std::uint32_t classes) {
@@ -107,24 +110,26 @@ std::string classList(std::uint32_t classes) {
          (enablesClass(classes, keyboardClass) && enablesClass(classes, storageClass) ? ",scsi" : "");
 }
 
-struct Outcome {
-  int status;
-  std::string output;
+struct Output {
+  std::string json;
+  std::string text;
 };
 
-Outcome explain(const Case& c, const Arguments& more) {
-  Arguments arguments = {"usb_rx_explain", classList(c.classes), "--speed", c.isFullSpeedLink ? "full" : "high",
-                         "--transmitter",  "host:5000"};
-  arguments.insert(arguments.end(), more.begin(), more.end());
+/** Both forms of the answer, as the program makes them. */
+Output explain(const Case& c) {
+  Arguments arguments = {classList(c.classes), "--speed",   c.isFullSpeedLink ? "full" : "high",
+                         "--transmitter",      "host:5000", fuzz::usbDevice};
   std::vector<char*> argv;
-  argv.reserve(arguments.size() + 1);
-  for (std::string& argument : arguments) {
-    argv.push_back(argument.data());
+  std::ranges::transform(arguments, std::back_inserter(argv), [](std::string& each) { return each.data(); });
+  const explain::Request request = explain::parseRequest(argv);
+  const explain::Circumstances circumstances = explain::readCircumstances(request);
+  std::vector<explain::Explanation> explanations;
+  for (const explain::Device& device : explain::devicesNamed(request.devices.front())) {
+    explanations.push_back(explain::explainDevice(device, circumstances));
   }
-  argv.push_back(nullptr);
-  const fuzz::CapturedOutput output;
-  const int status = explainMain(static_cast<int>(argv.size()) - 1, argv.data());
-  return {.status = status, .output = output.text()};
+  return {.json = explain::jsonOf(explanations),
+          .text = explain::headingOf(circumstances) + explain::tableOf(explanations) +
+                  explain::textOf(explanations.at(0))};
 }
 
 /** What the daemon's own functions decide of the device. */
@@ -179,8 +184,11 @@ void checkDisplay(const json& object, const std::string& expected) {
 
 void checkServed(const json& object) {
   const TransmitterLink link{.interface = "eth1", .hostname = "host", .port = 5000};
-  const GenericOptions options{.program = "usb_rx_generic", .inkey = {}, .outkey = {},
-                               .socketPath = defaultSocketPath, .timeoutText = {}};
+  const GenericOptions options{.program = "usb_rx_generic",
+                               .inkey = {},
+                               .outkey = {},
+                               .socketPath = defaultSocketPath,
+                               .timeoutText = {}};
   check(object.at("verdict") == "served", "a generic device without an objection is served");
   check(object.at("worker") == json(genericArguments(WorkerLog::quiet, options, link, fuzz::usbDevice)),
         "the worker is started with the daemon's arguments");
@@ -202,7 +210,8 @@ void checkObject(const json& object, const Decision& decision) {
   check(object.at("device") == fuzz::usbDevice, "the device is named by its directory");
   check(object.at("kind") == kindWord(decision.kind), "the kind is the one that the daemon finds");
   if (decision.kind != DeviceKind::generic) {
-    check(object.at("verdict") == "no worker", "only a node has the worker of a keyboard or disk, and a hub has none");
+    check(object.at("verdict") == "no worker",
+          "only a node has the worker of a keyboard or disk, and a hub has none");
     check(object.at("worker").is_null() && object.at("display").is_null() && object.at("rule").is_null(),
           "where nothing is started nothing is shown, and the policy is not asked");
   } else if (decision.judgement.verdict == Verdict::admitted) {
@@ -218,6 +227,26 @@ json parsed(const std::string& output) {
   json objects = json::parse(output);
   check(objects.is_array() && objects.size() == 1, "it is an array of one object");
   return objects;
+}
+
+/** Where a plain reading of the bytes comes to an end: at a descriptor that is cut short, or that has no length. */
+std::size_t endOf(const std::string& descriptors) {
+  std::size_t at = 0;
+  while (at + 1 < descriptors.size()) {
+    const auto length = static_cast<unsigned char>(descriptors[at]);
+    if (length == 0 || at + length > descriptors.size()) {
+      return at;
+    }
+    at += length;
+  }
+  return at;
+}
+
+void checkEnd(const json& described, const std::string& descriptors) {
+  check(described.at("bytes") == descriptors.size(), "all bytes are counted");
+  check(described.at("end") == endOf(descriptors), "reading ends where a plain reading does");
+  check(described.at("damage").is_null() == (endOf(descriptors) == descriptors.size()),
+        "damage is what keeps a plain reading from the end");
 }
 
 void checkText(const Case& c, const std::string& text) {
@@ -245,14 +274,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const Case c = readCase({data, size});
   make(devices, c);
   const Decision decision = decide(c);
-  const Outcome forPrograms = explain(c, {"--json", fuzz::usbDevice});
-  const json objects = parsed(forPrograms.output);
+  const Output output = explain(c);
+  const json objects = parsed(output.json);
   checkObject(objects.at(0), decision);
-  check(forPrograms.status == (objects.at(0).at("verdict") == "served" ? 0 : 1),
-        "the exit status is that of the verdict");
-  const Outcome forPeople = explain(c, {fuzz::usbDevice});
-  check(forPeople.status == forPrograms.status, "people and programs are answered alike");
-  checkText(c, forPeople.output);
+  checkEnd(objects.at(0).at("descriptors"), c.descriptors);
+  checkText(c, output.text);
   check(fuzz::lowestFreeDescriptor() == descriptorBefore, "every descriptor is closed again");
   return 0;
 }
