@@ -31,21 +31,6 @@ UsbNode lookAtUsbNode(std::uint32_t classes, const DeviceAttributes& device) {
   return device.has("bDeviceClass") ? UsbNode::device : UsbNode::incomplete;
 }
 
-// The kernel may announce a device before its attributes are there. The wall clock may be set meanwhile.
-UsbNode waitForUsbNode(std::uint32_t classes, const DeviceAttributes& device) {
-  using Clock = std::chrono::steady_clock;
-  constexpr std::chrono::seconds patience(3);
-  constexpr double pause = 0.05;  // seconds
-  const Clock::time_point start = Clock::now();
-  while (true) {
-    const UsbNode node = lookAtUsbNode(classes, device);
-    if (node != UsbNode::incomplete || Clock::now() - start > patience) {
-      return node;
-    }
-    ulx::sleepSeconds(pause);
-  }
-}
-
 bool passes(bool (&test)(DescriptorBytes descriptors), const DeviceAttributes& device) {
   const std::string descriptors = device.content("descriptors");
   return test(descriptorBytes(descriptors));
@@ -66,7 +51,7 @@ DeviceKind classifyUsbDevice(std::uint32_t classes, const DeviceAttributes& devi
 }
 
 DeviceKind classifyUsbNode(std::uint32_t classes, const DeviceAttributes& device) {
-  switch (waitForUsbNode(classes, device)) {
+  switch (lookAtUsbNode(classes, device)) {
     case UsbNode::hid:
       return DeviceKind::hid;
     case UsbNode::device:
@@ -79,14 +64,40 @@ DeviceKind classifyUsbNode(std::uint32_t classes, const DeviceAttributes& device
   return DeviceKind::ignored;
 }
 
-}  // namespace
+// The kernel may announce a device before its attributes are there. The wall clock may be set meanwhile.
+DeviceKind waitForUsbNode(std::uint32_t classes, const DeviceAttributes& device) {
+  using Clock = std::chrono::steady_clock;
+  constexpr std::chrono::seconds patience(3);
+  constexpr double pause = 0.05;  // seconds
+  const Clock::time_point start = Clock::now();
+  while (true) {
+    const DeviceKind kind = classifyUsbNode(classes, device);
+    if (kind != DeviceKind::undetermined || Clock::now() - start > patience) {
+      return kind;
+    }
+    ulx::sleepSeconds(pause);
+  }
+}
 
-DeviceKind classify(std::uint32_t classes, const DeviceAttributes& device) {
+using UsbClassification = DeviceKind(std::uint32_t classes, const DeviceAttributes& device);
+
+DeviceKind classifyBySubsystem(std::uint32_t classes, const DeviceAttributes& device,
+                               UsbClassification& classifyUsb) {
   const std::string subsystem = device.subsystem();
   logDebug("subsystem is '", subsystem, "'");
   if (subsystem == "usb") {
-    return classifyUsbNode(classes, device);
+    return classifyUsb(classes, device);
   }
   return enablesClass(classes, storageClass) && subsystem == "scsi_generic" ? DeviceKind::scsiGeneric
                                                                             : DeviceKind::ignored;
+}
+
+}  // namespace
+
+DeviceKind classify(std::uint32_t classes, const DeviceAttributes& device) {
+  return classifyBySubsystem(classes, device, waitForUsbNode);
+}
+
+DeviceKind classifyAsItIs(std::uint32_t classes, const DeviceAttributes& device) {
+  return classifyBySubsystem(classes, device, classifyUsbNode);
 }

@@ -24,3 +24,6 @@ enum class DeviceKind {
  * Throws what cannot be read of it, and the exceptions of the descriptor tests.
  */
 DeviceKind classify(std::uint32_t classes, const DeviceAttributes& device);
+
+/** The same without waiting, for a device that does not change: `undetermined` where it is incomplete. */
+DeviceKind classifyAsItIs(std::uint32_t classes, const DeviceAttributes& device);

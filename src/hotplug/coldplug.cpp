@@ -29,19 +29,10 @@ void offerUsbDevices(RxCtrl& ctrl) {
   }
 }
 
-// Only here is a keyboard asked for the boot interface: one that has just been plugged in need not have it.
-bool isBootKeyboardNode(const std::string& entry) {
-  constexpr unsigned long bootInterface = 1;  // bInterfaceSubClass (HID 1.11, 4.2)
-  const std::string interface = entry + "/device";
-  return isHiddevPath(entry) &&
-         isKeyboardDescriptor(descriptorBytes(readBinaryAttribute(interface + "/..", "descriptors"))) &&
-         readHexAttribute(interface, "bInterfaceSubClass") == bootInterface;
-}
-
 void offerKeyboards(RxCtrl& ctrl) {
   logDebug("coldplugging keyboards");
   for (const std::string& entry : ulx::Directory(hidNodes)) {
-    if (isBootKeyboardNode(entry)) {
+    if (isBootKeyboardNode(SysfsDevice(entry))) {
       offer(ctrl, entry);
     }
   }
@@ -55,6 +46,14 @@ void offerStorage(RxCtrl& ctrl) {
 }
 
 }  // namespace
+
+// Only here is a keyboard asked for the boot interface: one that has just been plugged in need not have it.
+bool isBootKeyboardNode(const DeviceAttributes& node) {
+  constexpr unsigned long bootInterface = 1;  // bInterfaceSubClass (HID 1.11, 4.2)
+  return isHiddevPath(node.path()) &&
+         isKeyboardDescriptor(descriptorBytes(node.content("device/../descriptors"))) &&
+         node.hexadecimal("device/bInterfaceSubClass") == bootInterface;
+}
 
 void coldplug(RxCtrl& ctrl) {
   offerUsbDevices(ctrl);

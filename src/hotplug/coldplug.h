@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ctrl/rx_ctrl.h"
+#include "hotplug/device_attributes.h"
 
 /**
  * Handles the devices that were plugged in before the daemon listened, as if they had just been: every USB
@@ -10,3 +11,9 @@
  * whose USB device cannot be read, end coldplug with their exceptions.
  */
 void coldplug(RxCtrl& ctrl);
+
+/**
+ * Whether a node of the class "usb" is the HID node of a boot keyboard, which coldplug handles. Throws what cannot be
+ * read of it, and the exceptions of isKeyboardDescriptor.
+ */
+bool isBootKeyboardNode(const DeviceAttributes& node);

@@ -1,0 +1,66 @@
+#include "tools/explain/bare_descriptors.h"
+
+#include <cerrno>
+#include <map>
+#include <utility>
+
+#include "tools/explain/descriptor_listing.h"
+#include "tools/explain/usb_words.h"
+#include "ulx/exceptions.h"
+
+namespace explain {
+
+namespace {
+
+// What a kernel would show of it. There is no "product": that text is no part of the descriptors.
+class DescribedDevice : public DeviceAttributes {
+ public:
+  DescribedDevice(std::string path, const std::string& descriptors) : DeviceAttributes(std::move(path)) {
+    const DescriptorListing listing = listDescriptors(descriptors);
+    contents_["uevent"] = "DEVTYPE=usb_device\n";
+    contents_["descriptors"] = descriptors;
+    contents_["speed"] = inferredSpeed(listing) + "\n";
+    if (listing.deviceClass) {
+      contents_["bDeviceClass"] = explain::hexadecimal(*listing.deviceClass) + "\n";
+    }
+  }
+
+  [[nodiscard]] std::string subsystem() const override { return "usb"; }
+
+  [[nodiscard]] bool has(const std::string& name) const override { return contents_.contains(name); }
+
+  [[nodiscard]] std::string content(const std::string& name) const override {
+    const auto found = contents_.find(name);
+    if (found == contents_.end()) {
+      errno = ENOENT;
+      ulx::throwErrno({"open(\"", path(), "/", name, "\")"}, ENOENT);
+    }
+    return found->second;
+  }
+
+ private:
+  std::map<std::string, std::string> contents_;
+};
+
+}  // namespace
+
+BareDescriptors::BareDescriptors(std::string descriptors) : descriptors_(std::move(descriptors)) {}
+
+std::unique_ptr<DeviceAttributes> BareDescriptors::attributes(const std::string& path) const {
+  return std::make_unique<DescribedDevice>(path, descriptors_);
+}
+
+std::vector<std::string> BareDescriptors::nodes(const std::string& /*device*/,
+                                                const std::string& /*prefix*/) const {
+  return {};
+}
+
+DeviceKind BareDescriptors::kindOf(std::uint32_t classes, const DeviceAttributes& device) const {
+  return classifyAsItIs(classes, device);
+}
+
+std::string BareDescriptors::workerPath(const std::string& /*path*/) const {
+  return "<device directory>";
+}
+
+}  // namespace explain

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/explain/device_tree.h"
+
+namespace explain {
+
+/** A device of which only the content of its "descriptors" is known. */
+class BareDescriptors : public DeviceTree {
+ public:
+  explicit BareDescriptors(std::string descriptors);
+
+  [[nodiscard]] std::unique_ptr<DeviceAttributes> attributes(const std::string& path) const override;
+  [[nodiscard]] std::vector<std::string> nodes(const std::string& device,
+                                               const std::string& prefix) const override;
+  [[nodiscard]] DeviceKind kindOf(std::uint32_t classes, const DeviceAttributes& device) const override;
+  [[nodiscard]] std::string workerPath(const std::string& path) const override;
+  [[nodiscard]] bool showsNodes() const override { return false; }
+  [[nodiscard]] bool infersSpeed() const override { return true; }
+
+ private:
+  std::string descriptors_;
+};
+
+}  // namespace explain

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/explain/device_tree.h"
+
+namespace explain {
+
+/** The devices that an argument names, several for a recorded hub. Throws Error where there is none. */
+[[nodiscard]] std::vector<Device> devicesNamed(const std::string& argument);
+
+/** The devices that are plugged into this machine. Throws Error where they cannot be listed. */
+[[nodiscard]] std::vector<Device> devicesPlugged();
+
+}  // namespace explain

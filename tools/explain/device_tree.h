@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "hotplug/classification.h"
+#include "hotplug/device_attributes.h"
+
+namespace explain {
+
+/** Where devices and their nodes are found: this machine's sysfs, a recording of another's, or a single file. */
+class DeviceTree {
+ public:
+  DeviceTree() = default;
+  DeviceTree(const DeviceTree&) = delete;
+  DeviceTree& operator=(const DeviceTree&) = delete;
+  virtual ~DeviceTree() = default;
+
+  /** What is shown of the device or node whose physical directory this is. */
+  [[nodiscard]] virtual std::unique_ptr<DeviceAttributes> attributes(const std::string& path) const = 0;
+
+  /**
+   * The physical directories of a device's nodes that are named `prefix` and a number ("hiddev", "sg"), in order of
+   * their names. Nodes of other USB devices behind it are not its own.
+   */
+  [[nodiscard]] virtual std::vector<std::string> nodes(const std::string& device,
+                                                       const std::string& prefix) const = 0;
+
+  /** What the daemon takes a device or a node for; waits as the daemon does where something may still come. */
+  [[nodiscard]] virtual DeviceKind kindOf(std::uint32_t classes, const DeviceAttributes& device) const = 0;
+
+  /** How a worker is given the device: its path, or a word in its place where that is not known. */
+  [[nodiscard]] virtual std::string workerPath(const std::string& path) const { return path; }
+
+  /** Whether there could be nodes at all: bare descriptors show none. */
+  [[nodiscard]] virtual bool showsNodes() const { return true; }
+
+  /** Whether its "speed" is a conclusion from the descriptors. */
+  [[nodiscard]] virtual bool infersSpeed() const { return false; }
+};
+
+/** A device to explain. */
+struct Device {
+  std::shared_ptr<const DeviceTree> tree;
+  std::string path;    // its physical directory, or its file
+  std::string source;  // the argument that named it; empty where none did
+};
+
+/** Whether this is the text of the "uevent" file of a USB device. */
+[[nodiscard]] bool isUsbDeviceEvent(const std::string& uevent);
+
+/** Whether a directory of this name is a node: `prefix` and a number. */
+[[nodiscard]] bool isNodeName(const std::string& name, const std::string& prefix);
+
+/** Sorts paths so that numbers in them count as such: "sg9" before "sg10". */
+void sortByName(std::vector<std::string>& paths);
+
+}  // namespace explain

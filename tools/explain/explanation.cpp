@@ -1,0 +1,127 @@
+#include "tools/explain/explanation.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+
+#include "tools/explain/failure_text.h"
+#include "tools/explain/worker_lines.h"
+#include "workers/admission.h"
+#include "workers/launch.h"
+
+namespace explain {
+
+namespace {
+
+void describe(Explanation& explanation, const DeviceAttributes& device) {
+  explanation.name = device.name();
+  explanation.speed = device.textOr("speed", "");
+  try {
+    explanation.descriptors = listDescriptors(device.content("descriptors"));
+  } catch (...) {
+    explanation.descriptors.damage = failureText();
+  }
+}
+
+void classifyDevice(Explanation& explanation, const Device& device, const DeviceAttributes& attributes,
+                    const Circumstances& circumstances) {
+  try {
+    explanation.kind = device.tree->kindOf(circumstances.classes, attributes);
+  } catch (...) {
+    explanation.reason = "the daemon cannot find out what it is, and ignores it: " + failureText();
+  }
+  if (explanation.kind == DeviceKind::undetermined || explanation.kind == DeviceKind::ignored) {
+    explanation.kind.reset();
+    explanation.reason = "sysfs does not show what it is: there is no \"uevent\" or no \"bDeviceClass\"";
+  }
+}
+
+void serveGeneric(Explanation& explanation, const Device& device, const Circumstances& circumstances) {
+  explanation.outcome = Outcome::served;
+  explanation.worker = genericWorker(circumstances, device.tree->workerPath(device.path));
+  explanation.display = attachedMessage(explanation.name);
+}
+
+void refuse(Explanation& explanation, const Judgement& judgement) {
+  explanation.outcome = Outcome::refused;
+  explanation.rule = judgement.rule->name;
+  explanation.reason = "it is refused";
+  if (judgement.verdict == Verdict::refused) {
+    explanation.display = judgement.message;
+  }
+}
+
+// Only a generic device is put to the policy.
+void judgeDevice(Explanation& explanation, const Device& device, const DeviceAttributes& attributes,
+                 const Circumstances& circumstances) {
+  try {
+    const Judgement judgement = judge(circumstances.policy, circumstances.linkSpeed, attributes);
+    explanation.rules = answerRules(circumstances, attributes, explanation.descriptors, judgement);
+    if (judgement.verdict == Verdict::admitted) {
+      serveGeneric(explanation, device, circumstances);
+    } else {
+      refuse(explanation, judgement);
+    }
+  } catch (...) {
+    explanation.reason = "the daemon cannot ask the policy, and ignores it: " + failureText();
+  }
+}
+
+bool isNamed(const NodeAnswer& node, const std::string& prefix) {
+  return isNodeName(std::filesystem::path(node.path).filename(), prefix);
+}
+
+std::string whyLeftToNode(const Device& device, const std::vector<NodeAnswer>& nodes,
+                          const std::string& prefix) {
+  const std::string left = "left to its " + prefix + " node, ";
+  if (!device.tree->showsNodes()) {
+    return left + "which descriptors do not show";
+  }
+  const auto node = std::ranges::find_if(nodes, [&](const NodeAnswer& one) { return isNamed(one, prefix); });
+  return node == nodes.end() ? left + "which is not there: see usb_rx_ctrl(8)"
+                             : left + "which is not taken: " + node->reason;
+}
+
+// The device itself has no worker; the first of its nodes that has one speaks for it.
+void leaveToNodes(Explanation& explanation, const Device& device, const std::string& prefix) {
+  const auto served = std::ranges::find_if(
+      explanation.nodes, [&](const NodeAnswer& node) { return isNamed(node, prefix) && node.isServed(); });
+  if (served == explanation.nodes.end()) {
+    explanation.reason = whyLeftToNode(device, explanation.nodes, prefix);
+    return;
+  }
+  explanation.outcome = Outcome::served;
+  explanation.worker = served->worker;
+  explanation.display = served->display;
+}
+
+void decide(Explanation& explanation, const Device& device, const DeviceAttributes& attributes,
+            const Circumstances& circumstances) {
+  if (explanation.kind == DeviceKind::hub) {
+    explanation.reason = "hubs need none";
+  } else if (explanation.kind == DeviceKind::keyboard) {
+    leaveToNodes(explanation, device, hidNodes);
+  } else if (explanation.kind == DeviceKind::storage) {
+    leaveToNodes(explanation, device, scsiNodes);
+  } else if (explanation.kind == DeviceKind::generic) {
+    judgeDevice(explanation, device, attributes, circumstances);
+  }
+}
+
+}  // namespace
+
+Explanation explainDevice(const Device& device, const Circumstances& circumstances) {
+  const std::unique_ptr<DeviceAttributes> attributes = device.tree->attributes(device.path);
+  Explanation explanation;
+  explanation.path = device.path;
+  explanation.source = device.source;
+  explanation.isSpeedInferred = device.tree->infersSpeed();
+  describe(explanation, *attributes);
+  classifyDevice(explanation, device, *attributes, circumstances);
+  explanation.kinds = answerKinds(circumstances.classes, *attributes, explanation.kind);
+  explanation.nodes = answerNodes(device, circumstances);
+  decide(explanation, device, *attributes, circumstances);
+  return explanation;
+}
+
+}  // namespace explain

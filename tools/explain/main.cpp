@@ -1,0 +1,156 @@
+// Says what the daemon does with a USB device, and why.
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/explain/circumstances.h"
+#include "tools/explain/device_source.h"
+#include "tools/explain/error.h"
+#include "tools/explain/explanation.h"
+#include "tools/explain/failure_text.h"
+#include "tools/explain/json_output.h"
+#include "tools/explain/request.h"
+#include "tools/explain/text_output.h"
+#include "tools/version.h"
+
+namespace {
+
+using explain::Device;
+using explain::Explanation;
+using explain::Request;
+
+enum ExitStatus : int { allServed = 0, notAllServed = 1, wrongUsageOrUnreadable = 2 };
+
+bool writeAll(int fd, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = write(fd, text.data(), text.size());
+    if (written == -1 && errno != EINTR) {
+      return false;
+    }
+    text.remove_prefix(written == -1 ? 0 : static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+void report(const std::string& fault) {
+  writeAll(STDERR_FILENO, "usb_rx_explain: " + fault + "\n");
+}
+
+// A reader that has gone, as of "| head", needs no message.
+int answer(const std::string& text, int status) {
+  if (writeAll(STDOUT_FILENO, text)) {
+    return status;
+  }
+  if (errno != EPIPE) {
+    report(std::string("standard output: ") + std::strerror(errno));
+  }
+  return wrongUsageOrUnreadable;
+}
+
+// What could not be read is reported, and the rest explained.
+struct Answers {
+  std::vector<Explanation> explanations;
+  bool isComplete = true;
+
+  void add(const Device& device, const explain::Circumstances& circumstances) {
+    try {
+      explanations.push_back(explain::explainDevice(device, circumstances));
+    } catch (...) {
+      reportUnread(device.path + ": " + explain::failureText());
+    }
+  }
+
+  void reportUnread(const std::string& fault) {
+    report(fault);
+    isComplete = false;
+  }
+};
+
+Answers explainNamed(const Request& request, const explain::Circumstances& circumstances) {
+  Answers answers;
+  for (const std::string& argument : request.devices) {
+    try {
+      for (const Device& device : explain::devicesNamed(argument)) {
+        answers.add(device, circumstances);
+      }
+    } catch (const explain::Error& error) {
+      answers.reportUnread(error.what());
+    }
+  }
+  return answers;
+}
+
+Answers explainPlugged(const explain::Circumstances& circumstances) {
+  Answers answers;
+  for (const Device& device : explain::devicesPlugged()) {
+    answers.add(device, circumstances);
+  }
+  return answers;
+}
+
+// Every machine has hubs; they count only for somebody who asks for one.
+int statusOf(const Answers& answers, const Request& request) {
+  if (!answers.isComplete) {
+    return wrongUsageOrUnreadable;
+  }
+  const bool hubsCount = !request.devices.empty();
+  const bool allAreServed = std::ranges::all_of(answers.explanations, [&](const Explanation& explanation) {
+    return explanation.outcome == explain::Outcome::served ||
+           (explanation.kind == DeviceKind::hub && !hubsCount);
+  });
+  return allAreServed ? allServed : notAllServed;
+}
+
+std::string textOf(const Answers& answers, const Request& request,
+                   const explain::Circumstances& circumstances) {
+  if (request.json) {
+    return explain::jsonOf(answers.explanations);
+  }
+  std::string text = explain::headingOf(circumstances);
+  if (request.devices.empty()) {
+    text += "\n" + explain::tableOf(answers.explanations);
+  }
+  for (const Explanation& explanation : answers.explanations) {
+    text += "\n" + explain::textOf(explanation);
+  }
+  return text;
+}
+
+int explainDevices(const Request& request) {
+  const explain::Circumstances circumstances = explain::readCircumstances(request);
+  const Answers answers =
+      request.devices.empty() ? explainPlugged(circumstances) : explainNamed(request, circumstances);
+  return answer(textOf(answers, request, circumstances), statusOf(answers, request));
+}
+
+int run(std::span<char* const> arguments) {
+  const Request request = explain::parseRequest(arguments);
+  switch (request.answer) {
+    case Request::Answer::help:
+      return answer(explain::usage, allServed);
+    case Request::Answer::version:
+      return answer("usb_rx_explain " + std::string(programVersion) + "\n", allServed);
+    case Request::Answer::explanations:
+      break;
+  }
+  return explainDevices(request);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::signal(SIGPIPE, SIG_IGN);
+  try {
+    return run(std::span<char* const>(argv, static_cast<std::size_t>(argc)).subspan(argc > 0 ? 1 : 0));
+  } catch (...) {
+    report(explain::failureText());
+    return wrongUsageOrUnreadable;
+  }
+}

@@ -1,0 +1,79 @@
+#include "tools/explain/node_answers.h"
+
+#include <memory>
+
+#include "ctrl/device_classes.h"
+#include "hotplug/coldplug.h"
+#include "tools/explain/failure_text.h"
+#include "tools/explain/worker_lines.h"
+#include "workers/launch.h"
+
+namespace explain {
+
+namespace {
+
+std::string whyIgnored(const DeviceAttributes& node) {
+  const std::string subsystem = node.subsystem();
+  if (subsystem != "usb") {
+    return "this kernel puts it into the class \"" + subsystem +
+           "\", and the daemon looks into \"usb\" only: see usb_rx_ctrl(8)";
+  }
+  return "this kernel shows an \"uevent\" file for it, by which the daemon takes it for an interface: see "
+         "usb_rx_ctrl(8)";
+}
+
+std::string keyboardAtStart(const DeviceAttributes& node) {
+  try {
+    return isBootKeyboardNode(node)
+               ? ""
+               : "there when the daemon starts, it is left alone: only boot keyboards are looked for then";
+  } catch (...) {
+    return "there when the daemon starts, it ends the daemon: " + failureText();
+  }
+}
+
+// As the launchers of the daemon do.
+void serve(NodeAnswer& answer, DeviceKind kind, const DeviceTree& tree, const DeviceAttributes& node,
+           const Circumstances& circumstances) {
+  if (kind == DeviceKind::hid) {
+    answer.worker = keyboardWorker(circumstances, node);
+    answer.display = attachedMessage(tree.attributes(node.path() + "/device/..")->name());
+    answer.atStart = keyboardAtStart(node);
+  } else if (kind == DeviceKind::scsiGeneric) {
+    answer.worker = scsiWorker(circumstances, node.path());
+    answer.display = attachedMessage(diskName(*tree.attributes(node.path() + "/device")));
+  } else {
+    answer.reason = whyIgnored(node);
+  }
+}
+
+NodeAnswer answerNode(const DeviceTree& tree, const std::string& path, const Circumstances& circumstances) {
+  NodeAnswer answer{.path = path, .reason = {}, .atStart = {}, .display = {}, .worker = {}};
+  try {
+    const std::unique_ptr<DeviceAttributes> node = tree.attributes(path);
+    serve(answer, tree.kindOf(circumstances.classes, *node), tree, *node, circumstances);
+  } catch (...) {
+    answer.reason = "the daemon ignores it: " + failureText();
+  }
+  return answer;
+}
+
+}  // namespace
+
+std::vector<NodeAnswer> answerNodes(const Device& device, const Circumstances& circumstances) {
+  std::vector<NodeAnswer> answers;
+  const auto add = [&](const char* prefix) {
+    for (const std::string& path : device.tree->nodes(device.path, prefix)) {
+      answers.push_back(answerNode(*device.tree, path, circumstances));
+    }
+  };
+  if (enablesClass(circumstances.classes, keyboardClass)) {
+    add(hidNodes);
+  }
+  if (enablesClass(circumstances.classes, storageClass)) {
+    add(scsiNodes);
+  }
+  return answers;
+}
+
+}  // namespace explain

@@ -1,0 +1,46 @@
+#include "tools/explain/outcome_words.h"
+
+#include "hotplug/usb_descriptors.h"
+
+namespace explain {
+
+const char* outcomeWord(Outcome outcome) {
+  switch (outcome) {
+    case Outcome::served:
+      return "served";
+    case Outcome::refused:
+      return "refused";
+    case Outcome::noWorker:
+      break;
+  }
+  return "no worker";
+}
+
+const char* verdictWord(RuleAnswer::Verdict verdict) {
+  switch (verdict) {
+    case RuleAnswer::Verdict::passed:
+      return "passed";
+    case RuleAnswer::Verdict::refused:
+      return "refused";
+    case RuleAnswer::Verdict::refusedSilently:
+      return "refused silently";
+    case RuleAnswer::Verdict::notAsked:
+      break;
+  }
+  return "not asked";
+}
+
+std::string damageWords(const DescriptorListing& descriptors) {
+  std::string words;
+  if (descriptors.firstType && descriptors.firstType != deviceDescriptorType) {
+    words = "the first one is no device descriptor (bDescriptorType " +
+            std::to_string(*descriptors.firstType) + ")";
+  }
+  if (!descriptors.damage.empty()) {
+    words += (words.empty() ? "" : "; ") + std::string("they end at byte ") +
+             std::to_string(descriptors.end) + ": " + descriptors.damage;
+  }
+  return words;
+}
+
+}  // namespace explain

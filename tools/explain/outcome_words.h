@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+#include "tools/explain/explanation.h"
+
+namespace explain {
+
+/** "served", "refused", "no worker". */
+[[nodiscard]] const char* outcomeWord(Outcome outcome);
+
+/** "passed", "refused", "refused silently", "not asked". */
+[[nodiscard]] const char* verdictWord(RuleAnswer::Verdict verdict);
+
+/** Where the descriptors end and why, in words; empty where they are whole. */
+[[nodiscard]] std::string damageWords(const DescriptorListing& descriptors);
+
+}  // namespace explain

@@ -1,0 +1,109 @@
+#include "tools/explain/readable_text.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "ulx/format.h"
+
+namespace explain {
+
+namespace {
+
+constexpr char32_t replacement = 0xFFFD;
+constexpr char32_t firstPrintable = 0x20;
+constexpr char32_t firstHighControl = 0x7F;  // U+007F to U+009F
+constexpr char32_t lastHighControl = 0x9F;
+
+struct Character {
+  char32_t code;
+  std::size_t length;  // in bytes
+};
+
+// A sequence of UTF-8 (RFC 3629, 3): what its first byte says.
+struct Lead {
+  std::size_t length;
+  char32_t bits;
+  char32_t smallest;  // a smaller code would have a shorter sequence
+};
+
+Lead leadOf(std::uint8_t byte) {
+  if (byte < 0x80) {
+    return {.length = 1, .bits = byte, .smallest = 0};
+  }
+  if (byte >= 0xC0 && byte < 0xE0) {
+    return {.length = 2, .bits = byte & 0x1FU, .smallest = 0x80};
+  }
+  if (byte >= 0xE0 && byte < 0xF0) {
+    return {.length = 3, .bits = byte & 0x0FU, .smallest = 0x800};
+  }
+  if (byte >= 0xF0 && byte < 0xF8) {
+    return {.length = 4, .bits = byte & 0x07U, .smallest = 0x10000};
+  }
+  return {.length = 0, .bits = 0, .smallest = 0};
+}
+
+bool isScalar(char32_t code) {
+  constexpr char32_t last = 0x10FFFF;
+  constexpr char32_t firstSurrogate = 0xD800;
+  constexpr char32_t lastSurrogate = 0xDFFF;
+  return code <= last && (code < firstSurrogate || code > lastSurrogate);
+}
+
+// The character that `text` begins with; the replacement for a byte that begins none.
+Character firstOf(std::string_view text) {
+  constexpr Character invalid{.code = replacement, .length = 1};
+  const Lead lead = leadOf(static_cast<std::uint8_t>(text.front()));
+  if (lead.length == 0 || lead.length > text.size()) {
+    return invalid;
+  }
+  char32_t code = lead.bits;
+  for (const char next : text.substr(1, lead.length - 1)) {
+    const auto byte = static_cast<std::uint8_t>(next);
+    if ((byte & 0xC0U) != 0x80) {
+      return invalid;
+    }
+    code = (code << 6U) | (byte & 0x3FU);
+  }
+  return code >= lead.smallest && isScalar(code) ? Character{.code = code, .length = lead.length} : invalid;
+}
+
+bool isControl(char32_t code) {
+  return code < firstPrintable || (code >= firstHighControl && code <= lastHighControl);
+}
+
+// `escape` writes a control character, and gets what else is to be escaped.
+template <class Escape>
+std::string convert(std::string_view text, Escape escape) {
+  std::string converted;
+  while (!text.empty()) {
+    const Character character = firstOf(text);
+    const bool isReplaced = character.code == replacement;
+    const std::string_view bytes = isReplaced ? "\xEF\xBF\xBD" : text.substr(0, character.length);
+    converted += escape(character.code, std::string(bytes));
+    text.remove_prefix(character.length);
+  }
+  return converted;
+}
+
+}  // namespace
+
+std::string readable(const std::string& text) {
+  return convert(text, [](char32_t code, const std::string& bytes) {
+    return isControl(code) ? ulx::formatString("\\x%02x", static_cast<unsigned>(code)) : bytes;
+  });
+}
+
+std::string jsonString(const std::string& text) {
+  return '"' +
+         convert(text,
+                 [](char32_t code, const std::string& bytes) {
+                   if (code == U'"' || code == U'\\') {
+                     return "\\" + bytes;
+                   }
+                   return isControl(code) ? ulx::formatString("\\u%04x", static_cast<unsigned>(code)) : bytes;
+                 }) +
+         '"';
+}
+
+}  // namespace explain

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace explain {
+
+/** Where the workers are to connect to. */
+struct Transmitter {
+  std::string hostname;
+  std::uint16_t port = 0;
+};
+
+/** What the command line asks for. */
+struct Request {
+  enum class Answer { explanations, help, version };
+
+  Answer answer = Answer::explanations;
+  std::string configuration;
+  std::optional<std::string> classList;
+  std::string linkSpeed = "high";
+  std::string interface;
+  std::optional<Transmitter> transmitter;
+  bool json = false;
+  std::vector<std::string> devices;  // none: those that are plugged in
+};
+
+extern const char* const usage;
+
+/** `arguments`: those after the program's name. Throws Error for what is not understood. */
+[[nodiscard]] Request parseRequest(std::span<char* const> arguments);
+
+}  // namespace explain

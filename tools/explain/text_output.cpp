@@ -1,0 +1,230 @@
+#include "tools/explain/text_output.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <filesystem>
+
+#include "ctrl/device_classes.h"
+#include "tools/explain/outcome_words.h"
+#include "tools/explain/readable_text.h"
+#include "tools/explain/usb_words.h"
+#include "tools/explain/worker_lines.h"
+#include "ulx/format.h"
+
+namespace explain {
+
+namespace {
+
+constexpr std::size_t columns = 80;
+
+// A paragraph in lines of at most 80 columns where its words allow that; all but the first are indented more.
+std::string paragraph(std::size_t indent, const std::string& text) {
+  constexpr std::size_t further = 4;
+  std::string lines;
+  std::string line(indent, ' ');
+  std::string_view rest = text;
+  bool isFirstWord = true;
+  while (!rest.empty()) {
+    const std::string_view word = rest.substr(0, rest.find(' '));
+    rest.remove_prefix(std::min(word.size() + 1, rest.size()));
+    if (!isFirstWord && line.size() + 1 + word.size() > columns) {
+      lines += line + "\n";
+      line = std::string(indent + further, ' ');
+      isFirstWord = true;
+    }
+    line += (isFirstWord ? "" : " ") + std::string(word);
+    isFirstWord = false;
+  }
+  return lines + line + "\n";
+}
+
+std::string quoted(const std::string& text) {
+  return '"' + readable(text) + '"';
+}
+
+std::string countOf(std::size_t number, const std::string& noun) {
+  return std::to_string(number) + " " + noun + (number == 1 ? "" : "s");
+}
+
+std::string speedOf(const Explanation& explanation) {
+  const std::string words = readable(speedWords(explanation.speed));
+  return explanation.isSpeedInferred ? words + " or less, by its endpoints" : words;
+}
+
+std::string idsOf(const DescriptorListing& descriptors) {
+  if (!descriptors.vendor || !descriptors.product) {
+    return "????:????";
+  }
+  return hexadecimal(*descriptors.vendor) + ":" + hexadecimal(*descriptors.product);
+}
+
+bool isIsochronous(const Endpoint& endpoint) {
+  return transferWords(endpoint) == "isochronous";
+}
+
+std::string interfaceLine(const Interface& interface) {
+  std::string line = interfaceWords(interface) + ": " + interfaceClassWords(interface);
+  for (const Endpoint& endpoint : interface.endpoints) {
+    line += isIsochronous(endpoint) ? ", " + endpointWords(endpoint) : "";
+  }
+  return line;
+}
+
+std::string descriptionOf(const Explanation& explanation) {
+  const DescriptorListing& descriptors = explanation.descriptors;
+  std::string text = readable(explanation.name) + ": " + speedOf(explanation) + "\n";
+  text += "  " + readable(explanation.path) + "\n";
+  text += "  " + idsOf(descriptors) + ", " + countOf(descriptors.configurations, "configuration") + "\n";
+  for (const Interface& interface : descriptors.interfaces) {
+    text += paragraph(4, interfaceLine(interface));
+  }
+  const std::string damage = damageWords(descriptors);
+  return damage.empty() ? text : text + paragraph(2, "Descriptors: " + damage);
+}
+
+std::string kindLine(const KindAnswer& answer) {
+  const std::string noun = answer.kind == "storage" ? "storage" : "a " + answer.kind;
+  const bool isTaken = answer.isAsked && answer.fits;
+  std::string line = (isTaken ? "" : "not ") + noun + ": ";
+  if (!answer.isAsked) {
+    line += "not asked; ";
+    line += answer.fits ? "it would fit, since " : "it would not fit, since ";
+  }
+  return line + answer.reason;
+}
+
+std::string kindsOf(const Explanation& explanation) {
+  const std::string word = kindWord(explanation.kind);
+  std::string text = "  Kind: " + (word.empty() ? "not found out" : word) + "\n";
+  for (const KindAnswer& answer : explanation.kinds) {
+    text += paragraph(4, readable(kindLine(answer)));
+  }
+  return text;
+}
+
+std::string ruleLine(const RuleAnswer& answer) {
+  const std::string line = answer.name + ": " + (answer.isOn ? "on" : "off") + " (" + answer.reason + ")";
+  switch (answer.verdict) {
+    case RuleAnswer::Verdict::passed:
+      return line + ": nothing found, passed";
+    case RuleAnswer::Verdict::refused:
+      return line + ": " + answer.found + ": refused";
+    case RuleAnswer::Verdict::refusedSilently:
+      return line + ": " + answer.found + ": refused, without a line on the display";
+    case RuleAnswer::Verdict::notAsked:
+      break;
+  }
+  return answer.isOn ? line + ": not asked, since it is refused already" : line;
+}
+
+std::string rulesOf(const Explanation& explanation) {
+  if (explanation.kind == DeviceKind::keyboard || explanation.kind == DeviceKind::storage) {
+    return paragraph(2, "Rules: the policy does not concern it, since its class has a worker of its own");
+  }
+  if (explanation.rules.empty()) {
+    return "  Rules: not asked\n";
+  }
+  std::string text = "  Rules:\n";
+  for (const RuleAnswer& answer : explanation.rules) {
+    text += paragraph(4, readable(ruleLine(answer)));
+  }
+  return text;
+}
+
+// The exact line, however long.
+std::string workerLine(const WorkerArguments& worker) {
+  return readable(shellLine(worker));
+}
+
+std::string nodeText(const NodeAnswer& answer) {
+  std::string text = "  Node " + readable(std::filesystem::path(answer.path).filename()) + ": " +
+                     readable(answer.path) + "\n";
+  if (!answer.isServed()) {
+    return text + paragraph(4, "Worker: none: " + readable(answer.reason));
+  }
+  text += "    Display: " + quoted(answer.display) + "\n    Worker: " + workerLine(answer.worker) + "\n";
+  return answer.atStart.empty() ? text : text + paragraph(4, "But " + readable(answer.atStart));
+}
+
+std::string nodesOf(const Explanation& explanation) {
+  std::string text;
+  for (const NodeAnswer& answer : explanation.nodes) {
+    text += nodeText(answer);
+  }
+  return text;
+}
+
+std::string displayOf(const Explanation& explanation) {
+  if (!explanation.display) {
+    return "nothing";
+  }
+  const bool isAnnounced = explanation.kind == DeviceKind::generic && explanation.outcome == Outcome::served;
+  return quoted(*explanation.display) +
+         (isAnnounced ? "\n    (once link parameters have come by the control socket)" : "");
+}
+
+std::string verdictOf(const Explanation& explanation) {
+  const std::string by = explanation.rule.empty() ? "" : " by " + explanation.rule;
+  std::string text = "  Verdict: " + std::string(outcomeWord(explanation.outcome)) + by + "\n";
+  text += "  Display: " + displayOf(explanation) + "\n";
+  return text + (explanation.worker.empty() ? paragraph(2, "Worker: none: " + readable(explanation.reason))
+                                            : "  Worker: " + workerLine(explanation.worker) + "\n");
+}
+
+std::string classesOf(const Circumstances& circumstances) {
+  std::string words;
+  for (const ClassWord& known : classWords) {
+    const bool isBit = known.classes == keyboardClass || known.classes == storageClass;
+    if (isBit && enablesClass(circumstances.classes, known.classes)) {
+      words += (words.empty() ? "" : ", ") + std::string(known.word);
+    }
+  }
+  return words.empty() ? "none" : words;
+}
+
+// In at most `width` columns, of which a character of several bytes takes one.
+std::string cut(const std::string& text, std::size_t width) {
+  std::size_t taken = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool beginsCharacter = (static_cast<unsigned char>(text[i]) & 0xC0U) != 0x80;
+    if (beginsCharacter && taken++ == width) {
+      return text.substr(0, i);
+    }
+  }
+  return text;
+}
+
+std::string tableLine(const std::string& device, const std::string& speed, const std::string& kind,
+                      const std::string& verdict, const std::string& name) {
+  constexpr std::size_t nameWidth = 80 - 43;
+  return ulx::formatString("%-15s %5s %-9s %-10s ", device.c_str(), speed.c_str(), kind.c_str(),
+                           verdict.c_str()) +
+         cut(name, nameWidth) + "\n";
+}
+
+}  // namespace
+
+std::string headingOf(const Circumstances& circumstances) {
+  const std::string missing = circumstances.isConfigured ? "" : " is not there, so every key has its default";
+  return "Configuration: " + readable(circumstances.configuration) + missing + "\n" +
+         "Link speed: " + readable(circumstances.linkSpeed) + ". Classes: " + classesOf(circumstances) +
+         ".\n";
+}
+
+std::string tableOf(const std::vector<Explanation>& explanations) {
+  std::string text = tableLine("Device", "Speed", "Kind", "Verdict", "Name");
+  for (const Explanation& explanation : explanations) {
+    const std::string kind = kindWord(explanation.kind);
+    text +=
+        tableLine(readable(std::filesystem::path(explanation.path).filename()), readable(explanation.speed),
+                  kind.empty() ? "?" : kind, outcomeWord(explanation.outcome), readable(explanation.name));
+  }
+  return text;
+}
+
+std::string textOf(const Explanation& explanation) {
+  return descriptionOf(explanation) + kindsOf(explanation) + rulesOf(explanation) + nodesOf(explanation) +
+         verdictOf(explanation);
+}
+
+}  // namespace explain
