@@ -6,6 +6,7 @@
 
 #include "tools/explain/descriptor_listing.h"
 #include "tools/explain/usb_words.h"
+#include "tools/explain/worker_lines.h"
 #include "ulx/exceptions.h"
 
 namespace explain {
@@ -60,7 +61,7 @@ DeviceKind BareDescriptors::kindOf(std::uint32_t classes, const DeviceAttributes
 }
 
 std::string BareDescriptors::workerPath(const std::string& /*path*/) const {
-  return "<device directory>";
+  return unknownDirectory;
 }
 
 }  // namespace explain

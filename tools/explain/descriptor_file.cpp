@@ -128,8 +128,14 @@ std::string readDescriptorFile(const std::string& path) {
   if (content.empty()) {
     throw Error(path + ": it is empty");
   }
-  const bool isText = std::ranges::all_of(content, isTextByte);
-  return isText ? bytesOfDump(content) : content;
+  if (!std::ranges::all_of(content, isTextByte)) {
+    return content;
+  }
+  try {
+    return bytesOfDump(content);
+  } catch (const Error& error) {
+    throw Error(path + ": " + error.what());
+  }
 }
 
 }  // namespace explain

@@ -30,9 +30,13 @@ void classifyDevice(Explanation& explanation, const Device& device, const Device
   } catch (...) {
     explanation.reason = "the daemon cannot find out what it is, and ignores it: " + failureText();
   }
-  if (explanation.kind == DeviceKind::undetermined || explanation.kind == DeviceKind::ignored) {
+  if (explanation.kind == DeviceKind::undetermined) {
     explanation.kind.reset();
-    explanation.reason = "sysfs does not show what it is: there is no \"uevent\" or no \"bDeviceClass\"";
+    explanation.reason =
+        "the daemon gives it up after 3 seconds: \"uevent\" or \"bDeviceClass\" is not there";
+  } else if (explanation.kind == DeviceKind::ignored) {
+    explanation.kind.reset();
+    explanation.reason = "the daemon ignores it: \"subsystem\" and \"uevent\" do not make it a USB device";
   }
 }
 
@@ -77,9 +81,9 @@ std::string whyLeftToNode(const Device& device, const std::vector<NodeAnswer>& n
   if (!device.tree->showsNodes()) {
     return left + "which descriptors do not show";
   }
-  const auto node = std::ranges::find_if(nodes, [&](const NodeAnswer& one) { return isNamed(one, prefix); });
-  return node == nodes.end() ? left + "which is not there: see usb_rx_ctrl(8)"
-                             : left + "which is not taken: " + node->reason;
+  const bool isThere =
+      std::ranges::any_of(nodes, [&](const NodeAnswer& node) { return isNamed(node, prefix); });
+  return left + (isThere ? "which has no worker either" : "which is not there: see usb_rx_ctrl(8)");
 }
 
 // The device itself has no worker; the first of its nodes that has one speaks for it.

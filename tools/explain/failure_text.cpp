@@ -3,6 +3,7 @@
 #include <exception>
 
 #include "ulx/exceptions.h"
+#include "ulx/file_descriptor.h"
 
 namespace explain {
 
@@ -20,6 +21,8 @@ std::string withoutLineEnd(std::string text) {
 std::string failureText() {
   try {
     throw;
+  } catch (const ulx::FileDescriptor::EndOfFile&) {
+    return "EOF, fewer bytes than a device descriptor has";
   } catch (const ulx::Exception& failure) {
     return withoutLineEnd(failure.text());
   } catch (const std::exception& failure) {

@@ -88,7 +88,8 @@ std::string descriptorsJson(const DescriptorListing& descriptors) {
 
 std::string kindJson(const KindAnswer& answer) {
   return object({{"kind", jsonString(answer.kind)},
-                 {"asked", boolean(answer.isAsked)},
+                 {"asked", boolean(answer.isAsked())},
+                 {"why_not_asked", stringOrNull(answer.whyNotAsked)},
                  {"fits", boolean(answer.fits)},
                  {"reason", jsonString(answer.reason)}});
 }

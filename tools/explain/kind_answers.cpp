@@ -1,5 +1,6 @@
 #include "tools/explain/kind_answers.h"
 
+#include <algorithm>
 #include <cstddef>
 
 #include "ctrl/device_classes.h"
@@ -84,8 +85,8 @@ constexpr ServedKind keyboards{"keyboard", keyboardClass, isKeyboardDescriptor, 
 constexpr ServedKind disks{"storage", storageClass, isStorageDescriptor, whyStorage};
 
 KindAnswer answerHub(const DeviceAttributes& device, std::optional<DeviceKind> kind) {
-  KindAnswer answer{.kind = "hub", .isAsked = device.has("bDeviceClass"), .fits = false, .reason = {}};
-  if (!answer.isAsked) {
+  KindAnswer answer{.kind = "hub", .whyNotAsked = {}, .fits = false, .reason = {}};
+  if (!device.has("bDeviceClass")) {
     answer.reason = "its device class is not known";
     return answer;
   }
@@ -95,13 +96,25 @@ KindAnswer answerHub(const DeviceAttributes& device, std::optional<DeviceKind> k
   return answer;
 }
 
-// A device of an earlier kind is not asked. One of a class that is not enabled is not either.
-KindAnswer answerServed(const ServedKind& served, bool isDecided, std::uint32_t classes,
+// The word that enables a class, and no other.
+std::string classOption(std::uint32_t deviceClass) {
+  const auto* known = std::ranges::find(classWords, deviceClass, &ClassWord::classes);
+  return known == classWords.end() ? "--class" : "--class=" + std::string(known->word);
+}
+
+// `decided`: the earlier kind that the device is of, or empty.
+std::string whyNotAsked(const ServedKind& served, const std::string& decided, std::uint32_t classes) {
+  if (!decided.empty()) {
+    return "it is " + decided + " already";
+  }
+  return enablesClass(classes, served.deviceClass) ? ""
+                                                   : "not asked without " + classOption(served.deviceClass);
+}
+
+KindAnswer answerServed(const ServedKind& served, const std::string& decided, std::uint32_t classes,
                         const DeviceAttributes& device) {
-  KindAnswer answer{.kind = served.kind,
-                    .isAsked = !isDecided && enablesClass(classes, served.deviceClass),
-                    .fits = false,
-                    .reason = {}};
+  KindAnswer answer{
+      .kind = served.kind, .whyNotAsked = whyNotAsked(served, decided, classes), .fits = false, .reason = {}};
   try {
     const std::string descriptors = device.content("descriptors");
     answer.fits = served.test(descriptorBytes(descriptors));
@@ -139,10 +152,10 @@ std::string kindWord(std::optional<DeviceKind> kind) {
 
 std::vector<KindAnswer> answerKinds(std::uint32_t classes, const DeviceAttributes& device,
                                     std::optional<DeviceKind> kind) {
-  const bool isHub = kind == DeviceKind::hub;
-  const bool isKeyboard = kind == DeviceKind::keyboard;
-  return {answerHub(device, kind), answerServed(keyboards, isHub, classes, device),
-          answerServed(disks, isHub || isKeyboard, classes, device)};
+  const std::string hub = kind == DeviceKind::hub ? "a hub" : "";
+  const std::string hubOrKeyboard = kind == DeviceKind::keyboard ? "a keyboard" : hub;
+  return {answerHub(device, kind), answerServed(keyboards, hub, classes, device),
+          answerServed(disks, hubOrKeyboard, classes, device)};
 }
 
 }  // namespace explain

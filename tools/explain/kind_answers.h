@@ -12,10 +12,12 @@ namespace explain {
 
 /** Whether a device is of one of the kinds that the daemon asks for before the policy. */
 struct KindAnswer {
-  std::string kind;      // "hub", "keyboard", "storage"
-  bool isAsked = false;  // not where an earlier one fits, nor for a class that is not enabled
-  bool fits = false;     // also where it is not asked: what the answer would be
+  std::string kind;         // "hub", "keyboard", "storage"
+  std::string whyNotAsked;  // empty where it is asked
+  bool fits = false;        // also where it is not asked: what the answer would be
   std::string reason;
+
+  [[nodiscard]] bool isAsked() const { return whyNotAsked.empty(); }
 };
 
 /** The word for a device that is of this kind for the daemon; empty where it has not found out. */

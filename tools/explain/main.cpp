@@ -113,6 +113,9 @@ std::string textOf(const Answers& answers, const Request& request,
   if (request.json) {
     return explain::jsonOf(answers.explanations);
   }
+  if (answers.explanations.empty() && !answers.isComplete) {
+    return {};  // the reports on standard error say all
+  }
   std::string text = explain::headingOf(circumstances);
   if (request.devices.empty()) {
     text += "\n" + explain::tableOf(answers.explanations);
@@ -125,6 +128,9 @@ std::string textOf(const Answers& answers, const Request& request,
 
 int explainDevices(const Request& request) {
   const explain::Circumstances circumstances = explain::readCircumstances(request);
+  if (request.json && !circumstances.isConfigured) {
+    report(circumstances.configuration + " is not there, so every key has its default");
+  }
   const Answers answers =
       request.devices.empty() ? explainPlugged(circumstances) : explainNamed(request, circumstances);
   return answer(textOf(answers, request, circumstances), statusOf(answers, request));

@@ -38,7 +38,8 @@ std::string damageWords(const DescriptorListing& descriptors) {
   }
   if (!descriptors.damage.empty()) {
     words += (words.empty() ? "" : "; ") + std::string("they end at byte ") +
-             std::to_string(descriptors.end) + ": " + descriptors.damage;
+             std::to_string(descriptors.end) + " of " + std::to_string(descriptors.bytes) + ": " +
+             descriptors.damage;
   }
   return words;
 }

@@ -11,18 +11,19 @@ namespace {
 
 using Verdict = RuleAnswer::Verdict;
 
-std::string settingWords(const Setting& setting) {
+// `key`: how the setting's key is called here.
+std::string settingWords(const Setting& setting, const std::string& key) {
   if (!setting.text) {
-    return setting.key + " is not set: default";
+    return "default: " + key + " is not set";
   }
-  const std::string words = setting.key + " = " + *setting.text;
-  return setting.isReadable ? words : words + " is neither yes nor no: default";
+  const std::string words = key + " is set to \"" + *setting.text + "\"";
+  return setting.isReadable ? words : "default: " + words + ", neither yes nor no";
 }
 
 // A rule is named after its key, or is the one of the link's speed.
 std::string reasonOf(const AdmissionRule& rule, const Circumstances& circumstances) {
   const bool hasKey = std::string_view(rule.name).find(':') != std::string_view::npos;
-  return hasKey ? settingWords(readSetting(rule.name))
+  return hasKey ? settingWords(readSetting(rule.name), "the key")
                 : "the speed of the link is \"" + circumstances.linkSpeed + "\"";
 }
 
@@ -74,7 +75,8 @@ std::vector<RuleAnswer> answerRules(const Circumstances& circumstances, const De
     isDecided = isDecided || (judgement.verdict == ::Verdict::refused && judgement.rule == &rule);
     if (answer.verdict == Verdict::refused && !isDecided) {
       answer.verdict = Verdict::refusedSilently;
-      answer.reason += "; " + settingWords(readSetting(configuration_key::isochronousUserWarning));
+      const Setting warning = readSetting(configuration_key::isochronousUserWarning);
+      answer.reason += "; " + settingWords(warning, warning.key);
     }
     answers.push_back(answer);
   }

@@ -48,7 +48,7 @@ std::string countOf(std::size_t number, const std::string& noun) {
 
 std::string speedOf(const Explanation& explanation) {
   const std::string words = readable(speedWords(explanation.speed));
-  return explanation.isSpeedInferred ? words + " or less, by its endpoints" : words;
+  return explanation.isSpeedInferred ? words + " (inferred from its endpoints)" : words;
 }
 
 std::string idsOf(const DescriptorListing& descriptors) {
@@ -79,18 +79,17 @@ std::string descriptionOf(const Explanation& explanation) {
     text += paragraph(4, interfaceLine(interface));
   }
   const std::string damage = damageWords(descriptors);
-  return damage.empty() ? text : text + paragraph(2, "Descriptors: " + damage);
+  return damage.empty() ? text : text + paragraph(2, "Descriptors: damaged: " + damage);
 }
 
 std::string kindLine(const KindAnswer& answer) {
   const std::string noun = answer.kind == "storage" ? "storage" : "a " + answer.kind;
-  const bool isTaken = answer.isAsked && answer.fits;
-  std::string line = (isTaken ? "" : "not ") + noun + ": ";
-  if (!answer.isAsked) {
-    line += "not asked; ";
-    line += answer.fits ? "it would fit, since " : "it would not fit, since ";
+  const bool isTaken = answer.isAsked() && answer.fits;
+  const std::string line = (isTaken ? "" : "not ") + noun + ": ";
+  if (answer.isAsked()) {
+    return line + answer.reason;
   }
-  return line + answer.reason;
+  return line + answer.whyNotAsked + (answer.fits ? "; else it would be: " : "; nor is it: ") + answer.reason;
 }
 
 std::string kindsOf(const Explanation& explanation) {
@@ -103,7 +102,8 @@ std::string kindsOf(const Explanation& explanation) {
 }
 
 std::string ruleLine(const RuleAnswer& answer) {
-  const std::string line = answer.name + ": " + (answer.isOn ? "on" : "off") + " (" + answer.reason + ")";
+  const std::string line =
+      answer.name + ": rule " + (answer.isOn ? "on" : "off") + " (" + answer.reason + ")";
   switch (answer.verdict) {
     case RuleAnswer::Verdict::passed:
       return line + ": nothing found, passed";
@@ -122,7 +122,7 @@ std::string rulesOf(const Explanation& explanation) {
     return paragraph(2, "Rules: the policy does not concern it, since its class has a worker of its own");
   }
   if (explanation.rules.empty()) {
-    return "  Rules: not asked\n";
+    return "  Rules: not asked\n";  // for a hub, and for what the daemon ignores
   }
   std::string text = "  Rules:\n";
   for (const RuleAnswer& answer : explanation.rules) {

@@ -1,6 +1,8 @@
 #include "tools/explain/worker_lines.h"
 
 #include <algorithm>
+#include <array>
+#include <string_view>
 
 #include "ctrl/link.h"
 #include "ctrl/settings.h"
@@ -32,8 +34,11 @@ WorkerArguments withUnknownPort(const Circumstances& circumstances, WorkerArgume
   return arguments;
 }
 
+// What nobody types as it is.
 bool isPlaceholder(const std::string& argument) {
-  return argument.starts_with('<') && argument.find_first_of(" '\"\\\n") == std::string::npos;
+  constexpr std::array<std::string_view, 5> placeholders{unknownHostname, "<port>", "<port>+1", "<port>+2",
+                                                         unknownDirectory};
+  return std::ranges::find(placeholders, argument) != placeholders.end();
 }
 
 bool needsQuotes(const std::string& argument) {

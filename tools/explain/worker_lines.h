@@ -13,6 +13,9 @@
 
 namespace explain {
 
+/** In the place of a directory that is not known. */
+inline constexpr const char* unknownDirectory = "<device directory>";
+
 [[nodiscard]] WorkerArguments genericWorker(const Circumstances& circumstances,
                                             const std::string& devicePath);
 /** `node`: a HID node with a "dev" attribute; throws when that cannot be read. */
