@@ -51,8 +51,7 @@ std::unique_ptr<DeviceAttributes> BareDescriptors::attributes(const std::string&
   return std::make_unique<DescribedDevice>(path, descriptors_);
 }
 
-std::vector<std::string> BareDescriptors::nodes(const std::string& /*device*/,
-                                                const std::string& /*prefix*/) const {
+std::vector<std::string> BareDescriptors::nodes(const std::string& /*device*/) const {
   return {};
 }
 

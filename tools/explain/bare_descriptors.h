@@ -13,8 +13,7 @@ class BareDescriptors : public DeviceTree {
   explicit BareDescriptors(std::string descriptors);
 
   [[nodiscard]] std::unique_ptr<DeviceAttributes> attributes(const std::string& path) const override;
-  [[nodiscard]] std::vector<std::string> nodes(const std::string& device,
-                                               const std::string& prefix) const override;
+  [[nodiscard]] std::vector<std::string> nodes(const std::string& device) const override;
   [[nodiscard]] DeviceKind kindOf(std::uint32_t classes, const DeviceAttributes& device) const override;
   [[nodiscard]] std::string workerPath(const std::string& path) const override;
   [[nodiscard]] bool showsNodes() const override { return false; }

@@ -115,8 +115,12 @@ std::vector<Device> devicesNamed(const std::string& argument) {
 std::vector<Device> devicesPlugged() {
   const auto tree = std::make_shared<SysfsTree>();
   std::vector<Device> devices;
-  for (const std::string& path : pluggedDevices()) {
-    devices.push_back({.tree = tree, .path = path, .source = {}});
+  try {
+    for (const std::string& path : pluggedDevices()) {
+      devices.push_back({.tree = tree, .path = path, .source = {}});
+    }
+  } catch (const ulx::Exception&) {
+    throw Error("no USB devices can be listed here: " + failureText());
   }
   return devices;
 }

@@ -22,11 +22,10 @@ class DeviceTree {
   [[nodiscard]] virtual std::unique_ptr<DeviceAttributes> attributes(const std::string& path) const = 0;
 
   /**
-   * The physical directories of a device's nodes that are named `prefix` and a number ("hiddev", "sg"), in order of
-   * their names. Nodes of other USB devices behind it are not its own.
+   * The physical directories of a device's HID and SCSI generic nodes ("hiddev0", "sg0"), in order of their names.
+   * Nodes of other USB devices behind it are not its own.
    */
-  [[nodiscard]] virtual std::vector<std::string> nodes(const std::string& device,
-                                                       const std::string& prefix) const = 0;
+  [[nodiscard]] virtual std::vector<std::string> nodes(const std::string& device) const = 0;
 
   /** What the daemon takes a device or a node for; waits as the daemon does where something may still come. */
   [[nodiscard]] virtual DeviceKind kindOf(std::uint32_t classes, const DeviceAttributes& device) const = 0;
@@ -51,8 +50,10 @@ struct Device {
 /** Whether this is the text of the "uevent" file of a USB device. */
 [[nodiscard]] bool isUsbDeviceEvent(const std::string& uevent);
 
-/** Whether a directory of this name is a node: `prefix` and a number. */
-[[nodiscard]] bool isNodeName(const std::string& name, const std::string& prefix);
+/** Whether a directory is named like a HID node, "hiddev" and a number. */
+[[nodiscard]] bool isHidNode(const std::string& path);
+/** Whether a directory is named like a SCSI generic node, "sg" and a number. */
+[[nodiscard]] bool isScsiNode(const std::string& path);
 
 /** Sorts paths so that numbers in them count as such: "sg9" before "sg10". */
 void sortByName(std::vector<std::string>& paths);

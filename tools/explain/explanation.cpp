@@ -1,7 +1,6 @@
 #include "tools/explain/explanation.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <memory>
 
 #include "tools/explain/failure_text.h"
@@ -71,27 +70,30 @@ void judgeDevice(Explanation& explanation, const Device& device, const DeviceAtt
   }
 }
 
-bool isNamed(const NodeAnswer& node, const std::string& prefix) {
-  return isNodeName(std::filesystem::path(node.path).filename(), prefix);
-}
+// A kind of devices that is left to its nodes.
+struct NodeKind {
+  const char* name;
+  bool (*isOne)(const std::string& path);
+};
+constexpr NodeKind hidNodes{"hiddev", isHidNode};
+constexpr NodeKind scsiNodes{"SCSI generic", isScsiNode};
 
-std::string whyLeftToNode(const Device& device, const std::vector<NodeAnswer>& nodes,
-                          const std::string& prefix) {
-  const std::string left = "left to its " + prefix + " node, ";
+std::string whyLeftToNode(const Device& device, const std::vector<NodeAnswer>& nodes, const NodeKind& kind) {
+  const std::string left = "left to its " + std::string(kind.name) + " node, ";
   if (!device.tree->showsNodes()) {
     return left + "which descriptors do not show";
   }
-  const bool isThere =
-      std::ranges::any_of(nodes, [&](const NodeAnswer& node) { return isNamed(node, prefix); });
+  const bool isThere = std::ranges::any_of(nodes, kind.isOne, &NodeAnswer::path);
   return left + (isThere ? "which has no worker either" : "which is not there: see usb_rx_ctrl(8)");
 }
 
 // The device itself has no worker; the first of its nodes that has one speaks for it.
-void leaveToNodes(Explanation& explanation, const Device& device, const std::string& prefix) {
-  const auto served = std::ranges::find_if(
-      explanation.nodes, [&](const NodeAnswer& node) { return isNamed(node, prefix) && node.isServed(); });
+void leaveToNodes(Explanation& explanation, const Device& device, const NodeKind& kind) {
+  const auto served = std::ranges::find_if(explanation.nodes, [&kind](const NodeAnswer& node) {
+    return kind.isOne(node.path) && node.isServed();
+  });
   if (served == explanation.nodes.end()) {
-    explanation.reason = whyLeftToNode(device, explanation.nodes, prefix);
+    explanation.reason = whyLeftToNode(device, explanation.nodes, kind);
     return;
   }
   explanation.outcome = Outcome::served;

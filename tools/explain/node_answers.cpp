@@ -61,17 +61,16 @@ NodeAnswer answerNode(const DeviceTree& tree, const std::string& path, const Cir
 }  // namespace
 
 std::vector<NodeAnswer> answerNodes(const Device& device, const Circumstances& circumstances) {
+  const bool hasKeyboards = enablesClass(circumstances.classes, keyboardClass);
+  const bool hasStorage = enablesClass(circumstances.classes, storageClass);
   std::vector<NodeAnswer> answers;
-  const auto add = [&](const char* prefix) {
-    for (const std::string& path : device.tree->nodes(device.path, prefix)) {
+  if (!hasKeyboards && !hasStorage) {
+    return answers;
+  }
+  for (const std::string& path : device.tree->nodes(device.path)) {
+    if ((hasKeyboards && isHidNode(path)) || (hasStorage && isScsiNode(path))) {
       answers.push_back(answerNode(*device.tree, path, circumstances));
     }
-  };
-  if (enablesClass(circumstances.classes, keyboardClass)) {
-    add(hidNodes);
-  }
-  if (enablesClass(circumstances.classes, storageClass)) {
-    add(scsiNodes);
   }
   return answers;
 }

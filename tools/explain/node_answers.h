@@ -20,10 +20,6 @@ struct NodeAnswer {
   [[nodiscard]] bool isServed() const { return reason.empty(); }
 };
 
-/** What the nodes of served classes are called: a prefix of their names. */
-inline constexpr const char* hidNodes = "hiddev";
-inline constexpr const char* scsiNodes = "sg";
-
 /** The device's nodes of the classes that are enabled, in order of their names. */
 [[nodiscard]] std::vector<NodeAnswer> answerNodes(const Device& device, const Circumstances& circumstances);
 

@@ -71,11 +71,10 @@ std::unique_ptr<DeviceAttributes> RecordedTree::attributes(const std::string& pa
   return std::make_unique<RecordedDevice>(*this, path);
 }
 
-std::vector<std::string> RecordedTree::nodes(const std::string& device, const std::string& prefix) const {
+std::vector<std::string> RecordedTree::nodes(const std::string& device) const {
   std::vector<std::string> found;
   for (const auto& [path, entry] : entries_) {
-    const bool isNode =
-        entry.kind == TreeEntry::Kind::directory && isNodeName(fs::path(path).filename(), prefix);
+    const bool isNode = entry.kind == TreeEntry::Kind::directory && (isHidNode(path) || isScsiNode(path));
     if (isNode && isBelow(path, device) && deviceOf(path) == device) {
       found.push_back(path);
     }

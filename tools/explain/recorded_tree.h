@@ -15,8 +15,7 @@ class RecordedTree : public DeviceTree {
   explicit RecordedTree(const recorder::DeviceRecording& recording);
 
   [[nodiscard]] std::unique_ptr<DeviceAttributes> attributes(const std::string& path) const override;
-  [[nodiscard]] std::vector<std::string> nodes(const std::string& device,
-                                               const std::string& prefix) const override;
+  [[nodiscard]] std::vector<std::string> nodes(const std::string& device) const override;
   [[nodiscard]] DeviceKind kindOf(std::uint32_t classes, const DeviceAttributes& device) const override;
 
   /**

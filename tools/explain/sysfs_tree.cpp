@@ -1,10 +1,16 @@
 #include "tools/explain/sysfs_tree.h"
 
+#include <sys/stat.h>
+
 #include <filesystem>
+#include <string_view>
 #include <system_error>
 
 #include "hotplug/sysfs.h"
 #include "tools/explain/error.h"
+#include "ulx/directory.h"
+#include "ulx/exceptions.h"
+#include "ulx/path.h"
 
 namespace explain {
 
@@ -12,23 +18,32 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// An interface's directory, "1-5:1.0", has a colon; other USB devices are beside the interfaces.
-bool isOtherDevice(const fs::path& directory) {
-  std::error_code ignored;
-  return fs::exists(directory / "bDeviceClass", ignored);
+// A USB device is named after its bus and ports, "1-5.2". Most directories need no further look.
+bool isOtherDevice(const std::string& directory) {
+  return directory.find('-', directory.rfind('/')) != std::string::npos &&
+         ulx::pathExists(directory + "/bDeviceClass");
 }
 
-void addNodes(std::vector<std::string>& found, const fs::path& directory, const std::string& prefix) {
-  std::error_code gone;  // what is unplugged meanwhile has no nodes
-  for (fs::directory_iterator entry(directory, gone); !gone && entry != fs::directory_iterator();
-       entry.increment(gone)) {
-    if (entry->is_symlink(gone) || !entry->is_directory(gone) || isOtherDevice(entry->path())) {
+bool isDirectory(const std::string& path) {
+  struct stat status {};
+  return lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+// Every device has these directories, and nothing below them is a node: half of what would be looked at.
+bool hasNoNodes(const std::string& directory) {
+  const std::string_view name = std::string_view(directory).substr(directory.rfind('/') + 1);
+  return name == "power" || name.starts_with("ep_");
+}
+
+void addNodes(std::vector<std::string>& found, const std::string& directory) {
+  for (const std::string& entry : ulx::Directory(directory)) {
+    if (hasNoNodes(entry) || !isDirectory(entry) || isOtherDevice(entry)) {
       continue;
     }
-    if (isNodeName(entry->path().filename(), prefix)) {
-      found.push_back(entry->path());
+    if (isHidNode(entry) || isScsiNode(entry)) {
+      found.push_back(entry);
     }
-    addNodes(found, entry->path(), prefix);
+    addNodes(found, entry);
   }
 }
 
@@ -38,9 +53,13 @@ std::unique_ptr<DeviceAttributes> SysfsTree::attributes(const std::string& path)
   return std::make_unique<SysfsDevice>(path);
 }
 
-std::vector<std::string> SysfsTree::nodes(const std::string& device, const std::string& prefix) const {
+std::vector<std::string> SysfsTree::nodes(const std::string& device) const {
   std::vector<std::string> found;
-  addNodes(found, device, prefix);
+  try {
+    addNodes(found, device);
+  } catch (const ulx::Exception&) {
+    // Unplugged meanwhile: those that were found are the answer.
+  }
   sortByName(found);
   return found;
 }
@@ -49,19 +68,15 @@ DeviceKind SysfsTree::kindOf(std::uint32_t classes, const DeviceAttributes& devi
   return classify(classes, device);
 }
 
+// Interfaces, "1-5:1.0", are listed beside the devices.
 std::vector<std::string> pluggedDevices() {
   std::vector<std::string> devices;
-  std::error_code none;
-  for (const fs::directory_entry& entry : fs::directory_iterator("/sys/bus/usb/devices", none)) {
+  for (const std::string& entry : ulx::Directory("/sys/bus/usb/devices")) {
     std::error_code gone;
-    const fs::path directory = fs::canonical(entry.path(), gone);
-    const bool isInterface = entry.path().filename().native().find(':') != std::string::npos;
-    if (!gone && !isInterface) {
+    const fs::path directory = fs::canonical(entry, gone);
+    if (!gone && entry.find(':') == std::string::npos) {
       devices.push_back(directory);
     }
-  }
-  if (none) {
-    throw Error("there is no /sys/bus/usb/devices: " + none.message());
   }
   sortByName(devices);
   return devices;

@@ -11,12 +11,11 @@ namespace explain {
 class SysfsTree : public DeviceTree {
  public:
   [[nodiscard]] std::unique_ptr<DeviceAttributes> attributes(const std::string& path) const override;
-  [[nodiscard]] std::vector<std::string> nodes(const std::string& device,
-                                               const std::string& prefix) const override;
+  [[nodiscard]] std::vector<std::string> nodes(const std::string& device) const override;
   [[nodiscard]] DeviceKind kindOf(std::uint32_t classes, const DeviceAttributes& device) const override;
 };
 
-/** The physical directories of the USB devices that are plugged in, hubs before what is behind them. */
+/** The physical directories of the USB devices that are plugged in, hubs before what is behind them. Throws opendir(PATH). */
 [[nodiscard]] std::vector<std::string> pluggedDevices();
 
 /** The physical directory that `path` leads to. Throws Error when there is none. */
