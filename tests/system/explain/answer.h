@@ -18,13 +18,13 @@ struct NodeAnswer {
 
 /** What is done for a device: as the daemon does it, or as usb_rx_explain says that it would. */
 struct Answer {
-  std::string device;               ///< its physical directory
-  std::optional<std::string> kind;  ///< "hub", "keyboard", "storage", "generic"
-  std::string verdict;              ///< "served", "refused", "no worker"
-  std::optional<std::string> rule;  ///< the one that has refused it
-  std::optional<std::string> display;
-  std::optional<std::vector<std::string>> worker;
-  std::vector<NodeAnswer> nodes;
+  std::string device;                    ///< its physical directory
+  std::optional<std::string> kind = {};  ///< "hub", "keyboard", "storage", "generic"
+  std::string verdict = "no worker";     ///< "served", "refused", "no worker"
+  std::optional<std::string> rule = {};  ///< the one that has refused it
+  std::optional<std::string> display = {};
+  std::optional<std::vector<std::string>> worker = {};
+  std::vector<NodeAnswer> nodes = {};
 
   bool operator==(const Answer&) const = default;
 };

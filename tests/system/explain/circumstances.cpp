@@ -1,28 +1,12 @@
 #include "system/explain/circumstances.h"
 
-#include <algorithm>
-#include <iterator>
+#include <cstddef>
 
 namespace support {
 
 namespace {
 
-constexpr const char* links[] = {"high", "full"};
 constexpr const char* silentlyRefused = "isochronous_user_warning = false\n";
-
-std::vector<Circumstances> under(const std::string& classList, const std::vector<std::string>& policies) {
-  std::vector<Circumstances> all;
-  for (const char* linkSpeed : links) {
-    for (const std::string& settings : policies) {
-      all.push_back({.classList = classList, .linkSpeed = linkSpeed, .settings = settings});
-    }
-  }
-  return all;
-}
-
-void append(std::vector<Circumstances>& all, const std::vector<Circumstances>& more) {
-  std::copy(more.begin(), more.end(), std::back_inserter(all));
-}
 
 }  // namespace
 
@@ -52,24 +36,33 @@ std::vector<std::string> everyPolicy() {
   return policies;
 }
 
-std::vector<std::string> outermostPolicies() {
-  return {"", "smartcard = true\nhid_only = true\nblock_mass_storage = true\n", silentlyRefused};
+Circumstances mildest(const std::string& classList) {
+  return {.classList = classList, .linkSpeed = "high", .settings = "isochronous_enabled = true\n"};
+}
+
+Circumstances strictest(const std::string& classList) {
+  return {.classList = classList,
+          .linkSpeed = "full",
+          .settings = "smartcard = true\nhid_only = true\nblock_mass_storage = true\n"};
 }
 
 std::vector<Circumstances> everyCircumstance() {
-  std::vector<Circumstances> all = under("none", everyPolicy());
+  std::vector<Circumstances> all;
+  for (const char* linkSpeed : {"high", "full"}) {
+    for (const std::string& settings : everyPolicy()) {
+      all.push_back({.classList = "none", .linkSpeed = linkSpeed, .settings = settings});
+    }
+  }
   for (const char* classList : {"keyboard", "scsi", "all"}) {
-    append(all, under(classList, outermostPolicies()));
+    all.push_back(mildest(classList));
+    all.push_back(strictest(classList));
   }
   return all;
 }
 
 std::vector<Circumstances> circumstancesOfOlderKernels() {
-  std::vector<Circumstances> all = {{.classList = "none"}, {.classList = "scsi"}};
-  for (const char* classList : {"keyboard", "all"}) {
-    append(all, under(classList, outermostPolicies()));
-  }
-  return all;
+  return {mildest("none"),     mildest("scsi"), strictest("keyboard"),
+          mildest("keyboard"), mildest("all"),  strictest("all")};
 }
 
 }  // namespace support

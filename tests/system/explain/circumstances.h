@@ -23,13 +23,14 @@ std::string configurationWith(const std::string& settings);
  * keys count. Only the user warning has no effect of its own where isochronous endpoints are enabled.
  */
 std::vector<std::string> everyPolicy();
-/** Without any key, with every rule on, and with every rule on that refuses a device silently. */
-std::vector<std::string> outermostPolicies();
+/** The circumstances in which nothing is refused, and those in which every rule is on that refuses with a reason. */
+Circumstances mildest(const std::string& classList);
+Circumstances strictest(const std::string& classList);
 
 /**
  * Every circumstance that can make a difference. Where no class is served, every device but a hub is subject to
  * the policy: there all policies are tried, on both links. A class takes devices out of the policy and changes
- * nothing of it: there the outermost policies show which devices are concerned.
+ * nothing of it: there the mildest and the strictest one show which devices are concerned.
  */
 std::vector<Circumstances> everyCircumstance();
 /** The same for devices of which a daemon that serves no keyboards decides in three seconds: few of those. */

@@ -24,10 +24,10 @@ using Lines = std::vector<std::string>;
 /** What the daemon has done at the event of one device or node. */
 struct Handled {
   std::string path;
-  std::string decision;  ///< the text of the log that names it, or none
+  std::string decision = {};  ///< the text of the log that names it, or none
   bool hasStarted = false;
-  Lines worker;
-  std::optional<std::string> shown;
+  Lines worker = {};
+  std::optional<std::string> shown = {};
 };
 
 constexpr std::array decisions = {debug::scsiGeneric, debug::hid,          debug::hub,
@@ -108,16 +108,18 @@ void addOwnFate(Answer& answer, const Handled& handled, const std::string& name)
   }
 }
 
-bool hasWorkersOfNodes(const Answer& answer) {
-  return answer.kind == "keyboard" || answer.kind == "storage";
+/** A keyboard is left to its HID nodes, a disk to its SCSI generic ones. */
+bool isLeftTo(const Answer& answer, const Handled& node) {
+  return (answer.kind == "keyboard" && node.decision == debug::hid) ||
+         (answer.kind == "storage" && node.decision == debug::scsiGeneric);
 }
 
-void addNode(Answer& answer, const Handled& handled) {
-  answer.nodes.push_back({.path = handled.path, .worker = handled.worker, .display = handled.shown});
-  if (hasWorkersOfNodes(answer) && answer.nodes.size() == 1) {
+void addNode(Answer& answer, const Handled& node) {
+  answer.nodes.push_back({.path = node.path, .worker = node.worker, .display = node.shown});
+  if (isLeftTo(answer, node) && !answer.worker) {
     answer.verdict = "served";
-    answer.worker = handled.worker;
-    answer.display = handled.shown;
+    answer.worker = node.worker;
+    answer.display = node.shown;
   }
 }
 
@@ -135,7 +137,7 @@ Answer* ownerOf(std::vector<Answer>& answers, const std::string& node) {
 std::vector<Answer> answersOf(const sim::DeviceRecording& recording, const std::vector<Handled>& all) {
   std::vector<Answer> answers;
   for (const std::string& device : devicesIn(recording)) {
-    answers.push_back({.device = device, .verdict = "no worker"});
+    answers.push_back({.device = device});
     const auto handled = std::ranges::find(all, device, &Handled::path);
     if (handled != all.end()) {
       addOwnFate(answers.back(), *handled, shownNameOf(recording, device));

@@ -20,7 +20,7 @@ using Arguments = std::vector<std::string>;
 
 int statusOf(const Arguments& arguments) {
   const support::ExplainRun run = support::runExplain(arguments);
-  EXPECT_EQ(run.errors.empty(), run.end != sim::ProcessEnd::exited(2)) << run.errors;
+  EXPECT_FALSE(run.end == sim::ProcessEnd::exited(2) && run.errors.empty());
   return run.end.status.value_or(-1);
 }
 

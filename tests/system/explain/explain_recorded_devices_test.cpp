@@ -39,9 +39,8 @@ TEST_P(ExplainRecordedDevices, AreExplainedAlikeWhenPluggedIn) {
     names.push_back(std::filesystem::path(device).filename());
   }
   for (const char* classList : {"none", "keyboard", "scsi", "all"}) {
-    for (const std::string& settings : support::outermostPolicies()) {
-      const Circumstances circumstances{.classList = classList, .linkSpeed = "full", .settings = settings};
-      sim::Unit::writeConfig(support::configurationWith(settings));
+    for (const Circumstances& circumstances : {support::mildest(classList), support::strictest(classList)}) {
+      sim::Unit::writeConfig(support::configurationWith(circumstances.settings));
       EXPECT_EQ(support::explainedAnswers(circumstances, names),
                 support::explainedAnswers(circumstances, {folder}))
           << circumstances.text();
@@ -52,10 +51,10 @@ TEST_P(ExplainRecordedDevices, AreExplainedAlikeWhenPluggedIn) {
 /** The same devices as the unit's older kernel shows them: their hiddev nodes belong to the subsystem "usb". */
 class ExplainRecordedDevicesOfOlderKernels : public ExplainRecordedDevices {};
 
+/** Only the names are looked at, since every test of the program does this. */
 std::vector<std::string> devicesWithHiddev() {
   std::vector<std::string> names = sim::recordingNames();
-  std::erase_if(names,
-                [](const std::string& name) { return sim::loadRecording(name).nodes("hiddev").empty(); });
+  std::erase_if(names, [](const std::string& name) { return !name.ends_with("-hiddev"); });
   return names;
 }
 

@@ -53,11 +53,17 @@ Answer answerIn(const json& object) {
 }
 
 Explanation explanationIn(const json& object) {
-  Explanation explanation{
-      .answer = answerIn(object), .name = optionalAt<std::string>(object, "name"), .rules = {}};
+  Explanation explanation{.answer = answerIn(object),
+                          .name = optionalAt<std::string>(object, "name"),
+                          .rules = {},
+                          .descriptors = {}};
   for (const json& rule : object.at("rules")) {
     explanation.rules.push_back({rule.at("name"), rule.at("on"), rule.at("verdict")});
   }
+  const json& descriptors = object.at("descriptors");
+  explanation.descriptors = {.bytes = descriptors.at("bytes"),
+                             .end = descriptors.at("end"),
+                             .damage = optionalAt<std::string>(descriptors, "damage")};
   return explanation;
 }
 
@@ -104,18 +110,23 @@ std::vector<Answer> answersIn(const std::vector<Explanation>& explanations) {
   return answers;
 }
 
-std::vector<Answer> explainedAnswers(const Circumstances& circumstances,
-                                     const std::vector<std::string>& devices) {
+std::vector<Explanation> explain(const Circumstances& circumstances,
+                                 const std::vector<std::string>& devices) {
   std::vector<std::string> arguments = argumentsFor(circumstances);
   arguments.emplace_back("--json");
   arguments.insert(arguments.end(), devices.begin(), devices.end());
   const ExplainRun run = runExplain(arguments);
-  const std::vector<Answer> answers = answersIn(parseExplanations(run.output));
-  const bool areServed =
-      std::ranges::all_of(answers, [](const Answer& answer) { return answer.verdict == "served"; });
-  EXPECT_EQ(run.end, sim::ProcessEnd::exited(areServed ? 0 : 1));
   EXPECT_EQ(run.errors, "");
-  return answers;
+  std::vector<Explanation> explanations = parseExplanations(run.output);
+  const bool areServed = std::ranges::all_of(
+      explanations, [](const Explanation& each) { return each.answer.verdict == "served"; });
+  EXPECT_EQ(run.end, sim::ProcessEnd::exited(areServed ? 0 : 1));
+  return explanations;
+}
+
+std::vector<Answer> explainedAnswers(const Circumstances& circumstances,
+                                     const std::vector<std::string>& devices) {
+  return answersIn(explain(circumstances, devices));
 }
 
 }  // namespace support

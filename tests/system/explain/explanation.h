@@ -35,19 +35,29 @@ struct RuleAnswer {
   bool operator==(const RuleAnswer&) const = default;
 };
 
+/** How far the descriptors go. */
+struct DescriptorsAnswer {
+  std::size_t bytes = 0;
+  std::size_t end = 0;
+  std::optional<std::string> damage;
+};
+
 /** One object of what usb_rx_explain --json prints. */
 struct Explanation {
   Answer answer;
   std::optional<std::string> name;
   std::vector<RuleAnswer> rules;
+  DescriptorsAnswer descriptors;
 };
+
+/** What usb_rx_explain --json says of these devices; its exit status must be that of the verdicts. */
+std::vector<Explanation> explain(const Circumstances& circumstances, const std::vector<std::string>& devices);
+/** Only what the daemon would do. */
+std::vector<Answer> explainedAnswers(const Circumstances& circumstances,
+                                     const std::vector<std::string>& devices);
 
 /** Reads that array; throws what is wrong with it. */
 std::vector<Explanation> parseExplanations(const std::string& json);
 std::vector<Answer> answersIn(const std::vector<Explanation>& explanations);
-
-/** What usb_rx_explain --json says of these devices; its exit status must be that of the verdicts. */
-std::vector<Answer> explainedAnswers(const Circumstances& circumstances,
-                                     const std::vector<std::string>& devices);
 
 }  // namespace support

@@ -30,6 +30,7 @@ std::vector<std::string> devicesIn(const sim::DeviceRecording& recording) {
       devices.push_back(path.parent_path());
     }
   }
+  std::ranges::sort(devices);
   return devices;
 }
 

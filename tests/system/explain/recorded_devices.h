@@ -9,7 +9,7 @@
 
 namespace support {
 
-/** The physical directories of the USB devices in a recording: its own, those behind it, or those of the machine. */
+/** The directories of the USB devices in a recording, a hub before those behind it: its own, or the machine's. */
 std::vector<std::string> devicesIn(const sim::DeviceRecording& recording);
 
 /** The name under which the daemon shows a device of the recording. */
