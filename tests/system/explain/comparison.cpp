@@ -4,8 +4,21 @@
 
 #include "system/explain/daemon_answers.h"
 #include "system/explain/explanation.h"
+#include "system/explain/rules_check.h"
 
 namespace support {
+
+namespace {
+
+void expectConsistentRules(const Circumstances& circumstances, const std::vector<Explanation>& explanations) {
+  for (const Explanation& explanation : explanations) {
+    for (const std::string& contradiction : contradictionsOfRules(explanation, circumstances)) {
+      ADD_FAILURE() << circumstances.text() << ": " << contradiction;
+    }
+  }
+}
+
+}  // namespace
 
 void expectSame(const std::string& where, const std::vector<Answer>& daemon,
                 const std::vector<Answer>& explained) {
@@ -19,7 +32,9 @@ void expectExplainedAsDecided(sim::Unit& unit, const sim::DeviceRecording& recor
   AskedDaemon daemon(unit);
   for (const Circumstances& circumstances : all) {
     daemon.put(circumstances);
-    expectSame(circumstances.text(), daemon.plug(recording), explainedAnswers(circumstances, {device}));
+    const std::vector<Explanation> explanations = explain(circumstances, {device});
+    expectSame(circumstances.text(), daemon.plug(recording), answersIn(explanations));
+    expectConsistentRules(circumstances, explanations);
     daemon.clear(recording);
   }
   EXPECT_TRUE(unit.display.keepsBoundaries());
