@@ -11,6 +11,7 @@
 
 #include "fuzz/control_input.h"
 #include "fuzz/descriptors_input.h"
+#include "fuzz/explain_input.h"
 #include "fuzz/input.h"
 #include "fuzz/made_up_devices.h"
 #include "fuzz/uevent_input.h"
@@ -188,6 +189,38 @@ Inputs descriptorsInputs() {
   return inputs;
 }
 
+std::string explained(const sim::DeviceRecording& recording, const std::string& descriptors, unsigned policy,
+                      unsigned switches) {
+  const std::string* deviceClass = recordedIn(recording, recording.directory, "bDeviceClass");
+  return InputWriter()
+      .byte(policy)
+      .byte(switches)
+      .text(deviceClass == nullptr ? "00\n" : *deviceClass)
+      .text(recording.product + "\n")
+      .bytes(descriptors)
+      .written();
+}
+
+Inputs explainInputs() {
+  constexpr unsigned allClasses = fuzz::explainKeyboardsSwitch | fuzz::explainStorageSwitch;
+  Inputs inputs;
+  for (const std::string& name : sim::recordingNames()) {
+    const sim::DeviceRecording recording = sim::loadRecording(name);
+    const std::string* found = recordedIn(recording, recording.directory, "descriptors");
+    if (found == nullptr) {
+      continue;
+    }
+    inputs.push_back(explained(recording, *found, fuzz::isochronousUserWarningSwitch, 0));
+    inputs.push_back(explained(recording, *found, 0, allClasses));
+    inputs.push_back(explained(recording, *found, fuzz::fullSpeedLinkSwitch | fuzz::highSpeedDeviceSwitch,
+                               fuzz::unnamedSwitch));
+    inputs.push_back(explained(recording, found->substr(0, found->size() / 2),
+                               fuzz::smartcardSwitch | fuzz::hidOnlySwitch | fuzz::blockMassStorageSwitch,
+                               allClasses));
+  }
+  return inputs;
+}
+
 InputWriter& step(InputWriter& input, fuzz::ControlStep step) {
   return input.byte(static_cast<unsigned>(step));
 }
@@ -275,6 +308,7 @@ int main(int argc, char** argv) try {
   const std::string folder = argv[1];
   writeInputs(folder + "/uevent", ueventInputs());
   writeInputs(folder + "/descriptors", descriptorsInputs());
+  writeInputs(folder + "/explain", explainInputs());
   writeInputs(folder + "/control", controlInputs());
   writeInputs(folder + "/command_line", commandLineInputs());
   writeInputs(folder + "/configuration", configurationInputs());
