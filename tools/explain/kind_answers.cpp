@@ -35,7 +35,7 @@ std::size_t countInterfaces(DescriptorBytes descriptors) {
 }
 
 // The first interface that is not of the kind, in words; empty where all are.
-std::string otherInterface(DescriptorBytes descriptors, bool (&isOfKind)(DescriptorBytes interface)) {
+std::string otherInterface(DescriptorBytes descriptors, bool (*isOfKind)(DescriptorBytes interface)) {
   for (const DescriptorBytes bytes : interfacesOf(descriptors)) {
     if (!isOfKind(bytes)) {
       const Interface interface = readInterface(bytes, descriptors.size() - bytes.size());

@@ -26,6 +26,5 @@ explain::Circumstances circumstancesWith(std::uint32_t classes) {
   circumstances.classes = classes;
   circumstances.linkSpeed = "high";
   circumstances.link.interface = "eth1";
-  circumstances.link.port = 0;
   return circumstances;
 }

@@ -16,11 +16,11 @@ std::string device(const std::string& content) {
 }
 
 std::vector<KindAnswer> answersFor(const std::string& descriptors, std::uint32_t classes) {
-  const explain::Device device = describedDevice(descriptors);
-  const auto attributes = device.tree->attributes(device.path);
+  const explain::Device described = describedDevice(descriptors);
+  const auto attributes = described.tree->attributes(described.path);
   std::optional<DeviceKind> kind;
   try {
-    kind = device.tree->kindOf(classes, *attributes);
+    kind = described.tree->kindOf(classes, *attributes);
   } catch (...) {
     kind.reset();
   }

@@ -24,7 +24,7 @@ std::string textFor(const explain::Device& device, const explain::Circumstances&
 TEST_F(TextOutput, ExplainsARefusedDevice) {
   EXPECT_EQ(textFor(recordedDevice("audio"), circumstancesWith(noClasses)),
             "QEMU USB Audio: full speed, 12 Mbit/s\n"
-            "  /sys/devices/pci0000:00/0000:00:03.0/usb1/1-5\n"
+            "  /sys/devices/pci0000:00/0000:00:03.0/usb1/1-5 (audio)\n"
             "  46f4:0002, 1 configuration\n"
             "    interface 0: audio control (1/1/4)\n"
             "    interface 1: audio streaming (1/2/0)\n"
@@ -78,7 +78,7 @@ TEST_F(TextOutput, ExplainsDamagedDescriptors) {
   const std::string text =
       textFor(describedDevice(sim::keyboardDescriptors().substr(0, 30)), circumstancesWith(noClasses));
   EXPECT_NE(text.find("  Descriptors: damaged: they end at byte 27 of 30: the descriptor there is cut\n"
-                      "      short: 3 of its 9 bytes are there\n"),
+                      "      short: 3 of its 9 bytes are there; the rules read as far as that\n"),
             std::string::npos)
       << text;
 }
