@@ -4,6 +4,8 @@
 
 namespace examples {
 
+const char* const startScriptFile = EXAMPLES_FOLDER "/busybox/usb_rx_ctrl.init";
+
 namespace {
 
 sim::UsbDevice device(const std::string& port, const std::string& descriptors) {

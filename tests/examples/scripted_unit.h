@@ -11,7 +11,8 @@
 
 namespace examples {
 
-inline constexpr const char* startScriptFile = EXAMPLES_FOLDER "/busybox/usb_rx_ctrl.init";
+/** The start script in the sources. */
+extern const char* const startScriptFile;
 
 /** A simulated unit on which the daemon's arguments can be written to their file. */
 class UnitWithArguments : public sim::Unit {
