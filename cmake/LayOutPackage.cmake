@@ -5,12 +5,13 @@ set(root ${CPACK_TEMPORARY_INSTALL_DIRECTORY})
 set(source ${CPACK_RX_SOURCE_DIR})
 set(examples ${source}/examples)
 
-# A unit has no use for documents.
+# A unit has no use for documents. Unpacking an archive over / must not replace what was set there, so the arguments are an
+# example: without the file, the start script has the same.
 function(lay_out_unit)
   file(REMOVE_RECURSE ${root}/usr/share)
   file(INSTALL ${examples}/busybox/usb_rx_ctrl.init DESTINATION ${root}/etc/init.d USE_SOURCE_PERMISSIONS
        RENAME usb_rx_ctrl)
-  file(INSTALL ${examples}/systemd/usb_rx_ctrl.default DESTINATION ${root}/etc/default RENAME usb_rx_ctrl)
+  file(INSTALL ${examples}/systemd/usb_rx_ctrl.default DESTINATION ${root}/etc/default RENAME usb_rx_ctrl.example)
 endfunction()
 
 # compress(FILE NEW-FILE): gzip without a name and a time in it, so that the same sources make the same package.
