@@ -17,6 +17,12 @@ class StartScript : public examples::ScriptedUnit {
  protected:
   /** The next report of the supervisor about an end of the daemon. */
   std::string nextEnd() { return unit.syslog.waitForText("; it starts again in ").text; }
+  /** Returns when it has gone, which takes a moment. */
+  void killSupervisor() {
+    script->shell(
+        "read -r pid </var/run/usb_rx_ctrl.supervisor.pid; kill -KILL $pid; "
+        "while kill -0 $pid 2>/dev/null; do sleep 0.01; done");
+  }
   int supervisors() { return countProcesses("supervise"); }
 };
 
@@ -83,7 +89,7 @@ TEST_F(StartScript, WaitsNoLongerAfterManyEndsOfItsLinkManager) {
 
 TEST_F(StartScript, StopsADaemonWhoseSupervisorWasKilled) {
   const pid_t daemon = start();
-  script->shell("kill -KILL $(cat /var/run/usb_rx_ctrl.supervisor.pid)");
+  killSupervisor();
   EXPECT_NE(call("status").find("its supervisor has been killed"), std::string::npos);
   call("stop");
   EXPECT_EQ(countProcesses("transmitter"), 0) << daemon;
@@ -91,7 +97,7 @@ TEST_F(StartScript, StopsADaemonWhoseSupervisorWasKilled) {
 
 TEST_F(StartScript, ReplacesADaemonWhoseSupervisorWasKilled) {
   const pid_t daemon = start();
-  script->shell("kill -KILL $(cat /var/run/usb_rx_ctrl.supervisor.pid)");
+  killSupervisor();
   call("start");
   script->waitUntilServing();
   EXPECT_NE(script->daemon(), daemon);
