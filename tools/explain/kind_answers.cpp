@@ -64,7 +64,7 @@ std::string whyStorage(DescriptorBytes descriptors, bool fits) {
   if (fits) {
     return "its one interface is mass storage, bulk-only";
   }
-  const std::string deviceClass = otherDeviceClass(descriptors);
+  std::string deviceClass = otherDeviceClass(descriptors);
   if (!deviceClass.empty()) {
     return deviceClass;
   }
@@ -72,7 +72,7 @@ std::string whyStorage(DescriptorBytes descriptors, bool fits) {
   if (configurations != 1) {
     return "it has " + std::to_string(configurations) + " configurations, not one";
   }
-  const std::string interface = otherInterface(descriptors, isStorageInterface);
+  std::string interface = otherInterface(descriptors, isStorageInterface);
   if (!interface.empty()) {
     return interface;
   }
