@@ -8,6 +8,7 @@
 #include "sim/error.h"
 #include "sim/recording_views.h"
 #include "tools/recorder/device_recording.h"
+#include "tools/recorder/recording_input.h"
 
 namespace demo {
 

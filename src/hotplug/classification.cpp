@@ -31,7 +31,7 @@ UsbNode lookAtUsbNode(std::uint32_t classes, const DeviceAttributes& device) {
   return device.has("bDeviceClass") ? UsbNode::device : UsbNode::incomplete;
 }
 
-bool passes(bool (&test)(DescriptorBytes descriptors), const DeviceAttributes& device) {
+bool passes(bool (*test)(DescriptorBytes descriptors), const DeviceAttributes& device) {
   const std::string descriptors = device.content("descriptors");
   return test(descriptorBytes(descriptors));
 }
@@ -82,7 +82,7 @@ DeviceKind waitForUsbNode(std::uint32_t classes, const DeviceAttributes& device)
 using UsbClassification = DeviceKind(std::uint32_t classes, const DeviceAttributes& device);
 
 DeviceKind classifyBySubsystem(std::uint32_t classes, const DeviceAttributes& device,
-                               UsbClassification& classifyUsb) {
+                               UsbClassification* classifyUsb) {
   const std::string subsystem = device.subsystem();
   logDebug("subsystem is '", subsystem, "'");
   if (subsystem == "usb") {

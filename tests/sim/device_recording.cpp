@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "sim/files.h"
+#include "tools/recorder/recording_input.h"
 
 namespace sim {
 

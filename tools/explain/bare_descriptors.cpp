@@ -4,6 +4,7 @@
 #include <map>
 #include <utility>
 
+#include "hotplug/usb_descriptors.h"
 #include "tools/explain/descriptor_listing.h"
 #include "tools/explain/usb_words.h"
 #include "tools/explain/worker_lines.h"
@@ -17,12 +18,11 @@ namespace {
 class DescribedDevice : public DeviceAttributes {
  public:
   DescribedDevice(std::string path, const std::string& descriptors) : DeviceAttributes(std::move(path)) {
-    const DescriptorListing listing = listDescriptors(descriptors);
     contents_["uevent"] = "DEVTYPE=usb_device\n";
     contents_["descriptors"] = descriptors;
-    contents_["speed"] = inferredSpeed(listing) + "\n";
-    if (listing.deviceClass) {
-      contents_["bDeviceClass"] = explain::hexadecimal(*listing.deviceClass) + "\n";
+    contents_["speed"] = inferredSpeed(listDescriptors(descriptors)) + "\n";
+    if (descriptors.size() > bDeviceClass) {
+      contents_["bDeviceClass"] = explain::hexadecimal(descriptorBytes(descriptors)[bDeviceClass]) + "\n";
     }
   }
 

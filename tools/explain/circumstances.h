@@ -24,7 +24,7 @@ struct Circumstances {
   AdmissionPolicy policy;
   std::uint32_t classes = 0;
   std::string linkSpeed;
-  TransmitterLink link;
+  TransmitterLink link{.interface = {}, .hostname = {}, .port = 0};
   bool isTransmitterKnown = false;
 };
 

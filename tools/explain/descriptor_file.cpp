@@ -9,7 +9,6 @@
 #include <system_error>
 
 #include "tools/explain/error.h"
-#include "tools/explain/failure_text.h"
 #include "ulx/exceptions.h"
 #include "ulx/file_descriptor.h"
 #include "ulx/items.h"
@@ -107,6 +106,18 @@ bool beginsWithOffset(std::string_view text) {
   return isOffset(takeWord(text, " \t\r\n"), 0);
 }
 
+std::string bytesIn(const std::string& path) {
+  std::string content = readAtMost(path);
+  if (!std::ranges::all_of(content, isTextByte)) {
+    return content;
+  }
+  try {
+    return bytesOfDump(content);
+  } catch (const Error& error) {
+    throw Error(path + ": " + error.what());
+  }
+}
+
 }  // namespace
 
 std::string bytesOfDump(const std::string& text) {
@@ -119,23 +130,11 @@ std::string bytesOfDump(const std::string& text) {
 }
 
 std::string readDescriptorFile(const std::string& path) {
-  std::string content;
-  try {
-    content = readAtMost(path);
-  } catch (const ulx::Exception&) {
-    throw Error(failureText());
-  }
-  if (content.empty()) {
+  std::string bytes = bytesIn(path);
+  if (bytes.empty()) {
     throw Error(path + ": it is empty");
   }
-  if (!std::ranges::all_of(content, isTextByte)) {
-    return content;
-  }
-  try {
-    return bytesOfDump(content);
-  } catch (const Error& error) {
-    throw Error(path + ": " + error.what());
-  }
+  return bytes;
 }
 
 }  // namespace explain

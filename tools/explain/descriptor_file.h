@@ -6,7 +6,7 @@ namespace explain {
 
 /**
  * The descriptors in a file: its bytes, or those that it writes as pairs of hexadecimal digits. Throws Error for any
- * other text, and for what is too long to be descriptors.
+ * other text, and for what is empty or too long to be descriptors; and what cannot be read.
  */
 [[nodiscard]] std::string readDescriptorFile(const std::string& path);
 

@@ -10,8 +10,8 @@
 #include "tools/explain/failure_text.h"
 #include "tools/explain/recorded_tree.h"
 #include "tools/explain/sysfs_tree.h"
-#include "tools/recorder/device_recording.h"
 #include "tools/recorder/error.h"
+#include "tools/recorder/recording_input.h"
 #include "ulx/exceptions.h"
 
 namespace explain {
@@ -84,6 +84,10 @@ std::string placeOf(const std::string& argument) {
   return isName ? usbDevices + argument : argument;
 }
 
+bool isRecording(const std::string& place) {
+  return fs::exists(place + "/about.txt");
+}
+
 std::vector<Device> devicesAt(const std::string& argument) {
   const std::string place = placeOf(argument);
   const fs::file_status status = fs::status(place);
@@ -96,20 +100,37 @@ std::vector<Device> devicesAt(const std::string& argument) {
   if (!fs::is_directory(status)) {
     throw Error(argument + ": neither a directory nor a file");
   }
-  return fs::exists(place + "/about.txt") ? recordedDevices(place)
-                                          : std::vector{sysfsDevice(argument, place)};
+  return isRecording(place) ? recordedDevices(place) : std::vector{sysfsDevice(argument, place)};
 }
 
-}  // namespace
+std::string pluggedDeviceAt(const std::string& argument) {
+  const std::string place = placeOf(argument);
+  if (!fs::is_directory(place) || isRecording(place)) {
+    throw Error(argument + ": there is no such device on this machine");
+  }
+  return sysfsDevice(argument, place).path;
+}
 
-std::vector<Device> devicesNamed(const std::string& argument) {
+// What the file system or the daemon's functions throw is reported as of the argument.
+template <class Call>
+auto namedBy(const std::string& argument, Call call) {
   try {
-    return devicesAt(argument);
+    return call(argument);
   } catch (const fs::filesystem_error& error) {
     throw Error(argument + ": " + error.code().message());
   } catch (const ulx::Exception&) {
     throw Error(argument + ": " + failureText());
   }
+}
+
+}  // namespace
+
+std::vector<Device> devicesNamed(const std::string& argument) {
+  return namedBy(argument, devicesAt);
+}
+
+std::string pluggedDeviceNamed(const std::string& argument) {
+  return namedBy(argument, pluggedDeviceAt);
 }
 
 std::vector<Device> devicesPlugged() {

@@ -22,7 +22,7 @@ class DeviceTree {
   [[nodiscard]] virtual std::unique_ptr<DeviceAttributes> attributes(const std::string& path) const = 0;
 
   /**
-   * The physical directories of a device's HID and SCSI generic nodes ("hiddev0", "sg0"), in order of their names.
+   * The physical directories of a device's HID and SCSI generic nodes ("hiddev0", "sg0"), in order of their paths.
    * Nodes of other USB devices behind it are not its own.
    */
   [[nodiscard]] virtual std::vector<std::string> nodes(const std::string& device) const = 0;

@@ -31,11 +31,10 @@ void classifyDevice(Explanation& explanation, const Device& device, const Device
   }
   if (explanation.kind == DeviceKind::undetermined) {
     explanation.kind.reset();
-    explanation.reason =
-        "the daemon gives it up after 3 seconds: \"uevent\" or \"bDeviceClass\" is not there";
+    explanation.reason = R"(the daemon gives it up after 3 seconds: "uevent" or "bDeviceClass" is not there)";
   } else if (explanation.kind == DeviceKind::ignored) {
     explanation.kind.reset();
-    explanation.reason = "the daemon ignores it: \"subsystem\" and \"uevent\" do not make it a USB device";
+    explanation.reason = R"(the daemon ignores it: "subsystem" and "uevent" do not make it a USB device)";
   }
 }
 

@@ -35,7 +35,7 @@ std::size_t countInterfaces(DescriptorBytes descriptors) {
 }
 
 // The first interface that is not of the kind, in words; empty where all are.
-std::string otherInterface(DescriptorBytes descriptors, bool (&isOfKind)(DescriptorBytes interface)) {
+std::string otherInterface(DescriptorBytes descriptors, bool (*isOfKind)(DescriptorBytes interface)) {
   for (const DescriptorBytes bytes : interfacesOf(descriptors)) {
     if (!isOfKind(bytes)) {
       const Interface interface = readInterface(bytes, descriptors.size() - bytes.size());
@@ -64,7 +64,7 @@ std::string whyStorage(DescriptorBytes descriptors, bool fits) {
   if (fits) {
     return "its one interface is mass storage, bulk-only";
   }
-  const std::string deviceClass = otherDeviceClass(descriptors);
+  std::string deviceClass = otherDeviceClass(descriptors);
   if (!deviceClass.empty()) {
     return deviceClass;
   }
@@ -72,7 +72,7 @@ std::string whyStorage(DescriptorBytes descriptors, bool fits) {
   if (configurations != 1) {
     return "it has " + std::to_string(configurations) + " configurations, not one";
   }
-  const std::string interface = otherInterface(descriptors, isStorageInterface);
+  std::string interface = otherInterface(descriptors, isStorageInterface);
   if (!interface.empty()) {
     return interface;
   }

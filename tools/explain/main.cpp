@@ -18,6 +18,8 @@
 #include "tools/explain/json_output.h"
 #include "tools/explain/request.h"
 #include "tools/explain/text_output.h"
+#include "tools/recorder/plugged_device.h"
+#include "tools/recorder/recording_output.h"
 #include "tools/version.h"
 
 namespace {
@@ -136,6 +138,16 @@ int explainDevices(const Request& request) {
   return answer(textOf(answers, request, circumstances), statusOf(answers, request));
 }
 
+int saveDevice(const std::string& folder, const std::string& argument) {
+  recorder::requireNewFolder(folder);
+  const recorder::DeviceRecording recording =
+      recorder::recordPluggedDevice(explain::pluggedDeviceNamed(argument));
+  recorder::writeRecording(recording, recorder::kernelRelease(), folder);
+  return answer("Saved in " + folder +
+                    ". Look through it for anything that nobody else need know before you pass it on.\n",
+                allServed);
+}
+
 int run(std::span<char* const> arguments) {
   const Request request = explain::parseRequest(arguments);
   switch (request.answer) {
@@ -143,6 +155,8 @@ int run(std::span<char* const> arguments) {
       return answer(explain::usage, allServed);
     case Request::Answer::version:
       return answer("usb_rx_explain " + std::string(programVersion) + "\n", allServed);
+    case Request::Answer::savedDevice:
+      return saveDevice(request.folder, request.devices.front());
     case Request::Answer::explanations:
       break;
   }

@@ -16,9 +16,9 @@ std::string whyIgnored(const DeviceAttributes& node) {
   const std::string subsystem = node.subsystem();
   if (subsystem != "usb") {
     return "this kernel puts it into the class \"" + subsystem +
-           "\", and the daemon looks into \"usb\" only: see usb_rx_ctrl(8)";
+           R"(", and the daemon looks into "usb" only: see usb_rx_ctrl(8))";
   }
-  return "this kernel shows an \"uevent\" file for it, by which the daemon takes it for an interface: see "
+  return R"(this kernel shows an "uevent" file for it, by which the daemon takes it for an interface: see )"
          "usb_rx_ctrl(8)";
 }
 

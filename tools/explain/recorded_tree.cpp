@@ -75,7 +75,7 @@ std::vector<std::string> RecordedTree::nodes(const std::string& device) const {
   std::vector<std::string> found;
   for (const auto& [path, entry] : entries_) {
     const bool isNode = entry.kind == TreeEntry::Kind::directory && (isHidNode(path) || isScsiNode(path));
-    if (isNode && isBelow(path, device) && deviceOf(path) == device) {
+    if (isNode && belongsTo(path, device)) {
       found.push_back(path);
     }
   }
@@ -99,12 +99,12 @@ std::vector<std::string> RecordedTree::devices() const {
   return found;
 }
 
-std::string RecordedTree::deviceOf(const std::string& node) const {
+bool RecordedTree::belongsTo(const std::string& node, const std::string& device) const {
   fs::path directory = fs::path(node).parent_path();
-  while (directory.has_relative_path() && !isUsbDevice(directory)) {
+  while (isBelow(directory, device) && !isUsbDevice(directory)) {
     directory = directory.parent_path();
   }
-  return directory;
+  return directory == device;
 }
 
 bool RecordedTree::isUsbDevice(const std::string& path) const {

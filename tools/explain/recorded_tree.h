@@ -30,8 +30,8 @@ class RecordedTree : public DeviceTree {
   [[nodiscard]] const recorder::TreeEntry* findUnresolved(const std::string& path) const;
 
  private:
-  // The directory of the USB device that a node belongs to.
-  [[nodiscard]] std::string deviceOf(const std::string& node) const;
+  // Whether there is no other USB device between them.
+  [[nodiscard]] bool belongsTo(const std::string& node, const std::string& device) const;
   [[nodiscard]] bool isUsbDevice(const std::string& path) const;
 
   std::string plugged_;                                 // the recorded device's directory, or empty

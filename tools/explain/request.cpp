@@ -17,6 +17,7 @@ namespace explain {
 const char* const usage =
     "Usage: usb_rx_explain [--config=FILE] [--class=LIST] [--speed=WORD] [--intf=NAME]\n"
     "                      [--transmitter=HOST:PORT] [--json] [DEVICE...]\n"
+    "       usb_rx_explain --save FOLDER DEVICE\n"
     "       usb_rx_explain --help | --version\n"
     "Says what the USB control daemon does with a device, and why. Starts nothing, changes nothing.\n"
     "\n"
@@ -31,6 +32,7 @@ const char* const usage =
     "  --intf=NAME              the daemon's option: a network connection, otherwise eth1\n"
     "  --transmitter=HOST:PORT  what workers connect to\n"
     "  --json                   prints an array with an object for each device\n"
+    "  --save FOLDER            keeps a device that is plugged in as a new folder, without serial numbers\n"
     "\n"
     "Exit status: 0 every device is served; 1 one is refused or has no worker; 2 wrong usage, or a device\n"
     "that cannot be read. Without a DEVICE, hubs do not count.\n";
@@ -69,9 +71,14 @@ struct ValueOption {
   void (*set)(Request& request, const std::string& value);
 };
 
-constexpr std::array<ValueOption, 5> valueOptions{{
+constexpr std::array<ValueOption, 6> valueOptions{{
     {"--config", [](Request& request, const std::string& value) { request.configuration = value; }},
     {"--class", [](Request& request, const std::string& value) { request.classList = classListOf(value); }},
+    {"--save",
+     [](Request& request, const std::string& value) {
+       request.answer = Request::Answer::savedDevice;
+       request.folder = value;
+     }},
     {"--speed", [](Request& request, const std::string& value) { request.linkSpeed = value; }},
     {"--intf", [](Request& request, const std::string& value) { request.interface = value; }},
     {"--transmitter",
@@ -125,7 +132,7 @@ void takeOption(Request& request, const std::string& argument, Arguments& argume
   } else if (argument == "--version") {
     request.answer = Request::Answer::version;
   } else if (!takeValueOption(request, argument, arguments)) {
-    throw Error("unknown option: " + argument);
+    throw Error("unknown option: " + argument + " (see --help)");
   }
 }
 
@@ -136,6 +143,19 @@ void takeDevice(Request& request, const std::string& argument) {
   request.devices.push_back(argument);
 }
 
+// "--save FOLDER DEVICE" is all.
+void requireNothingElse(const Request& request, int options) {
+  if (options > 1) {
+    throw Error("--save: no other option goes with it");
+  }
+  if (request.folder.empty()) {
+    throw Error("--save: the FOLDER is empty");
+  }
+  if (request.devices.size() != 1) {
+    throw Error("--save: wants one DEVICE");
+  }
+}
+
 }  // namespace
 
 Request parseRequest(std::span<char* const> given) {
@@ -144,6 +164,7 @@ Request parseRequest(std::span<char* const> given) {
   request.interface = Options().interface;
   Arguments arguments(given);
   bool optionsEnded = false;  // by "--"
+  int options = 0;
   while (!arguments.isEmpty()) {
     const std::string argument = arguments.take();
     if (optionsEnded || !argument.starts_with('-')) {
@@ -152,7 +173,11 @@ Request parseRequest(std::span<char* const> given) {
       optionsEnded = true;
     } else {
       takeOption(request, argument, arguments);
+      ++options;
     }
+  }
+  if (request.answer == Request::Answer::savedDevice) {
+    requireNothingElse(request, options);
   }
   return request;
 }

@@ -16,7 +16,7 @@ struct Transmitter {
 
 /** What the command line asks for. */
 struct Request {
-  enum class Answer { explanations, help, version };
+  enum class Answer { explanations, savedDevice, help, version };
 
   Answer answer = Answer::explanations;
   std::string configuration;
@@ -26,6 +26,7 @@ struct Request {
   std::optional<Transmitter> transmitter;
   bool json = false;
   std::vector<std::string> devices;  // none: those that are plugged in
+  std::string folder;                // the new folder of `savedDevice`, which is the only one of `devices`
 };
 
 extern const char* const usage;

@@ -70,16 +70,30 @@ std::string interfaceLine(const Interface& interface) {
   return line;
 }
 
+std::string placeOf(const Explanation& explanation) {
+  const bool isNamedOtherwise = !explanation.source.empty() && explanation.source != explanation.path;
+  return readable(explanation.path) + (isNamedOtherwise ? " (" + readable(explanation.source) + ")" : "");
+}
+
+std::string damageOf(const Explanation& explanation) {
+  const std::string damage = damageWords(explanation.descriptors);
+  if (damage.empty()) {
+    return {};
+  }
+  const bool isJudged = !explanation.rules.empty();
+  return paragraph(
+      2, "Descriptors: damaged: " + readable(damage) + (isJudged ? "; the rules read as far as that" : ""));
+}
+
 std::string descriptionOf(const Explanation& explanation) {
   const DescriptorListing& descriptors = explanation.descriptors;
   std::string text = readable(explanation.name) + ": " + speedOf(explanation) + "\n";
-  text += "  " + readable(explanation.path) + "\n";
+  text += "  " + placeOf(explanation) + "\n";
   text += "  " + idsOf(descriptors) + ", " + countOf(descriptors.configurations, "configuration") + "\n";
   for (const Interface& interface : descriptors.interfaces) {
     text += paragraph(4, interfaceLine(interface));
   }
-  const std::string damage = damageWords(descriptors);
-  return damage.empty() ? text : text + paragraph(2, "Descriptors: damaged: " + damage);
+  return text + damageOf(explanation);
 }
 
 std::string kindLine(const KindAnswer& answer) {

@@ -29,11 +29,17 @@ int millisecondsFrom(const HeardEvent& first, const HeardEvent& event) {
   return static_cast<int>(std::chrono::duration_cast<milliseconds>(event.time - first.time).count());
 }
 
+/** A battery is often named after the serial number of its device; such a name is in the path of its events. */
+bool isOfBattery(const HeardEvent& event) {
+  return event.devpath().find("/power_supply/") != std::string::npos;
+}
+
 std::vector<RecordedEvent> recorded(const std::vector<HeardEvent>& events) {
   std::vector<RecordedEvent> all;
-  all.reserve(events.size());
   for (const HeardEvent& event : events) {
-    all.push_back({millisecondsFrom(events.front(), event), withoutSerialNumbers(event.datagram, '\0')});
+    if (!isOfBattery(event)) {
+      all.push_back({millisecondsFrom(events.front(), event), withoutSerialNumbers(event.datagram, '\0')});
+    }
   }
   return all;
 }

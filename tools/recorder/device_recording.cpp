@@ -1,10 +1,7 @@
 #include "tools/recorder/device_recording.h"
 
+#include <algorithm>
 #include <filesystem>
-#include <map>
-
-#include "tools/recorder/error.h"
-#include "tools/recorder/recording_text.h"
 
 namespace recorder {
 
@@ -18,27 +15,7 @@ bool isNumbered(const std::string& name, const std::string& prefix) {
          name.find_first_not_of("0123456789", prefix.size()) == std::string::npos;
 }
 
-std::vector<RecordedEvent> eventsIfRecorded(const fs::path& file) {
-  return fs::exists(file) ? readEvents(file) : std::vector<RecordedEvent>{};
-}
-
 }  // namespace
-
-DeviceRecording readRecording(const std::string& folder) {
-  const fs::path place = folder;
-  if (!fs::is_directory(place)) {
-    throw Error("there is no recorded device " + folder);
-  }
-  std::map<std::string, std::string> about = readAbout(place / "about.txt");
-  return {place.filename(),
-          about["description"],
-          about["device directory"],
-          about["product"],
-          about["speed"],
-          readTree(place / "tree.txt"),
-          readEvents(place / "plug.txt"),
-          eventsIfRecorded(place / "unplug.txt")};
-}
 
 std::string DeviceRecording::devpath() const {
   return directory.empty() ? "" : directory.substr(sizeof("/sys") - 1);
@@ -46,13 +23,19 @@ std::string DeviceRecording::devpath() const {
 
 std::vector<std::string> DeviceRecording::nodes(const std::string& prefix) const {
   std::vector<std::string> found;
-  for (const TreeEntry& entry : tree) {
-    if (entry.kind == TreeEntry::Kind::directory && isNumbered(fs::path(entry.path).filename(), prefix) &&
-        owns(entry.path)) {
-      found.push_back("/sys/" + entry.path);
+  for (const TreeEntry& node : tree) {
+    if (node.kind == TreeEntry::Kind::directory && isNumbered(fs::path(node.path).filename(), prefix) &&
+        owns(node.path)) {
+      found.push_back("/sys/" + node.path);
     }
   }
   return found;
+}
+
+const TreeEntry* DeviceRecording::entry(const std::string& path) const {
+  const auto found = std::find_if(tree.begin(), tree.end(),
+                                  [&](const TreeEntry& candidate) { return candidate.path == path; });
+  return found == tree.end() ? nullptr : &*found;
 }
 
 bool DeviceRecording::owns(const std::string& path) const {

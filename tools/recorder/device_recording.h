@@ -21,17 +21,17 @@ struct DeviceRecording {
   std::vector<TreeEntry> tree;
   std::vector<RecordedEvent> plugEvents;
   std::vector<RecordedEvent> unplugEvents;
+  std::string origin = {};  ///< what to know of where it comes from; empty when its events were heard
 
   /** The DEVPATH in the events of the device itself: `directory` without "/sys". */
   [[nodiscard]] std::string devpath() const;
   /** The physical directories of its nodes named `prefix` and a number ("hiddev", "sg"), in the tree's order.
    */
   [[nodiscard]] std::vector<std::string> nodes(const std::string& prefix) const;
+  /** The entry of this path below /sys; null where there is none. */
+  [[nodiscard]] const TreeEntry* entry(const std::string& path) const;
   /** Whether this path below /sys is the device's directory or lies in it. */
   [[nodiscard]] bool owns(const std::string& path) const;
 };
-
-/** Reads the recording in a folder. Throws Error with the file and the line that cannot be read. */
-[[nodiscard]] DeviceRecording readRecording(const std::string& folder);
 
 }  // namespace recorder

@@ -1,11 +1,12 @@
 // Records a device of this machine: says when to plug it in and take it out, and writes what the kernel shows of it.
 
+#include <cstdio>
 #include <exception>
-#include <iostream>
 #include <string>
 #include <vector>
 
 #include "tools/recorder/device_recorder.h"
+#include "tools/recorder/plugged_device.h"
 #include "tools/recorder/recording_output.h"
 #include "ulx/exceptions.h"
 
@@ -14,16 +15,15 @@ namespace {
 constexpr int failed = 1;
 constexpr int wrongUse = 2;
 
-/** The description of a device that was recorded without one. */
-std::string descriptionOf(const recorder::DeviceRecording& recording) {
-  return recording.product.empty() ? "device without a product text" : recording.product;
+void print(const std::string& text) {
+  std::fputs(text.c_str(), stderr);
 }
 
 recorder::DeviceRecording recordDevice() {
   recorder::DeviceRecorder recorder;
-  std::cerr << "Plug the device in.\n";
+  print("Plug the device in.\n");
   recorder.recordPlug();
-  std::cerr << "Take it out.\n";
+  print("Take it out.\n");
   recorder.recordUnplug();
   return recorder.recording();
 }
@@ -31,10 +31,10 @@ recorder::DeviceRecording recordDevice() {
 void record(const std::string& folder, const std::string& description) {
   recorder::requireNewFolder(folder);
   recorder::DeviceRecording recording = recordDevice();
-  recording.description = description.empty() ? descriptionOf(recording) : description;
+  recording.description = description.empty() ? recorder::descriptionByProduct(recording) : description;
   recorder::writeRecording(recording, recorder::kernelRelease(), folder);
-  std::cerr << "Recorded in " << folder
-            << ". Look through it for anything that nobody else need know before you pass it on.\n";
+  print("Recorded in " + folder +
+        ". Look through it for anything that nobody else need know before you pass it on.\n");
 }
 
 bool isOneName(const std::string& name) {
@@ -43,7 +43,7 @@ bool isOneName(const std::string& name) {
 
 int run(const std::vector<std::string>& arguments) {
   if (arguments.size() < 2 || arguments.size() > 3 || !isOneName(arguments[1])) {
-    std::cerr << "Usage: usb_rx_recorder FOLDER NAME [DESCRIPTION]\n";
+    print("Usage: usb_rx_recorder FOLDER NAME [DESCRIPTION]\n");
     return wrongUse;
   }
   record(arguments[0] + "/" + arguments[1], arguments.size() == 3 ? arguments[2] : "");
@@ -56,9 +56,9 @@ int main(int argc, char** argv) {
   try {
     return run({argv + 1, argv + argc});
   } catch (const std::exception& error) {
-    std::cerr << "usb_rx_recorder: " << error.what() << '\n';
+    print("usb_rx_recorder: " + std::string(error.what()) + "\n");
   } catch (const ulx::Exception& error) {
-    std::cerr << "usb_rx_recorder: " << error.text();
+    print("usb_rx_recorder: " + error.text());
   }
   return failed;
 }

@@ -1,14 +1,17 @@
 #include "tools/recorder/recording_output.h"
 
+#include <fcntl.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <filesystem>
-#include <fstream>
+#include <system_error>
 
 #include "tools/recorder/error.h"
+#include "ulx/exceptions.h"
+#include "ulx/file_descriptor.h"
 
 namespace recorder {
 
@@ -16,18 +19,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string hexadecimal(char byte) {
+std::string digitsOf(char byte) {
   constexpr std::string_view digits = "0123456789abcdef";
   const auto value = static_cast<unsigned char>(byte);
   return {digits[value / 16U], digits[value % 16U]};
-}
-
-std::string hexadecimal(std::string_view bytes) {
-  std::string text;
-  for (const char byte : bytes) {
-    text += hexadecimal(byte);
-  }
-  return text;
 }
 
 bool isPrintable(char byte) {
@@ -43,7 +38,7 @@ std::string escapedByte(char byte) {
     case '\\':
       return "\\\\";
     default:
-      return isPrintable(byte) ? std::string(1, byte) : "\\x" + hexadecimal(byte);
+      return isPrintable(byte) ? std::string(1, byte) : "\\x" + digitsOf(byte);
   }
 }
 
@@ -59,7 +54,8 @@ std::string escapedPath(const std::string& path) {
 std::string aboutText(const DeviceRecording& recording, const std::string& kernel) {
   return escaped(recording.description) + "\nkernel: " + escaped(kernel) +
          "\nspeed: " + escaped(recording.speed) + "\nproduct: " + escaped(recording.product) +
-         "\ndevice directory: " + escaped(recording.directory) + "\n";
+         "\ndevice directory: " + escaped(recording.directory) +
+         (recording.origin.empty() ? "" : "\norigin: " + escaped(recording.origin)) + "\n";
 }
 
 std::string attributeLine(const TreeEntry& attribute) {
@@ -109,16 +105,30 @@ std::string eventsText(const std::vector<RecordedEvent>& events) {
 }
 
 void writeFile(const std::string& path, const std::string& content) {
-  std::ofstream file(path, std::ios::binary);
-  file << content << std::flush;
-  if (!file) {
-    throw systemError({"writing ", path}, errno);
+  try {
+    ulx::FileDescriptor(path, O_WRONLY | O_CREAT | O_TRUNC).writeAll(content.data(), content.size());
+  } catch (const ulx::ErrnoException& error) {
+    throw systemError({"writing ", path}, error.errorNumber);
   }
 }
 
 void makeFolder(const std::string& folder) {
-  if (!fs::create_directory(folder)) {
+  std::error_code error;
+  const bool isNew = fs::create_directory(folder, error);
+  if (error) {
+    throw systemError({"making ", folder}, error.value());
+  }
+  if (!isNew) {
     throw Error("there is something of that name already: " + folder);
+  }
+}
+
+void writeFiles(const DeviceRecording& recording, const std::string& kernel, const std::string& folder) {
+  writeFile(folder + "/about.txt", aboutText(recording, kernel));
+  writeFile(folder + "/tree.txt", treeText(recording.tree));
+  writeFile(folder + "/plug.txt", eventsText(recording.plugEvents));
+  if (!recording.unplugEvents.empty()) {
+    writeFile(folder + "/unplug.txt", eventsText(recording.unplugEvents));
   }
 }
 
@@ -132,11 +142,20 @@ std::string escaped(std::string_view bytes) {
   return text;
 }
 
+std::string hexadecimal(std::string_view bytes) {
+  std::string text;
+  for (const char byte : bytes) {
+    text += digitsOf(byte);
+  }
+  return text;
+}
+
 void requireNewFolder(const std::string& folder) {
   if (fs::exists(fs::symlink_status(folder))) {
     throw Error("there is something of that name already: " + folder);
   }
-  const fs::path above = fs::absolute(folder).parent_path();
+  const fs::path place = fs::absolute(folder);
+  const fs::path above = (place.has_filename() ? place : place.parent_path()).parent_path();
   if (::access(above.c_str(), W_OK | X_OK) != 0) {
     throw systemError({"making ", folder}, errno);
   }
@@ -144,11 +163,12 @@ void requireNewFolder(const std::string& folder) {
 
 void writeRecording(const DeviceRecording& recording, const std::string& kernel, const std::string& folder) {
   makeFolder(folder);
-  writeFile(folder + "/about.txt", aboutText(recording, kernel));
-  writeFile(folder + "/tree.txt", treeText(recording.tree));
-  writeFile(folder + "/plug.txt", eventsText(recording.plugEvents));
-  if (!recording.unplugEvents.empty()) {
-    writeFile(folder + "/unplug.txt", eventsText(recording.unplugEvents));
+  try {
+    writeFiles(recording, kernel, folder);
+  } catch (const Error&) {
+    std::error_code ignored;
+    fs::remove_all(folder, ignored);
+    throw;
   }
 }
 

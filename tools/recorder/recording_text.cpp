@@ -1,37 +1,46 @@
 #include "tools/recorder/recording_text.h"
 
+#include <fcntl.h>
+
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
-#include <fstream>
 #include <optional>
+#include <utility>
 
 #include "tools/recorder/error.h"
+#include "ulx/exceptions.h"
+#include "ulx/file_descriptor.h"
 
 namespace recorder {
 
 namespace {
 
+std::string contentOf(const std::string& path) {
+  try {
+    return ulx::FileDescriptor(path, O_RDONLY).readAll();
+  } catch (const ulx::ErrnoException& error) {
+    throw systemError(error.context, error.errorNumber);
+  }
+}
+
 /** The lines of a file. An error in one names the file and the number of the line. */
 class Lines {
  public:
-  explicit Lines(const std::filesystem::path& path) : path_(path), file_(path) {
-    if (!file_) {
-      throw systemError({"open(", path.native(), ")"}, errno);
-    }
-  }
+  explicit Lines(std::string path) : path_(std::move(path)), text_(contentOf(path_)) {}
 
   std::optional<std::string> next() {
-    std::string line;
-    if (!std::getline(file_, line)) {
+    if (begin_ >= text_.size()) {
       return std::nullopt;
     }
+    const std::size_t end = std::min(text_.find('\n', begin_), text_.size());
+    std::string line = text_.substr(begin_, end - begin_);
+    begin_ = end + 1;
     ++number_;
     return line;
   }
 
   [[nodiscard]] Error error(const std::string& complaint) const {
-    return Error{path_.string() + ":" + std::to_string(number_) + ": " + complaint};
+    return Error{path_ + ":" + std::to_string(number_) + ": " + complaint};
   }
 
   [[nodiscard]] std::string unescaped(std::string_view text) const {
@@ -43,8 +52,9 @@ class Lines {
   }
 
  private:
-  std::filesystem::path path_;
-  std::ifstream file_;
+  std::string path_;
+  std::string text_;
+  std::size_t begin_ = 0;
   int number_ = 0;
 };
 

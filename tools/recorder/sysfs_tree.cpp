@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <set>
 #include <string_view>
+#include <system_error>
 
 #include "tools/recorder/error.h"
 #include "tools/recorder/serial_numbers.h"
@@ -58,8 +59,9 @@ constexpr std::array<std::string_view, 34> identifyingAttributes = {
     "version",
 };
 
-/** Directories that depend on the machine, not on the device. */
-constexpr std::array<std::string_view, 4> leftOut = {"power", "queue", "statistics", "wakeup"};
+/** Directories that depend on the machine, not on the device; and batteries, whose names hold serial numbers. */
+constexpr std::array<std::string_view, 5> leftOut = {"power", "power_supply", "queue", "statistics",
+                                                     "wakeup"};
 
 template <std::size_t size>
 bool isOneOf(const std::array<std::string_view, size>& names, std::string_view name) {
@@ -95,8 +97,18 @@ std::string belowSys(const std::string& path) {
   return path.substr(sizeof("/sys/") - 1);
 }
 
+/** The text of a link. */
+std::string targetOf(const std::string& link) {
+  std::error_code error;
+  std::string target = fs::read_symlink(link, error);
+  if (error) {
+    throw systemError({"reading ", link}, error.value());
+  }
+  return target;
+}
+
 void addLink(Tree& tree, const std::string& path) {
-  tree.push_back({TreeEntry::Kind::link, belowSys(path), fs::read_symlink(path)});
+  tree.push_back({TreeEntry::Kind::link, belowSys(path), targetOf(path)});
 }
 
 void addAttribute(Tree& tree, const std::string& path, const std::string& name) {
@@ -173,7 +185,7 @@ std::set<std::string> directoriesOf(const Tree& tree) {
 void addLinksTo(Tree& tree, const std::set<std::string>& directories, const fs::path& folder) {
   for (const std::string& name : namesIn(folder)) {
     const fs::path link = folder / name;
-    if (isLink(link) && directories.contains((folder / fs::read_symlink(link)).lexically_normal())) {
+    if (isLink(link) && directories.contains((folder / targetOf(link)).lexically_normal())) {
       addLink(tree, link);
     }
   }

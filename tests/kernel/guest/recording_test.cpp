@@ -2,8 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
+#include <vector>
+
 #include "kernel/guest/desk.h"
 #include "tools/recorder/device_recorder.h"
+#include "tools/recorder/plugged_device.h"
+#include "tools/recorder/recording_input.h"
 #include "tools/recorder/recording_output.h"
 
 namespace guest {
@@ -53,6 +59,38 @@ TEST(Recording, HoldsAKeyboardOfFullSpeed) {
   EXPECT_EQ(recording.product, "QEMU USB Keyboard");
   EXPECT_EQ(recording.speed, "12");
   EXPECT_EQ(recording.nodes("hiddev").size(), 1U);
+}
+
+/** The kinds and paths of the events that are in the recording's tree; sorted, without `bind` and `change`. */
+std::vector<std::string> additionsIn(const recorder::DeviceRecording& recording,
+                                     const std::vector<recorder::RecordedEvent>& events) {
+  std::vector<std::string> headers;
+  for (const recorder::RecordedEvent& event : events) {
+    const std::string header = headerOf(event);
+    const std::string start = "add@/";
+    if (header.starts_with(start) && recording.entry(header.substr(start.size())) != nullptr) {
+      headers.push_back(header);
+    }
+  }
+  std::sort(headers.begin(), headers.end());
+  return headers;
+}
+
+TEST(Recording, IsTheSameOfADeviceThatWasPluggedInBefore) {
+  for (const EmulatedDevice& device : {disk(), keyboard()}) {
+    Desk desk;
+    recorder::DeviceRecorder recorder({.quiet = 2, .limit = 240});
+    const PluggedDevice plugged = desk.plug(device, highSpeedSocket(1));
+    recorder.recordPlug();
+    const recorder::DeviceRecording& heard = recorder.recording();
+    const recorder::DeviceRecording saved = recorder::recordPluggedDevice(heard.directory);
+    EXPECT_EQ(saved.tree, heard.tree);
+    EXPECT_EQ(saved.product, heard.product);
+    EXPECT_EQ(saved.speed, heard.speed);
+    EXPECT_EQ(additionsIn(saved, saved.plugEvents), additionsIn(heard, heard.plugEvents));
+    EXPECT_EQ(headerOf(saved.plugEvents.front()), "add@" + heard.devpath());
+    desk.takeOut(plugged);
+  }
 }
 
 }  // namespace

@@ -73,6 +73,15 @@ TEST_P(ClassificationOf, IsItsKind) {
 
 using Classification = support::PrivateWorld;
 
+TEST_F(Classification, GivesUpAtOnceOnADeviceThatDoesNotChange) {
+  sim::Sysfs sysfs;
+  const std::string node = hiddevNode(sysfs);
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(classifyAsItIs(noClasses, SysfsDevice(node)), DeviceKind::undetermined);
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
+  EXPECT_EQ(classifyAsItIs(keyboardClass, SysfsDevice(node)), DeviceKind::hid);
+}
+
 TEST_F(Classification, WaitsThreeSecondsForWhatSysfsDoesNotShow) {
   sim::Sysfs sysfs;
   EXPECT_EQ(classify(noClasses, SysfsDevice(hiddevNode(sysfs))), DeviceKind::undetermined);

@@ -14,6 +14,7 @@
 #include "sim/unit.h"
 #include "support/temporary_directory.h"
 #include "tools/recorder/device_recorder.h"
+#include "tools/recorder/recording_input.h"
 #include "tools/recorder/recording_output.h"
 #include "tools/recorder/recording_text.h"
 

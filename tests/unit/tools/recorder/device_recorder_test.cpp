@@ -119,6 +119,16 @@ TEST_F(DeviceRecorder, LeavesSerialNumbersOutOfEvents) {
   EXPECT_EQ(plugged(), expected);
 }
 
+TEST_F(DeviceRecorder, LeavesOutBatteriesWhichMayBeNamedAfterASerialNumber) {
+  unit.sysfs.layOut(mouse);
+  const sim::UeventPairs device = {{"DEVTYPE", "usb_device"}};
+  unit.uevents.add(mouse.devpath(), device);
+  unit.uevents.add(mouse.devpath() + "/hid/power_supply/hid-S3CR3T-battery",
+                   {{"POWER_SUPPLY_NAME", "hid-S3CR3T-battery"}});
+
+  EXPECT_EQ(plugged(), Datagrams{sim::uevent("add", mouse.devpath(), device)});
+}
+
 TEST_F(DeviceRecorder, FailsWhenTheDeviceIsTakenOutTooEarly) {
   unit.plug(mouse);
   unit.unplug(mouse);

@@ -1,7 +1,9 @@
 #include "tools/recorder/recording_output.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
+#include <csignal>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -123,8 +125,21 @@ TEST_F(RecordingOutput, ReplacesNoFolder) {
   EXPECT_EQ(recorder::readAbout(folder_ + "/about.txt")["product"], "Device");
 }
 
+TEST_F(RecordingOutput, LeavesNothingOfARecordingThatCannotBeWrittenWhole) {
+  recording_.tree = {{TreeEntry::Kind::file, "devices/1-1/name", std::string(2000, 'x')}};
+  support::inChild([this] {
+    const rlimit limit{1000, 1000};
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+    std::signal(SIGXFSZ, SIG_IGN);
+    EXPECT_EQ(errorThrownBy([this] { write(); }), "writing " + folder_ + "/tree.txt: File too large");
+  });
+
+  EXPECT_FALSE(fs::exists(folder_));
+}
+
 TEST_F(RecordingOutput, MayBeMadeWhereNothingIs) {
   EXPECT_NO_THROW(recorder::requireNewFolder(folder_));
+  EXPECT_NO_THROW(recorder::requireNewFolder(folder_ + "/"));
   EXPECT_FALSE(fs::exists(folder_));
 }
 
@@ -140,8 +155,11 @@ TEST_F(RecordingOutput, CannotBeMadeInAFolderOfAnotherUser) {
 TEST_F(RecordingOutput, CannotBeMadeInAFolderThatIsNotThere) {
   const std::string nowhere = devices_ / "missing/device";
 
-  EXPECT_EQ(errorThrownBy([&] { recorder::requireNewFolder(nowhere); }),
-            "making " + nowhere + ": No such file or directory");
+  const std::string refusal = "making " + nowhere + ": No such file or directory";
+
+  EXPECT_EQ(errorThrownBy([&] { recorder::requireNewFolder(nowhere); }), refusal);
+  folder_ = nowhere;
+  EXPECT_EQ(errorThrownBy([this] { write(); }), refusal);
 }
 
 }  // namespace

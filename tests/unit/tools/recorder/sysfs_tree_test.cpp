@@ -108,6 +108,16 @@ TEST_F(SysfsTree, HoldsNoSerialNumbersInUeventFiles) {
   EXPECT_EQ(contentOf(device + "/input/uevent"), "UNIQ=\"\"\nPROP=0\n");
 }
 
+TEST_F(SysfsTree, HoldsNoBatteriesWhichMayBeNamedAfterASerialNumber) {
+  const std::string battery = device + "/hid/power_supply/hid-S3CR3T-battery";
+  unit.sysfs.writeAttribute(battery, "uevent", "POWER_SUPPLY_NAME=hid-S3CR3T-battery\n");
+  unit.sysfs.linkTo(battery, "/sys/class/power_supply/hid-S3CR3T-battery");
+
+  for (const sim::TreeEntry& entry : recorder::treeOf(device)) {
+    EXPECT_EQ((entry.path + entry.content).find("S3CR3T"), std::string::npos) << entry.path;
+  }
+}
+
 TEST_F(SysfsTree, HoldsNothingOfPowerManagementAndCounting) {
   for (const std::string name : {"power", "queue", "statistics", "wakeup"}) {
     unit.sysfs.writeAttribute(device + "/" + name, "name", "x\n");

@@ -1,0 +1,43 @@
+#include "tools/explain/sysfs_tree.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "sim/sysfs.h"
+#include "support/private_world.h"
+#include "tools/explain/error.h"
+
+namespace {
+
+class SysfsTreePlugged : public support::PrivateWorld {
+ protected:
+  sim::Sysfs sysfs_;
+  std::string hub_ = sysfs_.add(sim::UsbDevice{.name = "1-2"});
+};
+
+TEST_F(SysfsTreePlugged, HasDevicesInTheOrderOfTheirNumbersButNoInterfaces) {
+  const std::string tenth = sysfs_.add(sim::UsbDevice{.name = "1-10"});
+  const std::string behind = sysfs_.add(sim::UsbDevice{.name = "1-2.1", .parent = hub_});
+  sysfs_.add(sim::HiddevNode{.usbDevice = behind});
+  EXPECT_EQ(explain::pluggedDevices(), (std::vector<std::string>{hub_, behind, tenth}));
+}
+
+TEST_F(SysfsTreePlugged, HasTheNodesOfADeviceWithoutThoseBehindIt) {
+  const std::string behind = sysfs_.add(sim::UsbDevice{.name = "1-2.1", .parent = hub_});
+  const std::string hid = sysfs_.add(sim::HiddevNode{.usbDevice = hub_, .name = "hiddev7"});
+  const std::string disk = sysfs_.add(sim::ScsiGenericNode{.usbDevice = hub_, .name = "sg7"});
+  const std::string hidBehind = sysfs_.add(sim::HiddevNode{.usbDevice = behind});
+  sysfs_.makeDirectory(hub_ + "/power/sg1");
+  const explain::SysfsTree tree;
+  EXPECT_EQ(tree.nodes(hub_), (std::vector<std::string>{disk, hid}));
+  EXPECT_EQ(tree.nodes(behind), (std::vector<std::string>{hidBehind}));
+  EXPECT_EQ(tree.nodes("/sys/devices/gone"), std::vector<std::string>());
+}
+
+TEST_F(SysfsTreePlugged, LeadsToThePhysicalDirectory) {
+  EXPECT_EQ(explain::physicalPath("/sys/bus/usb/devices/1-2/."), hub_);
+  EXPECT_THROW(static_cast<void>(explain::physicalPath("/sys/bus/usb/devices/1-3")), explain::Error);
+}
+
+}  // namespace
