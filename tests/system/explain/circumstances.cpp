@@ -28,7 +28,10 @@ std::vector<std::string> everyPolicy() {
     for (const std::string hidOnly : {"", "hid_only = true\n"}) {
       for (const std::string massStorage : {"", "block_mass_storage = true\n"}) {
         for (const std::string isochronous : {"", "isochronous_enabled = true\n", silentlyRefused}) {
-          policies.push_back(smartcard + hidOnly + massStorage + isochronous);
+          std::string& policy = policies.emplace_back(smartcard);
+          policy += hidOnly;
+          policy += massStorage;
+          policy += isochronous;
         }
       }
     }

@@ -127,7 +127,8 @@ void addNode(Answer& answer, const Handled& node) {
 Answer* ownerOf(std::vector<Answer>& answers, const std::string& node) {
   Answer* owner = nullptr;
   for (Answer& answer : answers) {
-    if (node.starts_with(answer.device + "/") && (!owner || answer.device.size() > owner->device.size())) {
+    if (node.starts_with(answer.device + "/") &&
+        (owner == nullptr || answer.device.size() > owner->device.size())) {
       owner = &answer;
     }
   }

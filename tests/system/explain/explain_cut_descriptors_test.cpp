@@ -58,7 +58,7 @@ TEST_P(ExplainCutDescriptors, AreExplainedAsTheDaemonDecides) {
     daemon.put(each);
     for (const std::size_t cut : decisiveCuts(descriptors)) {
       const sim::DeviceRecording damaged =
-          support::withDescriptors(recording, device, descriptors.substr(0, cut));
+          support::withDescriptors(recording, device, std::string(descriptors, 0, cut));
       const support::TemporaryDirectory parent;
       support::expectSame(each.text() + ", cut at " + std::to_string(cut), daemon.plug(damaged),
                           support::explainedAnswers(each, {support::writeFolder(damaged, parent.path())}));
@@ -86,7 +86,7 @@ std::vector<std::string> addCutAtEveryByte(sim::Unit& unit, const std::string& b
   std::vector<std::string> names;
   for (std::size_t cut = 0; cut <= descriptors.size(); ++cut) {
     names.push_back(bus + "-" + std::to_string(cut + 1));
-    unit.sysfs.add(sim::UsbDevice{.name = names.back(), .descriptors = descriptors.substr(0, cut)});
+    unit.sysfs.add(sim::UsbDevice{.name = names.back(), .descriptors = std::string(descriptors, 0, cut)});
   }
   return names;
 }
@@ -95,7 +95,7 @@ void expectEnds(const std::vector<support::Explanation>& explanations, const std
   ASSERT_EQ(explanations.size(), descriptors.size() + 1);
   for (std::size_t cut = 0; cut <= descriptors.size(); ++cut) {
     const support::DescriptorsAnswer& found = explanations[cut].descriptors;
-    const std::size_t end = endOf(descriptors.substr(0, cut));
+    const std::size_t end = endOf(std::string(descriptors, 0, cut));
     EXPECT_EQ(found.bytes, cut);
     EXPECT_EQ(found.end, end) << "cut at " << cut;
     EXPECT_EQ(found.damage.has_value(), end != cut) << "cut at " << cut;
@@ -118,7 +118,7 @@ TEST(ExplainCutDescriptorsOfAllDevices, AreExplainedUpToTheirEndWhereverTheyAreC
 TEST(ExplainCutDescriptorsOfAllDevices, AreExplainedToPeopleWithTheOffsetOfTheirEnd) {
   sim::Unit unit;
   const std::string descriptors = sim::keyboardDescriptors();
-  const std::string cut = descriptors.substr(0, descriptors.size() - 1);
+  const std::string cut = std::string(descriptors, 0, descriptors.size() - 1);
   const std::string directory = unit.sysfs.add(sim::UsbDevice{.descriptors = cut});
   EXPECT_THAT(support::runExplain({directory}).output,
               testing::HasSubstr("end at byte " + std::to_string(endOf(cut))));

@@ -70,12 +70,12 @@ class ExplainExitStatusOfMisuse : public testing::TestWithParam<Misuse> {};
 
 INSTANTIATE_TEST_SUITE_P(
     CommandLine, ExplainExitStatusOfMisuse,
-    testing::Values(Misuse{"UnknownOption", {"--what"}}, Misuse{"UnknownClass", {"--class=disk"}},
-                    Misuse{"NoDevice", {"9-9"}}, Misuse{"NoFile", {"/nowhere/audio"}},
-                    Misuse{"AnEmptyFolder", {"/vel"}}, Misuse{"OneOfTwo", {folderOf("mouse-fs"), "9-9"}},
-                    Misuse{"OneOfTwoForPrograms", {"--json", "9-9", folderOf("mouse-fs")}},
-                    Misuse{"NoPort", {"--transmitter", "host", folderOf("mouse-fs")}},
-                    Misuse{"NoValue", {"--config"}}),
+    testing::Values(Misuse{{"UnknownOption"}, {"--what"}}, Misuse{{"UnknownClass"}, {"--class=disk"}},
+                    Misuse{{"NoDevice"}, {"9-9"}}, Misuse{{"NoFile"}, {"/nowhere/audio"}},
+                    Misuse{{"AnEmptyFolder"}, {"/vel"}}, Misuse{{"OneOfTwo"}, {folderOf("mouse-fs"), "9-9"}},
+                    Misuse{{"OneOfTwoForPrograms"}, {"--json", "9-9", folderOf("mouse-fs")}},
+                    Misuse{{"NoPort"}, {"--transmitter", "host", folderOf("mouse-fs")}},
+                    Misuse{{"NoValue"}, {"--config"}}),
     testing::PrintToStringParamName());
 
 TEST_P(ExplainExitStatusOfMisuse, IsTwo) {

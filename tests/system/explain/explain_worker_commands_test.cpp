@@ -40,14 +40,14 @@ class ExplainWorkerCommands : public testing::TestWithParam<Configured> {
 
 INSTANTIATE_TEST_SUITE_P(
     Configuration, ExplainWorkerCommands,
-    testing::Values(Configured{"Quiet", "[usb]\n"},
-                    Configured{"GenericDebugs", "[usb]\ndebug = ctrl,generic\n"},
-                    Configured{"OthersDebug", "[usb]\ndebug = keyboard,scsi\n"},
-                    Configured{"AllDebugToSyslog",
+    testing::Values(Configured{{"Quiet"}, "[usb]\n"},
+                    Configured{{"GenericDebugs"}, "[usb]\ndebug = ctrl,generic\n"},
+                    Configured{{"OthersDebug"}, "[usb]\ndebug = keyboard,scsi\n"},
+                    Configured{{"AllDebugToSyslog"},
                                "[usb]\ndebug = ctrl,generic,keyboard,scsi\nlog_to_syslog = 0\n"},
-                    Configured{"OnlySyslog", "[usb]\nlog_to_syslog = 1\n"},
-                    Configured{"AnotherProgram", "[apps]\nquor_usb_rx_generic = /opt/other/worker\n"},
-                    Configured{"ClassesOfTheConfiguration", "[usb]\nclasses = none\n"}),
+                    Configured{{"OnlySyslog"}, "[usb]\nlog_to_syslog = 1\n"},
+                    Configured{{"AnotherProgram"}, "[apps]\nquor_usb_rx_generic = /opt/other/worker\n"},
+                    Configured{{"ClassesOfTheConfiguration"}, "[usb]\nclasses = none\n"}),
     testing::PrintToStringParamName());
 
 TEST_P(ExplainWorkerCommands, AreThoseOfTheDaemon) {

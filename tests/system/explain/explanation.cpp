@@ -104,6 +104,7 @@ std::vector<Explanation> parseExplanations(const std::string& text) {
 
 std::vector<Answer> answersIn(const std::vector<Explanation>& explanations) {
   std::vector<Answer> answers;
+  answers.reserve(explanations.size());
   for (const Explanation& explanation : explanations) {
     answers.push_back(explanation.answer);
   }

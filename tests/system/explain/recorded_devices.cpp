@@ -64,7 +64,7 @@ sim::DeviceRecording withDescriptors(sim::DeviceRecording recording, const std::
 }
 
 std::string writeFolder(const sim::DeviceRecording& recording, const std::string& parent) {
-  const std::string folder = parent + "/" + recording.name;
+  std::string folder = parent + "/" + recording.name;
   recorder::writeRecording(recording, "4.19.0", folder);
   return folder;
 }
