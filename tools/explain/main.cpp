@@ -71,6 +71,8 @@ struct Answers {
   void add(const Device& device, const explain::Circumstances& circumstances) {
     try {
       explanations.push_back(explain::explainDevice(device, circumstances));
+    } catch (const explain::Error& error) {
+      reportUnread(error.what());
     } catch (...) {
       reportUnread(device.path + ": " + explain::failureText());
     }
