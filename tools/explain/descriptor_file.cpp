@@ -8,6 +8,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "hotplug/usb_descriptors.h"
 #include "tools/explain/error.h"
 #include "ulx/exceptions.h"
 #include "ulx/file_descriptor.h"
@@ -69,7 +70,7 @@ std::string_view takeWord(std::string_view& line, std::string_view dividers) {
   return word;
 }
 
-constexpr std::string_view blanks = " \t\r";
+constexpr std::string_view blanks = " \t\r\n";
 
 // Whether a word is the place of the next byte, as at the start of a dump's lines: "00000010", "00000010:".
 bool isOffset(std::string_view word, std::size_t offset) {
@@ -94,8 +95,16 @@ void addLine(std::string& bytes, std::string_view line) {
   }
 }
 
+// A dump may leave out lines that repeat the one before.
+void refuseGap(std::string_view offset) {
+  if (offset == "*") {
+    throw Error("lines are left out at \"*\": hexdump -v -C or xxd print all bytes");
+  }
+}
+
 void addDumpedLine(std::string& bytes, std::string_view line) {
   const std::string_view offset = takeWord(line, blanks);
+  refuseGap(offset);
   if (!offset.empty() && !isOffset(offset, bytes.size())) {
     refuse(offset);
   }
@@ -103,7 +112,17 @@ void addDumpedLine(std::string& bytes, std::string_view line) {
 }
 
 bool beginsWithOffset(std::string_view text) {
-  return isOffset(takeWord(text, " \t\r\n"), 0);
+  return isOffset(takeWord(text, blanks), 0);
+}
+
+// The first two bytes of a device descriptor, 12 01, as one number of a machine that puts the lower byte first.
+void refuseWords(std::string_view text, bool hasOffsets) {
+  if (hasOffsets) {
+    takeWord(text, blanks);
+  }
+  if (takeWord(text, blanks) == "0112") {
+    throw Error("these look like 16-bit words: hexdump -C or xxd print bytes");
+  }
 }
 
 std::string bytesIn(const std::string& path) {
@@ -118,11 +137,20 @@ std::string bytesIn(const std::string& path) {
   }
 }
 
+// Damage further in is explained; what begins otherwise has nothing to do with a device.
+void requireDeviceDescriptor(const std::string& path, const std::string& bytes) {
+  if (bytes.size() <= bDescriptorType || descriptorBytes(bytes)[bDescriptorType] != deviceDescriptorType) {
+    throw Error(
+        path + ": neither a folder of a device, nor descriptors: it does not begin with a device descriptor");
+  }
+}
+
 }  // namespace
 
 std::string bytesOfDump(const std::string& text) {
   std::string bytes;
   const bool hasOffsets = beginsWithOffset(text);
+  refuseWords(text, hasOffsets);
   ulx::forEachItem(text, '\n', [&bytes, hasOffsets](std::string_view line) {
     hasOffsets ? addDumpedLine(bytes, line) : addLine(bytes, line);
   });
@@ -134,6 +162,7 @@ std::string readDescriptorFile(const std::string& path) {
   if (bytes.empty()) {
     throw Error(path + ": it is empty");
   }
+  requireDeviceDescriptor(path, bytes);
   return bytes;
 }
 

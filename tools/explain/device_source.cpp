@@ -77,11 +77,22 @@ Device describedDevice(const std::string& file) {
   return {.tree = std::make_shared<BareDescriptors>(readDescriptorFile(file)), .path = file, .source = file};
 }
 
-// An argument without "/" that is no file here is a name in sysfs.
+bool isNameOfDevice(const std::string& argument) {
+  std::error_code none;
+  return argument != "." && argument != ".." && fs::exists(usbDevices + argument, none);
+}
+
+// An argument without "/" is a name in sysfs where there is such a device, and where there is no such file.
 std::string placeOf(const std::string& argument) {
   std::error_code none;
-  const bool isName = argument.find('/') == std::string::npos && !fs::exists(argument, none);
+  const bool isName =
+      argument.find('/') == std::string::npos && (isNameOfDevice(argument) || !fs::exists(argument, none));
   return isName ? usbDevices + argument : argument;
+}
+
+// Other special files are left alone: to open one can have effects.
+bool isFileOfDescriptors(const std::string& place, const fs::file_status& status) {
+  return fs::is_regular_file(status) || fs::is_fifo(status) || place == "/dev/stdin";
 }
 
 bool isRecording(const std::string& place) {
@@ -94,7 +105,7 @@ std::vector<Device> devicesAt(const std::string& argument) {
   if (!fs::exists(status)) {
     throw Error(argument + ": there is no such device, folder or file");
   }
-  if (fs::is_regular_file(status)) {
+  if (isFileOfDescriptors(place, status)) {
     return {describedDevice(place)};
   }
   if (!fs::is_directory(status)) {

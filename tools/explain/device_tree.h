@@ -18,7 +18,10 @@ class DeviceTree {
   DeviceTree& operator=(const DeviceTree&) = delete;
   virtual ~DeviceTree() = default;
 
-  /** What is shown of the device or node whose physical directory this is. */
+  /**
+   * What is shown of the device or node whose physical directory this is. Its calls throw Error for what may not be
+   * read: that keeps an explanation from being given, unlike what the daemon fails at, too.
+   */
   [[nodiscard]] virtual std::unique_ptr<DeviceAttributes> attributes(const std::string& path) const = 0;
 
   /**

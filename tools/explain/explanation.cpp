@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <memory>
 
+#include "tools/explain/error.h"
 #include "tools/explain/failure_text.h"
 #include "tools/explain/worker_lines.h"
+#include "ulx/exceptions.h"
 #include "workers/admission.h"
 #include "workers/launch.h"
 
@@ -17,8 +19,8 @@ void describe(Explanation& explanation, const DeviceAttributes& device) {
   explanation.speed = device.textOr("speed", "");
   try {
     explanation.descriptors = listDescriptors(device.content("descriptors"));
-  } catch (...) {
-    explanation.descriptors.damage = failureText();
+  } catch (const ulx::Exception&) {
+    // There is nothing to list. What the daemon makes of that is said where it reads them.
   }
 }
 
@@ -26,6 +28,8 @@ void classifyDevice(Explanation& explanation, const Device& device, const Device
                     const Circumstances& circumstances) {
   try {
     explanation.kind = device.tree->kindOf(circumstances.classes, attributes);
+  } catch (const Error&) {
+    throw;
   } catch (...) {
     explanation.reason = "the daemon cannot find out what it is, and ignores it: " + failureText();
   }
@@ -64,6 +68,8 @@ void judgeDevice(Explanation& explanation, const Device& device, const DeviceAtt
     } else {
       refuse(explanation, judgement);
     }
+  } catch (const Error&) {
+    throw;
   } catch (...) {
     explanation.reason = "the daemon cannot ask the policy, and ignores it: " + failureText();
   }

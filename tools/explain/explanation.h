@@ -38,7 +38,10 @@ struct Explanation {
   WorkerArguments worker;              // empty where none starts
 };
 
-/** Explains one device. Throws what cannot be read of it before anything is decided. */
+/**
+ * Explains one device. Throws what cannot be read of it before anything is decided, and Error, with its path, for what
+ * nothing can be decided without.
+ */
 [[nodiscard]] Explanation explainDevice(const Device& device, const Circumstances& circumstances);
 
 }  // namespace explain

@@ -1,5 +1,6 @@
 // Says what the daemon does with a USB device, and why.
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -29,6 +30,12 @@ using explain::Explanation;
 using explain::Request;
 
 enum ExitStatus : int { allServed = 0, notAllServed = 1, wrongUsageOrUnreadable = 2 };
+
+// Asked before the daemon's library puts something harmless in the place of a standard descriptor that is closed.
+struct StandardOutput {
+  bool isOpen = fcntl(STDOUT_FILENO, F_GETFD) != -1;
+};
+[[gnu::init_priority(101)]] const StandardOutput standardOutput;
 
 bool writeAll(int fd, std::string_view text) {
   while (!text.empty()) {
@@ -64,6 +71,8 @@ struct Answers {
   void add(const Device& device, const explain::Circumstances& circumstances) {
     try {
       explanations.push_back(explain::explainDevice(device, circumstances));
+    } catch (const explain::Error& error) {
+      reportUnread(error.what());
     } catch (...) {
       reportUnread(device.path + ": " + explain::failureText());
     }
@@ -167,6 +176,10 @@ int run(std::span<char* const> arguments) {
 
 int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
+  if (!standardOutput.isOpen) {
+    report(std::string("standard output: ") + std::strerror(EBADF));
+    return wrongUsageOrUnreadable;
+  }
   try {
     return run(std::span<char* const>(argv, static_cast<std::size_t>(argc)).subspan(argc > 0 ? 1 : 0));
   } catch (...) {

@@ -4,6 +4,7 @@
 
 #include "ctrl/device_classes.h"
 #include "hotplug/coldplug.h"
+#include "tools/explain/error.h"
 #include "tools/explain/failure_text.h"
 #include "tools/explain/worker_lines.h"
 #include "workers/launch.h"
@@ -27,6 +28,8 @@ std::string keyboardAtStart(const DeviceAttributes& node) {
     return isBootKeyboardNode(node)
                ? ""
                : "there when the daemon starts, it is left alone: only boot keyboards are looked for then";
+  } catch (const Error&) {
+    throw;
   } catch (...) {
     return "there when the daemon starts, it ends the daemon: " + failureText();
   }
@@ -52,6 +55,8 @@ NodeAnswer answerNode(const DeviceTree& tree, const std::string& path, const Cir
   try {
     const std::unique_ptr<DeviceAttributes> node = tree.attributes(path);
     serve(answer, tree.kindOf(circumstances.classes, *node), tree, *node, circumstances);
+  } catch (const Error&) {
+    throw;
   } catch (...) {
     answer.reason = "the daemon ignores it: " + failureText();
   }

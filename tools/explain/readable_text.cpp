@@ -1,5 +1,7 @@
 #include "tools/explain/readable_text.h"
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -72,7 +74,24 @@ bool isControl(char32_t code) {
   return code < firstPrintable || (code >= firstHighControl && code <= lastHighControl);
 }
 
-// `escape` writes a control character, and gets what else is to be escaped.
+struct Range {
+  char32_t first;
+  char32_t last;
+};
+
+// What turns the direction of writing or ends a line: with these a text can look like another one.
+bool isDirection(char32_t code) {
+  constexpr std::array<Range, 4> directions{
+      {{0x061C, 0x061C}, {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069}}};
+  return std::ranges::any_of(
+      directions, [code](const Range& range) { return code >= range.first && code <= range.last; });
+}
+
+bool isEscaped(char32_t code) {
+  return isControl(code) || isDirection(code);
+}
+
+// `escape` gets each character and its bytes, and returns what stands for it.
 template <class Escape>
 std::string convert(std::string_view text, Escape escape) {
   std::string converted;
@@ -90,7 +109,10 @@ std::string convert(std::string_view text, Escape escape) {
 
 std::string readable(const std::string& text) {
   return convert(text, [](char32_t code, const std::string& bytes) {
-    return isControl(code) ? ulx::formatString("\\x%02x", static_cast<unsigned>(code)) : bytes;
+    if (!isEscaped(code)) {
+      return bytes;
+    }
+    return ulx::formatString(isControl(code) ? "\\x%02x" : "\\u%04x", static_cast<unsigned>(code));
   });
 }
 
@@ -101,7 +123,7 @@ std::string jsonString(const std::string& text) {
                    if (code == U'"' || code == U'\\') {
                      return "\\" + bytes;
                    }
-                   return isControl(code) ? ulx::formatString("\\u%04x", static_cast<unsigned>(code)) : bytes;
+                   return isEscaped(code) ? ulx::formatString("\\u%04x", static_cast<unsigned>(code)) : bytes;
                  }) +
          '"';
 }

@@ -6,7 +6,7 @@ namespace explain {
 
 /**
  * The text as valid UTF-8 that a terminal shows and does not obey: bytes that are none become U+FFFD, and control
- * characters "\xNN".
+ * characters "\xNN". What changes the direction of writing becomes "\uNNNN", so that no text looks like another.
  */
 [[nodiscard]] std::string readable(const std::string& text);
 

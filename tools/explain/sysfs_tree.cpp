@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <string_view>
 #include <system_error>
@@ -17,6 +19,33 @@ namespace explain {
 namespace {
 
 namespace fs = std::filesystem;
+
+// Calls it. Who asks may read less than the daemon: what is denied says nothing of the device.
+template <class Call>
+auto unlessDenied(const std::string& attribute, Call call) {
+  try {
+    return call();
+  } catch (const ulx::ErrnoException& error) {
+    if (error.errorNumber != EACCES && error.errorNumber != EPERM) {
+      throw;
+    }
+    throw Error(attribute + " cannot be read: " + std::strerror(error.errorNumber) +
+                "; the daemon runs as root");
+  }
+}
+
+class ReadableDevice : public SysfsDevice {
+ public:
+  using SysfsDevice::SysfsDevice;
+
+  [[nodiscard]] bool has(const std::string& name) const override {
+    return unlessDenied(path() + "/" + name, [&] { return SysfsDevice::has(name); });
+  }
+
+  [[nodiscard]] std::string content(const std::string& name) const override {
+    return unlessDenied(path() + "/" + name, [&] { return SysfsDevice::content(name); });
+  }
+};
 
 // A USB device is named after its bus and ports, "1-5.2". Most directories need no further look.
 bool isOtherDevice(const std::string& directory) {
@@ -50,7 +79,7 @@ void addNodes(std::vector<std::string>& found, const std::string& directory) {
 }  // namespace
 
 std::unique_ptr<DeviceAttributes> SysfsTree::attributes(const std::string& path) const {
-  return std::make_unique<SysfsDevice>(path);
+  return std::make_unique<ReadableDevice>(path);
 }
 
 std::vector<std::string> SysfsTree::nodes(const std::string& device) const {

@@ -49,7 +49,6 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(Dump{{"Prose"}, "hello", "hello"}, Dump{{"SingleDigit"}, "12 1 ef", "1"},
                     Dump{{"OddDigits"}, "120", "120"}, Dump{{"EmptyPrefix"}, "0x", "0x"},
                     Dump{{"WrongOffset"}, "00000000: 1201\n00000010: ef40\n", "00000010:"},
-                    Dump{{"RepeatedLines"}, "000000 12 01\n*\n000020\n", "*"},
                     Dump{{"Listing"}, "Bus 001 Device 002: ID 0627:0001", "Bus"}));
 
 TEST_P(DescriptorFileOther, IsRefusedWithTheWordThatIsNone) {
@@ -59,6 +58,30 @@ TEST_P(DescriptorFileOther, IsRefusedWithTheWordThatIsNone) {
   } catch (const explain::Error& error) {
     EXPECT_EQ(error.what(),
               "neither descriptors nor pairs of hexadecimal digits: \"" + GetParam().bytes + "\"");
+  }
+}
+
+class DescriptorFileHint : public testing::TestWithParam<Dump> {};
+
+constexpr const char* wordsHint = "these look like 16-bit words: hexdump -C or xxd print bytes";
+constexpr const char* gapHint = "lines are left out at \"*\": hexdump -v -C or xxd print all bytes";
+
+INSTANTIATE_TEST_SUITE_P(
+    For, DescriptorFileHint,
+    testing::Values(Dump{{"WordsBehindOffsets"}, "0000000 0112 40ef 007c\n0000005\n", wordsHint},
+                    Dump{{"Words"}, " 0112 40ef\n", wordsHint},
+                    Dump{{"RepeatedLines"}, "000000 12 01\n*\n000020\n", gapHint},
+                    Dump{{"RepeatedLinesOfHexdumpCanonical"},
+                         "00000000  12 01 00 02 00 00 00 08  27 06 01 00 00 00 01 02  |........'.......|\n*\n"
+                         "00000020\n",
+                         gapHint}));
+
+TEST_P(DescriptorFileHint, NamesTheCommandThatPrintsBytes) {
+  try {
+    static_cast<void>(explain::bytesOfDump(GetParam().text));
+    FAIL() << "it was taken";
+  } catch (const explain::Error& error) {
+    EXPECT_EQ(error.what(), GetParam().bytes);
   }
 }
 
@@ -87,6 +110,11 @@ TEST_F(DescriptorFileContent, IsReadAsADumpWhereItIsText) {
   EXPECT_EQ(explain::readDescriptorFile(path_), fourBytes);
 }
 
+TEST_F(DescriptorFileContent, IsReadWhereItIsDamagedFurtherIn) {
+  sim::writeFile(path_, "\x12\x01");
+  EXPECT_EQ(explain::readDescriptorFile(path_), "\x12\x01");
+}
+
 TEST_F(DescriptorFileContent, IsRefusedWithItsNameWhereItIsSomethingElse) {
   sim::writeFile(path_, "hello\n");
   EXPECT_EQ(faultOf(), path_ + ": neither descriptors nor pairs of hexadecimal digits: \"hello\"");
@@ -94,6 +122,16 @@ TEST_F(DescriptorFileContent, IsRefusedWithItsNameWhereItIsSomethingElse) {
   EXPECT_EQ(faultOf(), path_ + ": it is empty");
   sim::writeFile(path_, " \n");
   EXPECT_EQ(faultOf(), path_ + ": it is empty");
+  const std::string other =
+      path_ + ": neither a folder of a device, nor descriptors: it does not begin with a device descriptor";
+  for (const std::string content : {"\x7F"
+                                    "ELF\x01\x01",
+                                    "\xEF\xBB\xBF"
+                                    "12 01 ef 40\n",
+                                    "Gr\xC3\xBCn", "\x12", "12\n", "09 02 19 00\n"}) {
+    sim::writeFile(path_, content);
+    EXPECT_EQ(faultOf(), other) << content;
+  }
   sim::writeFile(path_, std::string(1'048'577, '\x01'));
   EXPECT_EQ(faultOf(), path_ + ": too long for descriptors");
 }

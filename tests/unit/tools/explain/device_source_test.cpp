@@ -1,8 +1,11 @@
 #include "tools/explain/device_source.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
+#include <thread>
 
 #include "sim/device_recording.h"
 #include "sim/files.h"
@@ -10,6 +13,7 @@
 #include "support/named_case.h"
 #include "support/private_world.h"
 #include "tools/explain/error.h"
+#include "ulx/file_descriptor.h"
 
 namespace {
 
@@ -60,6 +64,29 @@ TEST_F(DeviceSource, IsAFileOfDescriptors) {
   ASSERT_EQ(devices.size(), 1U);
   EXPECT_EQ(devices[0].path, "/sim/descriptors");
   EXPECT_TRUE(devices[0].tree->infersSpeed());
+}
+
+TEST_F(DeviceSource, IsAFifoOfDescriptors) {
+  ASSERT_EQ(mkfifo("/sim/fifo", S_IRUSR | S_IWUSR), 0);
+  std::jthread writer([] { sim::writeFile("/sim/fifo", sim::keyboardDescriptors()); });
+  EXPECT_EQ(faultOf("/sim/fifo"), "none");
+  const ulx::FileDescriptor reader("/sim/fifo",
+                                   O_RDONLY | O_NONBLOCK);  // for a writer that still waits for one
+  writer.join();
+}
+
+TEST_F(DeviceSource, IsRatherTheNameOfADeviceThanAFile) {
+  sim::writeFile("/sim/1-1", sim::keyboardDescriptors());
+  sim::writeFile("/sim/1-2", sim::keyboardDescriptors());
+  std::filesystem::current_path("/sim");
+  EXPECT_EQ(explain::devicesNamed("1-1").at(0).path, device_);
+  EXPECT_EQ(explain::devicesNamed("./1-1").at(0).path, "./1-1");
+  EXPECT_EQ(explain::devicesNamed("1-2").at(0).path, "1-2");
+}
+
+TEST_F(DeviceSource, IsTheFolderThatOneIsIn) {
+  std::filesystem::current_path(sim::recordingsFolder() + "/audio");
+  EXPECT_EQ(explain::devicesNamed(".").at(0).source, ".");
 }
 
 TEST_F(DeviceSource, IsEveryDeviceThatIsPlugged) {

@@ -100,11 +100,12 @@ TEST_F(Main, BearsAStandardOutputThatNobodyReads) {
   EXPECT_EQ(runExplain({folder("mtp-hs")}, options).errors, "");
 }
 
-TEST_F(Main, StillHasItsStatusForAStandardOutputThatIsClosed) {
+TEST_F(Main, ReportsAStandardOutputThatIsClosed) {
   sim::ProcessOptions options;
   options.standardOutput = sim::ProcessOptions::Output::closed;
-  EXPECT_EQ(runExplain({folder("mtp-hs")}, options).end, sim::ProcessEnd::exited(0));
-  EXPECT_EQ(runExplain({folder("audio")}, options).end, sim::ProcessEnd::exited(1));
+  for (const Words& arguments : {Words{folder("mtp-hs")}, Words{"--json"}, Words{"--help"}}) {
+    EXPECT_EQ(runExplain(arguments, options), refusal("standard output: Bad file descriptor"));
+  }
 }
 
 TEST_F(Main, ReportsAStandardOutputThatIsFull) {

@@ -25,6 +25,16 @@ INSTANTIATE_TEST_SUITE_P(
         Text{{"Nothing"}, "", "", "\"\""}, Text{{"Quotes"}, "a\"b\\c", "a\"b\\c", R"("a\"b\\c")"},
         Text{{"Controls"}, "a\n\x1B[31m\x7F", "a\\x0a\\x1b[31m\\x7f", R"("a\u000a\u001b[31m\u007f")"},
         Text{{"HighControl"}, "\xC2\x9B", "\\x9b", R"("\u009b")"},
+        Text{{"Directions"},
+             "a\xE2\x80\xAE\xE2\x81\xA6\xE2\x80\x8F\xD8\x9C"
+             "b",
+             "a\\u202e\\u2066\\u200f\\u061cb",
+             R"("a\u202e\u2066\u200f\u061cb")"},
+        Text{{"SeparatorOfLines"}, "a\xE2\x80\xA8", "a\\u2028", R"("a\u2028")"},
+        Text{{"NeighboursOfDirections"},
+             "\xE2\x80\x8D\xE2\x80\x90\xE2\x80\xAF",
+             "\xE2\x80\x8D\xE2\x80\x90\xE2\x80\xAF",
+             "\"\xE2\x80\x8D\xE2\x80\x90\xE2\x80\xAF\""},
         Text{{"Nul"}, std::string("a\0b", 3), "a\\x00b", R"("a\u0000b")"},
         Text{{"LoneContinuation"},
              "a\x80"

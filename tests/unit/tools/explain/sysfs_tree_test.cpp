@@ -4,9 +4,12 @@
 
 #include <filesystem>
 
+#include "ctrl/device_classes.h"
 #include "sim/sysfs.h"
+#include "support/child.h"
 #include "support/private_world.h"
 #include "tools/explain/error.h"
+#include "unit/tools/explain/described_device.h"
 
 namespace {
 
@@ -38,6 +41,32 @@ TEST_F(SysfsTreePlugged, HasTheNodesOfADeviceWithoutThoseBehindIt) {
 TEST_F(SysfsTreePlugged, LeadsToThePhysicalDirectory) {
   EXPECT_EQ(explain::physicalPath("/sys/bus/usb/devices/1-2/."), hub_);
   EXPECT_THROW(static_cast<void>(explain::physicalPath("/sys/bus/usb/devices/1-3")), explain::Error);
+}
+
+class SysfsTreeDenied : public testing::TestWithParam<std::string> {};
+
+INSTANTIATE_TEST_SUITE_P(Attribute, SysfsTreeDenied,
+                         testing::Values("descriptors", "uevent", "bDeviceClass", "speed", "product"),
+                         [](const auto& attribute) { return attribute.param; });
+
+TEST_P(SysfsTreeDenied, LeavesNothingToExplain) {
+  support::inPrivateWorld([] {
+    sim::Sysfs sysfs;
+    const std::string device = sysfs.add(sim::UsbDevice{});
+    std::filesystem::permissions(device + "/" + GetParam(), std::filesystem::perms::none);
+    support::dropPrivileges();
+    try {
+      const explain::Device asked{
+          .tree = std::make_shared<explain::SysfsTree>(), .path = device, .source = {}};
+      explain::Circumstances circumstances = circumstancesWith(allClasses);
+      circumstances.linkSpeed = "full";
+      static_cast<void>(explainDevice(asked, circumstances));
+      ADD_FAILURE() << "it was explained";
+    } catch (const explain::Error& error) {
+      EXPECT_EQ(error.what(),
+                device + "/" + GetParam() + " cannot be read: Permission denied; the daemon runs as root");
+    }
+  });
 }
 
 }  // namespace
