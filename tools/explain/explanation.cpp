@@ -57,9 +57,9 @@ void refuse(Explanation& explanation, const Judgement& judgement) {
 // Only a generic device is put to the policy.
 void judgeDevice(Explanation& explanation, const Device& device, const DeviceAttributes& attributes,
                  const Circumstances& circumstances) {
+  explanation.rules = answerRules(circumstances, attributes, explanation.descriptors);
   try {
     const Judgement judgement = judge(circumstances.policy, circumstances.linkSpeed, attributes);
-    explanation.rules = answerRules(circumstances, attributes, explanation.descriptors, judgement);
     if (judgement.verdict == Verdict::admitted) {
       serveGeneric(explanation, device, circumstances);
     } else {
