@@ -124,7 +124,7 @@ Explanation explainDevice(const Device& device, const Circumstances& circumstanc
   explanation.isSpeedInferred = device.tree->infersSpeed();
   describe(explanation, *attributes);
   classifyDevice(explanation, device, *attributes, circumstances);
-  explanation.kinds = answerKinds(circumstances.classes, *attributes, explanation.kind);
+  explanation.kinds = answerKinds(circumstances.classes, *attributes);
   explanation.nodes = answerNodes(device, circumstances);
   decide(explanation, device, *attributes, circumstances);
   return explanation;

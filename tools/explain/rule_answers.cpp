@@ -81,7 +81,7 @@ std::string whyLast(Verdict verdict) {
   if (verdict == Verdict::refused) {
     return "it is refused already";
   }
-  return verdict == Verdict::failed ? "the daemon has given up already" : "";
+  return verdict == Verdict::failed ? "the daemon gives it up before" : "";
 }
 
 }  // namespace

@@ -109,6 +109,9 @@ std::string kindLine(const KindAnswer& answer) {
   if (answer.isAsked()) {
     return line + answer.reason;
   }
+  if (answer.reason.empty()) {
+    return line + answer.whyNotAsked;
+  }
   return line + answer.whyNotAsked + (answer.fits ? "; else it would be: " : "; nor is it: ") + answer.reason;
 }
 

@@ -107,7 +107,7 @@ TEST_F(RuleAnswers, BehindTheOneThatCannotReadTheDeviceAreNotAsked) {
   const std::vector<RuleAnswer> answers = answerRules(circumstances_, SysfsDevice(device), {});
   EXPECT_EQ(answers[1].verdict, Verdict::failed);
   EXPECT_EQ(answers[3].verdict, Verdict::notAsked);
-  EXPECT_EQ(answers[3].whyNotAsked, "the daemon has given up already");
+  EXPECT_EQ(answers[3].whyNotAsked, "the daemon gives it up before");
 }
 
 TEST_F(RuleAnswers, EndWithTheFirstLoudRefusal) {
