@@ -26,10 +26,6 @@ UsbDeviceDescriptor deviceDescriptor(DescriptorBytes descriptors) {
   return device;
 }
 
-DescriptorWalk interfacesOf(DescriptorBytes descriptors) {
-  return {descriptors.subspan(UsbDeviceDescriptor::extent), interfaceDescriptorType, bInterfaceProtocol};
-}
-
 bool hasSingleStorageInterface(DescriptorBytes descriptors) {
   int interfaces = 0;
   for (const DescriptorBytes interface : interfacesOf(descriptors)) {
@@ -42,6 +38,10 @@ bool hasSingleStorageInterface(DescriptorBytes descriptors) {
 }
 
 }  // namespace
+
+DescriptorWalk interfacesOf(DescriptorBytes descriptors) {
+  return {descriptors.subspan(UsbDeviceDescriptor::extent), interfaceDescriptorType, bInterfaceProtocol};
+}
 
 bool isKeyboardInterface(DescriptorBytes interface) {
   return interface[bInterfaceClass] == hidClass && interface[bInterfaceProtocol] == keyboardProtocol;

@@ -15,6 +15,9 @@ bool isKeyboardDescriptor(DescriptorBytes descriptors);
 /** Storage: one configuration with one interface, mass storage with SCSI or ATAPI commands, bulk-only. */
 bool isStorageDescriptor(DescriptorBytes descriptors);
 
+/** The interface descriptors behind the device descriptor, which must be whole. */
+DescriptorWalk interfacesOf(DescriptorBytes descriptors);
+
 /** Whether an interface descriptor is one of such a device. */
 bool isKeyboardInterface(DescriptorBytes interface);
 bool isStorageInterface(DescriptorBytes interface);

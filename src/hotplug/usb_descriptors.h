@@ -38,6 +38,8 @@ inline constexpr std::size_t bInterfaceProtocol = 7;
 
 /** Endpoint descriptors (USB 2.0, table 9-13). */
 inline constexpr std::size_t bmAttributes = 3;
+inline constexpr std::uint8_t transferTypeBits = 0x03;  // of bmAttributes
+inline constexpr std::uint8_t isochronousTransfer = 1;
 
 /** Class codes of devices and interfaces, assigned by the USB-IF. */
 inline constexpr std::uint8_t classPerInterface = 0x00;

@@ -14,20 +14,20 @@
 
 namespace {
 
-using Place = std::optional<std::size_t>;
-
-// Where the first descriptor of `type` begins whose `field` passes the test.
-Place find(const DeviceAttributes& device, std::uint8_t type, std::size_t field, bool (&test)(std::uint8_t)) {
+// To the first descriptor of `type` whose `field` passes the test.
+std::optional<Objection> find(const DeviceAttributes& device, std::uint8_t type, std::size_t field,
+                              bool (&test)(std::uint8_t)) {
   const std::string descriptors = device.content("descriptors");
   for (const DescriptorBytes found : DescriptorWalk(descriptorBytes(descriptors), type, field)) {
     if (test(found[field])) {
-      return descriptors.size() - found.size();
+      return Objection{.offset = descriptors.size() - found.size()};
     }
   }
   return {};
 }
 
-Place findInterface(const DeviceAttributes& device, bool (&test)(std::uint8_t interfaceClass)) {
+std::optional<Objection> findInterface(const DeviceAttributes& device,
+                                       bool (&test)(std::uint8_t interfaceClass)) {
   return find(device, interfaceDescriptorType, bInterfaceClass, test);
 }
 
@@ -41,28 +41,26 @@ bool isMassStorage(std::uint8_t interfaceClass) {
   return interfaceClass == massStorageClass;
 }
 bool isIsochronous(std::uint8_t attributes) {
-  constexpr std::uint8_t transferType = 0x03;  // of bmAttributes (USB 2.0, table 9-13)
-  constexpr std::uint8_t isochronous = 1;
-  return (attributes & transferType) == isochronous;
+  return (attributes & transferTypeBits) == isochronousTransfer;
 }
 
-Place findSmartcard(const DeviceAttributes& device) {
+std::optional<Objection> findSmartcard(const DeviceAttributes& device) {
   return findInterface(device, isSmartcard);
 }
-Place findOtherThanHid(const DeviceAttributes& device) {
+std::optional<Objection> findOtherThanHid(const DeviceAttributes& device) {
   return findInterface(device, isNotHid);
 }
-Place findMassStorage(const DeviceAttributes& device) {
+std::optional<Objection> findMassStorage(const DeviceAttributes& device) {
   return findInterface(device, isMassStorage);
 }
-Place findIsochronous(const DeviceAttributes& device) {
-  const Place found = find(device, endpointDescriptorType, bmAttributes, isIsochronous);
+std::optional<Objection> findIsochronous(const DeviceAttributes& device) {
+  const auto found = find(device, endpointDescriptorType, bmAttributes, isIsochronous);
   logDebug(found ? "Isochronous endpoint found - device not supported"
                  : "  no iso endpoints found, this is supported.");
   return found;
 }
-Place findHighSpeed(const DeviceAttributes& device) {
-  return device.isHighSpeed() ? Place(0) : Place();
+std::optional<Objection> findHighSpeed(const DeviceAttributes& device) {
+  return device.isHighSpeed() ? std::optional(Objection()) : std::nullopt;
 }
 
 // Each is on, or not, for a policy and the speed of the link.
@@ -88,39 +86,40 @@ constexpr std::array<AdmissionRule, 5> rules{{
      .objection = findSmartcard,
      .beforeName = "",
      .afterName = "local smartcard security",  // no blank, on purpose
-     .warning = nullptr},
+     .warning = nullptr,
+     .warningKey = nullptr},
     {.name = configuration_key::hidOnly,
      .isOn = onlyHidIsAllowed,
      .objection = findOtherThanHid,
      .beforeName = "",
      .afterName = " is not supported because it has non-HID endpoints",
-     .warning = nullptr},
+     .warning = nullptr,
+     .warningKey = nullptr},
     {.name = configuration_key::blockMassStorage,
      .isOn = storageIsBlocked,
      .objection = findMassStorage,
      .beforeName = "",
      .afterName = " configuration blocked due to mass storage capability",
-     .warning = nullptr},
+     .warning = nullptr,
+     .warningKey = nullptr},
     {.name = configuration_key::isochronousEnabled,
      .isOn = isochronousIsDisabled,
      .objection = findIsochronous,
      .beforeName = "",
      .afterName = " is not supported because it has isochronous endpoints",
-     .warning = &AdmissionPolicy::isochronousUserWarning},
+     .warning = &AdmissionPolicy::isochronousUserWarning,
+     .warningKey = configuration_key::isochronousUserWarning},
     {.name = "speed",
      .isOn = linkIsFullSpeed,
      .objection = findHighSpeed,
      .beforeName = "High speed ",
      .afterName = " is not supported on a full speed only port",
-     .warning = nullptr},
+     .warning = nullptr,
+     .warningKey = nullptr},
 }};
 
 std::string messageOf(const AdmissionRule& rule, const std::string& deviceName) {
   return rule.beforeName + deviceName + rule.afterName;
-}
-
-bool warns(const AdmissionRule& rule, const AdmissionPolicy& policy) {
-  return rule.warning == nullptr || policy.*rule.warning;
 }
 
 void reloadPolicyIfRequested(RxCtrl& ctrl) {
@@ -145,7 +144,7 @@ Judgement judge(const AdmissionPolicy& policy, const std::string& linkSpeed, con
     if (!rule.isOn(policy, linkSpeed) || !rule.objection(device)) {
       continue;
     }
-    if (warns(rule, policy)) {
+    if (rule.warns(policy)) {
       return {.verdict = Verdict::refused, .message = messageOf(rule, device.name()), .rule = &rule};
     }
     judgement = {.verdict = Verdict::refusedSilently, .message = {}, .rule = &rule};

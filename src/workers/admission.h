@@ -9,19 +9,31 @@
 #include "hotplug/device_attributes.h"
 #include "workers/admission_policy.h"
 
+/** What a rule objects to. */
+struct Objection {
+  /** Where that begins in the "descriptors"; none where it is the device as a whole. */
+  std::optional<std::size_t> offset;
+};
+
 /** A reason for which a generic device may not be used. */
 struct AdmissionRule {
   /** The key of the configuration that it depends on, or "speed". */
   const char* name;
   /** Whether it is asked at all, on a link of the speed `linkSpeed`. */
   bool (*isOn)(const AdmissionPolicy& policy, const std::string& linkSpeed);
-  /** What it objects to: where in the "descriptors" it begins, or 0 for the device as a whole. */
-  std::optional<std::size_t> (*objection)(const DeviceAttributes& device);
+  std::optional<Objection> (*objection)(const DeviceAttributes& device);
   /** What the user reads before and after the device's name. */
   const char* beforeName;
   const char* afterName;
   /** The setting without which the user reads nothing, and later rules are asked all the same; or null. */
   bool AdmissionPolicy::*warning;
+  /** Its key in the configuration, or null. */
+  const char* warningKey;
+
+  /** Whether the user learns of its refusals. */
+  [[nodiscard]] bool warns(const AdmissionPolicy& policy) const {
+    return warning == nullptr || policy.*warning;
+  }
 };
 
 /** Every rule, in the order in which they are asked. */

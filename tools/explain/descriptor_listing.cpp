@@ -103,11 +103,10 @@ std::size_t readOne(DescriptorListing& listing, DescriptorBytes rest, std::size_
 
 // Of an endpoint's wMaxPacketSize (USB 2.0, table 9-13; 5.5 to 5.8 say what full speed allows).
 bool exceedsFullSpeed(const Endpoint& endpoint) {
-  constexpr std::uint8_t transferType = 0x03;
   constexpr std::array<unsigned, 4> mostBytes{64, 1023, 64, 64};  // control, isochronous, bulk, interrupt
   constexpr unsigned sizeBits = 0x7FF;
   return endpoint.attributes && endpoint.packetSize &&
-         (*endpoint.packetSize & sizeBits) > mostBytes[*endpoint.attributes & transferType];
+         (*endpoint.packetSize & sizeBits) > mostBytes[*endpoint.attributes & transferTypeBits];
 }
 
 bool exceedsFullSpeed(const Interface& interface) {

@@ -60,9 +60,9 @@ void refuse(Explanation& explanation, const Judgement& judgement) {
 // Only a generic device is put to the policy.
 void judgeDevice(Explanation& explanation, const Device& device, const DeviceAttributes& attributes,
                  const Circumstances& circumstances) {
+  explanation.rules = answerRules(circumstances, attributes, explanation.descriptors);
   try {
     const Judgement judgement = judge(circumstances.policy, circumstances.linkSpeed, attributes);
-    explanation.rules = answerRules(circumstances, attributes, explanation.descriptors, judgement);
     if (judgement.verdict == Verdict::admitted) {
       serveGeneric(explanation, device, circumstances);
     } else {
@@ -129,7 +129,7 @@ Explanation explainDevice(const Device& device, const Circumstances& circumstanc
   explanation.isSpeedInferred = device.tree->infersSpeed();
   describe(explanation, *attributes);
   classifyDevice(explanation, device, *attributes, circumstances);
-  explanation.kinds = answerKinds(circumstances.classes, *attributes, explanation.kind);
+  explanation.kinds = answerKinds(circumstances.classes, *attributes);
   explanation.nodes = answerNodes(device, circumstances);
   decide(explanation, device, *attributes, circumstances);
   return explanation;

@@ -91,7 +91,7 @@ std::string kindJson(const KindAnswer& answer) {
                  {"asked", boolean(answer.isAsked())},
                  {"why_not_asked", stringOrNull(answer.whyNotAsked)},
                  {"fits", boolean(answer.fits)},
-                 {"reason", jsonString(answer.reason)}});
+                 {"reason", stringOrNull(answer.reason)}});
 }
 
 std::string ruleJson(const RuleAnswer& answer) {

@@ -14,6 +14,10 @@ namespace explain {
 
 namespace {
 
+constexpr const char* givenUp = "the daemon gives it up before";
+
+constexpr const char* hubKind = "hub";
+
 // A kind of devices whose nodes have workers of their own.
 struct ServedKind {
   const char* kind;
@@ -21,10 +25,6 @@ struct ServedKind {
   bool (*test)(DescriptorBytes descriptors);
   std::string (*why)(DescriptorBytes descriptors, bool fits);
 };
-
-DescriptorWalk interfacesOf(DescriptorBytes descriptors) {
-  return {descriptors.subspan(UsbDeviceDescriptor::extent), interfaceDescriptorType, bInterfaceProtocol};
-}
 
 std::size_t countInterfaces(DescriptorBytes descriptors) {
   std::size_t count = 0;
@@ -84,16 +84,23 @@ std::string whyStorage(DescriptorBytes descriptors, bool fits) {
 constexpr ServedKind keyboards{"keyboard", keyboardClass, isKeyboardDescriptor, whyKeyboard};
 constexpr ServedKind disks{"storage", storageClass, isStorageDescriptor, whyStorage};
 
-KindAnswer answerHub(const DeviceAttributes& device, std::optional<DeviceKind> kind) {
-  KindAnswer answer{.kind = "hub", .whyNotAsked = {}, .fits = false, .reason = {}};
-  if (!device.has("bDeviceClass")) {
-    answer.reason = "its device class is not known";
-    return answer;
+// Whether the daemon comes to ask these questions: not where it ignores the device, or cannot see what it is.
+bool isUsbDevice(const DeviceAttributes& device) {
+  try {
+    const DeviceKind kind = classifyAsItIs(noClasses, device);
+    return kind == DeviceKind::hub || kind == DeviceKind::generic;
+  } catch (...) {
+    return false;
   }
-  answer.fits = kind == DeviceKind::hub;
-  const auto deviceClass = static_cast<std::uint8_t>(device.hexadecimal("bDeviceClass"));
-  answer.reason = "the device class is " + deviceClassWords(deviceClass);
-  return answer;
+}
+
+KindAnswer answerHub(const DeviceAttributes& device) {
+  const unsigned long deviceClass = device.hexadecimal("bDeviceClass");
+  return {.kind = hubKind,
+          .whyNotAsked = {},
+          .fits = deviceClass == hubClass,
+          .hasFailed = false,
+          .reason = "the device class is " + deviceClassWords(static_cast<std::uint8_t>(deviceClass))};
 }
 
 // The word that enables a class, and no other.
@@ -102,27 +109,44 @@ std::string classOption(std::uint32_t deviceClass) {
   return known == classWords.end() ? "--class" : "--class=" + std::string(known->word);
 }
 
-// `decided`: the earlier kind that the device is of, or empty.
-std::string whyNotAsked(const ServedKind& served, const std::string& decided, std::uint32_t classes) {
-  if (!decided.empty()) {
-    return "it is " + decided + " already";
-  }
+std::string whyClassIsNotAsked(const ServedKind& served, std::uint32_t classes) {
   return enablesClass(classes, served.deviceClass) ? ""
                                                    : "not asked without " + classOption(served.deviceClass);
 }
 
-KindAnswer answerServed(const ServedKind& served, const std::string& decided, std::uint32_t classes,
+// `whyNotAsked`: why the daemon does not come to this question; empty where it does.
+KindAnswer answerServed(const ServedKind& served, const std::string& whyNotAsked, std::uint32_t classes,
                         const DeviceAttributes& device) {
-  KindAnswer answer{
-      .kind = served.kind, .whyNotAsked = whyNotAsked(served, decided, classes), .fits = false, .reason = {}};
+  KindAnswer answer{.kind = served.kind,
+                    .whyNotAsked = whyNotAsked.empty() ? whyClassIsNotAsked(served, classes) : whyNotAsked,
+                    .fits = false,
+                    .hasFailed = false,
+                    .reason = {}};
   try {
     const std::string descriptors = device.content("descriptors");
     answer.fits = served.test(descriptorBytes(descriptors));
     answer.reason = served.why(descriptorBytes(descriptors), answer.fits);
   } catch (...) {
+    answer.hasFailed = true;
     answer.reason = "its descriptors cannot be tested: " + failureText();
   }
   return answer;
+}
+
+// What would be no answer, since the daemon does not come to the question.
+KindAnswer unanswered(const char* kind) {
+  return {.kind = kind, .whyNotAsked = givenUp, .fits = false, .hasFailed = false, .reason = {}};
+}
+
+// Why the kinds behind this answer are not asked for; empty where they are.
+std::string whyLast(const KindAnswer& answer, const char* noun) {
+  if (!answer.isAsked()) {
+    return {};
+  }
+  if (answer.hasFailed) {
+    return givenUp;
+  }
+  return answer.fits ? "it is " + std::string(noun) + " already" : "";
 }
 
 }  // namespace
@@ -133,7 +157,7 @@ std::string kindWord(std::optional<DeviceKind> kind) {
   }
   switch (*kind) {
     case DeviceKind::hub:
-      return "hub";
+      return hubKind;
     case DeviceKind::keyboard:
       return keyboards.kind;
     case DeviceKind::storage:
@@ -150,12 +174,17 @@ std::string kindWord(std::optional<DeviceKind> kind) {
   return {};
 }
 
-std::vector<KindAnswer> answerKinds(std::uint32_t classes, const DeviceAttributes& device,
-                                    std::optional<DeviceKind> kind) {
-  const std::string hub = kind == DeviceKind::hub ? "a hub" : "";
-  const std::string hubOrKeyboard = kind == DeviceKind::keyboard ? "a keyboard" : hub;
-  return {answerHub(device, kind), answerServed(keyboards, hub, classes, device),
-          answerServed(disks, hubOrKeyboard, classes, device)};
+std::vector<KindAnswer> answerKinds(std::uint32_t classes, const DeviceAttributes& device) {
+  if (!isUsbDevice(device)) {
+    return {unanswered(hubKind), unanswered(keyboards.kind), unanswered(disks.kind)};
+  }
+  const KindAnswer hub = answerHub(device);
+  const std::string isHub = whyLast(hub, "a hub");
+  const KindAnswer keyboard = answerServed(keyboards, isHub, classes, device);
+  const std::string isDecided = isHub.empty() ? whyLast(keyboard, "a keyboard") : isHub;
+  const bool isGivenUp = isDecided == givenUp;
+  return {hub, keyboard,
+          isGivenUp ? unanswered(disks.kind) : answerServed(disks, isDecided, classes, device)};
 }
 
 }  // namespace explain

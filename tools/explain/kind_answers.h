@@ -15,7 +15,8 @@ struct KindAnswer {
   std::string kind;         // "hub", "keyboard", "storage"
   std::string whyNotAsked;  // empty where it is asked
   bool fits = false;        // also where it is not asked: what the answer would be
-  std::string reason;
+  bool hasFailed = false;   // because of what cannot be tested: the daemon then gives the device up
+  std::string reason;       // empty where the daemon has given up before
 
   [[nodiscard]] bool isAsked() const { return whyNotAsked.empty(); }
 };
@@ -23,8 +24,7 @@ struct KindAnswer {
 /** The word for a device that is of this kind for the daemon; empty where it has not found out. */
 [[nodiscard]] std::string kindWord(std::optional<DeviceKind> kind);
 
-/** The answers in the daemon's order. `kind` is what it has taken the device for. */
-[[nodiscard]] std::vector<KindAnswer> answerKinds(std::uint32_t classes, const DeviceAttributes& device,
-                                                  std::optional<DeviceKind> kind);
+/** The answers in the daemon's order. */
+[[nodiscard]] std::vector<KindAnswer> answerKinds(std::uint32_t classes, const DeviceAttributes& device);
 
 }  // namespace explain

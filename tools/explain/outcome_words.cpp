@@ -24,6 +24,8 @@ const char* verdictWord(RuleAnswer::Verdict verdict) {
       return "refused";
     case RuleAnswer::Verdict::refusedSilently:
       return "refused silently";
+    case RuleAnswer::Verdict::failed:
+      return "failed";
     case RuleAnswer::Verdict::notAsked:
       break;
   }

@@ -9,7 +9,7 @@ namespace explain {
 /** "served", "refused", "no worker". */
 [[nodiscard]] const char* outcomeWord(Outcome outcome);
 
-/** "passed", "refused", "refused silently", "not asked". */
+/** "passed", "refused", "refused silently", "failed", "not asked". */
 [[nodiscard]] const char* verdictWord(RuleAnswer::Verdict verdict);
 
 /** Where the descriptors end and why, in words; empty where they are whole. */

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "ctrl/configuration_keys.h"
+#include "tools/explain/failure_text.h"
 #include "tools/explain/usb_words.h"
 
 namespace explain {
@@ -21,62 +21,87 @@ std::string settingWords(const Setting& setting, const std::string& key) {
 }
 
 // A rule is named after its key, or is the one of the link's speed.
-std::string reasonOf(const AdmissionRule& rule, const Circumstances& circumstances) {
-  const bool hasKey = std::string_view(rule.name).find(':') != std::string_view::npos;
-  return hasKey ? settingWords(readSetting(rule.name), "the key")
-                : "the speed of the link is \"" + circumstances.linkSpeed + "\"";
+bool hasKey(const AdmissionRule& rule) {
+  return std::string_view(rule.name).find(':') != std::string_view::npos;
 }
 
-// What the descriptors have at `place`; the device as a whole where they have nothing there.
-std::string wordsAt(std::size_t place, const DescriptorListing& listing, const DeviceAttributes& device) {
+std::string reasonOf(const AdmissionRule& rule, const Circumstances& circumstances) {
+  return hasKey(rule) ? settingWords(readSetting(rule.name), "the key")
+                      : "the speed of the link is \"" + circumstances.linkSpeed + "\"";
+}
+
+// What the descriptors have at `offset`.
+std::string wordsAt(std::size_t offset, const DescriptorListing& listing) {
   for (const Interface& interface : listing.interfaces) {
-    if (interface.offset == place && interface.interfaceClass) {
+    if (interface.offset == offset && interface.interfaceClass) {
       return interfaceWords(interface) + " is " + interfaceClassWords(interface);
     }
     for (const Endpoint& endpoint : interface.endpoints) {
-      if (endpoint.offset == place) {
+      if (endpoint.offset == offset) {
         return interfaceWords(interface) + " has " + endpointWords(endpoint);
       }
     }
   }
-  return "the device is " + speedWords(device.textOr("speed", ""));
+  return "the descriptor at byte " + std::to_string(offset);
 }
 
-// A rule behind one that has refused loudly is not asked.
-RuleAnswer answerRule(const AdmissionRule& rule, bool isDecided, const Circumstances& circumstances,
-                      const DeviceAttributes& device, const DescriptorListing& listing) {
-  RuleAnswer answer{.name = rule.name,
-                    .isOn = rule.isOn(circumstances.policy, circumstances.linkSpeed),
-                    .reason = reasonOf(rule, circumstances),
-                    .found = {},
-                    .place = {},
-                    .verdict = Verdict::notAsked};
-  if (!answer.isOn || isDecided) {
-    return answer;
-  }
-  answer.place = rule.objection(device);
-  if (!answer.place) {
-    answer.verdict = Verdict::passed;
-    return answer;
-  }
-  answer.found = wordsAt(*answer.place, listing, device);
+std::string wordsOf(const Objection& objection, const DescriptorListing& listing,
+                    const DeviceAttributes& device) {
+  return objection.offset ? wordsAt(*objection.offset, listing)
+                          : "the device is " + speedWords(device.textOr("speed", ""));
+}
+
+void refuse(RuleAnswer& answer, const AdmissionRule& rule, const AdmissionPolicy& policy) {
   answer.verdict = Verdict::refused;
-  return answer;
+  if (!rule.warns(policy)) {
+    answer.verdict = Verdict::refusedSilently;
+    answer.reason += "; " + settingWords(readSetting(rule.warningKey), rule.warningKey);
+  }
+}
+
+void ask(RuleAnswer& answer, const AdmissionRule& rule, const Circumstances& circumstances,
+         const DeviceAttributes& device, const DescriptorListing& listing) {
+  try {
+    const std::optional<Objection> objection = rule.objection(device);
+    if (!objection) {
+      answer.verdict = Verdict::passed;
+      return;
+    }
+    answer.place = objection->offset;
+    answer.found = wordsOf(*objection, listing, device);
+    refuse(answer, rule, circumstances.policy);
+  } catch (...) {
+    answer.verdict = Verdict::failed;
+    answer.found = failureText();
+  }
+}
+
+// Why rules behind this one are not asked; empty where they are.
+std::string whyLast(Verdict verdict) {
+  if (verdict == Verdict::refused) {
+    return "it is refused already";
+  }
+  return verdict == Verdict::failed ? "the daemon gives it up before" : "";
 }
 
 }  // namespace
 
 std::vector<RuleAnswer> answerRules(const Circumstances& circumstances, const DeviceAttributes& device,
-                                    const DescriptorListing& listing, const Judgement& judgement) {
+                                    const DescriptorListing& listing) {
   std::vector<RuleAnswer> answers;
-  bool isDecided = false;
+  std::string whyNotAsked;
   for (const AdmissionRule& rule : admissionRules()) {
-    RuleAnswer answer = answerRule(rule, isDecided, circumstances, device, listing);
-    isDecided = isDecided || (judgement.verdict == ::Verdict::refused && judgement.rule == &rule);
-    if (answer.verdict == Verdict::refused && !isDecided) {
-      answer.verdict = Verdict::refusedSilently;
-      const Setting warning = readSetting(configuration_key::isochronousUserWarning);
-      answer.reason += "; " + settingWords(warning, warning.key);
+    RuleAnswer answer{.name = rule.name,
+                      .isOn = rule.isOn(circumstances.policy, circumstances.linkSpeed),
+                      .readsDescriptors = hasKey(rule),
+                      .reason = reasonOf(rule, circumstances),
+                      .whyNotAsked = whyNotAsked,
+                      .found = {},
+                      .place = {},
+                      .verdict = Verdict::notAsked};
+    if (answer.isOn && whyNotAsked.empty()) {
+      ask(answer, rule, circumstances, device, listing);
+      whyNotAsked = whyLast(answer.verdict);
     }
     answers.push_back(answer);
   }

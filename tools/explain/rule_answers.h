@@ -14,20 +14,21 @@ namespace explain {
 
 /** What a rule of the policy says of a device. */
 struct RuleAnswer {
-  enum class Verdict { passed, refused, refusedSilently, notAsked };
+  enum class Verdict { passed, refused, refusedSilently, failed, notAsked };
 
   std::string name;
   bool isOn = false;
+  bool readsDescriptors = false;
   std::string reason;                // why it is on or off
-  std::string found;                 // what it objects to, and where; empty where nothing
+  std::string whyNotAsked;           // of one that is on, for what the rules before it say
+  std::string found;                 // what it objects to, and where; or what of the device it cannot read
   std::optional<std::size_t> place;  // of that in the descriptors
   Verdict verdict = Verdict::notAsked;
 };
 
-/** The answers in the daemon's order, which `judgement` has come from. Throws what cannot be read of the device. */
+/** The answers in the daemon's order. */
 [[nodiscard]] std::vector<RuleAnswer> answerRules(const Circumstances& circumstances,
                                                   const DeviceAttributes& device,
-                                                  const DescriptorListing& listing,
-                                                  const Judgement& judgement);
+                                                  const DescriptorListing& listing);
 
 }  // namespace explain

@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "ctrl/device_classes.h"
+#include "hotplug/usb_descriptors.h"
 #include "tools/explain/outcome_words.h"
 #include "tools/explain/readable_text.h"
 #include "tools/explain/usb_words.h"
@@ -59,7 +60,7 @@ std::string idsOf(const DescriptorListing& descriptors) {
 }
 
 bool isIsochronous(const Endpoint& endpoint) {
-  return transferWords(endpoint) == "isochronous";
+  return endpoint.attributes && (*endpoint.attributes & transferTypeBits) == isochronousTransfer;
 }
 
 std::string interfaceLine(const Interface& interface) {
@@ -75,14 +76,19 @@ std::string placeOf(const Explanation& explanation) {
   return readable(explanation.path) + (isNamedOtherwise ? " (" + readable(explanation.source) + ")" : "");
 }
 
+bool hasReadDescriptors(const RuleAnswer& answer) {
+  using Verdict = RuleAnswer::Verdict;
+  return answer.readsDescriptors && answer.verdict != Verdict::notAsked && answer.verdict != Verdict::failed;
+}
+
 std::string damageOf(const Explanation& explanation) {
   const std::string damage = damageWords(explanation.descriptors);
   if (damage.empty()) {
     return {};
   }
-  const bool isJudged = !explanation.rules.empty();
+  const bool areJudged = std::ranges::any_of(explanation.rules, hasReadDescriptors);
   return paragraph(
-      2, "Descriptors: damaged: " + readable(damage) + (isJudged ? "; the rules read as far as that" : ""));
+      2, "Descriptors: damaged: " + readable(damage) + (areJudged ? "; the rules read as far as that" : ""));
 }
 
 std::string descriptionOf(const Explanation& explanation) {
@@ -102,6 +108,9 @@ std::string kindLine(const KindAnswer& answer) {
   const std::string line = (isTaken ? "" : "not ") + noun + ": ";
   if (answer.isAsked()) {
     return line + answer.reason;
+  }
+  if (answer.reason.empty()) {
+    return line + answer.whyNotAsked;
   }
   return line + answer.whyNotAsked + (answer.fits ? "; else it would be: " : "; nor is it: ") + answer.reason;
 }
@@ -125,10 +134,12 @@ std::string ruleLine(const RuleAnswer& answer) {
       return line + ": " + answer.found + ": refused";
     case RuleAnswer::Verdict::refusedSilently:
       return line + ": " + answer.found + ": refused, without a line on the display";
+    case RuleAnswer::Verdict::failed:
+      return line + ": failed: " + answer.found;
     case RuleAnswer::Verdict::notAsked:
       break;
   }
-  return answer.isOn ? line + ": not asked, since it is refused already" : line;
+  return answer.isOn ? line + ": not asked, since " + answer.whyNotAsked : line;
 }
 
 std::string rulesOf(const Explanation& explanation) {

@@ -131,8 +131,7 @@ std::string interfaceWords(const Interface& interface) {
 
 std::string transferWords(const Endpoint& endpoint) {
   constexpr std::array<const char*, 4> words{"control", "isochronous", "bulk", "interrupt"};
-  constexpr std::uint8_t transferType = 0x03;  // of bmAttributes (USB 2.0, table 9-13)
-  return endpoint.attributes ? words[*endpoint.attributes & transferType] : "?";
+  return endpoint.attributes ? words[*endpoint.attributes & transferTypeBits] : "?";
 }
 
 std::string directionWords(const Endpoint& endpoint) {

@@ -134,6 +134,8 @@ TEST_F(ExplanationOf, ADeviceThatTheDaemonCannotJudgeHasNoWorker) {
   const std::string why = "No such file or directory while open(\"" + device + "/descriptors\")";
   EXPECT_EQ(explanation.reason, "the daemon cannot ask the policy, and ignores it: " + why);
   EXPECT_EQ(explanation.descriptors.damage, "") << "nothing that was read is damaged";
+  ASSERT_EQ(explanation.rules.size(), 5U);
+  EXPECT_EQ(explanation.rules[3].found, why);
 }
 
 TEST_F(ExplanationOf, AGenericDeviceHasTheWorkersOfItsNodesBesideItsOwn) {

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "ctrl/configuration_keys.h"
+#include "hotplug/sysfs.h"
 #include "sim/files.h"
+#include "sim/sysfs.h"
 #include "sim/usb_descriptors.h"
 #include "support/private_world.h"
 #include "unit/tools/explain/described_device.h"
@@ -30,8 +32,7 @@ class RuleAnswers : public support::PrivateWorld {
   [[nodiscard]] std::vector<RuleAnswer> answersFor(const std::string& descriptors) const {
     const explain::Device device = describedDevice(descriptors);
     const auto attributes = device.tree->attributes(device.path);
-    return answerRules(circumstances_, *attributes, explain::listDescriptors(descriptors),
-                       judge(circumstances_.policy, circumstances_.linkSpeed, *attributes));
+    return answerRules(circumstances_, *attributes, explain::listDescriptors(descriptors));
   }
 
   [[nodiscard]] std::vector<Verdict> verdictsFor(const std::string& descriptors) const {
@@ -64,7 +65,49 @@ TEST_F(RuleAnswers, NameTheSpeedOfTheDevice) {
   EXPECT_EQ(speed.name, "speed");
   EXPECT_EQ(speed.verdict, Verdict::refused);
   EXPECT_EQ(speed.found, "the device is high speed, 480 Mbit/s");
+  EXPECT_EQ(speed.place, std::nullopt);
   EXPECT_EQ(speed.reason, "the speed of the link is \"full\"");
+}
+
+// The first bytes of a device may be those of an interface.
+TEST_F(RuleAnswers, OfTheSpeedNameNoInterfaceAtTheFirstByte) {
+  circumstances_.linkSpeed = "full";
+  circumstances_.policy.isochronousEnabled = true;
+  const RuleAnswer speed = answersFor(sim::interface(255, 0, 0) + sim::bytes({7, 5, 0x81, 2, 0x00, 0x02, 0}) +
+                                      std::string(2, 2))[4];
+  EXPECT_EQ(speed.verdict, Verdict::refused);
+  EXPECT_EQ(speed.found, "the device is high speed, 480 Mbit/s");
+}
+
+TEST_F(RuleAnswers, HaveAnInterfaceAtTheFirstByteInItsPlace) {
+  circumstances_.policy.smartcard = true;
+  const RuleAnswer smartcard = answersFor(sim::interface(0x0B, 0, 0))[0];
+  EXPECT_EQ(smartcard.place, 0U);
+  EXPECT_EQ(smartcard.found, "interface 0 is smart card (11/0/0)");
+}
+
+TEST_F(RuleAnswers, EndWithTheOneThatCannotReadTheDevice) {
+  configure("hid_only = 1\nisochronous_enabled = 1\n");
+  circumstances_.linkSpeed = "full";
+  sim::Sysfs sysfs;
+  const std::string device = sysfs.add(sim::UsbDevice{.descriptors = sim::keyboardDescriptors()});
+  sysfs.removeAttribute(device, "speed");
+  const std::vector<RuleAnswer> answers =
+      answerRules(circumstances_, SysfsDevice(device), explain::listDescriptors(sim::keyboardDescriptors()));
+  EXPECT_EQ(answers[1].verdict, Verdict::passed);
+  EXPECT_EQ(answers[4].verdict, Verdict::failed);
+  EXPECT_EQ(answers[4].found, "No such file or directory while open(\"" + device + "/speed\")");
+}
+
+TEST_F(RuleAnswers, BehindTheOneThatCannotReadTheDeviceAreNotAsked) {
+  configure("hid_only = 1\n");
+  sim::Sysfs sysfs;
+  const std::string device = sysfs.add(sim::UsbDevice{});
+  sysfs.removeAttribute(device, "descriptors");
+  const std::vector<RuleAnswer> answers = answerRules(circumstances_, SysfsDevice(device), {});
+  EXPECT_EQ(answers[1].verdict, Verdict::failed);
+  EXPECT_EQ(answers[3].verdict, Verdict::notAsked);
+  EXPECT_EQ(answers[3].whyNotAsked, "the daemon gives it up before");
 }
 
 TEST_F(RuleAnswers, EndWithTheFirstLoudRefusal) {

@@ -6,8 +6,10 @@
 
 #include "ctrl/device_classes.h"
 #include "sim/device_recording.h"
+#include "sim/sysfs.h"
 #include "sim/usb_descriptors.h"
 #include "support/private_world.h"
+#include "tools/explain/sysfs_tree.h"
 #include "ulx/items.h"
 #include "unit/tools/explain/described_device.h"
 
@@ -79,6 +81,29 @@ TEST_F(TextOutput, ExplainsDamagedDescriptors) {
       textFor(describedDevice(sim::keyboardDescriptors().substr(0, 30)), circumstancesWith(noClasses));
   EXPECT_NE(text.find("  Descriptors: damaged: they end at byte 27 of 30: the descriptor there is cut\n"
                       "      short: 3 of its 9 bytes are there; the rules read as far as that\n"),
+            std::string::npos)
+      << text;
+}
+
+TEST_F(TextOutput, SaysThatRulesReadDamagedDescriptorsOnlyWhereOneHas) {
+  explain::Circumstances circumstances = circumstancesWith(noClasses);
+  circumstances.policy.isochronousEnabled = true;
+  circumstances.linkSpeed = "full";
+  const std::string text = textFor(describedDevice(sim::keyboardDescriptors().substr(0, 30)), circumstances);
+  EXPECT_NE(text.find("3 of its 9 bytes are there\n"), std::string::npos) << text;
+}
+
+TEST_F(TextOutput, ShowsTheRuleThatCannotReadTheDevice) {
+  sim::Sysfs sysfs;
+  const std::string path = sysfs.add(sim::UsbDevice{});
+  sysfs.removeAttribute(path, "speed");
+  explain::Circumstances circumstances = circumstancesWith(noClasses);
+  circumstances.linkSpeed = "full";
+  const std::string text =
+      textFor({.tree = std::make_shared<explain::SysfsTree>(), .path = path, .source = {}}, circumstances);
+  EXPECT_NE(text.find("(default: the key is not set): nothing\n        found, passed\n"), std::string::npos)
+      << text;
+  EXPECT_NE(text.find("    speed: rule on (the speed of the link is \"full\"): failed: No such file"),
             std::string::npos)
       << text;
 }
