@@ -122,7 +122,7 @@ std::string deviceClassWords(std::uint8_t deviceClass) {
 }
 
 std::string interfaceWords(const Interface& interface) {
-  const std::string words = "interface " + numberOr(interface.number, "?");
+  std::string words = "interface " + numberOr(interface.number, "?");
   if (interface.alternateSetting.value_or(0) == 0) {
     return words;
   }
