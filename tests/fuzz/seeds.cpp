@@ -11,9 +11,10 @@
 
 #include "fuzz/control_input.h"
 #include "fuzz/descriptors_input.h"
-#include "fuzz/explain_input.h"
+#include "fuzz/explain_seeds.h"
 #include "fuzz/input.h"
 #include "fuzz/made_up_devices.h"
+#include "fuzz/recorded_attribute.h"
 #include "fuzz/uevent_input.h"
 #include "sim/device_recording.h"
 #include "sim/files.h"
@@ -22,21 +23,10 @@
 namespace {
 
 using fuzz::InputWriter;
+using fuzz::recordedIn;
 using namespace std::string_literals;
 
 using Inputs = std::vector<std::string>;
-
-// The content of a file, or the text of a link, that was recorded in `directory`; null where there is none.
-const std::string* recordedIn(const sim::DeviceRecording& recording, const std::string& directory,
-                              const std::string& name) {
-  const std::string path = directory + "/" + name;
-  for (const sim::TreeEntry& entry : recording.tree) {
-    if (entry.kind != sim::TreeEntry::Kind::directory && "/sys/" + entry.path == path) {
-      return &entry.content;
-    }
-  }
-  return nullptr;
-}
 
 std::string firstNode(const sim::DeviceRecording& recording, const std::string& prefix) {
   const std::vector<std::string> nodes = recording.nodes(prefix);
@@ -189,38 +179,6 @@ Inputs descriptorsInputs() {
   return inputs;
 }
 
-std::string explained(const sim::DeviceRecording& recording, const std::string& descriptors, unsigned policy,
-                      unsigned switches) {
-  const std::string* deviceClass = recordedIn(recording, recording.directory, "bDeviceClass");
-  return InputWriter()
-      .byte(policy)
-      .byte(switches)
-      .text(deviceClass == nullptr ? "00\n" : *deviceClass)
-      .text(recording.product + "\n")
-      .bytes(descriptors)
-      .written();
-}
-
-Inputs explainInputs() {
-  constexpr unsigned allClasses = fuzz::explainKeyboardsSwitch | fuzz::explainStorageSwitch;
-  Inputs inputs;
-  for (const std::string& name : sim::recordingNames()) {
-    const sim::DeviceRecording recording = sim::loadRecording(name);
-    const std::string* found = recordedIn(recording, recording.directory, "descriptors");
-    if (found == nullptr) {
-      continue;
-    }
-    inputs.push_back(explained(recording, *found, fuzz::isochronousUserWarningSwitch, 0));
-    inputs.push_back(explained(recording, *found, 0, allClasses));
-    inputs.push_back(explained(recording, *found, fuzz::fullSpeedLinkSwitch | fuzz::highSpeedDeviceSwitch,
-                               fuzz::unnamedSwitch));
-    inputs.push_back(explained(recording, found->substr(0, found->size() / 2),
-                               fuzz::smartcardSwitch | fuzz::hidOnlySwitch | fuzz::blockMassStorageSwitch,
-                               allClasses));
-  }
-  return inputs;
-}
-
 InputWriter& step(InputWriter& input, fuzz::ControlStep step) {
   return input.byte(static_cast<unsigned>(step));
 }
@@ -308,7 +266,7 @@ int main(int argc, char** argv) try {
   const std::string folder = argv[1];
   writeInputs(folder + "/uevent", ueventInputs());
   writeInputs(folder + "/descriptors", descriptorsInputs());
-  writeInputs(folder + "/explain", explainInputs());
+  writeInputs(folder + "/explain", fuzz::explainSeeds());
   writeInputs(folder + "/control", controlInputs());
   writeInputs(folder + "/command_line", commandLineInputs());
   writeInputs(folder + "/configuration", configurationInputs());
