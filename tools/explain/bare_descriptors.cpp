@@ -55,6 +55,10 @@ std::vector<std::string> BareDescriptors::nodes(const std::string& /*device*/) c
   return {};
 }
 
+std::string BareDescriptors::whyNodesAreHidden(const std::string& /*device*/) const {
+  return "descriptors do not show";
+}
+
 DeviceKind BareDescriptors::kindOf(std::uint32_t classes, const DeviceAttributes& device) const {
   return classifyAsItIs(classes, device);
 }

@@ -16,7 +16,7 @@ class BareDescriptors : public DeviceTree {
   [[nodiscard]] std::vector<std::string> nodes(const std::string& device) const override;
   [[nodiscard]] DeviceKind kindOf(std::uint32_t classes, const DeviceAttributes& device) const override;
   [[nodiscard]] std::string workerPath(const std::string& path) const override;
-  [[nodiscard]] bool showsNodes() const override { return false; }
+  [[nodiscard]] std::string whyNodesAreHidden(const std::string& device) const override;
   [[nodiscard]] bool infersSpeed() const override { return true; }
 
  private:
