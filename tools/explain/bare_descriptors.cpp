@@ -17,10 +17,11 @@ namespace {
 // What a kernel would show of it. There is no "product": that text is no part of the descriptors.
 class DescribedDevice : public DeviceAttributes {
  public:
-  DescribedDevice(std::string path, const std::string& descriptors) : DeviceAttributes(std::move(path)) {
+  DescribedDevice(std::string path, const std::string& descriptors, const std::string& speed)
+      : DeviceAttributes(std::move(path)) {
     contents_["uevent"] = "DEVTYPE=usb_device\n";
     contents_["descriptors"] = descriptors;
-    contents_["speed"] = inferredSpeed(listDescriptors(descriptors)) + "\n";
+    contents_["speed"] = speed + "\n";
     if (descriptors.size() > bDeviceClass) {
       contents_["bDeviceClass"] = explain::hexadecimal(descriptorBytes(descriptors)[bDeviceClass]) + "\n";
     }
@@ -45,14 +46,26 @@ class DescribedDevice : public DeviceAttributes {
 
 }  // namespace
 
-BareDescriptors::BareDescriptors(std::string descriptors) : descriptors_(std::move(descriptors)) {}
+BareDescriptors::BareDescriptors(std::string descriptors, std::string speed)
+    : descriptors_(std::move(descriptors)), speed_(std::move(speed)) {}
 
 std::unique_ptr<DeviceAttributes> BareDescriptors::attributes(const std::string& path) const {
-  return std::make_unique<DescribedDevice>(path, descriptors_);
+  const std::string speed = speed_.empty() ? inferredSpeed(listDescriptors(descriptors_)) : speed_;
+  return std::make_unique<DescribedDevice>(path, descriptors_, speed);
 }
 
 std::vector<std::string> BareDescriptors::nodes(const std::string& /*device*/) const {
   return {};
+}
+
+std::string BareDescriptors::whyNodesAreHidden(const std::string& /*device*/) const {
+  return "descriptors do not show";
+}
+
+std::string BareDescriptors::whySpeedIsUnknown(const std::string& device) const {
+  return attributes(device)->text("speed").empty()
+             ? "the descriptors do not say whether it is a high-speed device: give --device-speed"
+             : "";
 }
 
 DeviceKind BareDescriptors::kindOf(std::uint32_t classes, const DeviceAttributes& device) const {

@@ -14,6 +14,7 @@ constexpr std::uint8_t configurationDescriptorType = 2;
 constexpr std::uint8_t companionDescriptorType = 0x30;
 
 /** Fields that only a listing needs (USB 2.0, tables 9-8, 9-12 and 9-13). */
+constexpr std::size_t bMaxPacketSize0 = 7;
 constexpr std::size_t idVendor = 8;
 constexpr std::size_t idProduct = 10;
 constexpr std::size_t bInterfaceNumber = 2;
@@ -65,6 +66,7 @@ void add(DescriptorListing& listing, DescriptorBytes bytes, std::size_t offset) 
 
 void readDeviceDescriptor(DescriptorListing& listing, DescriptorBytes bytes) {
   listing.deviceClass = byteAt(bytes, bDeviceClass);
+  listing.controlPacketSize = byteAt(bytes, bMaxPacketSize0);
   listing.vendor = wordAt(bytes, idVendor);
   listing.product = wordAt(bytes, idProduct);
   listing.configurationsAnnounced = byteAt(bytes, bNumConfigurations);
@@ -114,6 +116,11 @@ bool exceedsFullSpeed(const Interface& interface) {
                              [](const Endpoint& endpoint) { return exceedsFullSpeed(endpoint); });
 }
 
+// A high-speed device has 64 there (USB 2.0, 5.5.3).
+bool excludesHighSpeed(std::uint8_t controlPacketSize) {
+  return controlPacketSize == 8 || controlPacketSize == 16 || controlPacketSize == 32;
+}
+
 }  // namespace
 
 Interface readInterface(DescriptorBytes bytes, std::size_t offset) {
@@ -152,7 +159,10 @@ std::string inferredSpeed(const DescriptorListing& listing) {
   }
   const bool isHigh = std::ranges::any_of(
       listing.interfaces, [](const Interface& interface) { return exceedsFullSpeed(interface); });
-  return isHigh ? "480" : "12";
+  if (isHigh) {
+    return "480";
+  }
+  return listing.controlPacketSize && excludesHighSpeed(*listing.controlPacketSize) ? "12" : "";
 }
 
 }  // namespace explain

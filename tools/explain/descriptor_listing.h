@@ -36,6 +36,7 @@ struct DescriptorListing {
   std::optional<std::uint16_t> vendor;
   std::optional<std::uint16_t> product;
   std::optional<std::uint8_t> deviceClass;
+  std::optional<std::uint8_t> controlPacketSize;        // of the default control pipe
   std::optional<std::uint8_t> configurationsAnnounced;  // by the device descriptor
   std::size_t configurations = 0;                       // that are there
   std::vector<Interface> interfaces;
@@ -49,7 +50,7 @@ struct DescriptorListing {
 
 [[nodiscard]] DescriptorListing listDescriptors(const std::string& descriptors);
 
-/** The "speed" attribute that the endpoints of a device speak for: "12" where none needs more. */
+/** The "speed" attribute that the descriptors speak for, "12" also for low speed; empty where they do not say. */
 [[nodiscard]] std::string inferredSpeed(const DescriptorListing& listing);
 
 }  // namespace explain

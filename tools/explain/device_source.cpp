@@ -73,8 +73,10 @@ Device sysfsDevice(const std::string& argument, const std::string& directory) {
   return {.tree = std::move(tree), .path = path, .source = argument};
 }
 
-Device describedDevice(const std::string& file) {
-  return {.tree = std::make_shared<BareDescriptors>(readDescriptorFile(file)), .path = file, .source = file};
+Device describedDevice(const std::string& file, const std::string& speed) {
+  return {.tree = std::make_shared<BareDescriptors>(readDescriptorFile(file), speed),
+          .path = file,
+          .source = file};
 }
 
 bool isNameOfDevice(const std::string& argument) {
@@ -99,14 +101,14 @@ bool isRecording(const std::string& place) {
   return fs::exists(place + "/about.txt");
 }
 
-std::vector<Device> devicesAt(const std::string& argument) {
+std::vector<Device> devicesAt(const std::string& argument, const std::string& speed) {
   const std::string place = placeOf(argument);
   const fs::file_status status = fs::status(place);
   if (!fs::exists(status)) {
     throw Error(argument + ": there is no such device, folder or file");
   }
   if (isFileOfDescriptors(place, status)) {
-    return {describedDevice(place)};
+    return {describedDevice(place, speed)};
   }
   if (!fs::is_directory(status)) {
     throw Error(argument + ": neither a directory nor a file");
@@ -136,8 +138,8 @@ auto namedBy(const std::string& argument, Call call) {
 
 }  // namespace
 
-std::vector<Device> devicesNamed(const std::string& argument) {
-  return namedBy(argument, devicesAt);
+std::vector<Device> devicesNamed(const std::string& argument, const std::string& speed) {
+  return namedBy(argument, [&speed](const std::string& named) { return devicesAt(named, speed); });
 }
 
 std::string pluggedDeviceNamed(const std::string& argument) {

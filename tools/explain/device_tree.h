@@ -36,8 +36,11 @@ class DeviceTree {
   /** How a worker is given the device: its path, or a word in its place where that is not known. */
   [[nodiscard]] virtual std::string workerPath(const std::string& path) const { return path; }
 
-  /** Whether there could be nodes at all: bare descriptors show none. */
-  [[nodiscard]] virtual bool showsNodes() const { return true; }
+  /** Why nodes of a device cannot be seen: "descriptors do not show". Empty where they would be seen. */
+  [[nodiscard]] virtual std::string whyNodesAreHidden(const std::string& /*device*/) const { return {}; }
+
+  /** Why it is not known whether it is a high-speed device; empty where "speed" says that. */
+  [[nodiscard]] virtual std::string whySpeedIsUnknown(const std::string& /*device*/) const { return {}; }
 
   /** Whether its "speed" is a conclusion from the descriptors. */
   [[nodiscard]] virtual bool infersSpeed() const { return false; }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "ctrl/link.h"
 #include "tools/explain/error.h"
 #include "tools/explain/failure_text.h"
 #include "tools/explain/worker_lines.h"
@@ -57,12 +58,22 @@ void refuse(Explanation& explanation, const Judgement& judgement) {
   }
 }
 
+// Its rule is asked last, and needs to know the speed unless another has refused already.
+void requireSpeed(const Device& device, const Circumstances& circumstances, const Judgement& judgement) {
+  const bool isAsked = circumstances.linkSpeed == fullSpeedLink && judgement.verdict != Verdict::refused;
+  const std::string why = isAsked ? device.tree->whySpeedIsUnknown(device.path) : "";
+  if (!why.empty()) {
+    throw Error((device.source.empty() ? device.path : device.source) + ": " + why);
+  }
+}
+
 // Only a generic device is put to the policy.
 void judgeDevice(Explanation& explanation, const Device& device, const DeviceAttributes& attributes,
                  const Circumstances& circumstances) {
   explanation.rules = answerRules(circumstances, attributes, explanation.descriptors);
   try {
     const Judgement judgement = judge(circumstances.policy, circumstances.linkSpeed, attributes);
+    requireSpeed(device, circumstances, judgement);
     if (judgement.verdict == Verdict::admitted) {
       serveGeneric(explanation, device, circumstances);
     } else {
@@ -85,8 +96,9 @@ constexpr NodeKind scsiNodes{"SCSI generic", isScsiNode};
 
 std::string whyLeftToNode(const Device& device, const std::vector<NodeAnswer>& nodes, const NodeKind& kind) {
   const std::string left = "left to its " + std::string(kind.name) + " node, ";
-  if (!device.tree->showsNodes()) {
-    return left + "which descriptors do not show";
+  const std::string hiding = device.tree->whyNodesAreHidden(device.path);
+  if (!hiding.empty()) {
+    return left + "which " + hiding;
   }
   const bool isThere = std::ranges::any_of(nodes, kind.isOne, &NodeAnswer::path);
   return left + (isThere ? "which has no worker either" : "which is not there: see usb_rx_ctrl(8)");

@@ -88,7 +88,7 @@ Answers explainNamed(const Request& request, const explain::Circumstances& circu
   Answers answers;
   for (const std::string& argument : request.devices) {
     try {
-      for (const Device& device : explain::devicesNamed(argument)) {
+      for (const Device& device : explain::devicesNamed(argument, request.deviceSpeed)) {
         answers.add(device, circumstances);
       }
     } catch (const explain::Error& error) {

@@ -1,5 +1,6 @@
 #include "tools/explain/recorded_tree.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <string_view>
@@ -85,6 +86,17 @@ std::vector<std::string> RecordedTree::nodes(const std::string& device) const {
 
 DeviceKind RecordedTree::kindOf(std::uint32_t classes, const DeviceAttributes& device) const {
   return classifyAsItIs(classes, device);
+}
+
+std::string RecordedTree::whyNodesAreHidden(const std::string& device) const {
+  const bool showsInterfaces = std::ranges::any_of(entries_, [&device](const auto& each) {
+    return each.second.kind == TreeEntry::Kind::directory && isBelow(each.first, device);
+  });
+  return showsInterfaces ? "" : "this folder does not show";
+}
+
+std::string RecordedTree::whySpeedIsUnknown(const std::string& device) const {
+  return attributes(device)->textOr("speed", "none").empty() ? "about.txt has no speed" : "";
 }
 
 std::vector<std::string> RecordedTree::devices() const {

@@ -17,6 +17,9 @@ class RecordedTree : public DeviceTree {
   [[nodiscard]] std::unique_ptr<DeviceAttributes> attributes(const std::string& path) const override;
   [[nodiscard]] std::vector<std::string> nodes(const std::string& device) const override;
   [[nodiscard]] DeviceKind kindOf(std::uint32_t classes, const DeviceAttributes& device) const override;
+  /** A folder that was written by hand may leave out the interfaces, and with them all nodes. */
+  [[nodiscard]] std::string whyNodesAreHidden(const std::string& device) const override;
+  [[nodiscard]] std::string whySpeedIsUnknown(const std::string& device) const override;
 
   /**
    * The directories of the USB devices that were plugged: the recorded one and those behind it. Of a recording that

@@ -1,5 +1,6 @@
 #include "tools/explain/request.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstddef>
@@ -16,7 +17,7 @@ namespace explain {
 
 const char* const usage =
     "Usage: usb_rx_explain [--config=FILE] [--class=LIST] [--speed=WORD] [--intf=NAME]\n"
-    "                      [--transmitter=HOST:PORT] [--json] [DEVICE...]\n"
+    "                      [--device-speed=MBITS] [--transmitter=HOST:PORT] [--json] [DEVICE...]\n"
     "       usb_rx_explain --save FOLDER DEVICE\n"
     "       usb_rx_explain --help | --version\n"
     "Says what the USB control daemon does with a device, and why. Starts nothing, changes nothing.\n"
@@ -29,6 +30,8 @@ const char* const usage =
     "  --config=FILE            the daemon's configuration, otherwise /vel/quor.conf\n"
     "  --class=LIST             the daemon's option: none, keyboard, scsi, all; otherwise none\n"
     "  --speed=WORD             the speed of the link, otherwise high; only full makes a difference\n"
+    "  --device-speed=MBITS     the speed of a device of which only descriptors are given: 1.5, 12, 480, "
+    "5000\n"
     "  --intf=NAME              the daemon's option: a network connection, otherwise eth1\n"
     "  --transmitter=HOST:PORT  what workers connect to\n"
     "  --json                   prints an array with an object for each device\n"
@@ -66,12 +69,20 @@ std::string classListOf(const std::string& value) {
   return value;
 }
 
+std::string deviceSpeedOf(const std::string& value) {
+  constexpr std::array<std::string_view, 4> speeds{"1.5", "12", "480", "5000"};
+  if (std::ranges::find(speeds, value) == speeds.end()) {
+    throw Error("--device-speed: not one of 1.5, 12, 480, 5000: " + value);
+  }
+  return value;
+}
+
 struct ValueOption {
   std::string_view name;
   void (*set)(Request& request, const std::string& value);
 };
 
-constexpr std::array<ValueOption, 6> valueOptions{{
+constexpr std::array<ValueOption, 7> valueOptions{{
     {"--config", [](Request& request, const std::string& value) { request.configuration = value; }},
     {"--class", [](Request& request, const std::string& value) { request.classList = classListOf(value); }},
     {"--save",
@@ -80,6 +91,8 @@ constexpr std::array<ValueOption, 6> valueOptions{{
        request.folder = value;
      }},
     {"--speed", [](Request& request, const std::string& value) { request.linkSpeed = value; }},
+    {"--device-speed",
+     [](Request& request, const std::string& value) { request.deviceSpeed = deviceSpeedOf(value); }},
     {"--intf", [](Request& request, const std::string& value) { request.interface = value; }},
     {"--transmitter",
      [](Request& request, const std::string& value) { request.transmitter = transmitterOf(value); }},

@@ -22,6 +22,7 @@ struct Request {
   std::string configuration;
   std::optional<std::string> classList;
   std::string linkSpeed = "high";
+  std::string deviceSpeed;  // of bare descriptors; empty: they say it, or nobody does
   std::string interface;
   std::optional<Transmitter> transmitter;
   bool json = false;

@@ -48,8 +48,8 @@ std::string countOf(std::size_t number, const std::string& noun) {
 }
 
 std::string speedOf(const Explanation& explanation) {
-  const std::string words = readable(speedWords(explanation.speed));
-  return explanation.isSpeedInferred ? words + " (inferred from its endpoints)" : words;
+  return explanation.isSpeedInferred ? inferredSpeedWords(explanation.descriptors)
+                                     : readable(speedWords(explanation.speed));
 }
 
 std::string idsOf(const DescriptorListing& descriptors) {

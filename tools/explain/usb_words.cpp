@@ -167,6 +167,18 @@ std::string speedWords(const std::string& speed) {
   return speed.empty() ? "of unknown speed" : speed + " Mbit/s";
 }
 
+std::string inferredSpeedWords(const DescriptorListing& listing) {
+  constexpr std::uint8_t fullOrHighSpeed = 64;
+  const std::string speed = inferredSpeed(listing);
+  if (speed.empty()) {
+    return std::string(listing.controlPacketSize == fullOrHighSpeed ? "full or high speed"
+                                                                    : "of unknown speed") +
+           ": the descriptors do not say";
+  }
+  return speed == "12" ? "12 Mbit/s or less (inferred from its control endpoint)"
+                       : speedWords(speed) + " (inferred from its endpoints)";
+}
+
 std::string hexadecimal(std::uint8_t number) {
   return ulx::formatString("%02x", unsigned{number});
 }

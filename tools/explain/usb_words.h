@@ -36,6 +36,9 @@ namespace explain {
 /** "full speed, 12 Mbit/s" for the "speed" attribute "12". */
 [[nodiscard]] std::string speedWords(const std::string& speed);
 
+/** The speed that is inferred from descriptors; where they do not say, what it may be. */
+[[nodiscard]] std::string inferredSpeedWords(const DescriptorListing& listing);
+
 /** Two or four hexadecimal digits. */
 [[nodiscard]] std::string hexadecimal(std::uint8_t number);
 [[nodiscard]] std::string hexadecimal(std::uint16_t number);

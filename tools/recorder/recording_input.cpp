@@ -16,13 +16,20 @@ namespace {
 
 namespace fs = std::filesystem;
 
+std::string withoutSlashes(std::string path) {
+  while (path.ends_with('/')) {
+    path.pop_back();
+  }
+  return path;
+}
+
 /** The recording by its two files that cannot be missing. */
 DeviceRecording readDescriptionAndTree(const fs::path& folder) {
   std::map<std::string, std::string> about = readAbout(folder / "about.txt");
   DeviceRecording recording;
   recording.name = folder.filename();
   recording.description = about["description"];
-  recording.directory = about["device directory"];
+  recording.directory = withoutSlashes(about["device directory"]);
   recording.product = about["product"];
   recording.speed = about["speed"];
   recording.origin = about["origin"];
@@ -31,8 +38,13 @@ DeviceRecording readDescriptionAndTree(const fs::path& folder) {
 }
 
 std::vector<RecordedEvent> plugEventsOf(const DeviceRecording& recording, const fs::path& file) {
-  const bool canBeMissing = !recording.directory.empty();
-  return canBeMissing && !fs::exists(file) ? madeUpPlugEvents(recording) : readEvents(file);
+  if (fs::exists(file)) {
+    return readEvents(file);
+  }
+  if (recording.directory.empty()) {
+    throw Error(recording.name + ": about.txt has no \"device directory: /sys/devices/...\"");
+  }
+  return madeUpPlugEvents(recording);
 }
 
 }  // namespace

@@ -36,6 +36,9 @@ class Lines {
     std::string line = text_.substr(begin_, end - begin_);
     begin_ = end + 1;
     ++number_;
+    if (line.ends_with('\r')) {
+      throw error("line ends of another system (CR LF)");
+    }
     return line;
   }
 

@@ -106,27 +106,37 @@ std::string endpointOf(std::uint8_t attributes, unsigned packetSize) {
   return bytes({7, 5, 0x81, attributes, packetSize & 0xFFU, packetSize >> 8U, 1});
 }
 
+std::string deviceWithControlPackets(unsigned size) {
+  return bytes({18, 1, 0, 2, 0, 0, 0, size, 0x6B, 0x1D, 0x04, 0x01, 0, 0, 0, 0, 0, 1});
+}
+
 struct Inferred : support::NamedCase {
   std::string endpoints;
   std::string speed;
+  unsigned controlPacketSize = 64;
 };
 
 class DescriptorListingSpeed : public testing::TestWithParam<Inferred> {};
 
 INSTANTIATE_TEST_SUITE_P(
     Of, DescriptorListingSpeed,
-    testing::Values(Inferred{{"NoEndpoint"}, "", "12"}, Inferred{{"SmallBulk"}, endpointOf(bulk, 64), "12"},
+    testing::Values(Inferred{{"NoEndpoint"}, "", ""}, Inferred{{"SmallBulk"}, endpointOf(bulk, 64), ""},
                     Inferred{{"LargeBulk"}, endpointOf(bulk, 512), "480"},
-                    Inferred{{"SmallInterrupt"}, endpointOf(interrupt, 64), "12"},
+                    Inferred{{"SmallInterrupt"}, endpointOf(interrupt, 64), ""},
                     Inferred{{"LargeInterrupt"}, endpointOf(interrupt, 65), "480"},
-                    Inferred{{"SmallIsochronous"}, endpointOf(isochronous, 1023), "12"},
+                    Inferred{{"SmallIsochronous"}, endpointOf(isochronous, 1023), ""},
                     Inferred{{"LargeIsochronous"}, endpointOf(isochronous, 1024), "480"},
                     Inferred{{"SeveralTransactions"}, endpointOf(isochronous, 0x1400), "480"},
                     Inferred{{"SecondEndpoint"}, endpointOf(bulk, 8) + endpointOf(bulk, 512), "480"},
+                    Inferred{{"ControlPackets8"}, endpointOf(interrupt, 8), "12", 8},
+                    Inferred{{"ControlPackets16"}, "", "12", 16},
+                    Inferred{{"ControlPackets32"}, "", "12", 32},
+                    Inferred{{"ControlPacketsOfNoSize"}, "", "", 0},
                     Inferred{{"Companion"}, endpointOf(bulk, 1024) + bytes({6, 0x30, 0, 0, 0, 0}), "5000"}));
 
-TEST_P(DescriptorListingSpeed, IsTheLeastThatTheEndpointsNeed) {
-  const std::string descriptors = device(sim::interface(0xFF, 0, 0) + GetParam().endpoints);
+TEST_P(DescriptorListingSpeed, IsWhatTheDescriptorsProve) {
+  const std::string descriptors = deviceWithControlPackets(GetParam().controlPacketSize) +
+                                  sim::configuration(sim::interface(0xFF, 0, 0) + GetParam().endpoints);
   EXPECT_EQ(inferredSpeed(listDescriptors(descriptors)), GetParam().speed);
 }
 

@@ -17,10 +17,12 @@ class DeviceSourceWritten : public testing::Test {
   support::TemporaryDirectory devices;
   std::string folder = devices / "scanner";
 
-  [[nodiscard]] ExplainRun explainedFor(const std::string& linkSpeed) const {
+  [[nodiscard]] ExplainRun explainedFor(const std::string& linkSpeed,
+                                        std::vector<std::string> arguments = {}) const {
     sim::writeFile(folder + "/about.txt", scanner.about);
     sim::writeFile(folder + "/tree.txt", scanner.tree);
-    return runExplain({"--speed=" + linkSpeed, folder});
+    arguments.insert(arguments.end(), {"--speed=" + linkSpeed, folder});
+    return runExplain(arguments);
   }
 };
 
@@ -34,6 +36,26 @@ TEST_F(DeviceSourceWritten, IsServedAsDescribed) {
 TEST_F(DeviceSourceWritten, HasTheSpeedOfItsThirdLine) {
   const ExplainRun run = explainedFor("full");
   EXPECT_EQ(run.end, sim::ProcessEnd::exited(1)) << run;
+}
+
+TEST_F(DeviceSourceWritten, NeedsItsSpeedOnALinkOfFullSpeed) {
+  for (const char* speed : {"", "speed: \n"}) {
+    scanner.about = std::string("a scanner\ndevice directory: /sys/devices/usb1/1-1\n") + speed;
+    EXPECT_EQ(explainedFor("full").end, sim::ProcessEnd::exited(2));
+    EXPECT_NE(explainedFor("full").errors.find("usb_rx_explain: " + folder + ": about.txt has no speed\n"),
+              std::string::npos);
+    EXPECT_EQ(explainedFor("high").end, sim::ProcessEnd::exited(0));
+  }
+}
+
+TEST_F(DeviceSourceWritten, DoesNotShowTheNodesOfAKeyboard) {
+  scanner.tree =
+      "b devices/usb1/1-1/descriptors 120100020000000827060100000001020001"
+      "09022200010100a0320904000001030101000921110100012216000705810308000a\n";
+  const ExplainRun run = explainedFor("high", {"--class=keyboard"});
+  EXPECT_EQ(run.end, sim::ProcessEnd::exited(1)) << run;
+  EXPECT_NE(run.output.find("left to its hiddev node, which this folder does not show"), std::string::npos)
+      << run;
 }
 
 TEST_F(DeviceSourceWritten, LacksNoneOfItsLines) {

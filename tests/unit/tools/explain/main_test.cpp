@@ -114,6 +114,23 @@ TEST_F(Main, ReportsAStandardOutputThatIsFull) {
   EXPECT_EQ(run.errors, "usb_rx_explain: standard output: No space left on device\n");
 }
 
+TEST_F(Main, NeedsTheSpeedThatDescriptorsDoNotSayOnlyOnALinkOfFullSpeed) {
+  const std::string file = "/sim/descriptors";
+  sim::writeFile(file,
+                 "12010002ff00004009120100000101020001"
+                 "09022000010100c0320904000002ff0000000705810240000007050202400000");
+  EXPECT_EQ(runExplain({file}).end, sim::ProcessEnd::exited(0));
+  EXPECT_EQ(
+      runExplain({"--speed=full", file}),
+      refusal(file + ": the descriptors do not say whether it is a high-speed device: give --device-speed"));
+  EXPECT_EQ(runExplain({"--speed=full", "--device-speed=12", file}).end, sim::ProcessEnd::exited(0));
+  const ExplainRun fast = runExplain({"--speed=full", "--device-speed=480", file});
+  EXPECT_EQ(fast.end, sim::ProcessEnd::exited(1));
+  EXPECT_NE(fast.output.find("un-named device: high speed, 480 Mbit/s\n"), std::string::npos) << fast;
+  sim::writeFile(configurationPath, "[usb]\nhid_only = yes\n");
+  EXPECT_EQ(runExplain({"--speed=full", file}).end, sim::ProcessEnd::exited(1)) << "another rule refuses it";
+}
+
 TEST_F(Main, PrintsItsVersion) {
   EXPECT_EQ(runExplain({"--version"}).output, "usb_rx_explain " PROJECT_VERSION_TEXT "\n");
 }

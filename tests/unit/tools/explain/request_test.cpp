@@ -26,6 +26,7 @@ TEST(Request, HasTheDaemonsDefaultsAndNoDevice) {
   EXPECT_EQ(request.configuration, "/vel/quor.conf");
   EXPECT_EQ(request.classList, std::nullopt);
   EXPECT_EQ(request.linkSpeed, "high");
+  EXPECT_EQ(request.deviceSpeed, "");
   EXPECT_EQ(request.interface, "eth1");
   EXPECT_FALSE(request.transmitter);
   EXPECT_FALSE(request.json);
@@ -37,6 +38,7 @@ void expectAllOptions(const Request& request) {
   EXPECT_EQ(request.configuration, "a.conf");
   EXPECT_EQ(request.classList, "keyboard,scsi");
   EXPECT_EQ(request.linkSpeed, "full");
+  EXPECT_EQ(request.deviceSpeed, "1.5");
   EXPECT_EQ(request.interface, "eth0");
   ASSERT_TRUE(request.transmitter);
   EXPECT_EQ(request.transmitter->hostname, "fe80::1");
@@ -46,13 +48,15 @@ void expectAllOptions(const Request& request) {
 }
 
 TEST(Request, TakesValuesBehindAnEqualsSign) {
-  expectAllOptions(parsed({"--config=a.conf", "1-1", "--class=keyboard,scsi", "--speed=full", "--intf=eth0",
-                           "--transmitter=fe80::1:7000", "--json", "usb1"}));
+  expectAllOptions(
+      parsed({"--config=a.conf", "1-1", "--class=keyboard,scsi", "--speed=full", "--device-speed=1.5",
+              "--intf=eth0", "--transmitter=fe80::1:7000", "--json", "usb1"}));
 }
 
 TEST(Request, TakesValuesAsWordsOfTheirOwn) {
-  expectAllOptions(parsed({"--config", "a.conf", "--class", "keyboard,scsi", "--speed", "full", "--intf",
-                           "eth0", "--transmitter", "fe80::1:7000", "--json", "1-1", "usb1"}));
+  expectAllOptions(
+      parsed({"--config", "a.conf", "--class", "keyboard,scsi", "--speed", "full", "--device-speed", "1.5",
+              "--intf", "eth0", "--transmitter", "fe80::1:7000", "--json", "1-1", "usb1"}));
 }
 
 TEST(Request, TakesEverythingBehindTwoDashesForADevice) {
@@ -83,6 +87,9 @@ INSTANTIATE_TEST_SUITE_P(
         BadRequest{
             {"UnknownClass"}, {"--class=scsi,hid"}, "--class: not one of none, keyboard, scsi, all: hid"},
         BadRequest{{"EmptyClass"}, {"--class=,scsi"}, "--class: not one of none, keyboard, scsi, all: "},
+        BadRequest{{"UnknownDeviceSpeed"},
+                   {"--device-speed=high"},
+                   "--device-speed: not one of 1.5, 12, 480, 5000: high"},
         BadRequest{{"NoPort"}, {"--transmitter=unit"}, "--transmitter: not HOST:PORT: unit"},
         BadRequest{{"NoHost"}, {"--transmitter=:7000"}, "--transmitter: not HOST:PORT: :7000"},
         BadRequest{{"PortInWords"}, {"--transmitter=unit:http"}, "--transmitter: no port number: unit:http"},

@@ -78,4 +78,21 @@ TEST(UsbWords, NameSpeedsThatTheyKnow) {
   EXPECT_EQ(explain::speedWords(""), "of unknown speed");
 }
 
+explain::DescriptorListing listingWithControlPackets(std::uint8_t size) {
+  explain::DescriptorListing listing;
+  listing.controlPacketSize = size;
+  return listing;
+}
+
+TEST(UsbWords, SayHowFarASpeedIsInferred) {
+  EXPECT_EQ(inferredSpeedWords(listingWithControlPackets(64)),
+            "full or high speed: the descriptors do not say");
+  EXPECT_EQ(inferredSpeedWords(listingWithControlPackets(8)),
+            "12 Mbit/s or less (inferred from its control endpoint)");
+  EXPECT_EQ(inferredSpeedWords(explain::DescriptorListing()), "of unknown speed: the descriptors do not say");
+  explain::DescriptorListing fast;
+  fast.hasCompanions = true;
+  EXPECT_EQ(inferredSpeedWords(fast), "SuperSpeed, 5 Gbit/s (inferred from its endpoints)");
+}
+
 }  // namespace

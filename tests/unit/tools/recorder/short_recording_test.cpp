@@ -98,10 +98,24 @@ TEST_F(ShortRecording, NeedsADirectoryBelowThoseOfDevices) {
             "scanner: about.txt has no \"device directory: /sys/devices/...\"");
 }
 
-TEST_F(ShortRecording, OfNoDirectoryNeedsItsEvents) {
-  about = "several devices\n";
+TEST_F(ShortRecording, NeedsADirectoryWhereThereAreNoEvents) {
+  about = "a scanner\nspeed: 480\n";
   EXPECT_EQ(errorThrownBy([this] { static_cast<void>(read()); }),
-            "open(\"" + folder + "/plug.txt\"): No such file or directory");
+            "scanner: about.txt has no \"device directory: /sys/devices/...\"");
+}
+
+TEST_F(ShortRecording, MayEndItsDirectoryInASlash) {
+  about = "a scanner\ndevice directory: /sys/devices/usb1/1-1/\nspeed: 480\n";
+  EXPECT_EQ(read().directory, "/sys/devices/usb1/1-1");
+  EXPECT_EQ(contentOf("bDeviceClass"), "ff\n");
+}
+
+TEST_F(ShortRecording, HasNoLineEndsOfAnotherSystem) {
+  const std::string fault = ": line ends of another system (CR LF)";
+  tree.insert(tree.size() - 1, "\r");
+  EXPECT_EQ(errorThrownBy([this] { static_cast<void>(read()); }), folder + "/tree.txt:1" + fault);
+  about.insert(about.size() - 1, "\r");
+  EXPECT_EQ(errorThrownBy([this] { static_cast<void>(read()); }), folder + "/about.txt:3" + fault);
 }
 
 }  // namespace
