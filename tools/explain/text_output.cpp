@@ -188,9 +188,34 @@ std::string displayOf(const Explanation& explanation) {
          (isAnnounced ? "\n    (once link parameters have come by the control socket)" : "");
 }
 
+// Its nodes that are served although the device is not: the daemon asks no rule for a node.
+std::vector<std::string> nodesServedAllTheSame(const Explanation& explanation) {
+  std::vector<std::string> names;
+  for (const NodeAnswer& answer : explanation.nodes) {
+    if (explanation.outcome != Outcome::served && answer.isServed()) {
+      names.push_back(std::filesystem::path(answer.path).filename());
+    }
+  }
+  return names;
+}
+
+std::string exceptionOf(const Explanation& explanation) {
+  const std::vector<std::string> nodes = nodesServedAllTheSame(explanation);
+  std::string list;
+  for (const std::string& node : nodes) {
+    list += (list.empty() ? "" : ", ") + node;
+  }
+  if (nodes.empty()) {
+    return {};
+  }
+  return nodes.size() == 1 ? "; but its node " + list + " is served"
+                           : "; but its nodes " + list + " are served";
+}
+
 std::string verdictOf(const Explanation& explanation) {
   const std::string by = explanation.rule.empty() ? "" : " by " + explanation.rule;
-  std::string text = "  Verdict: " + std::string(outcomeWord(explanation.outcome)) + by + "\n";
+  std::string text = paragraph(2, "Verdict: " + std::string(outcomeWord(explanation.outcome)) + by +
+                                      readable(exceptionOf(explanation)));
   text += "  Display: " + displayOf(explanation) + "\n";
   return text + (explanation.worker.empty() ? paragraph(2, "Worker: none: " + readable(explanation.reason))
                                             : "  Worker: " + workerLine(explanation.worker) + "\n");
@@ -238,13 +263,17 @@ std::string headingOf(const Circumstances& circumstances) {
 
 std::string tableOf(const std::vector<Explanation>& explanations) {
   std::string text = tableLine("Device", "Speed", "Kind", "Verdict", "Name");
+  bool hasMark = false;
   for (const Explanation& explanation : explanations) {
     const std::string kind = kindWord(explanation.kind);
-    text +=
-        tableLine(readable(std::filesystem::path(explanation.path).filename()), readable(explanation.speed),
-                  kind.empty() ? "?" : kind, outcomeWord(explanation.outcome), readable(explanation.name));
+    const bool isMarked = !nodesServedAllTheSame(explanation).empty();
+    text += tableLine(readable(std::filesystem::path(explanation.path).filename()),
+                      readable(explanation.speed), kind.empty() ? "?" : kind,
+                      outcomeWord(explanation.outcome) + std::string(isMarked ? "*" : ""),
+                      readable(explanation.name));
+    hasMark = hasMark || isMarked;
   }
-  return text;
+  return hasMark ? text + "* but a node of it is served: see below\n" : text;
 }
 
 std::string textOf(const Explanation& explanation) {

@@ -124,6 +124,19 @@ TEST_F(TextOutput, HasAHeadingWithTheConfigurationAndTheLink) {
   EXPECT_EQ(headingOf(circumstances), "Configuration: /vel/quor.conf\nLink speed: high. Classes: none.\n");
 }
 
+TEST_F(TextOutput, SaysOfARefusedDeviceThatItsNodeIsServed) {
+  explain::Circumstances circumstances = circumstancesWith(storageClass);
+  circumstances.policy.blockMassStorage = true;
+  const Explanation disk = explainDevice(recordedDevice("uas-hs"), circumstances);
+  const std::string text = textOf(disk);
+  EXPECT_NE(text.find("  Verdict: refused by usb:block_mass_storage; but its node sg0 is served\n"),
+            std::string::npos)
+      << text;
+  EXPECT_NE(text.find("  Worker: none: it is refused\n"), std::string::npos) << text;
+  EXPECT_NE(explain::tableOf({disk}).find(" refused*   "), std::string::npos) << explain::tableOf({disk});
+  EXPECT_TRUE(explain::tableOf({disk}).ends_with("\n* but a node of it is served: see below\n"));
+}
+
 TEST_F(TextOutput, HasATableOfEightyColumnsAtMost) {
   std::vector<Explanation> explanations;
   for (const std::string name : {"hub", "audio", "made-odd-name", "made-long-name"}) {
