@@ -255,8 +255,7 @@ std::string tableLine(const std::string& device, const std::string& speed, const
 }  // namespace
 
 std::string headingOf(const Circumstances& circumstances) {
-  const std::string missing = circumstances.isConfigured ? "" : " is not there, so every key has its default";
-  return "Configuration: " + readable(circumstances.configuration) + missing + "\n" +
+  return "Configuration: " + readable(configurationLine(circumstances)) + "\n" +
          "Link speed: " + readable(circumstances.linkSpeed) + ". Classes: " + classesOf(circumstances) +
          ".\n";
 }

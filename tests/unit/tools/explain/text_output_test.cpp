@@ -119,7 +119,11 @@ TEST_F(TextOutput, HasAHeadingWithTheConfigurationAndTheLink) {
   EXPECT_EQ(headingOf(circumstances),
             "Configuration: /vel/quor.conf is not there, so every key has its default\n"
             "Link speed: high. Classes: keyboard, scsi.\n");
-  circumstances.isConfigured = true;
+  circumstances.configurationState = explain::ConfigurationState::unloadable;
+  EXPECT_TRUE(
+      headingOf(circumstances)
+          .starts_with("Configuration: /vel/quor.conf cannot be loaded, so every key has its default\n"));
+  circumstances.configurationState = explain::ConfigurationState::loaded;
   circumstances.classes = noClasses;
   EXPECT_EQ(headingOf(circumstances), "Configuration: /vel/quor.conf\nLink speed: high. Classes: none.\n");
 }
