@@ -65,7 +65,8 @@ std::string endpointJson(const Endpoint& endpoint) {
 }
 
 std::string interfaceJson(const Interface& interface) {
-  return object({{"number", numberOrNull(interface.number)},
+  return object({{"configuration", numberOrNull(interface.configuration)},
+                 {"number", numberOrNull(interface.number)},
                  {"alternate_setting", numberOrNull(interface.alternateSetting)},
                  {"class", numberOrNull(interface.interfaceClass)},
                  {"subclass", numberOrNull(interface.subclass)},

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <filesystem>
+#include <optional>
 
 #include "ctrl/device_classes.h"
 #include "hotplug/usb_descriptors.h"
@@ -71,6 +72,21 @@ std::string interfaceLine(const Interface& interface) {
   return line;
 }
 
+// The interfaces of several configurations are numbered anew in each.
+std::string interfacesOf(const DescriptorListing& descriptors) {
+  const bool areSeveral = descriptors.configurations > 1;
+  std::optional<std::uint8_t> configuration;
+  std::string text;
+  for (const Interface& interface : descriptors.interfaces) {
+    if (areSeveral && interface.configuration && interface.configuration != configuration) {
+      text += "    configuration " + std::to_string(*interface.configuration) + ":\n";
+      configuration = interface.configuration;
+    }
+    text += paragraph(areSeveral ? 6 : 4, interfaceLine(interface));
+  }
+  return text;
+}
+
 std::string placeOf(const Explanation& explanation) {
   const bool isNamedOtherwise = !explanation.source.empty() && explanation.source != explanation.path;
   return readable(explanation.path) + (isNamedOtherwise ? " (" + readable(explanation.source) + ")" : "");
@@ -96,10 +112,7 @@ std::string descriptionOf(const Explanation& explanation) {
   std::string text = readable(explanation.name) + ": " + speedOf(explanation) + "\n";
   text += "  " + placeOf(explanation) + "\n";
   text += "  " + idsOf(descriptors) + ", " + countOf(descriptors.configurations, "configuration") + "\n";
-  for (const Interface& interface : descriptors.interfaces) {
-    text += paragraph(4, interfaceLine(interface));
-  }
-  return text + damageOf(explanation);
+  return text + interfacesOf(descriptors) + damageOf(explanation);
 }
 
 std::string kindLine(const KindAnswer& answer) {

@@ -50,6 +50,21 @@ TEST_F(TextOutput, ExplainsARefusedDevice) {
             "  Worker: none: it is refused\n");
 }
 
+TEST_F(TextOutput, ListsTheInterfacesOfSeveralConfigurationsBelowTheirNumbers) {
+  const std::string text = textFor(recordedDevice("net"), circumstancesWith(noClasses));
+  const std::size_t begin = text.find("  0525:a4a2, 2 configurations\n");
+  ASSERT_NE(begin, std::string::npos) << text;
+  EXPECT_EQ(text.substr(begin, text.find("  Kind") - begin),
+            "  0525:a4a2, 2 configurations\n"
+            "    configuration 2:\n"
+            "      interface 0: network control (vendor's protocol) (2/2/255)\n"
+            "      interface 1: communications data (10/0/0)\n"
+            "    configuration 1:\n"
+            "      interface 0: Ethernet control (2/6/0)\n"
+            "      interface 1: communications data (10/0/0)\n"
+            "      interface 1 (setting 1): communications data (10/0/0)\n");
+}
+
 TEST_F(TextOutput, ExplainsAKeyboardByItsNode) {
   const std::string node = "/sys/devices/pci0000:00/0000:00:03.0/usb1/1-5/1-5:1.0/usb/hiddev0";
   const std::string text =
