@@ -15,7 +15,7 @@
 #include "ctrl/device_classes.h"
 #include "ctrl/settings.h"
 #include "tools/program_search.h"
-#include "ulx/items.h"
+#include "tools/word_list.h"
 
 namespace {
 
@@ -32,16 +32,6 @@ bool isSeconds(std::string_view value) {
   return error == std::errc() && end == value.data() + value.size() && seconds <= mostSeconds;
 }
 
-// Whether every item of `list` is a word of `words`, a table of the daemon's.
-template <class Words>
-bool hasOnly(std::string_view list, const Words& words) {
-  bool only = true;
-  ulx::forEachItem(list, ',', [&only, &words](std::string_view item) {
-    only = only && std::ranges::any_of(words, [item](const auto& known) { return known.word == item; });
-  });
-  return only;
-}
-
 bool isNoDenial(std::string_view value) {
   return value.empty() || std::string_view("0fFnN").find(value.front()) == std::string_view::npos;
 }
@@ -50,9 +40,9 @@ bool isNoDenial(std::string_view value) {
 bool takes(KeyReading reading, std::string_view value) {
   switch (reading) {
     case KeyReading::debugList:
-      return hasOnly(value, debugWords);
+      return !findUnknownWord(value, debugWords);
     case KeyReading::classList:
-      return hasOnly(value, classWords);
+      return !findUnknownWord(value, classWords);
     case KeyReading::presence:
       return isNoDenial(value);
     case KeyReading::seconds:

@@ -88,8 +88,8 @@ DeviceKind classifyBySubsystem(std::uint32_t classes, const DeviceAttributes& de
   if (subsystem == "usb") {
     return classifyUsb(classes, device);
   }
-  return enablesClass(classes, storageClass) && subsystem == "scsi_generic" ? DeviceKind::scsiGeneric
-                                                                            : DeviceKind::ignored;
+  return enablesClass(classes, storageClass) && subsystem == scsiGenericSubsystem ? DeviceKind::scsiGeneric
+                                                                                  : DeviceKind::ignored;
 }
 
 }  // namespace

@@ -4,6 +4,9 @@
 
 #include "hotplug/device_attributes.h"
 
+/** The subsystem of SCSI generic nodes. */
+inline constexpr const char* scsiGenericSubsystem = "scsi_generic";
+
 /** What a device or a node of sysfs is to the daemon. */
 enum class DeviceKind {
   scsiGeneric,   // a SCSI generic node, for usb_rx_scsi

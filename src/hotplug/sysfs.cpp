@@ -36,10 +36,6 @@ std::string SysfsDevice::content(const std::string& name) const {
   return ulx::FileDescriptor(path() + "/" + name, O_RDONLY).readAll();
 }
 
-std::string readBinaryAttribute(const std::string& dir, const std::string& name) {
-  return SysfsDevice(dir).content(name);
-}
-
 std::string readAttribute(const std::string& dir, const std::string& name) {
   return SysfsDevice(dir).text(name);
 }

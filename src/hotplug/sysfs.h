@@ -20,7 +20,6 @@ class SysfsDevice : public DeviceAttributes {
  * are. What cannot be opened, read or looked for throws the exception of the failed call.
  */
 
-std::string readBinaryAttribute(const std::string& dir, const std::string& name);
 std::string readAttribute(const std::string& dir, const std::string& name);
 unsigned long readHexAttribute(const std::string& dir, const std::string& name);
 std::string readAttributeOr(const std::string& dir, const std::string& name, const std::string& fallback);

@@ -127,7 +127,7 @@ Output outputFor(const Case& c) {
   for (const explain::Device& device : explain::devicesNamed(request.devices.front())) {
     explanations.push_back(explain::explainDevice(device, circumstances));
   }
-  return {.json = explain::jsonOf(explanations),
+  return {.json = explain::jsonOf(explanations, circumstances),
           .text = explain::headingOf(circumstances) + explain::tableOf(explanations) +
                   explain::textOf(explanations.at(0))};
 }

@@ -10,8 +10,8 @@
 #include "ctrl/configuration.h"
 #include "ctrl/configuration_keys.h"
 #include "ctrl/settings.h"
-#include "ctrl/word_list.h"
 #include "tools/explain/error.h"
+#include "tools/word_list.h"
 
 namespace explain {
 
@@ -33,13 +33,20 @@ void load(const std::string& path) {
   __fpurge(stdout);
 }
 
+ConfigurationState stateOf(const std::string& path) {
+  if (configDictionary() != nullptr) {
+    return ConfigurationState::loaded;
+  }
+  return isThere(path) ? ConfigurationState::unloadable : ConfigurationState::missing;
+}
+
 template <class Words>
 void requireWords(const char* key, const Words& words) {
   const char* list = getConfigString(key);
   const auto unknown = list == nullptr ? std::nullopt : findUnknownWord(list, words);
   if (unknown) {
     throw Error("the daemon does not start with this configuration: " + std::string(key) + " = " + list +
-                ": \"" + std::string(*unknown) + "\" is no word of it");
+                ": \"" + std::string(*unknown) + "\" is not one of its words");
   }
 }
 
@@ -63,7 +70,7 @@ Circumstances readCircumstances(const Request& request) {
 
   Circumstances circumstances;
   circumstances.configuration = request.configuration;
-  circumstances.isConfigured = isThere(request.configuration);
+  circumstances.configurationState = stateOf(request.configuration);
   circumstances.policy = readAdmissionPolicy();
   circumstances.classes = parseClassList(request.classList.value_or(""));
   circumstances.linkSpeed = request.linkSpeed;

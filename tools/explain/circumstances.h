@@ -17,10 +17,17 @@ struct Setting {
   bool isReadable = true;           // whether the text says yes or no
 };
 
+/** What has become of the configuration. */
+enum class ConfigurationState {
+  loaded,
+  missing,     // every key has its default
+  unloadable,  // the same, though it is there
+};
+
 /** What a device's treatment depends on besides the device. */
 struct Circumstances {
   std::string configuration;  // its file
-  bool isConfigured = false;  // whether the file is there
+  ConfigurationState configurationState = ConfigurationState::missing;
   AdmissionPolicy policy;
   std::uint32_t classes = 0;
   std::string linkSpeed;

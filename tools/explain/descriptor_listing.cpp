@@ -13,10 +13,11 @@ namespace {
 constexpr std::uint8_t configurationDescriptorType = 2;
 constexpr std::uint8_t companionDescriptorType = 0x30;
 
-/** Fields that only a listing needs (USB 2.0, tables 9-8, 9-12 and 9-13). */
+/** Fields that only a listing needs (USB 2.0, tables 9-8, 9-10, 9-12 and 9-13). */
 constexpr std::size_t bMaxPacketSize0 = 7;
 constexpr std::size_t idVendor = 8;
 constexpr std::size_t idProduct = 10;
+constexpr std::size_t bConfigurationValue = 5;
 constexpr std::size_t bInterfaceNumber = 2;
 constexpr std::size_t bAlternateSetting = 3;
 constexpr std::size_t bEndpointAddress = 2;
@@ -46,9 +47,11 @@ void add(DescriptorListing& listing, DescriptorBytes bytes, std::size_t offset) 
   switch (bytes[bDescriptorType]) {
     case configurationDescriptorType:
       ++listing.configurations;
+      listing.lastConfiguration = byteAt(bytes, bConfigurationValue);
       break;
     case interfaceDescriptorType:
       listing.interfaces.push_back(readInterface(bytes, offset));
+      listing.interfaces.back().configuration = listing.lastConfiguration;
       break;
     case endpointDescriptorType:
       if (listing.interfaces.empty()) {
@@ -125,6 +128,7 @@ bool excludesHighSpeed(std::uint8_t controlPacketSize) {
 
 Interface readInterface(DescriptorBytes bytes, std::size_t offset) {
   return {.offset = offset,
+          .configuration = {},
           .number = byteAt(bytes, bInterfaceNumber),
           .alternateSetting = byteAt(bytes, bAlternateSetting),
           .interfaceClass = byteAt(bytes, bInterfaceClass),

@@ -21,6 +21,7 @@ struct Endpoint {
 /** An interface descriptor (USB 2.0, table 9-12) and the endpoints that follow it. */
 struct Interface {
   std::size_t offset = 0;
+  std::optional<std::uint8_t> configuration;  // the number of the one that it belongs to
   std::optional<std::uint8_t> number;
   std::optional<std::uint8_t> alternateSetting;
   std::optional<std::uint8_t> interfaceClass;
@@ -39,13 +40,14 @@ struct DescriptorListing {
   std::optional<std::uint8_t> controlPacketSize;        // of the default control pipe
   std::optional<std::uint8_t> configurationsAnnounced;  // by the device descriptor
   std::size_t configurations = 0;                       // that are there
+  std::optional<std::uint8_t> lastConfiguration;        // the number of the last of them
   std::vector<Interface> interfaces;
   bool hasCompanions = false;  // of SuperSpeed endpoints
   std::size_t end = 0;         // where reading ends
   std::string damage;          // why it ends there; empty where that is the end of the file
 };
 
-/** The interface descriptor that `bytes` begin with, without its endpoints. */
+/** The interface descriptor that `bytes` begin with, without its configuration and its endpoints. */
 [[nodiscard]] Interface readInterface(DescriptorBytes bytes, std::size_t offset);
 
 [[nodiscard]] DescriptorListing listDescriptors(const std::string& descriptors);

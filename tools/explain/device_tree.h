@@ -56,10 +56,8 @@ struct Device {
 /** Whether this is the text of the "uevent" file of a USB device. */
 [[nodiscard]] bool isUsbDeviceEvent(const std::string& uevent);
 
-/** Whether a directory is named like a HID node, "hiddev" and a number. */
-[[nodiscard]] bool isHidNode(const std::string& path);
-/** Whether a directory is named like a SCSI generic node, "sg" and a number. */
-[[nodiscard]] bool isScsiNode(const std::string& path);
+/** Whether this is the directory of a HID node, by its name, or of a SCSI generic node, by its subsystem. */
+[[nodiscard]] bool isNode(const DeviceAttributes& directory);
 
 /** Sorts paths so that numbers in them count as such: "sg9" before "sg10". */
 void sortByName(std::vector<std::string>& paths);

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "ctrl/link.h"
+#include "hotplug/sysfs.h"
 #include "tools/explain/error.h"
 #include "tools/explain/failure_text.h"
 #include "tools/explain/worker_lines.h"
@@ -91,8 +92,8 @@ struct NodeKind {
   const char* name;
   bool (*isOne)(const std::string& path);
 };
-constexpr NodeKind hidNodes{"hiddev", isHidNode};
-constexpr NodeKind scsiNodes{"SCSI generic", isScsiNode};
+constexpr NodeKind hidNodes{"hiddev", isHiddevPath};
+constexpr NodeKind scsiNodes{"SCSI generic", [](const std::string& path) { return !isHiddevPath(path); }};
 
 std::string whyLeftToNode(const Device& device, const std::vector<NodeAnswer>& nodes, const NodeKind& kind) {
   const std::string left = "left to its " + std::string(kind.name) + " node, ";

@@ -65,7 +65,8 @@ std::string endpointJson(const Endpoint& endpoint) {
 }
 
 std::string interfaceJson(const Interface& interface) {
-  return object({{"number", numberOrNull(interface.number)},
+  return object({{"configuration", numberOrNull(interface.configuration)},
+                 {"number", numberOrNull(interface.number)},
                  {"alternate_setting", numberOrNull(interface.alternateSetting)},
                  {"class", numberOrNull(interface.interfaceClass)},
                  {"subclass", numberOrNull(interface.subclass)},
@@ -111,7 +112,12 @@ std::string nodeJson(const NodeAnswer& answer) {
                  {"at_start", stringOrNull(answer.atStart)}});
 }
 
-std::string explanationJson(const Explanation& explanation) {
+std::string configurationJson(const Circumstances& circumstances) {
+  return object({{"path", jsonString(circumstances.configuration)},
+                 {"state", jsonString(stateWord(circumstances.configurationState))}});
+}
+
+std::string explanationJson(const Explanation& explanation, const Circumstances& circumstances) {
   return object({{"device", jsonString(explanation.path)},
                  {"source", stringOrNull(explanation.source)},
                  {"name", jsonString(explanation.name)},
@@ -126,15 +132,16 @@ std::string explanationJson(const Explanation& explanation) {
                  {"kinds", array(explanation.kinds, kindJson)},
                  {"rules", array(explanation.rules, ruleJson)},
                  {"nodes", array(explanation.nodes, nodeJson)},
-                 {"descriptors", descriptorsJson(explanation.descriptors)}});
+                 {"descriptors", descriptorsJson(explanation.descriptors)},
+                 {"configuration", configurationJson(circumstances)}});
 }
 
 }  // namespace
 
-std::string jsonOf(const std::vector<Explanation>& explanations) {
+std::string jsonOf(const std::vector<Explanation>& explanations, const Circumstances& circumstances) {
   std::string text;
   for (const Explanation& explanation : explanations) {
-    text += (text.empty() ? "\n" : ",\n") + explanationJson(explanation);
+    text += (text.empty() ? "\n" : ",\n") + explanationJson(explanation, circumstances);
   }
   return "[" + text + "\n]\n";
 }

@@ -8,6 +8,7 @@
 namespace explain {
 
 /** An array with an object for each device, a line each. */
-[[nodiscard]] std::string jsonOf(const std::vector<Explanation>& explanations);
+[[nodiscard]] std::string jsonOf(const std::vector<Explanation>& explanations,
+                                 const Circumstances& circumstances);
 
 }  // namespace explain

@@ -17,6 +17,7 @@
 #include "tools/explain/explanation.h"
 #include "tools/explain/failure_text.h"
 #include "tools/explain/json_output.h"
+#include "tools/explain/outcome_words.h"
 #include "tools/explain/request.h"
 #include "tools/explain/text_output.h"
 #include "tools/recorder/plugged_device.h"
@@ -122,7 +123,7 @@ int statusOf(const Answers& answers, const Request& request) {
 std::string textOf(const Answers& answers, const Request& request,
                    const explain::Circumstances& circumstances) {
   if (request.json) {
-    return explain::jsonOf(answers.explanations);
+    return explain::jsonOf(answers.explanations, circumstances);
   }
   if (answers.explanations.empty() && !answers.isComplete) {
     return {};  // the reports on standard error say all
@@ -139,8 +140,8 @@ std::string textOf(const Answers& answers, const Request& request,
 
 int explainDevices(const Request& request) {
   const explain::Circumstances circumstances = explain::readCircumstances(request);
-  if (request.json && !circumstances.isConfigured) {
-    report(circumstances.configuration + " is not there, so every key has its default");
+  if (request.json && circumstances.configurationState != explain::ConfigurationState::loaded) {
+    report(explain::configurationLine(circumstances));
   }
   const Answers answers =
       request.devices.empty() ? explainPlugged(circumstances) : explainNamed(request, circumstances);

@@ -4,6 +4,7 @@
 
 #include "ctrl/device_classes.h"
 #include "hotplug/coldplug.h"
+#include "hotplug/sysfs.h"
 #include "tools/explain/error.h"
 #include "tools/explain/failure_text.h"
 #include "tools/explain/worker_lines.h"
@@ -43,7 +44,7 @@ void serve(NodeAnswer& answer, DeviceKind kind, const DeviceTree& tree, const De
     answer.display = attachedMessage(tree.attributes(node.path() + "/device/..")->name());
     answer.atStart = keyboardAtStart(node);
   } else if (kind == DeviceKind::scsiGeneric) {
-    answer.worker = scsiWorker(circumstances, node.path());
+    answer.worker = scsiWorker(circumstances, tree.workerPath(node.path()));
     answer.display = attachedMessage(diskName(*tree.attributes(node.path() + "/device")));
   } else {
     answer.reason = whyIgnored(node);
@@ -73,7 +74,7 @@ std::vector<NodeAnswer> answerNodes(const Device& device, const Circumstances& c
     return answers;
   }
   for (const std::string& path : device.tree->nodes(device.path)) {
-    if ((hasKeyboards && isHidNode(path)) || (hasStorage && isScsiNode(path))) {
+    if (isHiddevPath(path) ? hasKeyboards : hasStorage) {
       answers.push_back(answerNode(*device.tree, path, circumstances));
     }
   }

@@ -32,6 +32,30 @@ const char* verdictWord(RuleAnswer::Verdict verdict) {
   return "not asked";
 }
 
+const char* stateWord(ConfigurationState state) {
+  switch (state) {
+    case ConfigurationState::loaded:
+      return "loaded";
+    case ConfigurationState::unloadable:
+      return "unloadable";
+    case ConfigurationState::missing:
+      break;
+  }
+  return "missing";
+}
+
+std::string configurationLine(const Circumstances& circumstances) {
+  switch (circumstances.configurationState) {
+    case ConfigurationState::loaded:
+      return circumstances.configuration;
+    case ConfigurationState::unloadable:
+      return circumstances.configuration + " cannot be loaded, so every key has its default";
+    case ConfigurationState::missing:
+      break;
+  }
+  return circumstances.configuration + " is not there, so every key has its default";
+}
+
 std::string damageWords(const DescriptorListing& descriptors) {
   std::string words;
   if (descriptors.firstType && descriptors.firstType != deviceDescriptorType) {

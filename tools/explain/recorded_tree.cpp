@@ -75,8 +75,8 @@ std::unique_ptr<DeviceAttributes> RecordedTree::attributes(const std::string& pa
 std::vector<std::string> RecordedTree::nodes(const std::string& device) const {
   std::vector<std::string> found;
   for (const auto& [path, entry] : entries_) {
-    const bool isNode = entry.kind == TreeEntry::Kind::directory && (isHidNode(path) || isScsiNode(path));
-    if (isNode && belongsTo(path, device)) {
+    const bool isBehind = entry.kind == TreeEntry::Kind::directory && belongsTo(path, device);
+    if (isBehind && isNode(RecordedDevice(*this, path))) {
       found.push_back(path);
     }
   }

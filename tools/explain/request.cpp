@@ -10,8 +10,8 @@
 #include "ctrl/command_line.h"
 #include "ctrl/configuration_keys.h"
 #include "ctrl/device_classes.h"
-#include "ctrl/word_list.h"
 #include "tools/explain/error.h"
+#include "tools/word_list.h"
 
 namespace explain {
 

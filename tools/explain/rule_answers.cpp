@@ -26,8 +26,12 @@ bool hasKey(const AdmissionRule& rule) {
 }
 
 std::string reasonOf(const AdmissionRule& rule, const Circumstances& circumstances) {
-  return hasKey(rule) ? settingWords(readSetting(rule.name), "the key")
-                      : "the speed of the link is \"" + circumstances.linkSpeed + "\"";
+  if (!hasKey(rule)) {
+    return "the speed of the link is \"" + circumstances.linkSpeed + "\"";
+  }
+  return circumstances.configurationState == ConfigurationState::unloadable
+             ? "default: the configuration cannot be loaded"
+             : settingWords(readSetting(rule.name), "the key");
 }
 
 // What the descriptors have at `offset`.

@@ -10,6 +10,7 @@
 
 #include "hotplug/sysfs.h"
 #include "tools/explain/error.h"
+#include "tools/explain/worker_lines.h"
 #include "ulx/directory.h"
 #include "ulx/exceptions.h"
 #include "ulx/path.h"
@@ -69,7 +70,7 @@ void addNodes(std::vector<std::string>& found, const std::string& directory) {
     if (hasNoNodes(entry) || !isDirectory(entry) || isOtherDevice(entry)) {
       continue;
     }
-    if (isHidNode(entry) || isScsiNode(entry)) {
+    if (isNode(SysfsDevice(entry))) {
       found.push_back(entry);
     }
     addNodes(found, entry);
@@ -91,6 +92,11 @@ std::vector<std::string> SysfsTree::nodes(const std::string& device) const {
   }
   sortByName(found);
   return found;
+}
+
+// A copy of a part of another machine's sysfs does not show where that was.
+std::string SysfsTree::workerPath(const std::string& path) const {
+  return path.starts_with("/sys/") ? path : unknownDirectory;
 }
 
 DeviceKind SysfsTree::kindOf(std::uint32_t classes, const DeviceAttributes& device) const {

@@ -13,6 +13,7 @@ class SysfsTree : public DeviceTree {
   [[nodiscard]] std::unique_ptr<DeviceAttributes> attributes(const std::string& path) const override;
   [[nodiscard]] std::vector<std::string> nodes(const std::string& device) const override;
   [[nodiscard]] DeviceKind kindOf(std::uint32_t classes, const DeviceAttributes& device) const override;
+  [[nodiscard]] std::string workerPath(const std::string& path) const override;
 };
 
 /** The physical directories of the USB devices that are plugged in, hubs before what is behind them. Throws opendir(PATH). */

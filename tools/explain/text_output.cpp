@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <filesystem>
+#include <optional>
 
 #include "ctrl/device_classes.h"
 #include "hotplug/usb_descriptors.h"
@@ -71,6 +72,21 @@ std::string interfaceLine(const Interface& interface) {
   return line;
 }
 
+// The interfaces of several configurations are numbered anew in each.
+std::string interfacesOf(const DescriptorListing& descriptors) {
+  const bool areSeveral = descriptors.configurations > 1;
+  std::optional<std::uint8_t> configuration;
+  std::string text;
+  for (const Interface& interface : descriptors.interfaces) {
+    if (areSeveral && interface.configuration && interface.configuration != configuration) {
+      text += "    configuration " + std::to_string(*interface.configuration) + ":\n";
+      configuration = interface.configuration;
+    }
+    text += paragraph(areSeveral ? 6 : 4, interfaceLine(interface));
+  }
+  return text;
+}
+
 std::string placeOf(const Explanation& explanation) {
   const bool isNamedOtherwise = !explanation.source.empty() && explanation.source != explanation.path;
   return readable(explanation.path) + (isNamedOtherwise ? " (" + readable(explanation.source) + ")" : "");
@@ -96,10 +112,7 @@ std::string descriptionOf(const Explanation& explanation) {
   std::string text = readable(explanation.name) + ": " + speedOf(explanation) + "\n";
   text += "  " + placeOf(explanation) + "\n";
   text += "  " + idsOf(descriptors) + ", " + countOf(descriptors.configurations, "configuration") + "\n";
-  for (const Interface& interface : descriptors.interfaces) {
-    text += paragraph(4, interfaceLine(interface));
-  }
-  return text + damageOf(explanation);
+  return text + interfacesOf(descriptors) + damageOf(explanation);
 }
 
 std::string kindLine(const KindAnswer& answer) {
@@ -188,9 +201,34 @@ std::string displayOf(const Explanation& explanation) {
          (isAnnounced ? "\n    (once link parameters have come by the control socket)" : "");
 }
 
+// Its nodes that are served although the device is not: the daemon asks no rule for a node.
+std::vector<std::string> nodesServedAllTheSame(const Explanation& explanation) {
+  std::vector<std::string> names;
+  for (const NodeAnswer& answer : explanation.nodes) {
+    if (explanation.outcome != Outcome::served && answer.isServed()) {
+      names.push_back(std::filesystem::path(answer.path).filename());
+    }
+  }
+  return names;
+}
+
+std::string exceptionOf(const Explanation& explanation) {
+  const std::vector<std::string> nodes = nodesServedAllTheSame(explanation);
+  std::string list;
+  for (const std::string& node : nodes) {
+    list += (list.empty() ? "" : ", ") + node;
+  }
+  if (nodes.empty()) {
+    return {};
+  }
+  return nodes.size() == 1 ? "; but its node " + list + " is served"
+                           : "; but its nodes " + list + " are served";
+}
+
 std::string verdictOf(const Explanation& explanation) {
   const std::string by = explanation.rule.empty() ? "" : " by " + explanation.rule;
-  std::string text = "  Verdict: " + std::string(outcomeWord(explanation.outcome)) + by + "\n";
+  std::string text = paragraph(2, "Verdict: " + std::string(outcomeWord(explanation.outcome)) + by +
+                                      readable(exceptionOf(explanation)));
   text += "  Display: " + displayOf(explanation) + "\n";
   return text + (explanation.worker.empty() ? paragraph(2, "Worker: none: " + readable(explanation.reason))
                                             : "  Worker: " + workerLine(explanation.worker) + "\n");
@@ -230,21 +268,24 @@ std::string tableLine(const std::string& device, const std::string& speed, const
 }  // namespace
 
 std::string headingOf(const Circumstances& circumstances) {
-  const std::string missing = circumstances.isConfigured ? "" : " is not there, so every key has its default";
-  return "Configuration: " + readable(circumstances.configuration) + missing + "\n" +
+  return "Configuration: " + readable(configurationLine(circumstances)) + "\n" +
          "Link speed: " + readable(circumstances.linkSpeed) + ". Classes: " + classesOf(circumstances) +
          ".\n";
 }
 
 std::string tableOf(const std::vector<Explanation>& explanations) {
   std::string text = tableLine("Device", "Speed", "Kind", "Verdict", "Name");
+  bool hasMark = false;
   for (const Explanation& explanation : explanations) {
     const std::string kind = kindWord(explanation.kind);
-    text +=
-        tableLine(readable(std::filesystem::path(explanation.path).filename()), readable(explanation.speed),
-                  kind.empty() ? "?" : kind, outcomeWord(explanation.outcome), readable(explanation.name));
+    const bool isMarked = !nodesServedAllTheSame(explanation).empty();
+    text += tableLine(readable(std::filesystem::path(explanation.path).filename()),
+                      readable(explanation.speed), kind.empty() ? "?" : kind,
+                      outcomeWord(explanation.outcome) + std::string(isMarked ? "*" : ""),
+                      readable(explanation.name));
+    hasMark = hasMark || isMarked;
   }
-  return text;
+  return hasMark ? text + "* but a node of it is served: see below\n" : text;
 }
 
 std::string textOf(const Explanation& explanation) {

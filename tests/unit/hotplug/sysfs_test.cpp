@@ -58,7 +58,7 @@ TEST_F(SysfsTexts, ThrowWhatFailsWhenTheFileIsReached) {
   EXPECT_EQ(
       support::contextThrownBy<ulx::NoSuchFileOrDirectory>([this] { (void)readHexAttribute(path(), "a"); }),
       opening);
-  EXPECT_EQ(support::contextThrownBy([this] { (void)readBinaryAttribute(path(), "a"); }), opening);
+  EXPECT_EQ(support::contextThrownBy([this] { (void)SysfsDevice(path()).content("a"); }), opening);
   fs::create_directory(path() + "/d");
   EXPECT_EQ(support::contextThrownBy([this] { (void)readAttribute(path(), "d"); }),
             "read(\"" + path() + "/d\")");
@@ -74,7 +74,7 @@ TEST_F(SysfsTexts, LeaveTheirFileClosed) {
 TEST_F(SysfsTexts, KeepTheirNewlineWhenTheyAreBinary) {
   const std::string content("\x12\x01\0\n", 4);
   write("descriptors", content);
-  EXPECT_EQ(readBinaryAttribute(path(), "descriptors"), content);
+  EXPECT_EQ(SysfsDevice(path()).content("descriptors"), content);
 }
 
 TEST_F(SysfsNumbers, AreHexadecimalAndZeroWhereThereIsNone) {

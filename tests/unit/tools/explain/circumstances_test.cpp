@@ -41,7 +41,7 @@ class CircumstancesRead : public support::PrivateWorld {
 
 TEST_F(CircumstancesRead, AreTheDefaultsWithoutAConfiguration) {
   const Circumstances circumstances = readCircumstances(request_);
-  EXPECT_FALSE(circumstances.isConfigured);
+  EXPECT_EQ(circumstances.configurationState, explain::ConfigurationState::missing);
   EXPECT_TRUE(circumstances.policy.isochronousUserWarning);
   EXPECT_FALSE(circumstances.policy.smartcard);
   EXPECT_EQ(circumstances.classes, noClasses);
@@ -57,7 +57,7 @@ TEST_F(CircumstancesRead, PrintNothingOfAMissingConfiguration) {
 TEST_F(CircumstancesRead, HaveThePolicyAndTheLogsOfTheConfiguration) {
   configure("[usb]\nsmartcard = yes\nisochronous_user_warning = 0\ndebug = ctrl,scsi\nlog_to_syslog = 0\n");
   const Circumstances circumstances = readCircumstances(request_);
-  EXPECT_TRUE(circumstances.isConfigured);
+  EXPECT_EQ(circumstances.configurationState, explain::ConfigurationState::loaded);
   EXPECT_TRUE(circumstances.policy.smartcard);
   EXPECT_FALSE(circumstances.policy.isochronousUserWarning);
   EXPECT_TRUE(settings.debugScsi);
@@ -76,8 +76,10 @@ TEST_F(CircumstancesRead, ComeFromAnotherFile) {
 
 TEST_F(CircumstancesRead, AreTheDefaultsAndTheDaemonsErrorWhereTheConfigurationIsBroken) {
   configure("[usb\nsmartcard = yes\n");
-  const support::Lines messages =
-      support::logDuring([this] { EXPECT_FALSE(readCircumstances(request_).policy.smartcard); });
+  Circumstances circumstances;
+  const support::Lines messages = support::logDuring([&] { circumstances = readCircumstances(request_); });
+  EXPECT_FALSE(circumstances.policy.smartcard);
+  EXPECT_EQ(circumstances.configurationState, explain::ConfigurationState::unloadable);
   EXPECT_EQ(messages.back(), contract::error::cannotLoadConfig(configurationPath));
 }
 
@@ -97,16 +99,16 @@ TEST_F(CircumstancesRead, HaveWhatTheOptionsSay) {
 
 TEST_F(CircumstancesRead, AreNoneWithAListThatTheDaemonRefuses) {
   configure("[usb]\ndebug = scsi,all\n");
-  EXPECT_EQ(
-      faultOf(),
-      "the daemon does not start with this configuration: usb:debug = scsi,all: \"all\" is no word of it");
+  EXPECT_EQ(faultOf(),
+            "the daemon does not start with this configuration: usb:debug = scsi,all: \"all\" is not one of "
+            "its words");
 }
 
 TEST_F(CircumstancesRead, DependOnConfiguredClassesOnlyWithoutTheOption) {
   configure("[usb]\nclasses = disks\n");
-  EXPECT_EQ(
-      faultOf(),
-      "the daemon does not start with this configuration: usb:classes = disks: \"disks\" is no word of it");
+  EXPECT_EQ(faultOf(),
+            "the daemon does not start with this configuration: usb:classes = disks: \"disks\" is not one of "
+            "its words");
   request_.classList = "all";
   requestConfigReload();
   EXPECT_EQ(faultOf(), "none");

@@ -138,6 +138,16 @@ TEST_F(ExplanationOf, ADeviceThatTheDaemonCannotJudgeHasNoWorker) {
   EXPECT_EQ(explanation.rules[3].found, why);
 }
 
+TEST_F(ExplanationOf, ARefusedDeviceHasNoWorkerThoughItsNodeIsServed) {
+  explain::Circumstances circumstances = circumstancesWith(storageClass);
+  circumstances.policy.blockMassStorage = true;
+  const Explanation explanation = explainDevice(recordedDevice("uas-hs"), circumstances);
+  EXPECT_EQ(explanation.outcome, Outcome::refused);
+  EXPECT_TRUE(explanation.worker.empty());
+  ASSERT_EQ(explanation.nodes.size(), 1U);
+  EXPECT_TRUE(explanation.nodes[0].isServed());
+}
+
 TEST_F(ExplanationOf, AGenericDeviceHasTheWorkersOfItsNodesBesideItsOwn) {
   const Explanation explanation = explained(recordedDevice("made-kbd-mouse-hiddev", true), keyboardClass);
   EXPECT_EQ(explanation.kind, DeviceKind::generic);

@@ -14,16 +14,17 @@ namespace {
 using JsonOutput = support::PrivateWorld;
 
 std::string jsonFor(const explain::Device& device) {
-  return explain::jsonOf({explainDevice(device, circumstancesWith(allClasses))});
+  const explain::Circumstances circumstances = circumstancesWith(allClasses);
+  return explain::jsonOf({explainDevice(device, circumstances)}, circumstances);
 }
 
 TEST_F(JsonOutput, IsAnEmptyArrayOfNoDevice) {
-  EXPECT_EQ(explain::jsonOf({}), "[\n]\n");
+  EXPECT_EQ(explain::jsonOf({}, circumstancesWith(noClasses)), "[\n]\n");
 }
 
 TEST_F(JsonOutput, HasALineForEachDevice) {
   const explain::Explanation hub = explainDevice(recordedDevice("hub"), circumstancesWith(noClasses));
-  const std::string json = explain::jsonOf({hub, hub});
+  const std::string json = explain::jsonOf({hub, hub}, circumstancesWith(noClasses));
   EXPECT_EQ(std::count(json.begin(), json.end(), '\n'), 4);
 }
 
@@ -38,6 +39,20 @@ TEST_F(JsonOutput, BeginsWithTheDeviceAndWhatTheDaemonDoes) {
       "\"worker\": [\"usb_rx_generic\", \"eth1\", \"<hostname>\", \"<port>\", " +
       device + "], "))
       << json;
+}
+
+TEST_F(JsonOutput, HasTheConfigurationAndWhatHasBecomeOfIt) {
+  explain::Circumstances circumstances = circumstancesWith(noClasses);
+  const explain::Explanation device = explainDevice(recordedDevice("ccid"), circumstances);
+  using State = explain::ConfigurationState;
+  for (const auto& [state, word] :
+       {std::pair(State::loaded, "loaded"), {State::missing, "missing"}, {State::unloadable, "unloadable"}}) {
+    circumstances.configurationState = state;
+    const std::string json = explain::jsonOf({device}, circumstances);
+    EXPECT_TRUE(json.ends_with("\"configuration\": {\"path\": \"/vel/quor.conf\", \"state\": \"" +
+                               std::string(word) + "\"}}\n]\n"))
+        << json;
+  }
 }
 
 TEST_F(JsonOutput, HasNullForWhatIsNotThere) {

@@ -73,6 +73,19 @@ TEST_F(Main, PrintsNothingButJson) {
   EXPECT_EQ(run.errors, "usb_rx_explain: /vel/quor.conf is not there, so every key has its default\n");
 }
 
+TEST_F(Main, SaysOfAConfigurationThatCannotBeLoadedThatItHasNoEffect) {
+  sim::writeFile(configurationPath, "[usb\nsmartcard = yes\n");
+  const ExplainRun text = runExplain({folder("mtp-hs")});
+  EXPECT_TRUE(text.output.starts_with(
+      "Configuration: /vel/quor.conf cannot be loaded, so every key has its default\n"))
+      << text;
+  EXPECT_NE(text.output.find("usb:smartcard: rule off (default: the configuration cannot be loaded)\n"),
+            std::string::npos)
+      << text;
+  const ExplainRun json = runExplain({"--json", folder("mtp-hs")});
+  EXPECT_NE(json.output.find("\"state\": \"unloadable\""), std::string::npos) << json;
+}
+
 TEST_F(Main, GoesOnBehindADeviceThatCannotBeRead) {
   const ExplainRun run = runExplain({"1-9", folder("audio")});
   EXPECT_EQ(run.errors, "usb_rx_explain: 1-9: there is no such device, folder or file\n");
@@ -89,7 +102,7 @@ TEST_F(Main, EndsWhereTheDaemonWouldNotStart) {
   EXPECT_EQ(run.end, sim::ProcessEnd::exited(2));
   EXPECT_EQ(run.errors,
             "usb_rx_explain: the daemon does not start with this configuration: usb:debug = everything: "
-            "\"everything\" is no word of it\n");
+            "\"everything\" is not one of its words\n");
   EXPECT_EQ(run.output, "");
 }
 

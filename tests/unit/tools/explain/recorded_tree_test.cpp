@@ -52,8 +52,21 @@ TEST_F(RecordedTreeOfAHub, HasTheDeviceAndThoseBehindIt) {
 
 TEST_F(RecordedTreeOfAHub, HasTheNodesOfEachDeviceInTheOrderOfTheirNumbers) {
   EXPECT_EQ(tree_.nodes(device),
-            (std::vector<std::string>{device + "/1-1:1.0/usb/hiddev9", device + "/1-1:1.0/usb/hiddev10"}));
+            (std::vector<std::string>{device + "/1-1:1.0/usb/hiddev", device + "/1-1:1.0/usb/hiddev9",
+                                      device + "/1-1:1.0/usb/hiddev10"}));
   EXPECT_EQ(tree_.nodes(device + "/1-1.1").size(), 1U);
+}
+
+TEST_F(RecordedTreeOfAHub, HasScsiGenericNodesBySubsystemAndNotByName) {
+  DeviceRecording recording = smallRecording();
+  recording.directory = device + "/1-1.1";
+  recording.tree = {{Kind::directory, "devices/usb1/1-1/1-1.1", ""},
+                    {Kind::directory, "devices/usb1/1-1/1-1.1/disk", ""},
+                    {Kind::link, "devices/usb1/1-1/1-1.1/disk/subsystem", "../class/scsi_generic"},
+                    {Kind::directory, "devices/usb1/1-1/1-1.1/sg1", ""},
+                    {Kind::file, "devices/usb1/1-1/1-1.1/sg1/subsystem", "scsi_generic"}};
+  EXPECT_EQ(RecordedTree(recording).nodes(recording.directory),
+            (std::vector<std::string>{recording.directory + "/disk"}));
 }
 
 TEST_F(RecordedTreeOfAHub, FollowsLinksAndTheirParents) {

@@ -32,10 +32,17 @@ TEST_F(SysfsTreePlugged, HasTheNodesOfADeviceWithoutThoseBehindIt) {
   const std::string disk = sysfs_.add(sim::ScsiGenericNode{.usbDevice = hub_, .name = "sg7"});
   const std::string hidBehind = sysfs_.add(sim::HiddevNode{.usbDevice = behind});
   sysfs_.makeDirectory(hub_ + "/power/sg1");
+  sysfs_.makeDirectory(hub_ + "/sg2");
   const explain::SysfsTree tree;
   EXPECT_EQ(tree.nodes(hub_), (std::vector<std::string>{disk, hid}));
   EXPECT_EQ(tree.nodes(behind), (std::vector<std::string>{hidBehind}));
   EXPECT_EQ(tree.nodes("/sys/devices/gone"), std::vector<std::string>());
+}
+
+TEST_F(SysfsTreePlugged, GivesWorkersOnlyDirectoriesOfSysfs) {
+  const explain::SysfsTree tree;
+  EXPECT_EQ(tree.workerPath(hub_), hub_);
+  EXPECT_EQ(tree.workerPath("/reports/sys/1-2"), "<device directory>");
 }
 
 TEST_F(SysfsTreePlugged, LeadsToThePhysicalDirectory) {

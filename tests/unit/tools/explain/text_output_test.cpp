@@ -50,6 +50,21 @@ TEST_F(TextOutput, ExplainsARefusedDevice) {
             "  Worker: none: it is refused\n");
 }
 
+TEST_F(TextOutput, ListsTheInterfacesOfSeveralConfigurationsBelowTheirNumbers) {
+  const std::string text = textFor(recordedDevice("net"), circumstancesWith(noClasses));
+  const std::size_t begin = text.find("  0525:a4a2, 2 configurations\n");
+  ASSERT_NE(begin, std::string::npos) << text;
+  EXPECT_EQ(text.substr(begin, text.find("  Kind") - begin),
+            "  0525:a4a2, 2 configurations\n"
+            "    configuration 2:\n"
+            "      interface 0: network control (vendor's protocol) (2/2/255)\n"
+            "      interface 1: communications data (10/0/0)\n"
+            "    configuration 1:\n"
+            "      interface 0: Ethernet control (2/6/0)\n"
+            "      interface 1: communications data (10/0/0)\n"
+            "      interface 1 (setting 1): communications data (10/0/0)\n");
+}
+
 TEST_F(TextOutput, ExplainsAKeyboardByItsNode) {
   const std::string node = "/sys/devices/pci0000:00/0000:00:03.0/usb1/1-5/1-5:1.0/usb/hiddev0";
   const std::string text =
@@ -119,9 +134,26 @@ TEST_F(TextOutput, HasAHeadingWithTheConfigurationAndTheLink) {
   EXPECT_EQ(headingOf(circumstances),
             "Configuration: /vel/quor.conf is not there, so every key has its default\n"
             "Link speed: high. Classes: keyboard, scsi.\n");
-  circumstances.isConfigured = true;
+  circumstances.configurationState = explain::ConfigurationState::unloadable;
+  EXPECT_TRUE(
+      headingOf(circumstances)
+          .starts_with("Configuration: /vel/quor.conf cannot be loaded, so every key has its default\n"));
+  circumstances.configurationState = explain::ConfigurationState::loaded;
   circumstances.classes = noClasses;
   EXPECT_EQ(headingOf(circumstances), "Configuration: /vel/quor.conf\nLink speed: high. Classes: none.\n");
+}
+
+TEST_F(TextOutput, SaysOfARefusedDeviceThatItsNodeIsServed) {
+  explain::Circumstances circumstances = circumstancesWith(storageClass);
+  circumstances.policy.blockMassStorage = true;
+  const Explanation disk = explainDevice(recordedDevice("uas-hs"), circumstances);
+  const std::string text = textOf(disk);
+  EXPECT_NE(text.find("  Verdict: refused by usb:block_mass_storage; but its node sg0 is served\n"),
+            std::string::npos)
+      << text;
+  EXPECT_NE(text.find("  Worker: none: it is refused\n"), std::string::npos) << text;
+  EXPECT_NE(explain::tableOf({disk}).find(" refused*   "), std::string::npos) << explain::tableOf({disk});
+  EXPECT_TRUE(explain::tableOf({disk}).ends_with("\n* but a node of it is served: see below\n"));
 }
 
 TEST_F(TextOutput, HasATableOfEightyColumnsAtMost) {
