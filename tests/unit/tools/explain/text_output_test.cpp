@@ -103,7 +103,6 @@ TEST_F(TextOutput, ExplainsDamagedDescriptors) {
 TEST_F(TextOutput, SaysThatRulesReadDamagedDescriptorsOnlyWhereOneHas) {
   explain::Circumstances circumstances = circumstancesWith(noClasses);
   circumstances.policy.isochronousEnabled = true;
-  circumstances.linkSpeed = "full";
   const std::string text = textFor(describedDevice(sim::keyboardDescriptors().substr(0, 30)), circumstances);
   EXPECT_NE(text.find("3 of its 9 bytes are there\n"), std::string::npos) << text;
 }
