@@ -16,7 +16,7 @@ namespace {
 
 // To the first descriptor of `type` whose `field` passes the test.
 std::optional<Objection> find(const DeviceAttributes& device, std::uint8_t type, std::size_t field,
-                              bool (&test)(std::uint8_t)) {
+                              bool (*test)(std::uint8_t)) {
   const std::string descriptors = device.content("descriptors");
   for (const DescriptorBytes found : DescriptorWalk(descriptorBytes(descriptors), type, field)) {
     if (test(found[field])) {
@@ -27,7 +27,7 @@ std::optional<Objection> find(const DeviceAttributes& device, std::uint8_t type,
 }
 
 std::optional<Objection> findInterface(const DeviceAttributes& device,
-                                       bool (&test)(std::uint8_t interfaceClass)) {
+                                       bool (*test)(std::uint8_t interfaceClass)) {
   return find(device, interfaceDescriptorType, bInterfaceClass, test);
 }
 
