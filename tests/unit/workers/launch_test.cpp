@@ -147,7 +147,7 @@ TEST_F(Launch, ThatCannotForkRecordsNothingAndShowsNothing) {
   GTEST_SKIP() << "the leak check at the child's end needs the call that fails here";
 #endif
   connectClient();
-  support::inChildWithFailing({.number = SYS_clone, .error = EAGAIN}, [this] {
+  support::inChildWithFailing({.number = SYS_vfork, .error = EAGAIN}, [this] {
     EXPECT_EQ(support::contextThrownBy<ulx::WouldBlock>([this] { launchGeneric(); }), "fork()");
     EXPECT_EQ(support::contextThrownBy<ulx::WouldBlock>([this] { launchScsi(); }), "fork()");
     EXPECT_EQ(support::contextThrownBy<ulx::WouldBlock>([this] { launchKeyboard(); }), "fork()");
