@@ -1,8 +1,32 @@
 #include "hotplug/device_attributes.h"
 
+#include <cerrno>
 #include <cstdlib>
 
 #include "ulx/exceptions.h"
+
+unsigned long hexadecimalAtStart(const std::string& text) {
+  constexpr int base = 16;
+  return std::strtoul(text.c_str(), nullptr, base);
+}
+
+std::optional<std::string> DeviceAttributes::find(const std::string& name) const {
+  try {
+    return content(name);
+  } catch (const ulx::ErrnoException& e) {
+    if (e.errorNumber != ENOENT && e.errorNumber != ENOTDIR) {
+      throw;
+    }
+    return {};
+  }
+}
+
+DescriptorBytes DeviceAttributes::descriptors() const {
+  if (!descriptors_) {
+    descriptors_ = content("descriptors");
+  }
+  return descriptorBytes(*descriptors_);
+}
 
 std::string DeviceAttributes::text(const std::string& name) const {
   std::string text = content(name);
@@ -13,8 +37,7 @@ std::string DeviceAttributes::text(const std::string& name) const {
 }
 
 unsigned long DeviceAttributes::hexadecimal(const std::string& name) const {
-  constexpr int base = 16;
-  return std::strtoul(text(name).c_str(), nullptr, base);
+  return hexadecimalAtStart(text(name));
 }
 
 std::string DeviceAttributes::textOr(const std::string& name, const std::string& fallback) const {

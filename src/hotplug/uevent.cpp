@@ -27,7 +27,7 @@ UEvent parseUEvent(std::string_view datagram) {
   return event;
 }
 
-UEvent makeAddEvent(const std::string& sysfsPath) {
+UEvent makeAddEvent(std::string_view sysfsPath) {
   constexpr std::string_view mountPoint = "/sys";
   return {{"ACTION", "add"}, {"DEVPATH", sysfsPath.substr(mountPoint.size())}};
 }

@@ -27,8 +27,8 @@ int openPath(const std::string& path, int flags) {
 
 // It opens when all else that can fail is done. The delegated constructor has run by then, so a failed
 // setCloseOnExec() closes the descriptor.
-FileDescriptor::FileDescriptor(const std::string& path, int flags) : FileDescriptor(-1, path, false) {
-  own(openPath(path, flags));
+FileDescriptor::FileDescriptor(std::string path, int flags) : FileDescriptor(-1, std::move(path), false) {
+  own(openPath(name_, flags));
   setCloseOnExec();
 }
 
@@ -83,9 +83,11 @@ std::string FileDescriptor::readSome() const {
 }
 
 std::string FileDescriptor::readAll() const {
+  std::array<char, readSomeLimit> buffer;  // NOLINT(cppcoreguidelines-pro-type-member-init): read fills it
   std::string all;
-  for (std::string some = readSome(); !some.empty(); some = readSome()) {
-    all += some;
+  for (std::size_t count = read(buffer.data(), buffer.size()); count > 0;
+       count = read(buffer.data(), buffer.size())) {
+    all.append(buffer.data(), count);
   }
   return all;
 }

@@ -23,7 +23,7 @@ class FileDescriptor {
    * Opens `path` with the open(2) flags `flags` (mode 0666 for a new file), close-on-exec, owned.
    * Throws open("PATH") or fcntl("PATH",F_SETFD,FD_CLOEXEC).
    */
-  FileDescriptor(const std::string& path, int flags);
+  FileDescriptor(std::string path, int flags);
   /** Adopts `fd`; with `owns`, the destructor closes it, as does a failure here. Its name is "fd" and the number. */
   FileDescriptor(int fd, bool owns);
   FileDescriptor(const FileDescriptor&) = delete;

@@ -81,7 +81,7 @@ TEST_F(Launch, RecordsTheWorkerUnderItsDevice) {
   launchGeneric();
   const pid_t pid = nextStart().pid;
   EXPECT_EQ(ctrl_->workers.byPid, (std::map<pid_t, std::string>{{pid, device_.path()}}));
-  EXPECT_EQ(ctrl_->workers.byPath, (std::map<std::string, pid_t>{{device_.path(), pid}}));
+  EXPECT_EQ(ctrl_->workers.byPath, (std::map<std::string_view, pid_t>{{device_.path(), pid}}));
 }
 
 TEST_F(Launch, IsLoggedWithDebugging) {
