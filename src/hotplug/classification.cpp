@@ -14,7 +14,8 @@
 namespace {
 
 // The first that fits is what the device is; it may have functions of other kinds, too.
-DeviceKind classifyUsbDevice(std::uint32_t classes, unsigned long deviceClass, const DeviceAttributes& device) {
+DeviceKind classifyUsbDevice(std::uint32_t classes, unsigned long deviceClass,
+                             const DeviceAttributes& device) {
   if (deviceClass == hubClass) {
     return DeviceKind::hub;
   }

@@ -32,9 +32,9 @@ class DeviceAttributes {
   [[nodiscard]] virtual bool has(const std::string& name) const = 0;
   /** The content of the attribute as it is: for binary ones. */
   [[nodiscard]] virtual std::string content(const std::string& name) const = 0;
+  /** The same, or nothing where there is no such attribute. */
+  [[nodiscard]] virtual std::optional<std::string> find(const std::string& name) const;
 
-  /** The content, or nothing when there is no such attribute. */
-  [[nodiscard]] std::optional<std::string> find(const std::string& name) const;
   /** The USB descriptors of the device, which are read once. They live as long as the object. */
   [[nodiscard]] DescriptorBytes descriptors() const;
 

@@ -50,6 +50,17 @@ FileDescriptor::~FileDescriptor() {
   }
 }
 
+std::optional<std::string> FileDescriptor::contentOf(const std::string& path) {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd == -1 && (errno == ENOENT || errno == ENOTDIR)) {
+    return {};
+  }
+  if (fd == -1) {
+    throwErrno({"open(\"", path, "\")"}, errno);
+  }
+  return FileDescriptor(fd, path, true).readAll();
+}
+
 void FileDescriptor::own(int fd) {
   fd_ = fd;
   owns_ = true;

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -29,6 +30,9 @@ class FileDescriptor {
   FileDescriptor(const FileDescriptor&) = delete;
   FileDescriptor& operator=(const FileDescriptor&) = delete;
   ~FileDescriptor();
+
+  /** Everything in the file at `path`, or nothing where there is none. Throws open("PATH") or read("PATH"). */
+  static std::optional<std::string> contentOf(const std::string& path);
 
   [[nodiscard]] int fd() const { return fd_; }
   /** Its name in error contexts: its path, or "fd7". */
