@@ -24,7 +24,7 @@
 #include "ulx/sleep.h"
 #include "ulx/wait.h"
 #include "ulx/working_directory.h"
-#include "unit/ulx/allocations.h"
+#include "unit/allocations.h"
 #include "unit/ulx/descriptor_limit.h"
 #include "unit/ulx/library_calls.h"
 
