@@ -9,6 +9,7 @@
  * The wait has no limit in effect, unless workers have been restarted: then 3 seconds without any event end
  * the streak of restarts. This is what blocks otherwise:
  *  - the handling of a uevent, up to a little over 3 seconds until sysfs says what a device is;
+ *  - the start of a worker, until the kernel has found and opened its program;
  *  - the look after the devices of ended workers, 150 ms for each that is still there;
  *  - a control client that connects and sends nothing;
  *  - a writer that holds the configuration's lock;
