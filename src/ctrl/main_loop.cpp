@@ -47,13 +47,17 @@ namespace {
 constexpr float noLimit = 1'000'000.0F;  // seconds
 constexpr float quietPeriod = 3.0F;      // seconds
 
-bool isReadable(const ulx::FileDescriptor& source) {
+ulx::FdSetRecord reading(const ulx::FileDescriptor& source) {
   ulx::FdSetRecord sets;
   sets.addReader(source.fd());
-  return ulx::pollFd(sets);
+  return sets;
 }
 
-bool waitForSources(const RxCtrl& ctrl, float seconds) {
+bool isReadable(const ulx::FileDescriptor& source) {
+  return ulx::pollFd(reading(source));
+}
+
+ulx::FdSetRecord readingAll(const RxCtrl& ctrl) {
   ulx::FdSetRecord sets;
   sets.addReader(ctrl.uevents->fd());
   sets.addReader(childExitReadEnd().fd());
@@ -61,7 +65,11 @@ bool waitForSources(const RxCtrl& ctrl, float seconds) {
   if (ctrl.controlConnection != nullptr) {
     sets.addReader(ctrl.controlConnection->fd());
   }
-  return ulx::waitForFd(sets, seconds) != -1;
+  return sets;
+}
+
+bool waitForSources(const RxCtrl& ctrl, float seconds) {
+  return ulx::waitForFd(readingAll(ctrl), seconds) != -1;
 }
 
 // However many children have ended, they are looked after once.

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <cstddef>
+#include <cstring>
 #include <ctime>
 
 #include "ulx/exceptions.h"
@@ -32,6 +34,13 @@ int lowestReady(const FdSetRecord& sets) {
   throw "not reached";
 }
 
+// The kernel copies every set that it is given, also an empty one.
+fd_set* usedSet(fd_set& set, int maxFd) {
+  static constexpr fd_set empty{};
+  const std::size_t words = static_cast<std::size_t>(maxFd + NFDBITS) / NFDBITS;
+  return std::memcmp(&set, &empty, words * sizeof(fd_mask)) == 0 ? nullptr : &set;
+}
+
 timeval toTimeval(float seconds) {
   float whole = 0;
   const float fraction = std::modf(seconds, &whole);
@@ -55,7 +64,8 @@ int waitReady(FdSetRecord& sets, timeval* timeout) {
   }
   int ready = 0;
   do {
-    ready = select(sets.maxFd + 1, &sets.readSet, &sets.writeSet, &sets.exceptSet, timeout);
+    ready = select(sets.maxFd + 1, usedSet(sets.readSet, sets.maxFd), usedSet(sets.writeSet, sets.maxFd),
+                   usedSet(sets.exceptSet, sets.maxFd), timeout);
   } while (ready == -1 && errno == EINTR);
   if (ready == -1) {
     throwErrno("select()", errno);
@@ -63,16 +73,14 @@ int waitReady(FdSetRecord& sets, timeval* timeout) {
   return ready == 0 ? -1 : lowestReady(sets);
 }
 
-int waitForFd(const FdSetRecord& sets, float seconds) {
-  FdSetRecord ready = sets;
+int waitForFd(FdSetRecord sets, float seconds) {
   timeval timeout = toTimeval(seconds);
-  return waitReady(ready, &timeout);
+  return waitReady(sets, &timeout);
 }
 
-bool pollFd(const FdSetRecord& sets) {
-  FdSetRecord ready = sets;
+bool pollFd(FdSetRecord sets) {
   timeval timeout{};
-  return waitReady(ready, &timeout) != -1;
+  return waitReady(sets, &timeout) != -1;
 }
 
 }  // namespace ulx
