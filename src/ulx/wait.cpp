@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
-#include <cstddef>
-#include <cstring>
 #include <ctime>
 
 #include "ulx/exceptions.h"
@@ -36,9 +34,28 @@ int lowestReady(const FdSetRecord& sets) {
 
 // The kernel copies every set that it is given, also an empty one.
 fd_set* usedSet(fd_set& set, int maxFd) {
-  static constexpr fd_set empty{};
-  const std::size_t words = static_cast<std::size_t>(maxFd + NFDBITS) / NFDBITS;
-  return std::memcmp(&set, &empty, words * sizeof(fd_mask)) == 0 ? nullptr : &set;
+  for (int word = 0; word <= maxFd / NFDBITS; ++word) {
+    if (set.fds_bits[word] != 0) {
+      return &set;
+    }
+  }
+  return nullptr;
+}
+
+// The number of ready descriptors; the sets hold no others then.
+int select(FdSetRecord& sets, timeval* timeout) {
+  if (sets.maxFd >= FD_SETSIZE) {
+    throwUnholdable();
+  }
+  int ready = 0;
+  do {
+    ready = ::select(sets.maxFd + 1, usedSet(sets.readSet, sets.maxFd), usedSet(sets.writeSet, sets.maxFd),
+                     usedSet(sets.exceptSet, sets.maxFd), timeout);
+  } while (ready == -1 && errno == EINTR);
+  if (ready == -1) {
+    throwErrno("select()", errno);
+  }
+  return ready;
 }
 
 timeval toTimeval(float seconds) {
@@ -59,28 +76,17 @@ void FdSetRecord::addReader(int fd) {
 }
 
 int waitReady(FdSetRecord& sets, timeval* timeout) {
-  if (sets.maxFd >= FD_SETSIZE) {
-    throwUnholdable();
-  }
-  int ready = 0;
-  do {
-    ready = select(sets.maxFd + 1, usedSet(sets.readSet, sets.maxFd), usedSet(sets.writeSet, sets.maxFd),
-                   usedSet(sets.exceptSet, sets.maxFd), timeout);
-  } while (ready == -1 && errno == EINTR);
-  if (ready == -1) {
-    throwErrno("select()", errno);
-  }
-  return ready == 0 ? -1 : lowestReady(sets);
+  return select(sets, timeout) == 0 ? -1 : lowestReady(sets);
 }
 
-int waitForFd(FdSetRecord sets, float seconds) {
+int waitForFd(FdSetRecord&& sets, float seconds) {
   timeval timeout = toTimeval(seconds);
   return waitReady(sets, &timeout);
 }
 
-bool pollFd(FdSetRecord sets) {
+bool pollFd(FdSetRecord&& sets) {
   timeval timeout{};
-  return waitReady(sets, &timeout) != -1;
+  return select(sets, &timeout) > 0;
 }
 
 }  // namespace ulx

@@ -111,7 +111,7 @@ TEST(ExceptionsAllocations, LeaveTheFailuresOfDescriptorsAsTheyAre) {
   ulx::FdSetRecord closed;
   closed.addReader(pipe.writeEnd.fd());
   close(pipe.writeEnd.release());
-  EXPECT_EQ(thrownBy([&] { ulx::pollFd(closed); }),
+  EXPECT_EQ(thrownBy([&] { ulx::pollFd(ulx::FdSetRecord(closed)); }),
             expected<ulx::ErrnoException>(EBADF, "Bad file descriptor while select()"));
 }
 
