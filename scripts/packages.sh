@@ -43,7 +43,7 @@ debian_mirror() {
 build_packages=(cmake g++ libboost-dev libiniparser-dev ninja-build python3)
 
 # What the tests need besides.
-test_packages=(busybox-static libedit-dev libgmock-dev libgtest-dev mandoc nlohmann-json3-dev python3)
+test_packages=(busybox-static libedit-dev libgmock-dev libgtest-dev mandoc nlohmann-json3-dev python3 systemd)
 
 # build PRESET [TARGET...]: configures and builds; one line moves while all is well.
 build() {
