@@ -10,6 +10,8 @@ bench::Allocations soFar;
 
 }  // namespace
 
+// What replaces `new` has nothing above it that manages memory.
+// NOLINTBEGIN(cppcoreguidelines-no-malloc)
 void* operator new(std::size_t size) {
   ++soFar.calls;
   soFar.bytes += size;
@@ -27,6 +29,8 @@ void operator delete(void* memory) noexcept {
 void operator delete(void* memory, std::size_t /*size*/) noexcept {
   std::free(memory);
 }
+
+// NOLINTEND(cppcoreguidelines-no-malloc)
 
 bench::Allocations bench::allocationsSoFar() {
   return soFar;
