@@ -36,8 +36,8 @@ std::optional<std::string> Mdev::obstacle() const {
   if (Peer::obstacle()) {
     return Peer::obstacle();
   }
-  // The applet's own list of options: "mdev [-vS] { -s | -df }".
-  const std::string looksForListening = program() + " mdev --help 2>&1 | grep -q -- ' -d'";
+  // Its own help: "-d Daemon, listen on netlink".
+  const std::string looksForListening = program() + " mdev --help 2>&1 | grep -q netlink";
   if (std::system(looksForListening.c_str()) != 0) {
     return "this BusyBox has no mdev that listens";
   }

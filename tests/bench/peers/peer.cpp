@@ -3,10 +3,29 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 
 #include "bench/running_contender.h"
+#include "sim/deadline.h"
+#include "sim/error.h"
 
 namespace bench {
+
+namespace {
+
+/** A peer makes its socket soon after its start. */
+void awaitListener() {
+  const sim::Deadline deadline(10);
+  while (!isAnyoneListening()) {
+    if (deadline.passed()) {
+      throw sim::Error("nothing listens to uevents");
+    }
+    std::this_thread::sleep_for(std::chrono::microseconds(100));
+  }
+}
+
+}  // namespace
 
 Peer::Peer(std::initializer_list<const char*> places) {
   const auto* const found = std::find_if(places.begin(), places.end(),
@@ -21,7 +40,7 @@ std::optional<std::string> Peer::obstacle() const {
 }
 
 void Peer::offer(const std::vector<std::string>& devices, const KernelEvents& kernel) const {
-  RunningContender::awaitListener();
+  awaitListener();
   for (const std::string& device : devices) {
     kernel.plug(device);
   }
