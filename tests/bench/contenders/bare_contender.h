@@ -16,12 +16,9 @@ class BareContender : public Contender {
   [[nodiscard]] std::string name() const override { return "bare"; }
   [[nodiscard]] Origin origin() const override { return Origin::project; }
   [[nodiscard]] std::string program() const override { return program_; }
+  /** The devices are numbered from 1; so their count says which they are. */
   [[nodiscard]] std::vector<std::string> command(const std::string& worker,
-                                                 const std::vector<std::string>& devices) const override {
-    std::vector<std::string> command = {program_, worker};
-    command.insert(command.end(), devices.begin(), devices.end());
-    return command;
-  }
+                                                 const std::vector<std::string>& devices) const override;
 
  private:
   std::string program_;

@@ -1,0 +1,53 @@
+#include "bench/measurements/memory.h"
+
+#include <string>
+#include <vector>
+
+#include "bench/measured_unit.h"
+
+namespace bench {
+
+namespace {
+
+class OwnMemory : public Measurement {
+ public:
+  OwnMemory(const Contender& contender, int workers) : unit_(contender), workers_(workers) {}
+
+  double sample() override {
+    unit_.start();
+    unit_.running().awaitListening();
+    startWorkers();
+    const long kilobytes = unit_.running().ownKilobytes();
+    unit_.end();
+    return static_cast<double>(kilobytes);
+  }
+
+ private:
+  void startWorkers() {
+    const std::vector<std::string> devices = unit_.addDevices(workers_);
+    for (const std::string& device : devices) {
+      unit_.kernel.plug(device);
+      static_cast<void>(unit_.awaitLastStart(1));
+    }
+    unit_.running().awaitRest(devices.size());
+    for (const std::string& device : devices) {
+      unit_.sysfs.removeDevice(device);
+    }
+  }
+
+  MeasuredUnit unit_;
+  int workers_;
+};
+
+}  // namespace
+
+Begin ownMemory(int workers) {
+  return [workers](const Contender& contender) -> std::unique_ptr<Measurement> {
+    if (workers > 0 && !contender.keepsWorkers()) {
+      return nullptr;
+    }
+    return std::make_unique<OwnMemory>(contender, workers);
+  };
+}
+
+}  // namespace bench
