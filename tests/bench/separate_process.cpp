@@ -88,7 +88,7 @@ SeparateProcess::SeparateProcess(const Begin& begin, const Contender& contender)
 }
 
 SeparateProcess::~SeparateProcess() {
-  socket_.close();  // it ends what it has started, and itself
+  ::shutdown(socket_.get(), SHUT_RDWR);  // closing would not do: later processes have inherited the socket
   ::waitpid(pid_, nullptr, 0);
 }
 
