@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -52,6 +53,8 @@ class Contender {
     static_cast<void>(devices);
     static_cast<void>(kernel);
   }
+  /** Connects the clients that it has in a unit at work; they go with what is returned. */
+  [[nodiscard]] virtual std::shared_ptr<void> connectClients() const { return {}; }
   /** Whether hundreds of its workers can rest beside each other as long as they like. */
   [[nodiscard]] virtual bool keepsWorkers() const { return true; }
 };

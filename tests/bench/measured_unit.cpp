@@ -5,12 +5,18 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
 
 #include "sim/synthetic_device.h"
 
 namespace bench {
 
 namespace {
+
+namespace fs = std::filesystem;
+
+/** The first place where the daemon looks for a generic worker that its configuration does not name. */
+constexpr const char* workerPlace = "/sim/bin/usb_rx_generic";
 
 /** More than any measurement starts. */
 constexpr std::size_t allWorkers = 4096;
@@ -30,7 +36,9 @@ void reapOrphans() {
 MeasuredUnit::MeasuredUnit(const Contender& contender)
     : contender_(contender), reports(conductOf(contender)) {
   ::prctl(PR_SET_CHILD_SUBREAPER, 1);
-  contender_.configure(BENCH_WORKER);
+  fs::create_directories(fs::path(workerPlace).parent_path());
+  fs::copy_file(BENCH_WORKER, workerPlace);
+  contender_.configure(workerPlace);
 }
 
 MeasuredUnit::~MeasuredUnit() {
@@ -46,7 +54,7 @@ std::vector<std::string> MeasuredUnit::addDevices(int count) {
 }
 
 std::vector<std::string> MeasuredUnit::command(const std::vector<std::string>& devices) const {
-  return contender_.command(BENCH_WORKER, devices);
+  return contender_.command(workerPlace, devices);
 }
 
 void MeasuredUnit::start(const std::vector<std::string>& devices) {
@@ -56,8 +64,16 @@ void MeasuredUnit::start(const std::vector<std::string>& devices) {
   }
 }
 
+void MeasuredUnit::startAtWork() {
+  start();
+  running_->awaitListening();
+  clients_ = contender_.connectClients();
+  running_->awaitRest();
+}
+
 void MeasuredUnit::end() {
   running_.reset();
+  clients_.reset();
   reports.openGateFor(allWorkers);
   reapOrphans();
   reports.closeGate();

@@ -35,6 +35,8 @@ class MeasuredUnit {
 
   /** How the contender is started where these devices are there already. */
   [[nodiscard]] std::vector<std::string> command(const std::vector<std::string>& devices = {}) const;
+  /** Starts the contender and returns when it listens, with all its clients; there are no devices yet. */
+  void startAtWork();
   /** Starts the contender; it finds these devices by itself, or is offered them. */
   void start(const std::vector<std::string>& devices = {});
   [[nodiscard]] const RunningContender& running() const { return *running_; }
@@ -48,6 +50,7 @@ class MeasuredUnit {
 
  private:
   std::unique_ptr<RunningContender> running_;
+  std::shared_ptr<void> clients_;
 };
 
 }  // namespace bench

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "sim/files.h"
+#include "sim/link_manager.h"
 
 namespace bench {
 
@@ -13,8 +14,14 @@ std::optional<std::string> DaemonContender::obstacle() const {
   return program_ + " cannot be executed";
 }
 
-void DaemonContender::configure(const std::string& worker) const {
-  sim::writeFile("/vel/quor.conf", "[apps]\nquor_usb_rx_generic = " + worker + "\n");
+void DaemonContender::configure(const std::string& /*worker*/) const {
+  sim::writeFile("/vel/quor.conf", "");
+}
+
+std::shared_ptr<void> DaemonContender::connectClients() const {
+  auto linkManager = std::make_shared<sim::LinkManager>();
+  linkManager->configure();
+  return linkManager;
 }
 
 }  // namespace bench

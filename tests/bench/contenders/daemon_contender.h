@@ -8,7 +8,7 @@
 
 namespace bench {
 
-/** The daemon, with the settings that it has without a configuration. */
+/** The daemon with its default settings, by which it finds the worker in PATH. */
 class DaemonContender : public Contender {
  public:
   DaemonContender(std::string name, std::string program)
@@ -23,6 +23,8 @@ class DaemonContender : public Contender {
                                                  const std::vector<std::string>& /*devices*/) const override {
     return {program_, "transmitter", "5000", "high"};
   }
+  /** The link manager, which has delivered link parameters. */
+  [[nodiscard]] std::shared_ptr<void> connectClients() const override;
 
  private:
   std::string name_;

@@ -25,8 +25,7 @@ struct RepeatedEvent {
 class EventCost : public Measurement {
  public:
   EventCost(const Contender& contender, RepeatedEvent event) : unit_(contender), event_(std::move(event)) {
-    unit_.start();
-    unit_.running().awaitListening();
+    unit_.startAtWork();
     static_cast<void>(unit_.addDevices(1));
     addNetworkDevice();
     static_cast<void>(sample());

@@ -63,8 +63,7 @@ class SystemCallsAtRest : public Measurement {
   SystemCallsAtRest(const Contender& contender, double seconds) : unit_(contender), seconds_(seconds) {}
 
   double sample() override {
-    unit_.start();
-    unit_.running().awaitListening();
+    unit_.startAtWork();
     const int calls = CallTracer(unit_.running().pid()).callsWithin(Seconds(seconds_));
     unit_.end();
     return calls;
