@@ -2,7 +2,6 @@
 
 #include <sys/mount.h>
 
-#include <cstdlib>
 #include <filesystem>
 
 #include "bench/peers/mdev_rules.h"
@@ -31,18 +30,6 @@ void makePrivateEtc() {
 }  // namespace
 
 Mdev::Mdev() : Peer({"/bin/busybox", "/usr/bin/busybox"}) {}
-
-std::optional<std::string> Mdev::obstacle() const {
-  if (Peer::obstacle()) {
-    return Peer::obstacle();
-  }
-  // Its own help: "-d Daemon, listen on netlink".
-  const std::string looksForListening = program() + " mdev --help 2>&1 | grep -q netlink";
-  if (std::system(looksForListening.c_str()) != 0) {
-    return "this BusyBox has no mdev that listens";
-  }
-  return {};
-}
 
 void Mdev::configure(const std::string& worker) const {
   makePrivateEtc();

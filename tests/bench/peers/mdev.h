@@ -4,14 +4,12 @@
 
 namespace bench {
 
-/** BusyBox's mdev as a daemon. */
+/** BusyBox's mdev, which listens itself (Linux does not start it for each event any more). */
 class Mdev : public Peer {
  public:
   Mdev();
 
   [[nodiscard]] std::string name() const override { return "mdev"; }
-  /** A BusyBox may have been built without mdev, or with one that does not listen. */
-  [[nodiscard]] std::optional<std::string> obstacle() const override;
   void configure(const std::string& worker) const override;
   [[nodiscard]] std::vector<std::string> command(const std::string& worker,
                                                  const std::vector<std::string>& devices) const override;
