@@ -31,6 +31,8 @@ class Contender {
   [[nodiscard]] virtual std::string name() const = 0;
   /** Builds of the project are compared only where they are of one kind; foreign ones are marked with theirs. */
   [[nodiscard]] virtual Origin origin() const = 0;
+  /** Whether the bounds are promises about it. */
+  [[nodiscard]] virtual bool isHeldToBounds() const { return false; }
   /** The file of its program. */
   [[nodiscard]] virtual std::string program() const = 0;
   /** Why it cannot run on this machine; none where it can. Asked once, outside of a simulated unit. */

@@ -22,7 +22,8 @@ sockaddr_nl addressOf(std::uint32_t port) {
 
 }  // namespace
 
-KernelEvents::KernelEvents() : socket_(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_KOBJECT_UEVENT)) {
+KernelEvents::KernelEvents()
+    : socket_(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_KOBJECT_UEVENT)) {
   // Bound, but to no group: it receives nothing of what it sends.
   const sockaddr_nl any = addressOf(0);
   if (!socket_.isOpen() || ::bind(socket_.get(), reinterpret_cast<const sockaddr*>(&any), sizeof any) != 0) {

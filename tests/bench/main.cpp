@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,15 @@ Contenders contendersThatRun(const Options& options) {
     }
   }
   return running;
+}
+
+void requireDifferentNames(const std::vector<Column>& columns) {
+  std::set<std::string> names;
+  for (const Column& column : columns) {
+    if (!names.insert(column.name).second) {
+      throw bench::UsageError("two contenders are named '" + column.name + "'");
+    }
+  }
 }
 
 void requireOneKind(const std::vector<Column>& columns) {
@@ -105,6 +115,7 @@ int run(const Options& options) {
   for (const std::unique_ptr<Contender>& contender : contenders) {
     columns.push_back(columnOf(*contender));
   }
+  requireDifferentNames(columns);
   if (!options.differentKinds) {
     requireOneKind(columns);
   }

@@ -11,6 +11,7 @@ namespace bench {
 /** What was measured of one contender for one figure, round by round. */
 struct Samples {
   std::string contender;
+  bool isHeldToBounds;
   std::vector<double> values;
   std::string failure;  ///< why there are no more of them
 };

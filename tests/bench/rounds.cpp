@@ -61,7 +61,11 @@ void tryWith(Turn& turn, const Action& action) {
 }
 
 Turn prepare(const Figure& figure, const Contender& contender) {
-  Turn turn{.samples = {.contender = contender.name(), .values = {}, .failure = {}}, .process = {}};
+  Turn turn{.samples = {.contender = contender.name(),
+                        .isHeldToBounds = contender.isHeldToBounds(),
+                        .values = {},
+                        .failure = {}},
+            .process = {}};
   try {
     turn.process = std::make_unique<SeparateProcess>(figure.begin, contender);
     if (!turn.process->measures()) {

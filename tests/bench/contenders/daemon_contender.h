@@ -16,6 +16,7 @@ class DaemonContender : public Contender {
 
   [[nodiscard]] std::string name() const override { return name_; }
   [[nodiscard]] Origin origin() const override { return Origin::project; }
+  [[nodiscard]] bool isHeldToBounds() const override { return true; }
   [[nodiscard]] std::string program() const override { return program_; }
   [[nodiscard]] std::optional<std::string> obstacle() const override;
   void configure(const std::string& worker) const override;

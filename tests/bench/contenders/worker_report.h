@@ -2,11 +2,13 @@
 #ifndef BENCH_CONTENDERS_WORKER_REPORT_H
 #define BENCH_CONTENDERS_WORKER_REPORT_H
 
+// NOLINTBEGIN: plain C
 enum { worker_report_path = 120 };
 
 struct worker_report {
   long long nanoseconds; /* on the monotonic clock */
   char device[worker_report_path];
 };
+// NOLINTEND
 
 #endif

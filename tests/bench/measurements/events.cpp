@@ -28,7 +28,7 @@ class EventCost : public Measurement {
     unit_.startAtWork();
     static_cast<void>(unit_.addDevices(1));
     addNetworkDevice();
-    static_cast<void>(sample());
+    static_cast<void>(EventCost::sample());
   }
 
   double sample() override {

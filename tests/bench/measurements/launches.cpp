@@ -20,7 +20,7 @@ class Launch : public Measurement {
     unit_.start();
     unit_.running().awaitListening();
     device_ = unit_.addDevices(1).front();
-    static_cast<void>(sample());  // the first one reads its files from the disk
+    static_cast<void>(Launch::sample());  // the first one reads its files from the disk
   }
 
   double sample() override {
@@ -48,7 +48,7 @@ class Storm : public Measurement {
         addInterface(device + interface);
       }
     }
-    static_cast<void>(sample());
+    static_cast<void>(Storm::sample());
   }
 
   double sample() override {
