@@ -1,0 +1,116 @@
+#include "bench/separate_process.h"
+
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cmath>
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <string>
+#include <utility>
+
+#include "sim/error.h"
+
+namespace bench {
+
+namespace {
+
+/** What the process reports; longer texts of failures are cut. */
+struct Answer {
+  double sample = 0;
+  std::array<char, 4096> failure{};
+};
+
+std::pair<sim::Descriptor, sim::Descriptor> connectedSockets() {
+  std::array<int, 2> ends{};
+  if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+    throw sim::systemError("socketpair()");
+  }
+  return {sim::Descriptor(ends[0]), sim::Descriptor(ends[1])};
+}
+
+bool sendSample(int socket, double sample) {
+  Answer answer;
+  answer.sample = sample;
+  return ::send(socket, &answer, sizeof answer, MSG_NOSIGNAL) == sizeof answer;
+}
+
+void sendFailure(int socket, const std::string& text) {
+  Answer answer;
+  text.copy(answer.failure.data(), answer.failure.size() - 1);
+  static_cast<void>(::send(socket, &answer, sizeof answer, MSG_NOSIGNAL));
+}
+
+/** No sample stands for a measurement that makes no sense, and for a prepared one a 0. */
+void answerAll(int socket, const Begin& begin, const Contender& contender) {
+  const std::unique_ptr<Measurement> measurement = begin(contender);
+  if (!sendSample(socket, measurement == nullptr ? std::nan("") : 0) || measurement == nullptr) {
+    return;
+  }
+  char question = 0;
+  while (::recv(socket, &question, 1, 0) == 1 && sendSample(socket, measurement->sample())) {
+  }
+}
+
+[[noreturn]] void answerInsteadOfParent(int socket, pid_t parent, const Begin& begin,
+                                        const Contender& contender) {
+  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (::getppid() == parent) {
+    try {
+      answerAll(socket, begin, contender);
+    } catch (const std::exception& error) {
+      sendFailure(socket, error.what());
+    }
+  }
+  ::_exit(EXIT_SUCCESS);
+}
+
+}  // namespace
+
+SeparateProcess::SeparateProcess(const Begin& begin, const Contender& contender) {
+  auto [own, others] = connectedSockets();
+  const pid_t parent = ::getpid();
+  pid_ = ::fork();
+  if (pid_ == -1) {
+    throw sim::systemError("fork()");
+  }
+  if (pid_ == 0) {
+    own.close();
+    answerInsteadOfParent(others.get(), parent, begin, contender);
+  }
+  socket_ = std::move(own);
+  others.close();
+  measures_ = !std::isnan(receive());
+}
+
+SeparateProcess::~SeparateProcess() {
+  ::shutdown(socket_.get(), SHUT_RDWR);  // closing would not do: later processes have inherited the socket
+  ::waitpid(pid_, nullptr, 0);
+}
+
+void SeparateProcess::askForSample() {
+  if (::send(socket_.get(), "?", 1, MSG_NOSIGNAL) != 1) {
+    throw sim::systemError("asking for a sample");
+  }
+}
+
+double SeparateProcess::takeSample() {
+  return receive();
+}
+
+double SeparateProcess::receive() {
+  Answer answer;
+  if (::recv(socket_.get(), &answer, sizeof answer, 0) != sizeof answer) {
+    throw sim::Error("the measuring process has ended");
+  }
+  if (answer.failure.front() != '\0') {
+    throw sim::Error(answer.failure.data());
+  }
+  return answer.sample;
+}
+
+}  // namespace bench
