@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <csignal>
@@ -45,23 +46,32 @@ void sendFailure(int socket, const std::string& text) {
   static_cast<void>(::send(socket, &answer, sizeof answer, MSG_NOSIGNAL));
 }
 
+double leastOf(int repetitions, Measurement& measurement) {
+  double least = measurement.sample();
+  for (int i = 1; i < repetitions; ++i) {
+    least = std::min(least, measurement.sample());
+  }
+  return least;
+}
+
 /** No sample stands for a measurement that makes no sense, and for a prepared one a 0. */
-void answerAll(int socket, const Begin& begin, const Contender& contender) {
-  const std::unique_ptr<Measurement> measurement = begin(contender);
+void answerAll(int socket, const Figure& figure, const Contender& contender) {
+  const std::unique_ptr<Measurement> measurement = figure.begin(contender);
   if (!sendSample(socket, measurement == nullptr ? std::nan("") : 0) || measurement == nullptr) {
     return;
   }
   char question = 0;
-  while (::recv(socket, &question, 1, 0) == 1 && sendSample(socket, measurement->sample())) {
+  while (::recv(socket, &question, 1, 0) == 1 &&
+         sendSample(socket, leastOf(figure.repetitions, *measurement))) {
   }
 }
 
-[[noreturn]] void answerInsteadOfParent(int socket, pid_t parent, const Begin& begin,
+[[noreturn]] void answerInsteadOfParent(int socket, pid_t parent, const Figure& figure,
                                         const Contender& contender) {
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (::getppid() == parent) {
     try {
-      answerAll(socket, begin, contender);
+      answerAll(socket, figure, contender);
     } catch (const std::exception& error) {
       sendFailure(socket, error.what());
     }
@@ -71,7 +81,7 @@ void answerAll(int socket, const Begin& begin, const Contender& contender) {
 
 }  // namespace
 
-SeparateProcess::SeparateProcess(const Begin& begin, const Contender& contender) {
+SeparateProcess::SeparateProcess(const Figure& figure, const Contender& contender) {
   auto [own, others] = connectedSockets();
   const pid_t parent = ::getpid();
   pid_ = ::fork();
@@ -80,7 +90,7 @@ SeparateProcess::SeparateProcess(const Begin& begin, const Contender& contender)
   }
   if (pid_ == 0) {
     own.close();
-    answerInsteadOfParent(others.get(), parent, begin, contender);
+    answerInsteadOfParent(others.get(), parent, figure, contender);
   }
   socket_ = std::move(own);
   others.close();

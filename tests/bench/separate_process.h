@@ -3,16 +3,16 @@
 #include <sys/types.h>
 
 #include "bench/contender.h"
-#include "bench/measurements/measurement.h"
+#include "bench/figure.h"
 #include "sim/descriptor.h"
 
 namespace bench {
 
-/** A process of this program, in which one quantity of one contender is measured. It ends with the object. */
+/** A process of this program, in which one figure of one contender is measured. It ends with the object. */
 class SeparateProcess {
  public:
   /** Returns when the measurement is prepared; throws sim::Error when it cannot be. */
-  SeparateProcess(const Begin& begin, const Contender& contender);
+  SeparateProcess(const Figure& figure, const Contender& contender);
   ~SeparateProcess();
   SeparateProcess(const SeparateProcess&) = delete;
   SeparateProcess& operator=(const SeparateProcess&) = delete;
