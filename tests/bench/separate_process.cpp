@@ -81,29 +81,30 @@ void answerAll(int socket, const Figure& figure, const Contender& contender) {
 
 }  // namespace
 
-SeparateProcess::SeparateProcess(const Figure& figure, const Contender& contender) {
+SeparateProcess::Child::Child(const Figure& figure, const Contender& contender) {
   auto [own, others] = connectedSockets();
+  socket_ = std::move(own);
   const pid_t parent = ::getpid();
   pid_ = ::fork();
   if (pid_ == -1) {
     throw sim::systemError("fork()");
   }
   if (pid_ == 0) {
-    own.close();
+    socket_.close();
     answerInsteadOfParent(others.get(), parent, figure, contender);
   }
-  socket_ = std::move(own);
-  others.close();
-  measures_ = !std::isnan(receive());
 }
 
-SeparateProcess::~SeparateProcess() {
+SeparateProcess::Child::~Child() {
   ::shutdown(socket_.get(), SHUT_RDWR);  // closing would not do: later processes have inherited the socket
-  ::waitpid(pid_, nullptr, 0);
+  ::waitpid(pid_, nullptr, 0);           // it ends what it has started, and itself
 }
+
+SeparateProcess::SeparateProcess(const Figure& figure, const Contender& contender)
+    : child_(figure, contender), measures_(!std::isnan(receive())) {}
 
 void SeparateProcess::askForSample() {
-  if (::send(socket_.get(), "?", 1, MSG_NOSIGNAL) != 1) {
+  if (::send(child_.socket(), "?", 1, MSG_NOSIGNAL) != 1) {
     throw sim::systemError("asking for a sample");
   }
 }
@@ -114,7 +115,7 @@ double SeparateProcess::takeSample() {
 
 double SeparateProcess::receive() {
   Answer answer;
-  if (::recv(socket_.get(), &answer, sizeof answer, 0) != sizeof answer) {
+  if (::recv(child_.socket(), &answer, sizeof answer, 0) != sizeof answer) {
     throw sim::Error("the measuring process has ended");
   }
   if (answer.failure.front() != '\0') {

@@ -11,11 +11,8 @@ namespace bench {
 /** A process of this program, in which one figure of one contender is measured. It ends with the object. */
 class SeparateProcess {
  public:
-  /** Returns when the measurement is prepared; throws sim::Error when it cannot be. */
+  /** Returns when the measurement is prepared; throws sim::Error where that fails. */
   SeparateProcess(const Figure& figure, const Contender& contender);
-  ~SeparateProcess();
-  SeparateProcess(const SeparateProcess&) = delete;
-  SeparateProcess& operator=(const SeparateProcess&) = delete;
 
   /** False where the quantity makes no sense for the contender. */
   [[nodiscard]] bool measures() const { return measures_; }
@@ -24,10 +21,23 @@ class SeparateProcess {
   [[nodiscard]] double takeSample();
 
  private:
+  /** The process and the connection to it; both end with the object. */
+  class Child {
+   public:
+    Child(const Figure& figure, const Contender& contender);
+    ~Child();
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+    [[nodiscard]] int socket() const { return socket_.get(); }
+
+   private:
+    sim::Descriptor socket_;
+    pid_t pid_ = -1;
+  };
+
   [[nodiscard]] double receive();
 
-  sim::Descriptor socket_;
-  pid_t pid_;
+  Child child_;
   bool measures_;
 };
 
