@@ -20,13 +20,15 @@ namespace bench {
 
 namespace {
 
+using Sockets = std::pair<sim::Descriptor, sim::Descriptor>;
+
 /** What the process reports; longer texts of failures are cut. */
 struct Answer {
   double sample = 0;
   std::array<char, 4096> failure{};
 };
 
-std::pair<sim::Descriptor, sim::Descriptor> connectedSockets() {
+Sockets connectedSockets() {
   std::array<int, 2> ends{};
   if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0) {
     throw sim::systemError("socketpair()");
@@ -79,21 +81,25 @@ void answerAll(int socket, const Figure& figure, const Contender& contender) {
   ::_exit(EXIT_SUCCESS);
 }
 
-}  // namespace
-
-SeparateProcess::Child::Child(const Figure& figure, const Contender& contender) {
-  auto [own, others] = connectedSockets();
-  socket_ = std::move(own);
+pid_t forkAnswering(int socket, const Figure& figure, const Contender& contender) {
   const pid_t parent = ::getpid();
-  pid_ = ::fork();
-  if (pid_ == -1) {
+  const pid_t child = ::fork();
+  if (child == -1) {
     throw sim::systemError("fork()");
   }
-  if (pid_ == 0) {
-    socket_.close();
-    answerInsteadOfParent(others.get(), parent, figure, contender);
+  if (child == 0) {
+    answerInsteadOfParent(socket, parent, figure, contender);
   }
+  return child;
 }
+
+}  // namespace
+
+SeparateProcess::Child::Child(const Figure& figure, const Contender& contender)
+    : Child(connectedSockets(), figure, contender) {}
+
+SeparateProcess::Child::Child(Sockets sockets, const Figure& figure, const Contender& contender)
+    : socket_(std::move(sockets.first)), pid_(forkAnswering(sockets.second.get(), figure, contender)) {}
 
 SeparateProcess::Child::~Child() {
   ::shutdown(socket_.get(), SHUT_RDWR);  // closing would not do: later processes have inherited the socket

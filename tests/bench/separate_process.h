@@ -2,6 +2,8 @@
 
 #include <sys/types.h>
 
+#include <utility>
+
 #include "bench/contender.h"
 #include "bench/figure.h"
 #include "sim/descriptor.h"
@@ -31,8 +33,12 @@ class SeparateProcess {
     [[nodiscard]] int socket() const { return socket_.get(); }
 
    private:
+    /** The own end of a connection, and the other process's. */
+    Child(std::pair<sim::Descriptor, sim::Descriptor> sockets, const Figure& figure,
+          const Contender& contender);
+
     sim::Descriptor socket_;
-    pid_t pid_ = -1;
+    pid_t pid_;
   };
 
   [[nodiscard]] double receive();
