@@ -8,7 +8,9 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <thread>
+#include <utility>
 
 #include "sim/deadline.h"
 #include "sim/error.h"
@@ -61,6 +63,15 @@ std::vector<pid_t> withDescendants(pid_t process) {
   return processes;
 }
 
+/** None for a process that has ended, as a helper may. */
+double processorSecondsUntilEnd(pid_t process) {
+  try {
+    return sim::processorSecondsOf(process);
+  } catch (const sim::Error&) {
+    return 0;
+  }
+}
+
 bool everyEventIsTaken() {
   const std::vector<sim::UeventSender::Listener> listeners = sim::UeventSender::listeners();
   return std::ranges::all_of(listeners, [](const auto& listener) { return listener.queuedBytes == 0; });
@@ -111,10 +122,15 @@ void RunningContender::await(const std::string& awaited, const std::function<boo
   }
 }
 
+// Processes that hand work to each other may each be seen asleep although one of them always works: so none of them
+// may have had a processor since the look before.
 void RunningContender::awaitRest(std::size_t workers) const {
-  await("its rest, with " + std::to_string(workers) + " workers", [this, workers] {
+  std::optional<double> secondsBefore;
+  await("its rest, with " + std::to_string(workers) + " workers", [this, workers, &secondsBefore] {
     const std::vector<pid_t> own = processes();
-    return everyEventIsTaken() && this->workers() == workers && !own.empty() &&
+    const double seconds = processorSeconds();
+    const bool hasRested = seconds == std::exchange(secondsBefore, seconds);
+    return hasRested && everyEventIsTaken() && this->workers() == workers && !own.empty() &&
            std::ranges::all_of(own, [](pid_t process) { return stateOf(process) == 'S'; });
   });
 }
@@ -136,7 +152,7 @@ void RunningContender::resume() const {
 double RunningContender::processorSeconds() const {
   double seconds = 0;
   for (const pid_t process : processes()) {
-    seconds += sim::processorSecondsOf(process);
+    seconds += processorSecondsUntilEnd(process);
   }
   return seconds;
 }

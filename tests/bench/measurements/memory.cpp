@@ -59,7 +59,7 @@ class OwnMemory : public Measurement {
 Begin ownMemory(int workers) {
   return [workers](const Contender& contender) -> std::unique_ptr<Measurement> {
     if (workers > 0 && !contender.keepsWorkers()) {
-      return nullptr;
+      throw sim::Error("its workers cannot rest beside each other");
     }
     return std::make_unique<OwnMemory>(contender, workers);
   };
