@@ -109,7 +109,7 @@ void printBounds(std::ostream& out, const Result& result) {
 void printFailures(std::ostream& out, const Result& result) {
   for (const Samples& samples : result.samples) {
     if (!samples.failure.empty()) {
-      out << "  " << samples.contender << " failed: " << samples.failure << '\n';
+      out << "  " << samples.contender << " was not measured: " << samples.failure << '\n';
     }
   }
 }
