@@ -49,7 +49,7 @@ class Contender {
                                                          const std::vector<std::string>& devices) const = 0;
   /**
    * Lets it know of the devices that are there already, once it has been started; nothing for one that looks for
-   * itself. Its time counts to coldplug. It may not listen yet: see RunningContender::awaitListener().
+   * itself. Its time counts to coldplug. It may not listen yet: see isAnyoneListening().
    */
   virtual void offer(const std::vector<std::string>& devices, const KernelEvents& kernel) const {
     static_cast<void>(devices);

@@ -19,15 +19,15 @@ std::vector<Figure> figuresWithRest(double seconds) {
   using Of = Bound::Of;
   const std::string rest = std::to_string(static_cast<int>(seconds)) + " s of rest";
   return {
-      {"launch, us", launch(), 600, {{Of::calls, 0.80}, {Of::bare, 0.95}}},
-      {"storm of 10 in 70, us", storm(), 150, {{Of::calls, 0.95}}},
+      {"launch, us", launch(), 200, {{Of::calls, 0.80}, {Of::bare, 0.95}}, 5},
+      {"storm of 10 in 70, us", storm(), 50, {{Of::calls, 0.95}}, 3},
       {"coldplug of 1,000, ms", coldplug(1000), 15, {{Of::bare, 1.50}}},
       {"other action, cpu us", eventOfOtherAction(), 150, {{Of::calls, 1.15}}},
       {"other kind, cpu us", eventOfOtherSubsystem(), 150, {{Of::calls, 1.15}}},
-      {"memory, idle, KiB", ownMemory(0), 3, {{Of::itself, 72}}},
-      {"memory, 200 workers", ownMemory(200), 3, {{Of::itself, 120}}},
+      {"memory, idle, KiB", ownMemory(0), 9, {{Of::itself, 72}}},
+      {"memory, 200 workers", ownMemory(200), 5, {{Of::itself, 120}}},
       {"start, 1,000 instr.", instructionsAtStart(), 1, {{Of::itself, 100}}},
-      {"calls in " + rest, systemCallsAtRest(seconds), 1, {{Of::itself, 0}}, true},
+      {"calls in " + rest, systemCallsAtRest(seconds), 1, {{Of::itself, 0}}, 1, true},
       {"bytes, stripped", programSize(), 1, {}},
   };
 }

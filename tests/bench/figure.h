@@ -20,6 +20,8 @@ struct Figure {
   Begin begin;
   int rounds;
   std::vector<Bound> bounds;
+  /** A sample is the least of so many in a row: what else the machine does only adds to a time. */
+  int repetitions = 1;
   bool atOnce = false;  ///< all contenders at the same time: what is measured takes no processor
 };
 

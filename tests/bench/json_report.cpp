@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <array>
 #include <optional>
 
 namespace bench {
@@ -48,12 +49,15 @@ Json jsonOf(const Result& result, const Samples& samples) {
 }
 
 Json jsonOf(const Bound& bound) {
-  constexpr const char* names[] = {"itself", "calls", "bare"};
-  return {{"of", names[static_cast<int>(bound.of)]}, {"at_most", bound.atMost}};
+  constexpr std::array names = {"itself", "calls", "bare"};
+  return {{"of", names.at(static_cast<std::size_t>(bound.of))}, {"at_most", bound.atMost}};
 }
 
 Json jsonOf(const Result& result) {
-  Json json = {{"name", result.figure.name}, {"bounds", Json::array()}, {"contenders", Json::array()}};
+  Json json = {{"name", result.figure.name},
+               {"least_of", result.figure.repetitions},
+               {"bounds", Json::array()},
+               {"contenders", Json::array()}};
   for (const Bound& bound : result.figure.bounds) {
     json["bounds"].push_back(jsonOf(bound));
   }

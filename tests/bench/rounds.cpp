@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <exception>
 #include <memory>
+#include <numeric>
+#include <random>
 #include <vector>
 
 #include "bench/separate_process.h"
@@ -67,7 +69,7 @@ Turn prepare(const Figure& figure, const Contender& contender) {
                         .failure = {}},
             .process = {}};
   try {
-    turn.process = std::make_unique<SeparateProcess>(figure.begin, contender);
+    turn.process = std::make_unique<SeparateProcess>(figure, contender);
     if (!turn.process->measures()) {
       turn.process.reset();
     }
@@ -90,11 +92,13 @@ void measureAtOnce(std::vector<Turn>& turns) {
   std::ranges::for_each(turns, take);
 }
 
-void measureInTurns(std::vector<Turn>& turns, int round) {
-  for (std::size_t i = 0; i < turns.size(); ++i) {
-    Turn& turn = turns[(i + static_cast<std::size_t>(round)) % turns.size()];
-    ask(turn);
-    take(turn);
+void measureInTurns(std::vector<Turn>& turns, std::mt19937& random) {
+  std::vector<std::size_t> order(turns.size());
+  std::iota(order.begin(), order.end(), 0);
+  std::shuffle(order.begin(), order.end(), random);
+  for (const std::size_t each : order) {
+    ask(turns[each]);
+    take(turns[each]);
   }
 }
 
@@ -102,13 +106,14 @@ void measureInTurns(std::vector<Turn>& turns, int round) {
 
 Result measure(const Figure& figure, const Contenders& contenders) {
   const Progress progress(figure);
+  std::mt19937 random;  // NOLINT(cert-msc32-c,cert-msc51-cpp): the same orders each time
   std::vector<Turn> turns;
   for (const std::unique_ptr<Contender>& contender : contenders) {
     turns.push_back(prepare(figure, *contender));
   }
   for (int round = 0; round < figure.rounds; ++round) {
     progress.show(round);
-    figure.atOnce ? measureAtOnce(turns) : measureInTurns(turns, round);
+    figure.atOnce ? measureAtOnce(turns) : measureInTurns(turns, random);
   }
   Result result{.figure = figure, .samples = {}};
   for (Turn& turn : turns) {

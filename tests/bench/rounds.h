@@ -6,8 +6,8 @@
 namespace bench {
 
 /**
- * Measures a figure of all contenders in turns; each round begins with another one. Shows on standard error how far it
- * is. What fails ends the turns of its contender only.
+ * Measures a figure of all contenders in turns, each round in another order: what one leaves behind disturbs each of the
+ * others alike. Shows on standard error how far it is. What fails ends the turns of its contender only.
  */
 [[nodiscard]] Result measure(const Figure& figure, const Contenders& contenders);
 

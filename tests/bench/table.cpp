@@ -109,7 +109,7 @@ void printBounds(std::ostream& out, const Result& result) {
 void printFailures(std::ostream& out, const Result& result) {
   for (const Samples& samples : result.samples) {
     if (!samples.failure.empty()) {
-      out << "  " << samples.contender << " failed: " << samples.failure << '\n';
+      out << "  " << samples.contender << " was not measured: " << samples.failure << '\n';
     }
   }
 }
@@ -117,6 +117,9 @@ void printFailures(std::ostream& out, const Result& result) {
 void printResult(std::ostream& out, const Result& result) {
   out << '\n';
   printRow(out, result.figure.name, result, medianText);
+  if (result.figure.repetitions > 1) {
+    printLine(out, "  least of " + std::to_string(result.figure.repetitions) + " each", {});
+  }
   if (std::ranges::any_of(result.samples, varies)) {
     printRow(out, "  min..max", result, rangeText);
   }

@@ -84,6 +84,7 @@ class SteppedProgram {
   [[noreturn]] static void become(const std::vector<std::string>& command) {
     std::vector<std::string> arguments = command;
     std::vector<char*> vector;
+    vector.reserve(arguments.size() + 1);
     for (std::string& argument : arguments) {
       vector.push_back(argument.data());
     }

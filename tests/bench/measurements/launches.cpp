@@ -70,7 +70,7 @@ class Storm : public Measurement {
     unit_.sysfs.writeAttribute(directory, "uevent", "DEVTYPE=usb_interface\n");
   }
 
-  void announce(const std::string& device) {
+  void announce(const std::string& device) const {
     unit_.kernel.plug(device);
     for (const char* interface : interfaces) {
       announce("add", device + interface, "usb_interface");
@@ -80,7 +80,7 @@ class Storm : public Measurement {
     announce("bind", device, "usb_device");
   }
 
-  void announce(const std::string& action, const std::string& directory, const std::string& type) {
+  void announce(const std::string& action, const std::string& directory, const std::string& type) const {
     constexpr std::string_view mountPoint = "/sys";
     unit_.kernel.send(action, directory.substr(mountPoint.size()), {{"SUBSYSTEM", "usb"}, {"DEVTYPE", type}});
   }
