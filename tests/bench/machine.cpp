@@ -1,7 +1,7 @@
 #include "bench/machine.h"
 
+#include <sched.h>
 #include <sys/utsname.h>
-#include <unistd.h>
 
 #include <fstream>
 
@@ -21,6 +21,13 @@ std::string processorName(const std::string& architecture) {
   return architecture;
 }
 
+int usableProcessors() {
+  cpu_set_t processors;
+  CPU_ZERO(&processors);
+  ::sched_getaffinity(0, sizeof processors, &processors);
+  return CPU_COUNT(&processors);
+}
+
 }  // namespace
 
 Machine thisMachine() {
@@ -28,7 +35,7 @@ Machine thisMachine() {
   ::uname(&system);
   return {.kernel = std::string(system.sysname) + " " + system.release,
           .processor = processorName(system.machine),
-          .processors = ::sysconf(_SC_NPROCESSORS_ONLN)};
+          .processors = usableProcessors()};
 }
 
 }  // namespace bench

@@ -8,7 +8,7 @@ namespace bench {
 struct Machine {
   std::string kernel;
   std::string processor;
-  long processors;
+  int processors;  // that the contenders may use: taskset leaves fewer than the machine has
 };
 
 [[nodiscard]] Machine thisMachine();
