@@ -21,7 +21,7 @@ std::vector<Figure> figuresWithRest(double seconds) {
   return {
       {"launch, us", launch(), 200, {{Of::calls, 0.80}, {Of::bare, 0.95}}, 5},
       {"storm of 10 in 70, us", storm(), 50, {{Of::calls, 0.95}}, 3},
-      {"coldplug of 1,000, ms", coldplug(1000), 15, {{Of::bare, 1.50}}},
+      {"coldplug of 1,000, ms", coldplug(1000), 11, {{Of::bare, 1.50}}},
       {"other action, cpu us", eventOfOtherAction(), 150, {{Of::calls, 1.15}}},
       {"other kind, cpu us", eventOfOtherSubsystem(), 150, {{Of::calls, 1.15}}},
       {"memory, idle, KiB", ownMemory(0), 9, {{Of::itself, 72}}},
