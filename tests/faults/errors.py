@@ -25,7 +25,7 @@ BY_CALL = {
     "select": "EINTR ENOMEM EBADF EINVAL",
     "poll": "EINTR ENOMEM",
     "pipe2": "EMFILE ENFILE",
-    "clone": "EAGAIN ENOMEM",
+    "vfork": "EAGAIN ENOMEM",
     "wait4": "ECHILD EINTR EINVAL",
     "kill": "ESRCH EPERM",
     "flock": "EINTR ENOLCK EAGAIN",
@@ -51,6 +51,9 @@ BY_CALL = {
 BY_PURPOSE = {
     ("read", "a control client"): "ECONNRESET EIO EINTR ENOMEM",
     ("openat", "the display"): OPEN + " ENXIO",
+    ("openat", "what a device is (attributes that may come late)"): OPEN + " ENOTDIR",
+    # Left out: after it the daemon would be deaf. It cannot fail, see docs/faults.md.
+    ("rt_sigprocmask", "signals that have waited during a launch"): "",
 }
 
 

@@ -80,11 +80,15 @@ def plan(calls, only):
 
 
 def plan_others():
-    """What a worker's process does before it is the worker: -f, and the first call of each process."""
-    for name, purpose in (("execve", "the program of a worker"),
-                          ("prctl", "the end of generic workers with the daemon")):
+    """What a worker's process does before it is the worker: -f, and a call of each process. The daemon's own call of
+    that number fails, too, which changes nothing."""
+    for name, number, purpose in (("execve", 1, "the program of a worker"),
+                                  ("prctl", 1, "the end of generic workers with the daemon"),
+                                  ("rt_sigaction", 2, "the SIGPIPE of a worker"),
+                                  ("rt_sigprocmask", 1, "the signals of a worker")):
         for error in errors.of(name, purpose):
-            yield Fault(name, error, 1, purpose, ("-f", f"-e trace={name}", f"-e inject={name}:error={error}:when=1"))
+            inject = ("-f", f"-e trace={name}", f"-e inject={name}:error={error}:when={number}")
+            yield Fault(name, error, number, purpose, inject)
 
 
 class Comparison:

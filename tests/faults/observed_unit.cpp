@@ -231,8 +231,9 @@ void ObservedUnit::printOutput() {
 void ObservedUnit::printWorkersLeft() {
   for (const auto& [device, worker] : workers_) {
     if (worker->start.parentDeathSignal != 0) {
-      worker->waitForEnd(sim::Deadline(secondsToEnd));
-    } else if (worker->isRunning()) {
+      awaitEndOfWorker(device);
+    }
+    if (worker->isRunning()) {
       printFact("left", device);
     }
   }

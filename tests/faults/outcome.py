@@ -161,7 +161,7 @@ def locked_later(missing, extra):
 
 
 def display_inherited(missing, extra):
-    if kinds(missing + extra) == {"worker"} and all("osd_fifo" in text for text in texts(extra)):
+    if extra and kinds(missing + extra) == {"worker"} and all("osd_fifo" in text for text in texts(extra)):
         return "workers inherit the display"
     return None
 
@@ -205,6 +205,20 @@ def outlives(missing, extra):
     return None
 
 
+def broken_pipes_ignored(missing, extra):
+    if extra and kinds(missing + extra) == {"worker"} and all("ignored 13," in text for text in texts(extra)):
+        return "workers ignore SIGPIPE"
+    return None
+
+
+def signals_blocked(_, extra):
+    """What would have followed from the end of a worker by a signal is missing, too."""
+    if "worker" in kinds(extra) and kinds(extra) <= {"worker", "left"} and \
+            all("blocked 1,2,3," in text for text in texts(extra, "worker")):
+        return "workers start with every signal blocked"
+    return None
+
+
 RECOGNISED = (ignored, later_workers_elsewhere, nothing_displayed, one_line_lost, unnamed, unanswered, defaults,
               locked_later, display_inherited, without_subsystem, not_found, handled_later, taken_for_gone, runs_on,
-              outlives)
+              outlives, broken_pipes_ignored, signals_blocked)

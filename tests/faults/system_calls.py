@@ -5,6 +5,7 @@ from dataclasses import dataclass
 
 LINE = re.compile(r"^(?:\d+ +)?(\w+)\((.*)$")
 NAMES = ("product", "vendor", "model")
+LATE = ("uevent", "bDeviceClass")  # attributes that the daemon looks for again
 BY_DESCRIPTOR = ("read", "write", "close", "fcntl", "flock", "accept", "recvfrom", "sendto", "bind", "listen")
 NAMED = {
     "event": "that is refused",
@@ -76,7 +77,7 @@ class Purposes:
             self.doing = "end of a worker"
         elif name == "recvfrom":
             self.doing = "event"
-        elif name == "clone":
+        elif name == "vfork":
             self.doing = "launch"
         elif name == "pselect6" and "tv_sec=0, tv_nsec=0}" not in text:
             self.doing = "loop"
@@ -117,7 +118,7 @@ class Purposes:
             return "the speed of a device on a link that became slow"
         if re.fullmatch(r"\d-\d|hiddev\d+|sg\d+", attribute):
             return "the look whether a device is still there"
-        return f"what a device is ({'stat' if name == 'newfstatat' else 'attributes'})"
+        return f"what a device is ({'attributes that may come late' if attribute in LATE else 'other attributes'})"
 
     def by_name(self, name, text):
         if name == "write":
@@ -128,7 +129,7 @@ class Purposes:
             "getcwd": "the directory of a device" if not text.startswith('"/",') else "the working directory",
             "pselect6": "the wait for events" if "tv_sec=0, tv_nsec=0}" not in text else "the look at one source",
             "recvfrom": "a uevent, its size" if "MSG_PEEK" in text else "a uevent",
-            "clone": "a new worker",
+            "vfork": "a new worker",
             "wait4": "a further ended worker" if gave_nothing(text) else "an ended worker",
             "kill": "the end of a worker that is too fast",
             "accept": "a control client",
@@ -138,9 +139,22 @@ class Purposes:
             "setsockopt": "the buffer of uevents",
             "clock_nanosleep": "the pause before a look at a device",
             "pipe2": "the notice of ended workers",
-            "rt_sigaction": "the handling of " + text.split(",")[0],
-            "rt_sigprocmask": "a blocked signal",
+            "rt_sigaction": self.of_signal(text),
+            "rt_sigprocmask": self.of_mask(text),
         }.get(name)
+
+    @staticmethod
+    def of_signal(text):
+        signal, _, action = text.partition(", ")
+        if not action.startswith("NULL"):
+            return "the handling of " + signal
+        return "whether SIGPIPE is ignored" if signal == "SIGPIPE" else "whether another signal is handled"
+
+    @staticmethod
+    def of_mask(text):
+        if not text.startswith("SIG_SETMASK"):
+            return "a blocked signal"
+        return "signals that wait during a launch" if "~[" in text else "signals that have waited during a launch"
 
     @staticmethod
     def of_write(text):

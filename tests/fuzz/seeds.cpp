@@ -104,7 +104,7 @@ Inputs troubledUevents() {
     addAttributes(input, recording, fuzz::Step::write);
     addStep(input, i % 2 == 0 ? fuzz::Step::makeUnreadable : fuzz::Step::remove);
     input.byte(static_cast<unsigned>(i));
-    addStep(input, fuzz::Step::failFork);
+    addStep(input, fuzz::Step::failLaunch);
     for (int event = 0; event < 3; ++event) {
       addEventOf(input, fuzz::usbDevice);
     }

@@ -30,13 +30,13 @@ namespace {
 
 using fuzz::check;
 
-// The children that the product believes to have.
-struct Forks {
+// The children that the product believes to have created.
+struct Children {
   int count = 0;
   bool nextFails = false;
 };
 
-Forks forks;
+Children children;
 
 // The second reading of a datagram: byte by byte.
 std::map<std::string, std::string> plainlyParsed(const std::string& datagram) {
@@ -131,25 +131,27 @@ void Daemon::reset(unsigned switches, unsigned policySwitches) {
   std::remove(configurationPath);
   requestConfigReload();
   policyReloadRequested = 0;
-  forks = {};
+  children = {};
 }
 
 void Daemon::handle(const std::string& datagram) {
-  const UEvent event = parseUEvent(datagram);
+  // In memory that is no larger than it, so that a view that goes too far or is used later is noticed.
+  const std::vector<char> received(datagram.begin(), datagram.end());
+  const UEvent event = parseUEvent({received.data(), received.size()});
   check(std::map<std::string, std::string>(event.begin(), event.end()) == plainlyParsed(datagram),
         "an event says what it says in a plain reading");
   checkRepetition(event);
   const auto action = event.find("ACTION");
   const std::size_t workersBefore = ctrl_.workers.byPid.size();
-  forks.count = 0;
+  children.count = 0;
   handleUEvent(ctrl_, event, ctrl_.speed);
   checkWorkers(workersBefore, action != event.end() && action->second == "add");
 }
 
 void Daemon::checkWorkers(std::size_t workersBefore, bool isAdd) const {
-  check(forks.count <= (isAdd ? 1 : 0),
+  check(children.count <= (isAdd ? 1 : 0),
         "an event starts one worker at most, and only a device that comes does");
-  check(ctrl_.workers.byPid.size() == workersBefore + static_cast<std::size_t>(forks.count),
+  check(ctrl_.workers.byPid.size() == workersBefore + static_cast<std::size_t>(children.count),
         "every worker that is started is in the table");
   check(isInStep(ctrl_.workers), "a worker is found by its path and by its process id");
 }
@@ -204,8 +206,8 @@ class Run {
       case fuzz::Step::endWorker:
         daemon_.endWorker();
         break;
-      case fuzz::Step::failFork:
-        forks.nextFails = true;
+      case fuzz::Step::failLaunch:
+        children.nextFails = true;
         break;
       case fuzz::Step::configure:
         sim::writeFile(configurationPath, input.text());
@@ -238,14 +240,14 @@ class Run {
 
 // The product never becomes a child here.
 // NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
-extern "C" pid_t __wrap_fork() {
+extern "C" pid_t __wrap_vfork() {
   constexpr pid_t firstPid = 1'000'000'000;  // beyond any process of the machine
   static pid_t lastPid = firstPid;
-  if (std::exchange(forks.nextFails, false)) {
+  if (std::exchange(children.nextFails, false)) {
     errno = EAGAIN;
     return -1;
   }
-  ++forks.count;
+  ++children.count;
   return ++lastPid;
 }
 

@@ -29,7 +29,7 @@ enum class Step : std::uint8_t {
   remove,          // attribute
   announce,        // datagram: it is handled
   endWorker,       // the worker of the lowest process id is forgotten
-  failFork,        // the next fork fails
+  failLaunch,      // no child can be created for the next worker
   configure,       // configuration: the policy is read from it before the next generic device
 };
 

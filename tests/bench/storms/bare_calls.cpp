@@ -1,14 +1,11 @@
 #include "bench/storms/bare_calls.h"
 
-#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
-#include <cstddef>
-#include <cstring>
 #include <ctime>
 #include <functional>
 #include <vector>
@@ -79,48 +76,11 @@ class RestingChildren {
   std::vector<pid_t> children_;
 };
 
-/** Memory that has been written to. */
-class WrittenMemory {
- public:
-  explicit WrittenMemory(std::size_t bytes) : bytes_(bytes) {
-    void* memory = ::mmap(nullptr, bytes_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (memory == MAP_FAILED) {
-      throw sim::systemError("mmap()");
-    }
-    ::madvise(memory, bytes_, MADV_NOHUGEPAGE);
-    memory_ = std::memset(memory, 1, bytes_);
-  }
-  ~WrittenMemory() { ::munmap(memory_, bytes_); }
-  WrittenMemory(const WrittenMemory&) = delete;
-  WrittenMemory& operator=(const WrittenMemory&) = delete;
-
- private:
-  std::size_t bytes_;
-  void* memory_ = nullptr;
-};
-
-void forkAndWait() {
-  const pid_t child = ::fork();
-  if (child == -1) {
-    throw sim::systemError("fork()");
-  }
-  if (child == 0) {
-    ::_exit(0);
-  }
-  ::waitpid(child, nullptr, 0);
-}
-
 }  // namespace
 
 double microsecondsToLookAfterChildren(int children) {
   const RestingChildren resting(children);
   return leastOfEachCall([] { ::waitpid(-1, nullptr, WNOHANG); });
-}
-
-double microsecondsToFork(long extraKilobytes) {
-  constexpr std::size_t bytesPerKilobyte = 1024;
-  const WrittenMemory extra(static_cast<std::size_t>(extraKilobytes) * bytesPerKilobyte);
-  return leastOfEachCall(forkAndWait);
 }
 
 }  // namespace bench

@@ -6,10 +6,4 @@ namespace bench {
 /** Microseconds of processor time for one look after ended children, beside so many that rest. */
 double microsecondsToLookAfterChildren(int children);
 
-/**
- * Microseconds of processor time for one fork in a process with so much more memory of its own. The copies of the pages
- * that it writes to afterwards are counted.
- */
-double microsecondsToFork(long extraKilobytes);
-
 }  // namespace bench

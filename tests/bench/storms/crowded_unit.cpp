@@ -37,7 +37,7 @@ std::string statusOf(pid_t process, const std::string& name) {
   return {};
 }
 
-/** A resting worker catches its orders; between fork and exec the daemon's own handlers are still there. */
+/** A resting worker catches its orders; a child that is about to execute it has handlers of the daemon at most. */
 bool rests(pid_t worker) {
   constexpr unsigned long long orders = (1ULL << (SIGUSR1 - 1)) | (1ULL << (SIGUSR2 - 1));
   const std::string caught = statusOf(worker, "SigCgt");

@@ -12,12 +12,14 @@
 #include <csignal>
 #include <cstddef>
 #include <functional>
+#include <set>
 #include <string>
 #include <utility>
 
 #include "ctrl/settings.h"
 #include "sim/contract.h"
 #include "sim/descriptor.h"
+#include "support/blocked_signals.h"
 #include "support/child.h"
 #include "support/descriptors.h"
 #include "support/output.h"
@@ -27,6 +29,7 @@
 
 namespace {
 
+using support::blockedSignals;
 using support::Lines;
 
 constexpr unsigned patience = 20;  // seconds, for what must not block
@@ -220,16 +223,59 @@ TEST_F(SignalsTest, OnceRestoredHaveNoHandlersAndAreNeitherIgnoredNorBlocked) {
     block(SIGUSR1);
     block(SIGRTMAX);
     ChangedSignals().restoreDefaults();
-    sigset_t blocked;
-    sigprocmask(SIG_SETMASK, nullptr, &blocked);
+    EXPECT_EQ(blockedSignals(), std::set<int>());
     for (int signal = 1; signal <= SIGRTMAX; ++signal) {
       struct sigaction action {};
       // The C library keeps a few signals to itself.
       if (sigaction(signal, nullptr, &action) == 0) {
         EXPECT_EQ(action.sa_handler, SIG_DFL) << "signal " << signal;
-        EXPECT_EQ(sigismember(&blocked, signal), 0) << "signal " << signal;
       }
     }
+  });
+}
+
+TEST_F(SignalsTest, OnceRestoredAreThoseThatHadBeenChangedBefore) {
+  support::inChild([] {
+    std::signal(SIGUSR1, SIG_IGN);
+    const ChangedSignals changed;
+    std::signal(SIGUSR2, SIG_IGN);
+    changed.restoreDefaults();
+    EXPECT_EQ(std::signal(SIGUSR1, SIG_DFL), SIG_DFL);
+    EXPECT_EQ(std::signal(SIGUSR2, SIG_DFL), SIG_IGN);
+  });
+}
+
+TEST_F(SignalsTest, ThatAreBlockedComeAfterwards) {
+  support::inChild([] {
+    catchHangups();
+    {
+      const SignalsBlocked blocked;
+      raise(SIGHUP);
+      EXPECT_EQ(policyReloadRequested, 0);
+    }
+    EXPECT_EQ(policyReloadRequested, 1);
+  });
+}
+
+TEST_F(SignalsTest, AreAllBlockedButThoseThatCannotBe) {
+  support::inChild([] {
+    const SignalsBlocked blocked;
+    for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+      // The C library keeps a few signals to itself.
+      const bool canBeBlocked = signal < SIGSYS + 1 || signal >= SIGRTMIN;
+      const bool isBlocked = blockedSignals().contains(signal);
+      EXPECT_EQ(isBlocked, canBeBlocked && signal != SIGKILL && signal != SIGSTOP) << "signal " << signal;
+    }
+  });
+}
+
+TEST_F(SignalsTest, ThatWereBlockedBeforeStayBlocked) {
+  support::inChild([] {
+    block(SIGUSR1);
+    block(SIGRTMAX);
+    const std::set<int> before = blockedSignals();
+    { const SignalsBlocked blocked; }
+    EXPECT_EQ(blockedSignals(), before);
   });
 }
 

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -20,6 +23,13 @@ struct TableCase : support::NamedCase {
   ByPath byPath;
 };
 
+// Whether each path is found by the memory of its own worker, which lives as long as its entry.
+bool sharesPaths(const WorkerTable& workers) {
+  return std::all_of(workers.byPath.begin(), workers.byPath.end(), [&workers](const auto& entry) {
+    return entry.first.data() == workers.byPid.at(entry.second).data();
+  });
+}
+
 class WorkerTableOf : public testing::TestWithParam<TableCase> {};
 
 INSTANTIATE_TEST_SUITE_P(
@@ -31,6 +41,14 @@ INSTANTIATE_TEST_SUITE_P(
         TableCase{{"TwoWorkersOfADevice"}, {{10, "a"}, {11, "a"}}, {}, {{10, "a"}, {11, "a"}}, {{"a", 11}}},
         TableCase{{"WorkerRemoved"}, {{10, "a"}, {11, "b"}}, {10}, {{11, "b"}}, {{"b", 11}}},
         TableCase{{"EarlierWorkerOfADeviceRemoved"}, {{10, "a"}, {11, "a"}}, {10}, {{11, "a"}}, {{"a", 11}}},
+        TableCase{{"LaterWorkerOfADeviceRemoved"}, {{10, "a"}, {11, "a"}}, {11}, {{10, "a"}}, {}},
+        TableCase{{"BothWorkersOfADeviceRemovedInTheirOrder"}, {{10, "a"}, {11, "a"}}, {10, 11}, {}, {}},
+        TableCase{{"BothWorkersOfADeviceRemovedTheLaterFirst"}, {{10, "a"}, {11, "a"}}, {11, 10}, {}, {}},
+        TableCase{{"MiddleWorkerOfADeviceRemoved"},
+                  {{10, "a"}, {11, "a"}, {12, "a"}},
+                  {11},
+                  {{10, "a"}, {12, "a"}},
+                  {{"a", 12}}},
         TableCase{{"UnknownWorkerRemoved"}, {{10, "a"}}, {12}, {{10, "a"}}, {{"a", 10}}}));
 
 TEST_P(WorkerTableOf, HoldsThemInBothDirections) {
@@ -43,14 +61,28 @@ TEST_P(WorkerTableOf, HoldsThemInBothDirections) {
   }
   EXPECT_EQ(workers.byPid, GetParam().byPid);
   EXPECT_EQ(workers.byPath, GetParam().byPath);
+  EXPECT_TRUE(sharesPaths(workers));
 }
 
 TEST(WorkerTableTest, KnowsTheNewDeviceOfAProcessIdUsedAgain) {
   WorkerTable workers;
-  workers.add(10, "a");
+  workers.add(10, "former");
   workers.add(10, "b");
   EXPECT_EQ(workers.byPid, (ByPid{{10, "b"}}));
-  EXPECT_EQ(workers.byPath.at("b"), 10);
+  EXPECT_EQ(workers.byPath, (ByPath{{"b", 10}}));
+  EXPECT_TRUE(sharesPaths(workers));
+}
+
+TEST(WorkerTableTest, KeepsItsPathsWhenItIsMoved) {
+  const std::string longPath(100, 'x');
+  WorkerTable workers;
+  workers.add(10, "a");
+  workers.add(11, longPath);
+  WorkerTable moved = std::move(workers);
+  EXPECT_EQ(moved.byPath, (ByPath{{"a", 10}, {longPath, 11}}));
+  EXPECT_TRUE(sharesPaths(moved));
+  moved.remove(10);
+  EXPECT_EQ(moved.byPath, (ByPath{{longPath, 11}}));
 }
 
 }  // namespace

@@ -10,6 +10,8 @@ WRAPPED_CALL(int, select, select,
              (count, reads, writes, excepts, timeout))
 WRAPPED_CALL(ssize_t, write, write, (int fd, const void* buffer, std::size_t length), (fd, buffer, length))
 WRAPPED_CALL(int, close, close, (int fd), (fd))
+WRAPPED_CALL(int, execve, execve, (const char* path, char* const* arguments, char* const* environment),
+             (path, arguments, environment))
 WRAPPED_CALL(int, sigaction, sigaction, (int signal, const struct sigaction* action, struct sigaction* old),
              (signal, action, old))
 WRAPPED_CALL(int, mutexInit, pthread_mutex_init,

@@ -18,6 +18,7 @@ extern support::ReplaceableCall<int(const timespec*, timespec*)> nanosleep;
 extern support::ReplaceableCall<int(int, fd_set*, fd_set*, fd_set*, timeval*)> select;
 extern support::ReplaceableCall<ssize_t(int, const void*, std::size_t)> write;
 extern support::ReplaceableCall<int(int)> close;
+extern support::ReplaceableCall<int(const char*, char* const*, char* const*)> execve;
 extern support::ReplaceableCall<dirent*(DIR*)> readdir;
 /** fcntl with an integer as its argument. */
 extern support::ReplaceableCall<int(int, int, long)> fcntl;
