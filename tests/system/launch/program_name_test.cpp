@@ -1,0 +1,94 @@
+// Names of the program of generic workers, as the configuration may give them.
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "support/named_case.h"
+#include "system/support/placed_programs.h"
+#include "system/support/worker_launch.h"
+
+namespace {
+
+using support::placeProgram;
+
+/** The longest that a file can have. */
+const std::string longestName(NAME_MAX, 'w');
+
+/** The file that a name leads to, and another that the same name leads to elsewhere. */
+struct Name : support::NamedCase {
+  std::string name;
+  std::string leadsTo;
+  std::string passedOver;
+};
+
+class ProgramName : public support::WorkerLaunch {
+ protected:
+  void startWithName(const std::string& name) {
+    sim::Unit::writeConfig("[apps]\nquor_usb_rx_generic = " + name + "\n");
+    std::filesystem::create_directories("/name/here");
+    sim::ProcessOptions world;
+    world.workingDirectory = "/name/here";
+    world.environment = {"PATH=/name/path:"};
+    startWith({}, world);
+  }
+
+  void expectThatTheDaemonEnds() {
+    unit.plug(support::mouse());
+    EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
+    EXPECT_EQ(unit.workers.count(), 0U);
+  }
+};
+
+class ProgramNameOf : public ProgramName, public testing::WithParamInterface<Name> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    Kind, ProgramNameOf,
+    testing::Values(
+        Name{{"NoSlash"}, "worker", "/name/path/worker", "/name/here/worker"},
+        Name{{"Blanks"}, "a  worker", "/name/path/a  worker", "/name/path/a"},
+        Name{{"TheLongestThereIs"}, longestName, "/name/path/" + longestName, "/name/here/" + longestName},
+        Name{{"ASlash"}, "below/worker", "/name/here/below/worker", "/name/path/below/worker"},
+        Name{{"TheWorkingDirectory"}, "./worker", "/name/here/worker", "/name/path/worker"},
+        Name{{"TheDirectoryAbove"}, "../worker", "/name/worker", "/name/path/worker"},
+        Name{{"AWholePath"}, "/name/worker", "/name/worker", "/name/path/worker"}),
+    testing::PrintToStringParamName());
+
+TEST_P(ProgramNameOf, LeadsToTheProgramAndIsItsFirstArgument) {
+  placeProgram(GetParam().leadsTo);
+  placeProgram(GetParam().passedOver);
+  startWithName(GetParam().name);
+  const sim::WorkerStart& worker = genericWorker().start;
+  EXPECT_EQ(support::executedFileOf(worker.pid), GetParam().leadsTo);
+  EXPECT_EQ(worker.arguments.front(), GetParam().name);
+}
+
+TEST_F(ProgramName, WithASlashIsLookedForNowhereElse) {
+  placeProgram("/name/path/below/worker");
+  placeProgram("/name/here/worker");
+  startWithName("below/worker");
+  expectThatTheDaemonEnds();
+}
+
+TEST_F(ProgramName, OfAFileButWithASlashBehindItLeadsNowhere) {
+  placeProgram("/name/here/worker");
+  startWithName("worker/");
+  expectThatTheDaemonEnds();
+}
+
+TEST_F(ProgramName, ThatIsEmptyLeadsNowhere) {
+  placeProgram("/name/here/usb_rx_generic");
+  startWithName("");
+  expectThatTheDaemonEnds();
+}
+
+TEST_F(ProgramName, ThatIsTooLongLeadsNowhere) {
+  placeProgram("/name/path/" + longestName);
+  startWithName(longestName + "w");
+  expectThatTheDaemonEnds();
+}
+
+}  // namespace
