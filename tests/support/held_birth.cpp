@@ -3,47 +3,17 @@
 #include <sys/ptrace.h>
 #include <sys/wait.h>
 
-#include <csignal>
+#include <string>
 
 #include "sim/error.h"
-#include "support/eventually.h"
 
 namespace support {
 namespace {
-
-constexpr int stoppedInCall = SIGTRAP | 0x80;  // with PTRACE_O_TRACESYSGOOD
-
-/** ptrace() takes numbers where its prototype has pointers. */
-void* asPointer(unsigned long number) {
-  return reinterpret_cast<void*>(number);  // NOLINT(performance-no-int-to-ptr)
-}
-
-unsigned eventOf(int status) {
-  return static_cast<unsigned>(status) >> 16U;
-}
 
 /** Whether it has created a process, by any of the calls that do. */
 bool isBirth(int status) {
   const unsigned event = eventOf(status);
   return event == PTRACE_EVENT_FORK || event == PTRACE_EVENT_VFORK || event == PTRACE_EVENT_CLONE;
-}
-
-/** The signal that a stopped process is to get when it goes on. */
-unsigned long signalFor(int status) {
-  const int signal = WSTOPSIG(status);
-  return eventOf(status) != 0 || signal == stoppedInCall ? 0 : static_cast<unsigned long>(signal);
-}
-
-/** The status of a process when it has stopped or ended. */
-int waitForStop(pid_t process, const sim::Deadline& deadline) {
-  int status = 0;
-  eventually(
-      "a stop of process " + std::to_string(process),
-      [&] { return ::waitpid(process, &status, __WALL | WNOHANG) == process; }, deadline);
-  if (!WIFSTOPPED(status)) {
-    throw sim::Error("process " + std::to_string(process) + " has ended while it was traced");
-  }
-  return status;
 }
 
 bool isAtEntryOfCall(pid_t process) {
@@ -80,7 +50,7 @@ pid_t HeldBirth::waitForChild(const sim::Deadline& deadline) {
 void HeldBirth::waitForCreator(const sim::Deadline& deadline) {
   for (int status = waitForStop(creator_, deadline); !isBirth(status);
        status = waitForStop(creator_, deadline)) {
-    ::ptrace(PTRACE_CONT, creator_, nullptr, asPointer(signalFor(status)));
+    ::ptrace(PTRACE_CONT, creator_, nullptr, asPointer(signalOf(status)));
   }
 }
 
@@ -95,8 +65,16 @@ bool HeldBirth::runToNextCall(const sim::Deadline& deadline) {
     if (WSTOPSIG(status) == stoppedInCall && isAtEntryOfCall(child_)) {
       return true;
     }
-    signal = signalFor(status);
+    signal = signalOf(status);
   }
+}
+
+int HeldBirth::waitForStop(pid_t process, const sim::Deadline& deadline) const {
+  const int status = stops_.waitFor(process, deadline);
+  if (!WIFSTOPPED(status)) {
+    throw sim::Error("process " + std::to_string(process) + " has ended while it was traced");
+  }
+  return status;
 }
 
 void HeldBirth::release() {

@@ -2,10 +2,8 @@
 
 #include <sys/types.h>
 
-#include <optional>
-#include <string>
-
 #include "sim/deadline.h"
+#include "support/traced_stops.h"
 
 namespace support {
 
@@ -32,8 +30,10 @@ class HeldBirth {
 
  private:
   void waitForCreator(const sim::Deadline& deadline);
+  int waitForStop(pid_t process, const sim::Deadline& deadline) const;
 
   pid_t creator_;
+  TracedStops stops_;
   pid_t child_ = -1;
   bool isHeld_ = false;
 };

@@ -53,7 +53,8 @@ class KilledDaemon : public support::KilledLaunch,
   Outcome outcomeOfKillAfter(Clock::duration delay) {
     startDaemon();
     std::this_thread::sleep_until(beginLaunch(kind()) + delay);
-    return killDaemon(kind());
+    killDaemon();
+    return clear(kind());
   }
 
   std::map<Outcome, int> outcomes;

@@ -3,7 +3,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
+#include <vector>
 
 #include "sim/process.h"
 #include "sim/process_table.h"
@@ -42,6 +44,7 @@ LaunchedKind scsiKind() {
 }
 
 void KilledLaunch::startDaemon() {
+  leftBefore_ = leftBehind();
   start(commandLine({"--debug=ctrl", "--class=all"}));
 }
 
@@ -57,7 +60,8 @@ KilledLaunch::Clock::duration KilledLaunch::lengthOfLaunch(const LaunchedKind& k
   const Clock::time_point begin = beginLaunch(kind);
   sim::Worker& worker = unit.workers.waitForWorker();
   const Clock::duration length = Clock::now() - begin;
-  waitForKilledDaemon(kind);
+  killDaemon();
+  unit.sysfs.removeDevice(kind.usbDevice);
   if (!kind.endsWithTheDaemon) {
     worker.exitWith(0);
   }
@@ -66,23 +70,28 @@ KilledLaunch::Clock::duration KilledLaunch::lengthOfLaunch(const LaunchedKind& k
   return length;
 }
 
-void KilledLaunch::waitForKilledDaemon(const LaunchedKind& kind) {
+void KilledLaunch::killDaemon() {
   unit.daemon().signal(SIGKILL);
   EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::killedBy(SIGKILL));
-  unit.sysfs.removeDevice(kind.usbDevice);
 }
 
-KilledLaunch::Outcome KilledLaunch::killDaemon(const LaunchedKind& kind) {
-  waitForKilledDaemon(kind);
-  // What the daemon leaves behind comes to this process.
-  const std::vector<pid_t> left = sim::childrenOf(::getpid());
-  if (left.empty()) {
+KilledLaunch::Outcome KilledLaunch::clear(const LaunchedKind& kind) {
+  unit.sysfs.removeDevice(kind.usbDevice);
+  const std::set<pid_t> left = leftBehind();
+  const auto process =
+      std::find_if(left.begin(), left.end(), [&](pid_t id) { return !leftBefore_.contains(id); });
+  if (process == left.end()) {
     return Outcome::noProcess;
   }
-  const Outcome outcome =
-      kind.endsWithTheDaemon ? outcomeOfGeneric(left.front()) : outcomeOfLasting(left.front());
-  EXPECT_EQ(sim::childrenOf(::getpid()), std::vector<pid_t>());
+  const Outcome outcome = kind.endsWithTheDaemon ? outcomeOfGeneric(*process) : outcomeOfLasting(*process);
+  EXPECT_EQ(leftBehind(), leftBefore_);
   return outcome;
+}
+
+// They come to this process.
+std::set<pid_t> KilledLaunch::leftBehind() {
+  const std::vector<pid_t> children = sim::childrenOf(::getpid());
+  return {children.begin(), children.end()};
 }
 
 KilledLaunch::Outcome KilledLaunch::outcomeOfGeneric(pid_t process) {

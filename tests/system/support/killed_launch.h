@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <set>
 #include <string>
 
 #include "support/named_case.h"
@@ -34,16 +35,21 @@ class KilledLaunch : public DaemonFixture {
   Clock::time_point beginLaunch(const LaunchedKind& kind);
   /** From the announcement to the report of the worker, for a daemon of its own. */
   Clock::duration lengthOfLaunch(const LaunchedKind& kind);
+  /** Returns when the daemon has ended. */
+  void killDaemon();
   /**
-   * Kills the daemon and takes the device out. Checks that nothing is left of the launch but what a worker that
-   * outlives the daemon is, and ends that.
+   * Takes the device out. Checks that the killed daemon has left nothing of the launch but what a worker that outlives it
+   * is, and ends that.
    */
-  Outcome killDaemon(const LaunchedKind& kind);
+  Outcome clear(const LaunchedKind& kind);
 
  private:
-  void waitForKilledDaemon(const LaunchedKind& kind);
   static Outcome outcomeOfGeneric(pid_t process);
   Outcome outcomeOfLasting(pid_t process);
+  /** The processes that daemons of this unit, or of earlier ones, have left behind. */
+  static std::set<pid_t> leftBehind();
+
+  std::set<pid_t> leftBefore_;
 };
 
 }  // namespace support
