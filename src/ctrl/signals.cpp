@@ -132,11 +132,36 @@ void ignoreBrokenPipes() {
   std::signal(SIGPIPE, SIG_IGN);
 }
 
-void restoreDefaultSignals() {
+// A few signals belong to the C library: sigaction does not know them.
+ChangedSignals::ChangedSignals() {
+  sigemptyset(&changed_);
   for (int signal = 1; signal <= SIGRTMAX; ++signal) {
-    std::signal(signal, SIG_DFL);
+    struct sigaction action {};
+    if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_DFL) {
+      sigaddset(&changed_, signal);
+    }
+  }
+}
+
+void ChangedSignals::restoreDefaults() const {
+  struct sigaction defaultAction {};
+  defaultAction.sa_handler = SIG_DFL;
+  for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+    if (sigismember(&changed_, signal) == 1) {
+      sigaction(signal, &defaultAction, nullptr);
+    }
   }
   sigset_t none;
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+SignalsBlocked::SignalsBlocked() {
+  sigset_t every;
+  sigfillset(&every);
+  sigprocmask(SIG_SETMASK, &every, &formerMask_);
+}
+
+SignalsBlocked::~SignalsBlocked() {
+  sigprocmask(SIG_SETMASK, &formerMask_, nullptr);
 }

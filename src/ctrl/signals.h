@@ -1,5 +1,7 @@
 #pragma once
 
+#include <csignal>
+
 #include "ulx/file_descriptor.h"
 
 /** Readable when a child has ended since it was last emptied. What is read has no meaning. */
@@ -23,5 +25,30 @@ void installHangupHandler();
 /** A reader that has gone costs the message written to it, not the daemon. */
 void ignoreBrokenPipes();
 
-/** For a forked child about to execute a program: gives every signal its default disposition and unblocks it. */
-void restoreDefaultSignals();
+/** The signals that a worker must not inherit as they are: those whose disposition is not the default. */
+class ChangedSignals {
+ public:
+  /** Finds out which they are now. */
+  ChangedSignals();
+
+  /**
+   * For a child about to execute a program: gives them the default disposition and unblocks every signal. Calls only
+   * what a signal handler may call.
+   */
+  void restoreDefaults() const;
+
+ private:
+  sigset_t changed_;
+};
+
+/** Keeps every signal waiting as long as it lives. */
+class SignalsBlocked {
+ public:
+  SignalsBlocked();
+  SignalsBlocked(const SignalsBlocked&) = delete;
+  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+  ~SignalsBlocked();
+
+ private:
+  sigset_t formerMask_;
+};

@@ -1,8 +1,10 @@
 #include "ctrl/worker_table.h"
 
 void WorkerTable::add(pid_t pid, const std::string& devpath) {
-  byPid[pid] = devpath;
-  byPath[devpath] = pid;
+  remove(pid);
+  const std::string& path = byPid.emplace(pid, devpath).first->second;
+  byPath.erase(path);  // its key would go with the earlier worker
+  byPath.emplace(path, pid);
 }
 
 void WorkerTable::remove(pid_t pid) {

@@ -4,6 +4,7 @@
 
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 
 /** An entry of `byPid`: a running worker's process id, and the physical sysfs path of the device it serves.
@@ -12,9 +13,17 @@ using WorkerRecord = std::pair<const pid_t, std::string>;
 
 /** The running workers, found by process id and by the physical sysfs path of the device that each serves. */
 struct WorkerTable {
+  WorkerTable() = default;
+  WorkerTable(const WorkerTable&) = delete;
+  WorkerTable& operator=(const WorkerTable&) = delete;
+  WorkerTable(WorkerTable&&) = default;
+  WorkerTable& operator=(WorkerTable&&) = default;
+  ~WorkerTable() = default;
+
   /** Each entry is a WorkerRecord. */
   std::map<pid_t, std::string> byPid;
-  std::map<std::string, pid_t> byPath;
+  /** Each key is a view of the path in `byPid`, so that a path takes memory once. */
+  std::map<std::string_view, pid_t> byPath;
 
   /**
    * Records a worker. An earlier worker of the same path stays in `byPid`: it is still running and still has

@@ -1,6 +1,7 @@
 #include "hotplug/classification.h"
 
 #include <chrono>
+#include <optional>
 #include <string>
 
 #include "ctrl/device_classes.h"
@@ -12,56 +13,34 @@
 
 namespace {
 
-// What sysfs says of a node of the USB subsystem so far.
-enum class UsbNode {
-  incomplete,  // not enough yet
-  hid,         // a HID device node, which may have no "uevent" file
-  device,      // a USB device, complete
-  other,       // an interface, an endpoint or a class node
-};
-
-UsbNode lookAtUsbNode(std::uint32_t classes, const DeviceAttributes& device) {
-  if (!device.has("uevent")) {
-    return enablesClass(classes, keyboardClass) && isHiddevPath(device.path()) ? UsbNode::hid
-                                                                               : UsbNode::incomplete;
-  }
-  if (device.text("uevent").find("DEVTYPE=usb_device") == std::string::npos) {
-    return UsbNode::other;
-  }
-  return device.has("bDeviceClass") ? UsbNode::device : UsbNode::incomplete;
-}
-
-bool passes(bool (*test)(DescriptorBytes descriptors), const DeviceAttributes& device) {
-  const std::string descriptors = device.content("descriptors");
-  return test(descriptorBytes(descriptors));
-}
-
 // The first that fits is what the device is; it may have functions of other kinds, too.
-DeviceKind classifyUsbDevice(std::uint32_t classes, const DeviceAttributes& device) {
-  if (device.hexadecimal("bDeviceClass") == hubClass) {
+DeviceKind classifyUsbDevice(std::uint32_t classes, unsigned long deviceClass,
+                             const DeviceAttributes& device) {
+  if (deviceClass == hubClass) {
     return DeviceKind::hub;
   }
-  if (enablesClass(classes, keyboardClass) && passes(isKeyboardDescriptor, device)) {
+  if (enablesClass(classes, keyboardClass) && isKeyboardDescriptor(device.descriptors())) {
     return DeviceKind::keyboard;
   }
-  if (enablesClass(classes, storageClass) && passes(isStorageDescriptor, device)) {
+  if (enablesClass(classes, storageClass) && isStorageDescriptor(device.descriptors())) {
     return DeviceKind::storage;
   }
   return DeviceKind::generic;
 }
 
+// Undetermined as long as sysfs lacks something. The node of a HID device may have no "uevent" at all.
 DeviceKind classifyUsbNode(std::uint32_t classes, const DeviceAttributes& device) {
-  switch (lookAtUsbNode(classes, device)) {
-    case UsbNode::hid:
-      return DeviceKind::hid;
-    case UsbNode::device:
-      return classifyUsbDevice(classes, device);
-    case UsbNode::incomplete:
-      return DeviceKind::undetermined;
-    case UsbNode::other:
-      break;
+  const std::optional<std::string> uevent = device.find("uevent");
+  if (!uevent) {
+    return enablesClass(classes, keyboardClass) && isHiddevPath(device.path()) ? DeviceKind::hid
+                                                                               : DeviceKind::undetermined;
   }
-  return DeviceKind::ignored;
+  if (uevent->find("DEVTYPE=usb_device") == std::string::npos) {
+    return DeviceKind::ignored;
+  }
+  const std::optional<std::string> deviceClass = device.find("bDeviceClass");
+  return deviceClass ? classifyUsbDevice(classes, hexadecimalAtStart(*deviceClass), device)
+                     : DeviceKind::undetermined;
 }
 
 // The kernel may announce a device before its attributes are there. The wall clock may be set meanwhile.

@@ -36,6 +36,10 @@ std::string SysfsDevice::content(const std::string& name) const {
   return ulx::FileDescriptor(path() + "/" + name, O_RDONLY).readAll();
 }
 
+std::optional<std::string> SysfsDevice::find(const std::string& name) const {
+  return ulx::FileDescriptor::contentOf(path() + "/" + name);
+}
+
 std::string readAttribute(const std::string& dir, const std::string& name) {
   return SysfsDevice(dir).text(name);
 }

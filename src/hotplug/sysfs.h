@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "hotplug/device_attributes.h"
@@ -13,6 +14,8 @@ class SysfsDevice : public DeviceAttributes {
   [[nodiscard]] std::string subsystem() const override;
   [[nodiscard]] bool has(const std::string& name) const override;
   [[nodiscard]] std::string content(const std::string& name) const override;
+  /** With one look. */
+  [[nodiscard]] std::optional<std::string> find(const std::string& name) const override;
 };
 
 /*

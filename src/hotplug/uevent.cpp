@@ -27,7 +27,10 @@ UEvent parseUEvent(std::string_view datagram) {
   return event;
 }
 
-UEvent makeAddEvent(const std::string& sysfsPath) {
+UEvent makeAddEvent(std::string_view sysfsPath) {
   constexpr std::string_view mountPoint = "/sys";
-  return {{"ACTION", "add"}, {"DEVPATH", sysfsPath.substr(mountPoint.size())}};
+  UEvent event;  // from a list it would be made by sorting, which is much code
+  event.emplace("ACTION", "add");
+  event.emplace("DEVPATH", sysfsPath.substr(mountPoint.size()));
+  return event;
 }

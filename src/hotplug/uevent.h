@@ -1,12 +1,15 @@
 #pragma once
 
-#include <functional>
-#include <map>
-#include <string>
+#include <boost/container/flat_map.hpp>
+#include <boost/container/small_vector.hpp>
+
 #include <string_view>
 
-/** The environment of one kernel uevent ("ACTION", "DEVPATH", "SUBSYSTEM", ...), in byte order of the keys. */
-using UEvent = std::map<std::string, std::string, std::less<>>;
+/**
+ * The environment of one kernel uevent ("ACTION", "DEVPATH", "SUBSYSTEM", ...), in byte order of the keys: views of
+ * the text that it was made of, which must outlive it. More items than the kernel's drivers send take memory.
+ */
+using UEvent = boost::container::small_flat_map<std::string_view, std::string_view, 32>;
 
 /**
  * Splits a uevent datagram, items that each end in a NUL (the last one may lack it). Items without "=" are
@@ -16,4 +19,4 @@ using UEvent = std::map<std::string, std::string, std::less<>>;
 UEvent parseUEvent(std::string_view datagram);
 
 /** An "add" event of the device at `sysfsPath`, which begins with "/sys", as the kernel would announce it. */
-UEvent makeAddEvent(const std::string& sysfsPath);
+UEvent makeAddEvent(std::string_view sysfsPath);

@@ -1,5 +1,8 @@
 #include "hotplug/uevent_handler.h"
 
+#include <string>
+#include <string_view>
+
 #include "ctrl/messages.h"
 #include "hotplug/classification.h"
 #include "hotplug/sysfs.h"
@@ -10,16 +13,15 @@
 namespace {
 
 // The device's own directory; `devpath` may name it by any link of sysfs.
-std::string resolveDevicePath(const std::string& devpath) {
-  ulx::DirectoryVisit visit("/sys" + devpath);
+std::string resolveDevicePath(std::string_view devpath) {
+  ulx::DirectoryVisit visit(std::string("/sys").append(devpath));
   std::string realPath = ulx::currentDirectory();
   visit.leave();
   return realPath;
 }
 
 // The policy concerns generic devices only.
-DeviceKind decideKind(RxCtrl& ctrl, const std::string& realPath) {
-  const SysfsDevice device(realPath);
+DeviceKind decideKind(RxCtrl& ctrl, const DeviceAttributes& device) {
   const DeviceKind kind = classify(ctrl.classes, device);
   const bool isRefused = kind == DeviceKind::generic && !checkAdmission(ctrl, device);
   return isRefused ? DeviceKind::unsupported : kind;
@@ -59,18 +61,18 @@ void serve(RxCtrl& ctrl, DeviceKind kind, const std::string& realPath) {
   }
 }
 
-void handle(RxCtrl& ctrl, const std::string& action, const std::string& devpath) {
+void handle(RxCtrl& ctrl, std::string_view action, std::string_view devpath) {
   logDebug(action, " ", devpath);
   // The worker of a removed device ends by itself.
   if (action != "add") {
     return;
   }
-  const std::string realPath = resolveDevicePath(devpath);
-  if (ctrl.workers.byPath.contains(realPath)) {
+  const SysfsDevice device(resolveDevicePath(devpath));
+  if (ctrl.workers.byPath.contains(device.path())) {
     logDebug("a subprocess is already handling this device");
     return;
   }
-  serve(ctrl, decideKind(ctrl, realPath), realPath);
+  serve(ctrl, decideKind(ctrl, device), device.path());
 }
 
 }  // namespace

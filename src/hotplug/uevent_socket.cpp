@@ -47,22 +47,22 @@ NetlinkClientSocket::NetlinkClientSocket()
   enlargeReceiveBuffer(fd());
 }
 
-std::string NetlinkClientSocket::recvfrom() const {
+const std::string& NetlinkClientSocket::recvfrom() {
   const ssize_t size = recv(fd(), nullptr, 0, MSG_PEEK | MSG_TRUNC);
   if (size == -1) {
     ulx::throwErrno({"recvfrom(", name(), ")"}, errno);
   }
-  std::string datagram(static_cast<std::size_t>(size), '\0');
-  const ssize_t received = ::recvfrom(fd(), datagram.data(), datagram.size(), 0, nullptr, nullptr);
+  datagram_.assign(static_cast<std::size_t>(size), '\0');
+  const ssize_t received = ::recvfrom(fd(), datagram_.data(), datagram_.size(), 0, nullptr, nullptr);
   if (received == -1) {
     ulx::throwErrno({"recvfrom(", name(), ")"}, errno);
   }
   if (received != size) {
     logError("warning, NetlinkClientSocket::recvfrom length disagrees with peek\n");
   }
-  return datagram;
+  return datagram_;
 }
 
-UEvent NetlinkClientSocket::readUEvent() const {
+UEvent NetlinkClientSocket::readUEvent() {
   return parseUEvent(recvfrom());
 }

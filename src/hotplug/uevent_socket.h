@@ -20,11 +20,14 @@ class NetlinkClientSocket : public ulx::FileDescriptor {
   NetlinkClientSocket();
 
   /**
-   * Waits for a datagram and returns it whole, NUL bytes included, however long it is. Throws recvfrom(NAME),
-   * with ENOBUFS when the kernel has dropped uevents because the receive buffer was full.
+   * Waits for a datagram and returns it whole, NUL bytes included, however long it is. It is valid until the next
+   * call. Throws recvfrom(NAME), with ENOBUFS when the kernel has dropped uevents because the receive buffer was full.
    */
-  [[nodiscard]] std::string recvfrom() const;
+  [[nodiscard]] const std::string& recvfrom();
 
-  /** Receives one datagram and splits it. */
-  [[nodiscard]] UEvent readUEvent() const;
+  /** Receives one datagram and splits it. The event is valid until the next datagram is received. */
+  [[nodiscard]] UEvent readUEvent();
+
+ private:
+  std::string datagram_;  // the latest; its memory takes the next one
 };

@@ -27,8 +27,8 @@ int openPath(const std::string& path, int flags) {
 
 // It opens when all else that can fail is done. The delegated constructor has run by then, so a failed
 // setCloseOnExec() closes the descriptor.
-FileDescriptor::FileDescriptor(const std::string& path, int flags) : FileDescriptor(-1, path, false) {
-  own(openPath(path, flags));
+FileDescriptor::FileDescriptor(std::string path, int flags) : FileDescriptor(-1, std::move(path), false) {
+  own(openPath(name_, flags));
   setCloseOnExec();
 }
 
@@ -48,6 +48,17 @@ FileDescriptor::~FileDescriptor() {
   if (owns_) {
     ::close(fd_);
   }
+}
+
+std::optional<std::string> FileDescriptor::contentOf(const std::string& path) {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd == -1 && (errno == ENOENT || errno == ENOTDIR)) {
+    return {};
+  }
+  if (fd == -1) {
+    throwErrno({"open(\"", path, "\")"}, errno);
+  }
+  return FileDescriptor(fd, path, true).readAll();
 }
 
 void FileDescriptor::own(int fd) {
@@ -83,9 +94,11 @@ std::string FileDescriptor::readSome() const {
 }
 
 std::string FileDescriptor::readAll() const {
+  std::array<char, readSomeLimit> buffer;  // NOLINT(cppcoreguidelines-pro-type-member-init): read fills it
   std::string all;
-  for (std::string some = readSome(); !some.empty(); some = readSome()) {
-    all += some;
+  for (std::size_t count = read(buffer.data(), buffer.size()); count > 0;
+       count = read(buffer.data(), buffer.size())) {
+    all.append(buffer.data(), count);
   }
   return all;
 }

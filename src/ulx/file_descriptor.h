@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -23,12 +24,15 @@ class FileDescriptor {
    * Opens `path` with the open(2) flags `flags` (mode 0666 for a new file), close-on-exec, owned.
    * Throws open("PATH") or fcntl("PATH",F_SETFD,FD_CLOEXEC).
    */
-  FileDescriptor(const std::string& path, int flags);
+  FileDescriptor(std::string path, int flags);
   /** Adopts `fd`; with `owns`, the destructor closes it, as does a failure here. Its name is "fd" and the number. */
   FileDescriptor(int fd, bool owns);
   FileDescriptor(const FileDescriptor&) = delete;
   FileDescriptor& operator=(const FileDescriptor&) = delete;
   ~FileDescriptor();
+
+  /** Everything in the file at `path`, or nothing where there is none. Throws open("PATH") or read("PATH"). */
+  static std::optional<std::string> contentOf(const std::string& path);
 
   [[nodiscard]] int fd() const { return fd_; }
   /** Its name in error contexts: its path, or "fd7". */

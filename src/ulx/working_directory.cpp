@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstddef>
 
@@ -12,6 +13,14 @@ namespace {
 
 constexpr std::size_t firstPathSize = 256;
 
+// Whether getcwd, which has returned `path`, had room for it.
+bool fits(const char* path) {
+  if (path == nullptr && errno != ERANGE) {
+    throwErrno("getcwd()", errno);
+  }
+  return path != nullptr;
+}
+
 }  // namespace
 
 void changeDirectory(const std::string& path) {
@@ -21,11 +30,12 @@ void changeDirectory(const std::string& path) {
 }
 
 std::string currentDirectory() {
-  std::string buffer(firstPathSize, '\0');
-  while (::getcwd(buffer.data(), buffer.size()) == nullptr) {
-    if (errno != ERANGE) {
-      throwErrno("getcwd()", errno);
-    }
+  std::array<char, firstPathSize> first;  // NOLINT(cppcoreguidelines-pro-type-member-init): getcwd fills it
+  if (fits(::getcwd(first.data(), first.size()))) {
+    return first.data();
+  }
+  std::string buffer(2 * first.size(), '\0');
+  while (!fits(::getcwd(buffer.data(), buffer.size()))) {
     buffer.resize(2 * buffer.size());
   }
   buffer.resize(buffer.find('\0'));

@@ -17,8 +17,8 @@ namespace {
 // To the first descriptor of `type` whose `field` passes the test.
 std::optional<Objection> find(const DeviceAttributes& device, std::uint8_t type, std::size_t field,
                               bool (*test)(std::uint8_t)) {
-  const std::string descriptors = device.content("descriptors");
-  for (const DescriptorBytes found : DescriptorWalk(descriptorBytes(descriptors), type, field)) {
+  const DescriptorBytes descriptors = device.descriptors();
+  for (const DescriptorBytes found : DescriptorWalk(descriptors, type, field)) {
     if (test(found[field])) {
       return Objection{.offset = descriptors.size() - found.size()};
     }

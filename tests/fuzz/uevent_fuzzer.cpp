@@ -89,7 +89,8 @@ bool isInStep(const WorkerTable& workers) {
 void checkRepetition(const UEvent& event) {
   const auto devpath = event.find("DEVPATH");
   if (devpath != event.end()) {
-    check(makeAddEvent("/sys" + devpath->second) == UEvent{{"ACTION", "add"}, {"DEVPATH", devpath->second}},
+    const std::string path = std::string("/sys").append(devpath->second);
+    check(makeAddEvent(path) == UEvent{{"ACTION", "add"}, {"DEVPATH", devpath->second}},
           "a made event has the path that it was made of");
   }
 }

@@ -123,9 +123,9 @@ KindAnswer answerServed(const ServedKind& served, const std::string& whyNotAsked
                     .hasFailed = false,
                     .reason = {}};
   try {
-    const std::string descriptors = device.content("descriptors");
-    answer.fits = served.test(descriptorBytes(descriptors));
-    answer.reason = served.why(descriptorBytes(descriptors), answer.fits);
+    const DescriptorBytes descriptors = device.descriptors();
+    answer.fits = served.test(descriptors);
+    answer.reason = served.why(descriptors, answer.fits);
   } catch (...) {
     answer.hasFailed = true;
     answer.reason = "its descriptors cannot be tested: " + failureText();

@@ -37,20 +37,6 @@ class VanishingAtRead : public support::Hotplug {
       held.release(content);
     });
   }
-  /** The same when a scanner goes at the second reading of its descriptors, the first giving those of a disk. */
-  Lines saidWhenGoneAtSecondReading(const std::string& content) {
-    unit.sysfs.add(scanner());
-    HeldAttribute first(directory + "/descriptors");
-    return during([&] {
-      unit.uevents.add(devpathOf(directory));
-      first.waitForReader();
-      HeldAttribute second(directory + "/descriptors");
-      first.release(sim::diskDescriptors());
-      second.waitForReader();
-      unit.sysfs.removeDevice(directory);
-      second.release(content);
-    });
-  }
 };
 
 struct Read : support::NamedCase {
@@ -81,14 +67,14 @@ const std::vector<Read> reads = {
     {"DescriptorsWithoutContentEndTheEvent", "all", "", "descriptors", "", ignored, nothing},
     {"CutDescriptorsEndTheEvent", "all", "", "descriptors", sim::deviceDescriptor().substr(0, 17), ignored,
      nothing},
-    {"DescriptorsOfAMouseEndTheEvent", "all", "", "descriptors", sim::mouseDescriptors(), ignored, nothing},
-    {"DescriptorsOfADiskEndTheEvent", "all", "", "descriptors", sim::diskDescriptors(), ignored, nothing},
+    {"DescriptorsOfAMouseStartAWorkerAllTheSame", "all", "", "descriptors", sim::mouseDescriptors(), generic,
+     nothing},
+    {"DescriptorsOfADiskAreStorage", "all", "", "descriptors", sim::diskDescriptors(), just(debug::storage),
+     nothing},
     {"DescriptorsOfAKeyboardAreAKeyboard", "all", "", "descriptors", sim::keyboardDescriptors(),
      just(debug::keyboard), nothing},
-    {"NoDescriptorsForARuleEndTheEventAtTheNext", "none", blocking, "descriptors", "", ignored, nothing},
-    {"DescriptorsForARuleEndTheEventAtTheNext", "none", blocking, "descriptors",
-     sim::vendorDeviceDescriptors(), ignored, nothing},
-    {"DescriptorsForTheLastRuleStartAWorkerAllTheSame", "none", "", "descriptors",
+    {"NoDescriptorsForTheRulesStartAWorkerAllTheSame", "none", blocking, "descriptors", "", generic, nothing},
+    {"DescriptorsForTheRulesStartAWorkerAllTheSame", "none", blocking, "descriptors",
      sim::vendorDeviceDescriptors(), generic, nothing},
     {"DescriptorsForARefusalAreRefusedByTheDefaultName", "none", blocking, "descriptors",
      sim::diskDescriptors(), just(debug::unsupported),
@@ -125,18 +111,6 @@ TEST_F(VanishingAtRead, OfTheUeventFileIsHandledWhenPluggedInAnew) {
               held.release(*scanner().uevent);
             }),
             support::genericDevice(directory));
-}
-
-TEST_F(VanishingAtRead, OfTheDescriptorsForTheStorageTestEndsTheEvent) {
-  start("all");
-  for (const std::string& content : {std::string(), sim::deviceDescriptor(), sim::mouseDescriptors()}) {
-    EXPECT_EQ(saidWhenGoneAtSecondReading(content), usbDevice(directory, ignored));
-  }
-}
-
-TEST_F(VanishingAtRead, OfTheDescriptorsForTheStorageTestInTimeIsStorage) {
-  start("all");
-  EXPECT_EQ(saidWhenGoneAtSecondReading(sim::diskDescriptors()), usbDevice(directory, {debug::storage}));
 }
 
 TEST_F(VanishingAtRead, OfTheNodesNumberStartsAKeyboardWorkerAllTheSame) {

@@ -218,7 +218,7 @@ TEST_F(SignalsTest, OnceRestoredHaveNoHandlersAndAreNeitherIgnoredNorBlocked) {
     std::signal(SIGRTMAX, SIG_IGN);
     block(SIGUSR1);
     block(SIGRTMAX);
-    restoreDefaultSignals();
+    ChangedSignals().restoreDefaults();
     sigset_t blocked;
     sigprocmask(SIG_SETMASK, nullptr, &blocked);
     for (int signal = 1; signal <= SIGRTMAX; ++signal) {

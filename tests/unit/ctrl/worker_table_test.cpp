@@ -11,7 +11,7 @@
 namespace {
 
 using ByPid = std::map<pid_t, std::string>;
-using ByPath = std::map<std::string, pid_t>;
+using ByPath = std::map<std::string_view, pid_t>;
 
 struct TableCase : support::NamedCase {
   std::vector<std::pair<pid_t, std::string>> added;

@@ -65,7 +65,7 @@ class Coldplug : public support::LaunchWorld {
   [[nodiscard]] Names devicesWithWorkers() const {
     Names devices;
     for (const auto& [path, pid] : ctrl_->workers.byPath) {
-      devices.insert(path);
+      devices.emplace(path);
     }
     return devices;
   }

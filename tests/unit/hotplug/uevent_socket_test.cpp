@@ -75,7 +75,7 @@ class LocalDatagrams {
 using UeventSocketInAWorld = support::PrivateWorld;
 
 TEST(UeventSocket, HearsEveryGroupOfTheKernelsUevents) {
-  const NetlinkClientSocket socket;
+  NetlinkClientSocket socket;
   EXPECT_EQ(optionOf(socket.fd(), SO_DOMAIN), PF_NETLINK);
   EXPECT_EQ(optionOf(socket.fd(), SO_TYPE), SOCK_DGRAM);
   EXPECT_EQ(optionOf(socket.fd(), SO_PROTOCOL), kobjectUevent);
@@ -84,7 +84,7 @@ TEST(UeventSocket, HearsEveryGroupOfTheKernelsUevents) {
 }
 
 TEST(UeventSocket, BlocksAndIsNotGivenToWorkers) {
-  const NetlinkClientSocket socket;
+  NetlinkClientSocket socket;
   EXPECT_TRUE(support::isCloseOnExec(socket.fd()));
   EXPECT_EQ(fcntl(socket.fd(), F_GETFL) & O_NONBLOCK, 0);
 }
@@ -103,7 +103,7 @@ TEST(UeventSocket, HasAReceiveBufferBeyondTheSystemsLimitWherePrivilegeAllows) {
   if (setsockopt(other.get(), SOL_SOCKET, SO_RCVBUFFORCE, &sixteenMebibytes, sizeof sixteenMebibytes) == -1) {
     GTEST_SKIP() << "no privilege";
   }
-  const NetlinkClientSocket socket;
+  NetlinkClientSocket socket;
   EXPECT_EQ(optionOf(socket.fd(), SO_RCVBUF), 2 * sixteenMebibytes) << "the kernel doubles what is asked for";
 }
 
@@ -114,21 +114,21 @@ TEST(UeventSocket, HasTheLargestReceiveBufferThatTheSystemAllowsWithoutPrivilege
     const sim::Descriptor other(socket(PF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, kobjectUevent));
     const int usual = optionOf(other.get(), SO_RCVBUF);
     ASSERT_EQ(setsockopt(other.get(), SOL_SOCKET, SO_RCVBUF, &sixteenMebibytes, sizeof sixteenMebibytes), 0);
-    const NetlinkClientSocket socket;
+    NetlinkClientSocket socket;
     EXPECT_EQ(optionOf(socket.fd(), SO_RCVBUF), optionOf(other.get(), SO_RCVBUF));
     EXPECT_GE(optionOf(socket.fd(), SO_RCVBUF), usual);
   });
 }
 
 TEST_F(UeventSocketInAWorld, ReceivesADatagramWholeWithItsNulBytes) {
-  const NetlinkClientSocket socket;
+  NetlinkClientSocket socket;
   const std::string datagram = "add@/devices/x\0ACTION=add\0"s;
   sim::UeventSender().send(datagram);
   EXPECT_EQ(socket.recvfrom(), datagram);
 }
 
 TEST_F(UeventSocketInAWorld, ReceivesDatagramsOneByOneInTheirOrder) {
-  const NetlinkClientSocket socket;
+  NetlinkClientSocket socket;
   const sim::UeventSender kernel;
   kernel.send("one");
   kernel.send("twenty");
@@ -139,7 +139,7 @@ TEST_F(UeventSocketInAWorld, ReceivesDatagramsOneByOneInTheirOrder) {
 }
 
 TEST(UeventSocket, ReceivesAnEmptyDatagram) {
-  const NetlinkClientSocket socket;
+  NetlinkClientSocket socket;
   const LocalDatagrams datagrams(socket);
   datagrams.send("");
   datagrams.send("next");
@@ -148,7 +148,7 @@ TEST(UeventSocket, ReceivesAnEmptyDatagram) {
 }
 
 TEST_F(UeventSocketInAWorld, SplitsOneDatagramIntoItsEnvironment) {
-  const NetlinkClientSocket socket;
+  NetlinkClientSocket socket;
   const sim::UeventSender kernel;
   kernel.send("add@/devices/x\0ACTION=add\0DEVPATH=/devices/x\0"s);
   kernel.send("remove@/devices/x\0ACTION=remove"s);
@@ -166,28 +166,28 @@ LocalDatagrams misleadingDatagrams(const NetlinkClientSocket& socket) {
 }
 
 TEST(UeventSocket, ADatagramShorterThanItWasPeekedIsFilledUpWithZeroBytesAndWarnedOf) {
-  const NetlinkClientSocket socket;
+  NetlinkClientSocket socket;
   const LocalDatagrams datagrams = misleadingDatagrams(socket);
   EXPECT_EQ(support::logDuring([&socket] { EXPECT_EQ(socket.recvfrom(), "A=b" + std::string(7, '\0')); }),
             Lines{contract::error::shorterThanPeeked});
 }
 
 TEST(UeventSocket, ADatagramShorterThanItWasPeekedIsStillSplit) {
-  const NetlinkClientSocket socket;
+  NetlinkClientSocket socket;
   const LocalDatagrams datagrams = misleadingDatagrams(socket);
   const support::CapturedStandardError captured;
   EXPECT_EQ(socket.readUEvent(), (UEvent{{"A", "b"}}));
 }
 
 TEST(UeventSocket, ADatagramOfThePeekedLengthIsNotWarnedOf) {
-  const NetlinkClientSocket socket;
+  NetlinkClientSocket socket;
   const LocalDatagrams datagrams(socket);
   datagrams.send("A=b");
   EXPECT_EQ(support::logDuring([&socket] { (void)socket.recvfrom(); }), Lines{});
 }
 
 TEST_F(UeventSocketInAWorld, ThrowsWhenUeventsWereLostAndReceivesTheOthersAfterwards) {
-  const NetlinkClientSocket socket;
+  NetlinkClientSocket socket;
   constexpr int small = 4096;
   ASSERT_EQ(setsockopt(socket.fd(), SOL_SOCKET, SO_RCVBUF, &small, sizeof small), 0);
   const sim::UeventSender kernel;
@@ -201,7 +201,7 @@ TEST_F(UeventSocketInAWorld, ThrowsWhenUeventsWereLostAndReceivesTheOthersAfterw
 }
 
 TEST(UeventSocket, ThrowsWhenNothingCanBeReceived) {
-  const NetlinkClientSocket socket;
+  NetlinkClientSocket socket;
   fcntl(socket.fd(), F_SETFL, O_NONBLOCK);
   EXPECT_EQ(support::contextThrownBy<ulx::WouldBlock>([&socket] { (void)socket.recvfrom(); }),
             failedReceive(socket.fd()));
@@ -210,7 +210,7 @@ TEST(UeventSocket, ThrowsWhenNothingCanBeReceived) {
 }
 
 TEST_F(UeventSocketInAWorld, ThrowsWhenADatagramIsThereButCannotBeTaken) {
-  const NetlinkClientSocket socket;
+  NetlinkClientSocket socket;
   sim::UeventSender().send("A=b");
   const support::ArgumentIs takingNotPeeking{.index = 3, .value = 0};
   support::inChildWithFailing(

@@ -81,7 +81,7 @@ TEST_F(Launch, RecordsTheWorkerUnderItsDevice) {
   launchGeneric();
   const pid_t pid = nextStart().pid;
   EXPECT_EQ(ctrl_->workers.byPid, (std::map<pid_t, std::string>{{pid, device_.path()}}));
-  EXPECT_EQ(ctrl_->workers.byPath, (std::map<std::string, pid_t>{{device_.path(), pid}}));
+  EXPECT_EQ(ctrl_->workers.byPath, (std::map<std::string_view, pid_t>{{device_.path(), pid}}));
 }
 
 TEST_F(Launch, IsLoggedWithDebugging) {
@@ -147,7 +147,7 @@ TEST_F(Launch, ThatCannotForkRecordsNothingAndShowsNothing) {
   GTEST_SKIP() << "the leak check at the child's end needs the call that fails here";
 #endif
   connectClient();
-  support::inChildWithFailing({.number = SYS_clone, .error = EAGAIN}, [this] {
+  support::inChildWithFailing({.number = SYS_vfork, .error = EAGAIN}, [this] {
     EXPECT_EQ(support::contextThrownBy<ulx::WouldBlock>([this] { launchGeneric(); }), "fork()");
     EXPECT_EQ(support::contextThrownBy<ulx::WouldBlock>([this] { launchScsi(); }), "fork()");
     EXPECT_EQ(support::contextThrownBy<ulx::WouldBlock>([this] { launchKeyboard(); }), "fork()");

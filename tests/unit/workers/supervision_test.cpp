@@ -100,7 +100,7 @@ TEST_F(SupervisionReaping, ForgetsTheWorkerAndLeavesADeviceToItsLaterOne) {
   ctrl_->addWorker(1, goneDevice);
   reap();
   EXPECT_EQ(ctrl_->workers.byPid, (std::map<pid_t, std::string>{{1, goneDevice}}));
-  EXPECT_EQ(ctrl_->workers.byPath, (std::map<std::string, pid_t>{{goneDevice, 1}}));
+  EXPECT_EQ(ctrl_->workers.byPath, (std::map<std::string_view, pid_t>{{goneDevice, 1}}));
 }
 
 TEST_F(SupervisionReaping, CollectsAlsoWhatEndsMeanwhile) {

@@ -1,0 +1,95 @@
+#include "ulx/program_call.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <string_view>
+#include <utility>
+
+namespace ulx {
+namespace {
+
+constexpr std::string_view standardPath = "/bin:/usr/bin";
+
+// execve takes it as char*, and does not change it.
+constexpr const char* shell = "/bin/sh";
+
+// Whether a candidate that failed like this leaves hope for the next one.
+bool passesOver(int error) {
+  switch (error) {
+    case EACCES:
+    case ENOENT:
+    case ENOTDIR:
+    case ENODEV:
+    case ESTALE:
+    case ETIMEDOUT:
+      return true;
+    default:
+      return false;
+  }
+}
+
+void addCandidate(std::string& candidates, std::string_view folder, const std::string& program) {
+  candidates += folder;
+  if (!folder.empty()) {
+    candidates += '/';
+  }
+  candidates += program;
+  candidates += '\0';
+}
+
+}  // namespace
+
+std::string programCandidates(const std::string& program) {
+  std::string candidates;
+  if (program.empty() || program.find('/') != std::string::npos) {
+    addCandidate(candidates, "", program);
+    return candidates;
+  }
+  const char* const path = std::getenv("PATH");
+  std::string_view folders = path != nullptr ? path : standardPath;
+  // Unlike a list of items, PATH has an empty folder behind a separator at its end.
+  while (true) {
+    const std::string_view folder = folders.substr(0, folders.find(':'));
+    addCandidate(candidates, folder, program);
+    if (folder.size() == folders.size()) {
+      return candidates;
+    }
+    folders.remove_prefix(folder.size() + 1);
+  }
+}
+
+ProgramCall::ProgramCall(std::vector<std::string>& arguments)
+    : candidates_(programCandidates(arguments.front())) {
+  vector_.reserve(arguments.size() + 2);
+  vector_.push_back(const_cast<char*>(shell));
+  for (std::string& argument : arguments) {
+    vector_.push_back(argument.data());
+  }
+  vector_.push_back(nullptr);
+}
+
+void ProgramCall::execute() {
+  std::string_view rest = candidates_;
+  while (!rest.empty()) {
+    const char* const candidate = rest.data();
+    tryCandidate(candidate);
+    if (!passesOver(errno)) {
+      return;
+    }
+    rest.remove_prefix(std::string_view(candidate).size() + 1);
+  }
+}
+
+void ProgramCall::tryCandidate(const char* path) {
+  ::execve(path, arguments(), environ);
+  if (errno == ENOEXEC) {
+    char*& script = *arguments();
+    char* const program = std::exchange(script, const_cast<char*>(path));
+    ::execve(shell, vector_.data(), environ);
+    script = program;
+  }
+}
+
+}  // namespace ulx
