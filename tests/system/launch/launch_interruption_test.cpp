@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <filesystem>
 #include <optional>
 #include <set>
 #include <string>
@@ -83,6 +84,18 @@ TEST_F(LaunchInterruption, ByAWorkerThatCouldNotBeExecutedEndsTheDaemon) {
   beginLaunch();
   other.exitWith(cannotExecute);
   other.waitForEnd();
+  goOn();
+  EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
+  EXPECT_EQ(unit.daemon().messages().back() + "\n", contract::error::execFailed);
+}
+
+// Of both ends the daemon may get one signal, which says nothing of the second.
+TEST_F(LaunchInterruption, ByTheEndOfAWorkerDoesNotHideThatTheOtherCouldNotBeExecuted) {
+  sim::Worker& other = attach(scanner("1-1"));
+  beginLaunch();
+  other.exitWith(0);
+  other.waitForEnd();
+  std::filesystem::remove("/sim/bin/usb_rx_generic");
   goOn();
   EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::exited(1));
   EXPECT_EQ(unit.daemon().messages().back() + "\n", contract::error::execFailed);
