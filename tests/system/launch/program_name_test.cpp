@@ -29,10 +29,10 @@ class ProgramName : public support::WorkerLaunch {
  protected:
   void startWithName(const std::string& name) {
     sim::Unit::writeConfig("[apps]\nquor_usb_rx_generic = " + name + "\n");
-    std::filesystem::create_directories("/name/here");
+    std::filesystem::create_directories("/sim/name/here");
     sim::ProcessOptions world;
-    world.workingDirectory = "/name/here";
-    world.environment = {"PATH=/name/path:"};
+    world.workingDirectory = "/sim/name/here";
+    world.environment = {"PATH=/sim/name/path:"};
     startWith({}, world);
   }
 
@@ -48,13 +48,16 @@ class ProgramNameOf : public ProgramName, public testing::WithParamInterface<Nam
 INSTANTIATE_TEST_SUITE_P(
     Kind, ProgramNameOf,
     testing::Values(
-        Name{{"NoSlash"}, "worker", "/name/path/worker", "/name/here/worker"},
-        Name{{"Blanks"}, "a  worker", "/name/path/a  worker", "/name/path/a"},
-        Name{{"TheLongestThereIs"}, longestName, "/name/path/" + longestName, "/name/here/" + longestName},
-        Name{{"ASlash"}, "below/worker", "/name/here/below/worker", "/name/path/below/worker"},
-        Name{{"TheWorkingDirectory"}, "./worker", "/name/here/worker", "/name/path/worker"},
-        Name{{"TheDirectoryAbove"}, "../worker", "/name/worker", "/name/path/worker"},
-        Name{{"AWholePath"}, "/name/worker", "/name/worker", "/name/path/worker"}),
+        Name{{"NoSlash"}, "worker", "/sim/name/path/worker", "/sim/name/here/worker"},
+        Name{{"Blanks"}, "a  worker", "/sim/name/path/a  worker", "/sim/name/path/a"},
+        Name{{"TheLongestThereIs"},
+             longestName,
+             "/sim/name/path/" + longestName,
+             "/sim/name/here/" + longestName},
+        Name{{"ASlash"}, "below/worker", "/sim/name/here/below/worker", "/sim/name/path/below/worker"},
+        Name{{"TheWorkingDirectory"}, "./worker", "/sim/name/here/worker", "/sim/name/path/worker"},
+        Name{{"TheDirectoryAbove"}, "../worker", "/sim/name/worker", "/sim/name/path/worker"},
+        Name{{"AWholePath"}, "/sim/name/worker", "/sim/name/worker", "/sim/name/path/worker"}),
     testing::PrintToStringParamName());
 
 TEST_P(ProgramNameOf, LeadsToTheProgramAndIsItsFirstArgument) {
@@ -67,26 +70,26 @@ TEST_P(ProgramNameOf, LeadsToTheProgramAndIsItsFirstArgument) {
 }
 
 TEST_F(ProgramName, WithASlashIsLookedForNowhereElse) {
-  placeProgram("/name/path/below/worker");
-  placeProgram("/name/here/worker");
+  placeProgram("/sim/name/path/below/worker");
+  placeProgram("/sim/name/here/worker");
   startWithName("below/worker");
   expectThatTheDaemonEnds();
 }
 
 TEST_F(ProgramName, OfAFileButWithASlashBehindItLeadsNowhere) {
-  placeProgram("/name/here/worker");
+  placeProgram("/sim/name/here/worker");
   startWithName("worker/");
   expectThatTheDaemonEnds();
 }
 
 TEST_F(ProgramName, ThatIsEmptyLeadsNowhere) {
-  placeProgram("/name/here/usb_rx_generic");
+  placeProgram("/sim/name/here/usb_rx_generic");
   startWithName("");
   expectThatTheDaemonEnds();
 }
 
 TEST_F(ProgramName, ThatIsTooLongLeadsNowhere) {
-  placeProgram("/name/path/" + longestName);
+  placeProgram("/sim/name/path/" + longestName);
   startWithName(longestName + "w");
   expectThatTheDaemonEnds();
 }

@@ -23,11 +23,11 @@ namespace fs = std::filesystem;
 using support::placeProgram;
 using support::placeText;
 
-constexpr const char* first = "/search/first/usb_rx_generic";
-constexpr const char* second = "/search/second/usb_rx_generic";
-constexpr const char* here = "/search/here/usb_rx_generic";  // the working directory's
+constexpr const char* first = "/sim/search/first/usb_rx_generic";
+constexpr const char* second = "/sim/search/second/usb_rx_generic";
+constexpr const char* here = "/sim/search/here/usb_rx_generic";  // the working directory's
 
-const std::string firstAndSecond = "/search/first:/search/second";
+const std::string firstAndSecond = "/sim/search/first:/sim/search/second";
 
 /** The program is in the working directory, in "second", and where `arrange` puts it. */
 struct Search : support::NamedCase {
@@ -38,7 +38,7 @@ struct Search : support::NamedCase {
 
 /** An element of PATH that has this length and is no directory. */
 std::string elementOf(std::size_t length) {
-  std::string element = "/search";
+  std::string element = "/sim/search";
   while (element.size() < length) {
     element += "/" + std::string(std::min<std::size_t>(length - element.size() - 1, NAME_MAX), 'x');
   }
@@ -46,7 +46,7 @@ std::string elementOf(std::size_t length) {
 }
 
 void makeFirstALinkTo(const std::string& target) {
-  fs::create_directories("/search/first");
+  fs::create_directories("/sim/search/first");
   fs::create_symlink(target, first);
 }
 
@@ -56,9 +56,9 @@ void placeProgramThatNobodyMayExecute() {
 }
 
 void placeProgramWhereNoneIsExecuted() {
-  fs::create_directories("/search/first");
-  if (::mount("sim", "/search/first", "tmpfs", MS_NOEXEC, nullptr) != 0) {
-    throw sim::systemError("mount(/search/first)");
+  fs::create_directories("/sim/search/first");
+  if (::mount("sim", "/sim/search/first", "tmpfs", MS_NOEXEC, nullptr) != 0) {
+    throw sim::systemError("mount(/sim/search/first)");
   }
   placeProgram(first);
 }
@@ -66,37 +66,48 @@ void placeProgramWhereNoneIsExecuted() {
 const std::vector<Search> searches = {
     {{"TakesTheFirstOfTwo"}, firstAndSecond, first, [] { placeProgram(first); }},
     {{"PassesOverAMissingDirectory"}, firstAndSecond, second},
-    {{"PassesOverAnEmptyDirectory"}, firstAndSecond, second, [] { fs::create_directories("/search/first"); }},
-    {{"PassesOverAFileInADirectorysPlace"}, firstAndSecond, second, [] { placeText("/search/first", ""); }},
+    {{"PassesOverAnEmptyDirectory"},
+     firstAndSecond,
+     second,
+     [] { fs::create_directories("/sim/search/first"); }},
+    {{"PassesOverAFileInADirectorysPlace"},
+     firstAndSecond,
+     second,
+     [] { placeText("/sim/search/first", ""); }},
     {{"PassesOverAFileThatIsNotExecutable"}, firstAndSecond, second, placeProgramThatNobodyMayExecute},
     {{"PassesOverAFileSystemWithoutPrograms"}, firstAndSecond, second, placeProgramWhereNoneIsExecuted},
     {{"PassesOverADirectoryOfThatName"}, firstAndSecond, second, [] { fs::create_directories(first); }},
-    {{"PassesOverALinkToNothing"}, firstAndSecond, second, [] { makeFirstALinkTo("/search/nothing"); }},
+    {{"PassesOverALinkToNothing"}, firstAndSecond, second, [] { makeFirstALinkTo("/sim/search/nothing"); }},
     {{"PassesOverATextWhoseInterpreterIsMissing"},
      firstAndSecond,
      second,
-     [] { placeText(first, "#!/search/nothing\n"); }},
+     [] { placeText(first, "#!/sim/search/nothing\n"); }},
     {{"PassesOverAnElementLongerThanAnyPath"},
-     elementOf(PATH_MAX) + ":/search/second",
+     elementOf(PATH_MAX) + ":/sim/search/second",
      second,
      [] { fs::remove(here); }},
     {{"FollowsALink"}, firstAndSecond, second, [] { makeFirstALinkTo(second); }},
-    {{"TakesALeadingEmptyElementForTheWorkingDirectory"}, ":/search/second", here},
-    {{"TakesAnEmptyElementForTheWorkingDirectory"}, "/search/first::/search/second", here},
-    {{"TakesATrailingEmptyElementForTheWorkingDirectory"}, "/search/first:", here},
+    {{"TakesALeadingEmptyElementForTheWorkingDirectory"}, ":/sim/search/second", here},
+    {{"TakesAnEmptyElementForTheWorkingDirectory"}, "/sim/search/first::/sim/search/second", here},
+    {{"TakesATrailingEmptyElementForTheWorkingDirectory"}, "/sim/search/first:", here},
     {{"TakesAnEmptyPathForTheWorkingDirectory"}, "", here},
-    {{"TakesTheWorkingDirectoryInItsTurn"}, "/search/second:", second},
-    {{"PassesOverTheWorkingDirectoryWithoutTheProgram"}, ":/search/second", second, [] { fs::remove(here); }},
+    {{"TakesTheWorkingDirectoryInItsTurn"}, "/sim/search/second:", second},
+    {{"PassesOverTheWorkingDirectoryWithoutTheProgram"},
+     ":/sim/search/second",
+     second,
+     [] { fs::remove(here); }},
     {{"LooksInARelativeDirectory"}, "../second", second},
-    {{"LooksInADirectoryThatEndsInASlash"}, "/search/second/", second},
+    {{"LooksInADirectoryThatEndsInASlash"}, "/sim/search/second/", second},
 };
 
 const std::vector<Search> vainSearches = {
-    {{"StopsAtAPathThatIsTooLong"}, elementOf(PATH_MAX - 1) + ":/search/second", ""},
-    {{"StopsAtANameThatIsTooLong"}, "/search/" + std::string(NAME_MAX + 1, 'x') + ":/search/second", ""},
+    {{"StopsAtAPathThatIsTooLong"}, elementOf(PATH_MAX - 1) + ":/sim/search/second", ""},
+    {{"StopsAtANameThatIsTooLong"},
+     "/sim/search/" + std::string(NAME_MAX + 1, 'x') + ":/sim/search/second",
+     ""},
     {{"StopsAtALinkToItself"}, firstAndSecond, "", [] { makeFirstALinkTo("usb_rx_generic"); }},
-    {{"EndsAfterTheLastDirectory"}, "/search/first:/search/nothing", ""},
-    {{"DoesNotLookInTheWorkingDirectoryUnasked"}, "/search/nothing", ""},
+    {{"EndsAfterTheLastDirectory"}, "/sim/search/first:/sim/search/nothing", ""},
+    {{"DoesNotLookInTheWorkingDirectoryUnasked"}, "/sim/search/nothing", ""},
 };
 
 class ProgramSearch : public support::WorkerLaunch {
@@ -109,7 +120,7 @@ class ProgramSearch : public support::WorkerLaunch {
   /** Starts the daemon with PATH as it is given here, or with "PATH" alone without any. */
   void startWithPath(const std::string& variable) {
     sim::ProcessOptions world;
-    world.workingDirectory = "/search/here";
+    world.workingDirectory = "/sim/search/here";
     world.environment = {variable};
     startWith({}, world);
   }
@@ -152,16 +163,30 @@ TEST_F(ProgramSearch, StopsAtAProgramThatIsBeingWritten) {
   expectToEndInVain();
 }
 
-/** Directories without which a search has no PATH to go along. */
+/** Where it is looked for without PATH: directories of the unit's own. */
 class ProgramSearchWithoutPath : public ProgramSearch {
  protected:
   void SetUp() override {
-    unit.makePrivate("/usr/bin");
-    if (fs::is_symlink("/bin")) {  // to the other one
-      fs::remove("/bin");
+    if (!fs::is_symlink("/bin")) {
+      GTEST_SKIP() << "the two directories cannot be told apart here";
     }
-    unit.makePrivate("/bin");
+    unit.makePrivate("/usr/bin");
+    target_ = fs::read_symlink("/bin");
+    fs::remove("/bin");
+    fs::create_directory("/bin");
   }
+
+  // A later unit of this process begins with this one's directories.
+  void TearDown() override {
+    if (!target_.empty()) {
+      fs::remove_all("/bin");
+      fs::create_symlink(target_, "/bin");
+      fs::remove("/usr/bin/usb_rx_generic");
+    }
+  }
+
+ private:
+  fs::path target_;
 };
 
 TEST_F(ProgramSearchWithoutPath, LooksInBin) {
