@@ -60,6 +60,15 @@ TEST_F(LaunchInterruption, ByAHangupHasThePolicyReadAgain) {
   EXPECT_EQ(unit.display.waitForWrite(), contract::display::nonHid("Scanner") + "\n");
 }
 
+// A handler that ran in the new process might do so in the daemon's memory.
+TEST_F(LaunchInterruption, ByAHangupOfTheNewProcessLeavesThePolicyAsItIs) {
+  beginLaunch();
+  sim::Unit::writeConfig(policyAgainstScanners);
+  ASSERT_EQ(::kill(child, SIGHUP), 0);
+  goOn();
+  EXPECT_TRUE(attach(scanner("1-8")).isRunning());
+}
+
 TEST_F(LaunchInterruption, ByARequestToEndEndsTheDaemonAndTheWorker) {
   beginLaunch();
   unit.daemon().signal(SIGTERM);
@@ -77,6 +86,14 @@ TEST_F(LaunchInterruption, ByTheEndOfAWorkerIsNoticed) {
   goOn();
   EXPECT_EQ(unit.workers.waitForWorker().start.pid, child);
   waitUntilForgotten(other);
+}
+
+TEST_F(LaunchInterruption, ByTheDeathOfTheNewProcessIsThatOfAnyWorker) {
+  beginLaunch();
+  ASSERT_EQ(::kill(child, SIGKILL), 0);
+  unit.daemon().waitForLine(contract::debug::terminated(child));
+  unit.daemon().waitForLine(contract::debug::bySignal(SIGKILL));
+  EXPECT_EQ(unit.workers.waitForWorker().device(), scanner("1-7").directory());
 }
 
 TEST_F(LaunchInterruption, ByAWorkerThatCouldNotBeExecutedEndsTheDaemon) {

@@ -125,7 +125,9 @@ class ProgramTextWithoutShell : public ProgramText {
 TEST_F(ProgramTextWithoutShell, IsPassedOver) {
   support::placeProgram("/sim/text/second/usb_rx_generic");
   startWithPath("/sim/text/first:/sim/text/second");
-  EXPECT_EQ(support::executedFileOf(genericWorker().start.pid), "/sim/text/second/usb_rx_generic");
+  const sim::WorkerStart& worker = genericWorker().start;
+  EXPECT_EQ(support::executedFileOf(worker.pid), "/sim/text/second/usb_rx_generic");
+  EXPECT_EQ(worker.arguments, commandOf({"usb_rx_generic"}));
 }
 
 TEST_F(ProgramTextWithoutShell, EndsTheDaemonWhereNoOtherProgramIsFound) {
