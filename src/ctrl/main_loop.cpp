@@ -9,6 +9,7 @@
  * The wait has no limit in effect, unless workers have been restarted: then 3 seconds without any event end
  * the streak of restarts. This is what blocks otherwise:
  *  - the handling of a uevent, up to a little over 3 seconds until sysfs says what a device is;
+ *  - the start of a worker, until the kernel has found and opened its program;
  *  - the look after the devices of ended workers, 150 ms for each that is still there;
  *  - a control client that connects and sends nothing;
  *  - a writer that holds the configuration's lock;
@@ -46,13 +47,17 @@ namespace {
 constexpr float noLimit = 1'000'000.0F;  // seconds
 constexpr float quietPeriod = 3.0F;      // seconds
 
-bool isReadable(const ulx::FileDescriptor& source) {
+ulx::FdSetRecord reading(const ulx::FileDescriptor& source) {
   ulx::FdSetRecord sets;
   sets.addReader(source.fd());
-  return ulx::pollFd(sets);
+  return sets;
 }
 
-bool waitForSources(const RxCtrl& ctrl, float seconds) {
+bool isReadable(const ulx::FileDescriptor& source) {
+  return ulx::pollFd(reading(source));
+}
+
+ulx::FdSetRecord readingAll(const RxCtrl& ctrl) {
   ulx::FdSetRecord sets;
   sets.addReader(ctrl.uevents->fd());
   sets.addReader(childExitReadEnd().fd());
@@ -60,7 +65,11 @@ bool waitForSources(const RxCtrl& ctrl, float seconds) {
   if (ctrl.controlConnection != nullptr) {
     sets.addReader(ctrl.controlConnection->fd());
   }
-  return ulx::waitForFd(sets, seconds) != -1;
+  return sets;
+}
+
+bool waitForSources(const RxCtrl& ctrl, float seconds) {
+  return ulx::waitForFd(readingAll(ctrl), seconds) != -1;
 }
 
 // However many children have ended, they are looked after once.

@@ -14,7 +14,7 @@
 #include "ulx/path.h"
 
 std::string SysfsDevice::subsystem() const {
-  const std::string link = path() + "/subsystem";
+  const std::string link = pathTo("subsystem");
   std::array<char, 128> buffer{};
   const ssize_t length = readlink(link.c_str(), buffer.data(), buffer.size());
   if (length == -1) {
@@ -29,15 +29,23 @@ std::string SysfsDevice::subsystem() const {
 }
 
 bool SysfsDevice::has(const std::string& name) const {
-  return ulx::pathExists(path() + "/" + name);
+  return ulx::pathExists(pathTo(name));
 }
 
 std::string SysfsDevice::content(const std::string& name) const {
-  return ulx::FileDescriptor(path() + "/" + name, O_RDONLY).readAll();
+  return ulx::FileDescriptor(pathTo(name), O_RDONLY).readAll();
 }
 
 std::optional<std::string> SysfsDevice::find(const std::string& name) const {
-  return ulx::FileDescriptor::contentOf(path() + "/" + name);
+  return ulx::FileDescriptor::contentOf(pathTo(name));
+}
+
+// Joined in one piece of memory.
+std::string SysfsDevice::pathTo(std::string_view name) const {
+  std::string joined;
+  joined.reserve(path().size() + 1 + name.size());
+  joined.append(path()).append("/").append(name);
+  return joined;
 }
 
 std::string readAttribute(const std::string& dir, const std::string& name) {

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "hotplug/device_attributes.h"
 
@@ -16,6 +17,9 @@ class SysfsDevice : public DeviceAttributes {
   [[nodiscard]] std::string content(const std::string& name) const override;
   /** With one look. */
   [[nodiscard]] std::optional<std::string> find(const std::string& name) const override;
+
+ private:
+  [[nodiscard]] std::string pathTo(std::string_view name) const;
 };
 
 /*

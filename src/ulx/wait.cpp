@@ -32,6 +32,32 @@ int lowestReady(const FdSetRecord& sets) {
   throw "not reached";
 }
 
+// The kernel copies every set that it is given, also an empty one.
+fd_set* usedSet(fd_set& set, int maxFd) {
+  for (int word = 0; word <= maxFd / NFDBITS; ++word) {
+    if (set.fds_bits[word] != 0) {
+      return &set;
+    }
+  }
+  return nullptr;
+}
+
+// The number of ready descriptors; the sets hold no others then.
+int select(FdSetRecord& sets, timeval* timeout) {
+  if (sets.maxFd >= FD_SETSIZE) {
+    throwUnholdable();
+  }
+  int ready = 0;
+  do {
+    ready = ::select(sets.maxFd + 1, usedSet(sets.readSet, sets.maxFd), usedSet(sets.writeSet, sets.maxFd),
+                     usedSet(sets.exceptSet, sets.maxFd), timeout);
+  } while (ready == -1 && errno == EINTR);
+  if (ready == -1) {
+    throwErrno("select()", errno);
+  }
+  return ready;
+}
+
 timeval toTimeval(float seconds) {
   float whole = 0;
   const float fraction = std::modf(seconds, &whole);
@@ -50,29 +76,17 @@ void FdSetRecord::addReader(int fd) {
 }
 
 int waitReady(FdSetRecord& sets, timeval* timeout) {
-  if (sets.maxFd >= FD_SETSIZE) {
-    throwUnholdable();
-  }
-  int ready = 0;
-  do {
-    ready = select(sets.maxFd + 1, &sets.readSet, &sets.writeSet, &sets.exceptSet, timeout);
-  } while (ready == -1 && errno == EINTR);
-  if (ready == -1) {
-    throwErrno("select()", errno);
-  }
-  return ready == 0 ? -1 : lowestReady(sets);
+  return select(sets, timeout) == 0 ? -1 : lowestReady(sets);
 }
 
-int waitForFd(const FdSetRecord& sets, float seconds) {
-  FdSetRecord ready = sets;
+int waitForFd(FdSetRecord&& sets, float seconds) {
   timeval timeout = toTimeval(seconds);
-  return waitReady(ready, &timeout);
+  return waitReady(sets, &timeout);
 }
 
-bool pollFd(const FdSetRecord& sets) {
-  FdSetRecord ready = sets;
+bool pollFd(FdSetRecord&& sets) {
   timeval timeout{};
-  return waitReady(ready, &timeout) != -1;
+  return select(sets, &timeout) > 0;
 }
 
 }  // namespace ulx

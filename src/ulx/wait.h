@@ -24,10 +24,10 @@ struct FdSetRecord {
  */
 int waitReady(FdSetRecord& sets, timeval* timeout);
 
-/** waitReady on a copy of `sets`, for up to `seconds`. */
-int waitForFd(const FdSetRecord& sets, float seconds);
+/** waitReady for up to `seconds`, on sets that the caller has no other use for. */
+int waitForFd(FdSetRecord&& sets, float seconds);
 
-/** Whether any descriptor of `sets` is ready now. Throws "select()". */
-bool pollFd(const FdSetRecord& sets);
+/** Whether any descriptor of such sets is ready now. Throws "select()". */
+bool pollFd(FdSetRecord&& sets);
 
 }  // namespace ulx

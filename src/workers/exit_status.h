@@ -4,7 +4,7 @@
  * What a worker's exit status means. Every other one, and an end by a signal, is a failure.
  */
 
-/** The worker's program could not be executed: set by the forked child itself. */
+/** The worker's program could not be executed: set by the child itself. */
 inline constexpr int execFailedStatus = 42;
 
 /** The device cannot be configured, typically behind a hub. */

@@ -48,7 +48,7 @@ bool isReadableBy(const ulx::FileDescriptor& socket, Clock::time_point deadline)
   ulx::FdSetRecord sets;
   sets.addReader(socket.fd());
   const std::chrono::duration<float> left = deadline - Clock::now();
-  return ulx::waitForFd(sets, std::max(left.count(), 0.0F)) == socket.fd();
+  return ulx::waitForFd(std::move(sets), std::max(left.count(), 0.0F)) == socket.fd();
 }
 
 }  // namespace

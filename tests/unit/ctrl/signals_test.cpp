@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <functional>
 #include <string>
+#include <utility>
 
 #include "ctrl/settings.h"
 #include "sim/contract.h"
@@ -34,7 +35,7 @@ constexpr unsigned patience = 20;  // seconds, for what must not block
 std::size_t takeChildExits() {
   ulx::FdSetRecord sets;
   sets.addReader(childExitReadEnd().fd());
-  return ulx::pollFd(sets) ? childExitReadEnd().readSome().size() : 0;
+  return ulx::pollFd(std::move(sets)) ? childExitReadEnd().readSome().size() : 0;
 }
 
 // When it returns, SIGCHLD has been handled.

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <chrono>
 #include <functional>
 #include <string>
@@ -15,8 +16,8 @@
 #include "support/private_world.h"
 #include "support/thrown.h"
 #include "ulx/file_descriptor.h"
+#include "unit/allocations.h"
 #include "unit/hotplug/classification_calls.h"
-#include "unit/hotplug/spoiled_errno.h"
 
 namespace {
 
@@ -114,7 +115,7 @@ TEST_F(Classification, ThrowsWhatCannotBeReadOfADevice) {
 
 TEST_F(Classification, KnowsWhyThereIsNoSubsystemWhateverIsReleasedMeanwhile) {
   const sim::Sysfs sysfs;
-  const SpoiledErrno spoiled;
+  const ReleasesThatSetErrno spoiling(EXDEV);
   EXPECT_EQ(classify(allClasses, SysfsDevice("/sys/devices/without/a/subsystem")), DeviceKind::ignored);
 }
 

@@ -11,7 +11,7 @@
 #include "support/output.h"
 #include "support/thrown.h"
 #include "ulx/pipe.h"
-#include "unit/ulx/allocations.h"
+#include "unit/allocations.h"
 #include "unit/ulx/descriptor_limit.h"
 #include "unit/ulx/interrupting_timer.h"
 

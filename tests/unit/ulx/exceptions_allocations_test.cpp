@@ -24,7 +24,7 @@
 #include "ulx/sleep.h"
 #include "ulx/wait.h"
 #include "ulx/working_directory.h"
-#include "unit/ulx/allocations.h"
+#include "unit/allocations.h"
 #include "unit/ulx/descriptor_limit.h"
 #include "unit/ulx/library_calls.h"
 
@@ -111,7 +111,7 @@ TEST(ExceptionsAllocations, LeaveTheFailuresOfDescriptorsAsTheyAre) {
   ulx::FdSetRecord closed;
   closed.addReader(pipe.writeEnd.fd());
   close(pipe.writeEnd.release());
-  EXPECT_EQ(thrownBy([&] { ulx::pollFd(closed); }),
+  EXPECT_EQ(thrownBy([&] { ulx::pollFd(ulx::FdSetRecord(closed)); }),
             expected<ulx::ErrnoException>(EBADF, "Bad file descriptor while select()"));
 }
 

@@ -14,7 +14,7 @@
 #include "support/thrown.h"
 #include "ulx/file_descriptor.h"
 #include "ulx/pipe.h"
-#include "unit/ulx/allocations.h"
+#include "unit/allocations.h"
 #include "unit/ulx/library_calls.h"
 
 namespace {

@@ -249,13 +249,13 @@ TEST(Wait, ForSecondsAndPollingKeepTheSets) {
   const ReadyPipe first;
   const ReadyPipe second;
   const ulx::FdSetRecord sets = readersOf({first.reader(), second.reader()});
-  EXPECT_EQ(ulx::waitForFd(sets, 60), first.reader());
+  EXPECT_EQ(ulx::waitForFd(ulx::FdSetRecord(sets), 60), first.reader());
   first.empty();
-  EXPECT_EQ(ulx::waitForFd(sets, 60), second.reader());
-  EXPECT_TRUE(ulx::pollFd(sets));
-  EXPECT_TRUE(ulx::pollFd(sets));
+  EXPECT_EQ(ulx::waitForFd(ulx::FdSetRecord(sets), 60), second.reader());
+  EXPECT_TRUE(ulx::pollFd(ulx::FdSetRecord(sets)));
+  EXPECT_TRUE(ulx::pollFd(ulx::FdSetRecord(sets)));
   second.empty();
-  EXPECT_FALSE(ulx::pollFd(sets));
+  EXPECT_FALSE(ulx::pollFd(ulx::FdSetRecord(sets)));
 }
 
 TEST(Wait, IsNoneForPolling) {
@@ -266,9 +266,10 @@ TEST(Wait, ThatFailsIsThrown) {
   std::optional<ulx::Pipe> pipe(std::in_place);
   const ulx::FdSetRecord closed = readersOf({pipe->readEnd.fd()});
   pipe.reset();
-  EXPECT_EQ(support::caught<ulx::ErrnoException>([&] { ulx::waitForFd(closed, 60); }).text(),
-            "Bad file descriptor while select()\n");
-  EXPECT_EQ(support::caught<ulx::ErrnoException>([&] { ulx::pollFd(closed); }).text(),
+  EXPECT_EQ(
+      support::caught<ulx::ErrnoException>([&] { ulx::waitForFd(ulx::FdSetRecord(closed), 60); }).text(),
+      "Bad file descriptor while select()\n");
+  EXPECT_EQ(support::caught<ulx::ErrnoException>([&] { ulx::pollFd(ulx::FdSetRecord(closed)); }).text(),
             "Bad file descriptor while select()\n");
   EXPECT_EQ(support::caught<ulx::InvalidArgument>([] { ulx::waitForFd(ulx::FdSetRecord(), -1); }).text(),
             "Invalid argument while select()\n");
