@@ -78,10 +78,10 @@ int HeldBirth::waitForStop(pid_t process, const sim::Deadline& deadline) const {
 }
 
 void HeldBirth::release() {
-  if (isHeld_) {
-    ::ptrace(PTRACE_DETACH, child_, nullptr, nullptr);
-    isHeld_ = false;
+  if (isHeld_ && ::ptrace(PTRACE_DETACH, child_, nullptr, nullptr) != 0) {
+    ::waitpid(child_, nullptr, __WALL);  // it was killed: its parent learns of that behind who traces it
   }
+  isHeld_ = false;
 }
 
 }  // namespace support

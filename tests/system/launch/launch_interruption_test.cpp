@@ -91,6 +91,7 @@ TEST_F(LaunchInterruption, ByTheEndOfAWorkerIsNoticed) {
 TEST_F(LaunchInterruption, ByTheDeathOfTheNewProcessIsThatOfAnyWorker) {
   beginLaunch();
   ASSERT_EQ(::kill(child, SIGKILL), 0);
+  goOn();
   unit.daemon().waitForLine(contract::debug::terminated(child));
   unit.daemon().waitForLine(contract::debug::bySignal(SIGKILL));
   EXPECT_EQ(unit.workers.waitForWorker().device(), scanner("1-7").directory());
