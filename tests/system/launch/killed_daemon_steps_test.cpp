@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "support/held_birth.h"
 #include "support/system_call_trace.h"
 #include "system/support/killed_launch.h"
@@ -10,7 +12,7 @@ namespace {
 
 using support::LaunchedKind;
 
-class KilledDaemonSteps : public support::KilledLaunch, public testing::WithParamInterface<LaunchedKind> {
+class KilledDaemonSteps : public support::KilledLaunch {
  protected:
   void SetUp() override {
     if (const auto obstacle = support::SystemCallTrace::obstacle()) {
@@ -18,39 +20,45 @@ class KilledDaemonSteps : public support::KilledLaunch, public testing::WithPara
     }
   }
 
+  void expectNothingHalfStarted(const LaunchedKind& kind) {
+    int call = 0;
+    for (; !hasBecomeWorker_ && !HasFailure(); ++call) {
+      SCOPED_TRACE("before call " + std::to_string(call));
+      const Outcome outcome = outcomeOfKillBefore(call, kind);
+      EXPECT_NE(outcome, Outcome::noProcess);
+      EXPECT_EQ(outcome == Outcome::served, !kind.endsWithTheDaemon);
+    }
+    EXPECT_GT(call, 2) << "the calls were not seen";
+  }
+
+ private:
   /** Kills a daemon before the call of this number (from 0), or at the worker's first instruction behind the last. */
-  Outcome outcomeOfKillBefore(int call) {
+  Outcome outcomeOfKillBefore(int call, const LaunchedKind& kind) {
     startDaemon();
     support::HeldBirth birth(unit.daemon().pid());
-    beginLaunch(GetParam());
+    beginLaunch(kind);
     birth.waitForChild();
-    hasBecomeWorker = false;
-    for (int made = 0; made <= call && !hasBecomeWorker; ++made) {
-      hasBecomeWorker = !birth.runToNextCall();
+    for (int made = 0; made <= call && !hasBecomeWorker_; ++made) {
+      hasBecomeWorker_ = !birth.runToNextCall();
     }
     killDaemon();
     birth.release();
-    return clear(GetParam());
+    return clear(kind);
   }
 
-  /** In the latest launch. */
-  bool hasBecomeWorker = false;
+  bool hasBecomeWorker_ = false;
 };
 
-INSTANTIATE_TEST_SUITE_P(Of, KilledDaemonSteps,
-                         testing::Values(support::genericKind(), support::keyboardKind(),
-                                         support::scsiKind()),
-                         testing::PrintToStringParamName());
+TEST_F(KilledDaemonSteps, LeaveNoGenericWorker) {
+  expectNothingHalfStarted(support::genericKind());
+}
 
-TEST_P(KilledDaemonSteps, LeaveNothingHalfStarted) {
-  int call = 0;
-  for (; !hasBecomeWorker && !HasFailure(); ++call) {
-    SCOPED_TRACE("before call " + std::to_string(call));
-    const Outcome outcome = outcomeOfKillBefore(call);
-    EXPECT_NE(outcome, Outcome::noProcess);
-    EXPECT_EQ(outcome == Outcome::served, !GetParam().endsWithTheDaemon);
-  }
-  EXPECT_GT(call, 2) << "the calls were not seen";
+TEST_F(KilledDaemonSteps, LeaveAWholeKeyboardWorker) {
+  expectNothingHalfStarted(support::keyboardKind());
+}
+
+TEST_F(KilledDaemonSteps, LeaveAWholeScsiWorker) {
+  expectNothingHalfStarted(support::scsiKind());
 }
 
 }  // namespace

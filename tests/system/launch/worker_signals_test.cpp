@@ -25,7 +25,7 @@ struct Start : support::NamedCase {
   std::vector<int> blocked;
 };
 
-const std::vector<Start> starts = {
+const std::vector<Start> someChanged = {
     {{"NoSignalChanged"}, {}, {}},
     {{"HangupsIgnored"}, {SIGHUP}, {}},
     {{"KeysOfTheTerminalIgnored"}, {SIGINT, SIGQUIT}, {}},
@@ -33,29 +33,48 @@ const std::vector<Start> starts = {
     {{"EndsOfChildrenIgnored"}, {SIGCHLD}, {}},
     {{"EverySignalIgnored"}, allSignals(), {}},
     {{"OneBlocked"}, {}, {SIGUSR2}},
+};
+
+const std::vector<Start> allBlocked = {
     {{"EverySignalBlocked"}, {}, allSignals()},
     {{"EverySignalIgnoredAndBlocked"}, allSignals(), allSignals()},
 };
 
-class WorkerSignals : public support::WorkerLaunch, public testing::WithParamInterface<Start> {
+class WorkerSignals : public support::WorkerLaunch {
  protected:
-  WorkerSignals() {
+  void startDaemonWith(const Start& start) {
     sim::ProcessOptions world;
-    world.ignoredSignals = GetParam().ignored;
-    world.blockedSignals = GetParam().blocked;
+    world.ignoredSignals = start.ignored;
+    world.blockedSignals = start.blocked;
     startWith({}, world);
   }
 
-  [[nodiscard]] std::tuple<std::set<int>, std::set<int>, std::set<int>> signalsOfDaemon() {
+  void expectThatLaunchesLeaveTheDaemonsSignalsAsTheyAre() {
+    const auto before = signalsOfDaemon();
+    startsOfAllWorkers();
+    unit.settle();
+    EXPECT_EQ(signalsOfDaemon(), before);
+  }
+
+ private:
+  /** Blocked, ignored and caught. */
+  std::tuple<std::set<int>, std::set<int>, std::set<int>> signalsOfDaemon() {
     const support::ProcessState state = support::stateOf(unit.daemon().pid());
     return {state.blockedSignals, state.ignoredSignals, state.caughtSignals};
   }
 };
 
-INSTANTIATE_TEST_SUITE_P(DaemonStartedWith, WorkerSignals, testing::ValuesIn(starts),
+class WorkerSignalsOfADaemon : public WorkerSignals, public testing::WithParamInterface<Start> {
+ protected:
+  WorkerSignalsOfADaemon() { startDaemonWith(GetParam()); }
+};
+
+INSTANTIATE_TEST_SUITE_P(StartedWith, WorkerSignalsOfADaemon, testing::ValuesIn(someChanged),
+                         testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(StartedWithAll, WorkerSignalsOfADaemon, testing::ValuesIn(allBlocked),
                          testing::PrintToStringParamName());
 
-TEST_P(WorkerSignals, AreTheDefaultsAndNoneIsBlocked) {
+TEST_P(WorkerSignalsOfADaemon, AreTheDefaultsAndNoneIsBlocked) {
   for (const sim::WorkerStart& worker : startsOfAllWorkers()) {
     SCOPED_TRACE(worker.arguments.front());
     EXPECT_EQ(worker.ignoredSignals, std::set<int>());
@@ -64,17 +83,30 @@ TEST_P(WorkerSignals, AreTheDefaultsAndNoneIsBlocked) {
   }
 }
 
-TEST_P(WorkerSignals, LeaveTheDaemonsOwnAsTheyAre) {
-  const auto before = signalsOfDaemon();
-  startsOfAllWorkers();
-  unit.settle();
-  EXPECT_EQ(signalsOfDaemon(), before);
-}
-
-TEST_P(WorkerSignals, IncludeThatOfTheDaemonsDeathForAGenericOne) {
+TEST_P(WorkerSignalsOfADaemon, IncludeThatOfItsDeathForAGenericOne) {
   sim::Worker& worker = genericWorker();
   unit.daemon().signal(SIGKILL);
   worker.waitForEnd();
+}
+
+class WorkerSignalsAndTheDaemons : public WorkerSignals, public testing::WithParamInterface<Start> {};
+
+INSTANTIATE_TEST_SUITE_P(StartedWith, WorkerSignalsAndTheDaemons, testing::ValuesIn(someChanged),
+                         testing::PrintToStringParamName());
+
+TEST_P(WorkerSignalsAndTheDaemons, AreApart) {
+  startDaemonWith(GetParam());
+  expectThatLaunchesLeaveTheDaemonsSignalsAsTheyAre();
+}
+
+TEST_F(WorkerSignals, AreApartFromTheDaemonsThatAreAllBlocked) {
+  startDaemonWith(allBlocked.front());
+  expectThatLaunchesLeaveTheDaemonsSignalsAsTheyAre();
+}
+
+TEST_F(WorkerSignals, AreApartFromTheDaemonsThatAreAllIgnoredAndBlocked) {
+  startDaemonWith(allBlocked.back());
+  expectThatLaunchesLeaveTheDaemonsSignalsAsTheyAre();
 }
 
 }  // namespace
