@@ -22,6 +22,14 @@ bool isAtEntryOfCall(pid_t process) {
   return info.op == PTRACE_SYSCALL_INFO_ENTRY;
 }
 
+int waitForStop(pid_t process, const sim::Deadline& deadline) {
+  const int status = TracedStops::waitFor(process, deadline);
+  if (!WIFSTOPPED(status)) {
+    throw sim::Error("process " + std::to_string(process) + " has ended while it was traced");
+  }
+  return status;
+}
+
 }  // namespace
 
 HeldBirth::HeldBirth(pid_t creator) : creator_(creator) {
@@ -67,14 +75,6 @@ bool HeldBirth::runToNextCall(const sim::Deadline& deadline) {
     }
     signal = signalOf(status);
   }
-}
-
-int HeldBirth::waitForStop(pid_t process, const sim::Deadline& deadline) const {
-  const int status = stops_.waitFor(process, deadline);
-  if (!WIFSTOPPED(status)) {
-    throw sim::Error("process " + std::to_string(process) + " has ended while it was traced");
-  }
-  return status;
 }
 
 void HeldBirth::release() {

@@ -30,7 +30,6 @@ class HeldBirth {
 
  private:
   void waitForCreator(const sim::Deadline& deadline);
-  int waitForStop(pid_t process, const sim::Deadline& deadline) const;
 
   pid_t creator_;
   TracedStops stops_;

@@ -123,7 +123,7 @@ SystemCallTrace::~SystemCallTrace() {
 }
 
 int SystemCallTrace::waitForStop(const sim::Deadline& deadline) {
-  const int status = stops_.waitFor(process_, deadline);
+  const int status = TracedStops::waitFor(process_, deadline);
   isStopped_ = true;
   if (!WIFSTOPPED(status)) {
     throw sim::Error("process " + std::to_string(process_) + " has ended while it was traced");

@@ -47,7 +47,7 @@ TracedStops::~TracedStops() {
   ::sigprocmask(SIG_SETMASK, &formerMask_, nullptr);
 }
 
-int TracedStops::waitFor(pid_t process, const sim::Deadline& deadline) const {
+int TracedStops::waitFor(pid_t process, const sim::Deadline& deadline) {
   int status = 0;
   while (::waitpid(process, &status, WNOHANG | __WALL) == 0) {
     if (deadline.passed()) {

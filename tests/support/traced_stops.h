@@ -28,8 +28,8 @@ class TracedStops {
   TracedStops(const TracedStops&) = delete;
   TracedStops& operator=(const TracedStops&) = delete;
 
-  /** Its wait status when the process has stopped or ended. */
-  [[nodiscard]] int waitFor(pid_t process, const sim::Deadline& deadline) const;
+  /** In such a scope: the wait status of a process when it has stopped or ended. */
+  [[nodiscard]] static int waitFor(pid_t process, const sim::Deadline& deadline);
 
  private:
   sigset_t formerMask_{};

@@ -40,7 +40,7 @@ class KilledDaemon : public support::KilledLaunch,
  protected:
   KilledDaemon() { ::prctl(PR_SET_TIMERSLACK, 1UL); }  // sleeps end when they are to, to the nanosecond
 
-  const LaunchedKind& kind() { return std::get<LaunchedKind>(GetParam()); }
+  static const LaunchedKind& kind() { return std::get<LaunchedKind>(GetParam()); }
 
   Clock::duration usualLength() {
     std::array<Clock::duration, 5> lengths{};

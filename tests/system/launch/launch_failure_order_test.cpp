@@ -64,7 +64,7 @@ const std::vector<Kind> kinds = {
 
 class LaunchFailureOrder : public support::DaemonFixture, public testing::WithParamInterface<Kind> {
  protected:
-  void takeProgramAway() { fs::remove(std::string("/sim/bin/") + GetParam().program); }
+  static void takeProgramAway() { fs::remove(std::string("/sim/bin/") + GetParam().program); }
   std::string add() { return GetParam().add(unit.sysfs); }
   void startDebugging() { unit.startDaemon(support::commandLine({"--debug=ctrl", "--class=all"})); }
 
@@ -74,7 +74,7 @@ class LaunchFailureOrder : public support::DaemonFixture, public testing::WithPa
     return unit.daemon().messages();
   }
 
-  void expectStartThenFailure(const Lines& messages, const std::string& directory) {
+  static void expectStartThenFailure(const Lines& messages, const std::string& directory) {
     const auto start =
         std::find(messages.begin(), messages.end(), debug::line(GetParam().starting(directory)));
     ASSERT_NE(start, messages.end());
