@@ -20,7 +20,7 @@ const std::string longestName(NAME_MAX, 'w');
 
 /** The file that a name leads to, and another that the same name leads to elsewhere. */
 struct Name : support::NamedCase {
-  std::string name;
+  std::string configured;
   std::string leadsTo;
   std::string passedOver;
 };
@@ -63,10 +63,10 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_P(ProgramNameOf, LeadsToTheProgramAndIsItsFirstArgument) {
   placeProgram(GetParam().leadsTo);
   placeProgram(GetParam().passedOver);
-  startWithName(GetParam().name);
+  startWithName(GetParam().configured);
   const sim::WorkerStart& worker = genericWorker().start;
   EXPECT_EQ(support::executedFileOf(worker.pid), GetParam().leadsTo);
-  EXPECT_EQ(worker.arguments.front(), GetParam().name);
+  EXPECT_EQ(worker.arguments.front(), GetParam().configured);
 }
 
 TEST_F(ProgramName, WithASlashIsLookedForNowhereElse) {
