@@ -8,6 +8,7 @@
 #include <tuple>
 #include <vector>
 
+#include "support/eventually.h"
 #include "support/named_case.h"
 #include "system/support/process_state.h"
 #include "system/support/worker_launch.h"
@@ -52,8 +53,7 @@ class WorkerSignals : public support::WorkerLaunch {
   void expectThatLaunchesLeaveTheDaemonsSignalsAsTheyAre() {
     const auto before = signalsOfDaemon();
     startsOfAllWorkers();
-    unit.settle();
-    EXPECT_EQ(signalsOfDaemon(), before);
+    support::eventually("the daemon's signals as they were", [&] { return signalsOfDaemon() == before; });
   }
 
  private:
