@@ -38,7 +38,7 @@ class ChangedSignals {
   void restoreDefaults() const;
 
  private:
-  sigset_t changed_;
+  sigset_t changed_{};
 };
 
 /** Keeps every signal waiting as long as it lives. */
@@ -50,5 +50,5 @@ class SignalsBlocked {
   ~SignalsBlocked();
 
  private:
-  sigset_t formerMask_;
+  sigset_t formerMask_{};
 };

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -11,9 +12,6 @@ namespace ulx {
 namespace {
 
 constexpr std::string_view standardPath = "/bin:/usr/bin";
-
-// execve takes it as char*, and does not change it.
-constexpr const char* shell = "/bin/sh";
 
 // Whether a candidate that failed like this leaves hope for the next one.
 bool passesOver(int error) {
@@ -63,7 +61,7 @@ std::string programCandidates(const std::string& program) {
 ProgramCall::ProgramCall(std::vector<std::string>& arguments)
     : candidates_(programCandidates(arguments.front())) {
   vector_.reserve(arguments.size() + 2);
-  vector_.push_back(const_cast<char*>(shell));
+  vector_.push_back(shell_.data());
   for (std::string& argument : arguments) {
     vector_.push_back(argument.data());
   }
@@ -71,23 +69,21 @@ ProgramCall::ProgramCall(std::vector<std::string>& arguments)
 }
 
 void ProgramCall::execute() {
-  std::string_view rest = candidates_;
-  while (!rest.empty()) {
-    const char* const candidate = rest.data();
+  char* const end = candidates_.data() + candidates_.size();
+  for (char* candidate = candidates_.data(); candidate != end; candidate += std::strlen(candidate) + 1) {
     tryCandidate(candidate);
     if (!passesOver(errno)) {
       return;
     }
-    rest.remove_prefix(std::string_view(candidate).size() + 1);
   }
 }
 
-void ProgramCall::tryCandidate(const char* path) {
+void ProgramCall::tryCandidate(char* path) {
   ::execve(path, arguments(), environ);
   if (errno == ENOEXEC) {
     char*& script = *arguments();
-    char* const program = std::exchange(script, const_cast<char*>(path));
-    ::execve(shell, vector_.data(), environ);
+    char* const program = std::exchange(script, path);
+    ::execve(shell_.c_str(), vector_.data(), environ);
     script = program;
   }
 }

@@ -19,6 +19,8 @@ class ProgramCall {
  public:
   /** `arguments` begin with the program. They must outlive it. PATH is read now. */
   explicit ProgramCall(std::vector<std::string>& arguments);
+  ProgramCall(const ProgramCall&) = delete;
+  ProgramCall& operator=(const ProgramCall&) = delete;
 
   /**
    * What execvp does, with functions only that a signal handler may call: the first candidate that can be executed
@@ -28,8 +30,9 @@ class ProgramCall {
 
  private:
   [[nodiscard]] char** arguments() { return vector_.data() + 1; }
-  void tryCandidate(const char* path);
+  void tryCandidate(char* path);
 
+  std::string shell_ = "/bin/sh";
   std::string candidates_;
   std::vector<char*> vector_;  // the shell, the arguments, a null: what the shell takes, but for the script
 };

@@ -40,7 +40,7 @@ pid_t createWorker(WorkerArguments arguments, Orphan orphan) {
   const SignalsBlocked blocked;
   const pid_t pid = vfork();  // NOLINT(clang-analyzer-security.insecureAPI.vfork): see becomeWorker
   if (pid == 0) {
-    becomeWorker(program, changedSignals, orphan, daemon);
+    becomeWorker(program, changedSignals, orphan, daemon);  // NOLINT(clang-analyzer-unix.Vfork)
   }
   if (pid == -1) {
     ulx::throwErrno("fork()", errno);
