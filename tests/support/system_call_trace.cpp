@@ -20,34 +20,8 @@
 namespace support {
 namespace {
 
-constexpr int stoppedInCall = SIGTRAP | 0x80;  // with PTRACE_O_TRACESYSGOOD
-
-/** ptrace() takes numbers where its prototype has pointers. */
-void* asPointer(unsigned long number) {
-  return reinterpret_cast<void*>(number);  // NOLINT(performance-no-int-to-ptr)
-}
-
 bool seize(pid_t process) {
   return ::ptrace(PTRACE_SEIZE, process, nullptr, asPointer(PTRACE_O_TRACESYSGOOD)) == 0;
-}
-
-/** Whether the kernel stopped the process of its own accord, not for a signal sent to it. */
-bool isEventStop(int status) {
-  return static_cast<unsigned>(status) >> 16U == PTRACE_EVENT_STOP;
-}
-
-sigset_t childSignal() {
-  sigset_t set;
-  sigemptyset(&set);
-  sigaddset(&set, SIGCHLD);
-  return set;
-}
-
-void waitForChildSignal(const sim::Deadline& deadline) {
-  const sigset_t set = childSignal();
-  const int left = deadline.millisecondsLeft();
-  const timespec time{.tv_sec = left / 1000, .tv_nsec = left % 1000 * 1'000'000L};
-  ::sigtimedwait(&set, nullptr, &time);
 }
 
 #ifdef __i386__
@@ -136,8 +110,6 @@ SystemCallTrace::SystemCallTrace(pid_t process) : process_(process) {
   if (!seize(process)) {
     throw sim::systemError("ptrace(" + std::to_string(process) + ")");
   }
-  const sigset_t set = childSignal();
-  ::sigprocmask(SIG_BLOCK, &set, &formerMask_);
   ::ptrace(PTRACE_INTERRUPT, process, nullptr, nullptr);
   waitForStop({});
 }
@@ -148,17 +120,10 @@ SystemCallTrace::~SystemCallTrace() {
     ::waitpid(process_, nullptr, __WALL);
   }
   ::ptrace(PTRACE_DETACH, process_, nullptr, nullptr);
-  ::sigprocmask(SIG_SETMASK, &formerMask_, nullptr);
 }
 
 int SystemCallTrace::waitForStop(const sim::Deadline& deadline) {
-  int status = 0;
-  while (::waitpid(process_, &status, WNOHANG | __WALL) == 0) {
-    if (deadline.passed()) {
-      throw sim::TimedOut("the next system call of process " + std::to_string(process_));
-    }
-    waitForChildSignal(deadline);
-  }
+  const int status = TracedStops::waitFor(process_, deadline);
   isStopped_ = true;
   if (!WIFSTOPPED(status)) {
     throw sim::Error("process " + std::to_string(process_) + " has ended while it was traced");
@@ -186,7 +151,7 @@ SystemCall SystemCallTrace::next(const sim::Deadline& deadline) {
     signal = 0;
     const int status = waitForStop(deadline);
     if (WSTOPSIG(status) != stoppedInCall) {
-      signal = isEventStop(status) ? 0 : static_cast<unsigned long>(WSTOPSIG(status));
+      signal = signalOf(status);
     } else if (const std::optional<SystemCall> call = currentCall()) {
       return *call;
     }

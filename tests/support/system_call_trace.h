@@ -3,11 +3,11 @@
 #include <sys/types.h>
 
 #include <array>
-#include <csignal>
 #include <optional>
 #include <string>
 
 #include "sim/deadline.h"
+#include "support/traced_stops.h"
 
 namespace support {
 
@@ -59,8 +59,8 @@ class SystemCallTrace {
   [[nodiscard]] double secondsAt(unsigned long address) const;
 
   pid_t process_;
+  TracedStops stops_;
   bool isStopped_ = false;  ///< or has ended
-  sigset_t formerMask_{};
 };
 
 }  // namespace support

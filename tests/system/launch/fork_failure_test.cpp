@@ -2,14 +2,18 @@
 
 #include <sys/resource.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <functional>
 #include <optional>
+#include <set>
+#include <tuple>
 
 #include "support/ordinary_user.h"
 #include "system/support/attached_devices.h"
 #include "system/support/control_messages.h"
 #include "system/support/hotplug.h"
+#include "system/support/process_state.h"
 
 namespace {
 
@@ -90,6 +94,23 @@ TEST_F(ForkFailure, LeavesTheDeviceFreeForItsNextEvent) {
     allowChildren(unit.daemon().pid());
     unit.uevents.add(support::devpathOf(directory));
     EXPECT_EQ(unit.workers.waitForWorker().device(), directory);
+  });
+}
+
+/** Blocked, ignored and caught. */
+std::tuple<std::set<int>, std::set<int>, std::set<int>> signalsOf(sim::Unit& unit) {
+  const support::ProcessState state = support::stateOf(unit.daemon().pid());
+  return {state.blockedSignals, state.ignoredSignals, state.caughtSignals};
+}
+
+TEST_F(ForkFailure, LeavesTheDaemonsSignalsAsTheyAre) {
+  checkAsOrdinaryUser([](sim::Unit& unit) {
+    const auto before = signalsOf(unit);
+    unit.plug(scanner());
+    unit.settle();
+    EXPECT_EQ(signalsOf(unit), before);
+    unit.daemon().signal(SIGTERM);
+    EXPECT_EQ(unit.daemon().waitForExit(), sim::ProcessEnd::killedBy(SIGTERM));
   });
 }
 
