@@ -5,9 +5,8 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <string_view>
+#include <cstring>
 
-#include "ulx/items.h"
 #include "ulx/program_call.h"
 
 namespace {
@@ -24,12 +23,15 @@ ProgramSearch lookAt(const char* path) {
 }  // namespace
 
 ProgramSearch searchProgram(const std::string& program) {
+  const std::string candidates = ulx::programCandidates(program);
+  const char* const end = candidates.data() + candidates.size();
   ProgramSearch result = ProgramSearch::missing;
-  ulx::forEachItem(ulx::programCandidates(program), '\0', [&result](std::string_view candidate) {
-    const ProgramSearch here = lookAt(candidate.data());
-    if (result != ProgramSearch::found && here != ProgramSearch::missing) {
-      result = here;
+  for (const char* candidate = candidates.data(); candidate != end; candidate += std::strlen(candidate) + 1) {
+    const ProgramSearch here = lookAt(candidate);
+    if (here == ProgramSearch::found) {
+      return here;
     }
-  });
+    result = here == ProgramSearch::notExecutable ? here : result;
+  }
   return result;
 }

@@ -96,6 +96,25 @@ void unblock(int signal) {
   changeMask(SIG_UNBLOCK, signal);
 }
 
+// Those whose disposition is not the default. A few signals belong to the C library: sigaction does not know them.
+sigset_t findChangedSignals() {
+  sigset_t changed;
+  sigemptyset(&changed);
+  for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+    struct sigaction action {};
+    if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_DFL) {
+      sigaddset(&changed, signal);
+    }
+  }
+  return changed;
+}
+
+// Found out once: no disposition changes while the daemon serves.
+const sigset_t& changedSignals() {
+  static const sigset_t changed = findChangedSignals();
+  return changed;
+}
+
 }  // namespace
 
 const ulx::FileDescriptor& childExitReadEnd() {
@@ -132,36 +151,23 @@ void ignoreBrokenPipes() {
   std::signal(SIGPIPE, SIG_IGN);
 }
 
-// A few signals belong to the C library: sigaction does not know them.
-ChangedSignals::ChangedSignals() {
-  sigemptyset(&changed_);
-  for (int signal = 1; signal <= SIGRTMAX; ++signal) {
-    struct sigaction action {};
-    if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_DFL) {
-      sigaddset(&changed_, signal);
-    }
-  }
+HeldSignals::HeldSignals() : held_(changedSignals()) {
+  sigprocmask(SIG_BLOCK, &held_, &formerMask_);
 }
 
-void ChangedSignals::restoreDefaults() const {
+HeldSignals::~HeldSignals() {
+  sigprocmask(SIG_SETMASK, &formerMask_, nullptr);
+}
+
+void HeldSignals::restoreDefaults() const {
   struct sigaction defaultAction {};
   defaultAction.sa_handler = SIG_DFL;
   for (int signal = 1; signal <= SIGRTMAX; ++signal) {
-    if (sigismember(&changed_, signal) == 1) {
+    if (sigismember(&held_, signal) == 1) {
       sigaction(signal, &defaultAction, nullptr);
     }
   }
   sigset_t none;
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);
-}
-
-SignalsBlocked::SignalsBlocked() {
-  sigset_t every;
-  sigfillset(&every);
-  sigprocmask(SIG_SETMASK, &every, &formerMask_);
-}
-
-SignalsBlocked::~SignalsBlocked() {
-  sigprocmask(SIG_SETMASK, &formerMask_, nullptr);
 }

@@ -25,30 +25,24 @@ void installHangupHandler();
 /** A reader that has gone costs the message written to it, not the daemon. */
 void ignoreBrokenPipes();
 
-/** The signals that a worker must not inherit as they are: those whose disposition is not the default. */
-class ChangedSignals {
+/**
+ * As long as this lives, the signals that the daemon handles or ignores wait: those that a worker must not inherit as they
+ * are. The others do what they always do.
+ */
+class HeldSignals {
  public:
-  /** Finds out which they are now. */
-  ChangedSignals();
+  HeldSignals();
+  HeldSignals(const HeldSignals&) = delete;
+  HeldSignals& operator=(const HeldSignals&) = delete;
+  ~HeldSignals();
 
   /**
-   * For a child about to execute a program: gives them the default disposition and unblocks every signal. Calls only
+   * For a child about to execute a program: gives them the default disposition, then unblocks every signal. Calls only
    * what a signal handler may call.
    */
   void restoreDefaults() const;
 
  private:
-  sigset_t changed_{};
-};
-
-/** Keeps every signal waiting as long as it lives. */
-class SignalsBlocked {
- public:
-  SignalsBlocked();
-  SignalsBlocked(const SignalsBlocked&) = delete;
-  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-  ~SignalsBlocked();
-
- private:
+  const sigset_t& held_;
   sigset_t formerMask_{};
 };

@@ -1,8 +1,10 @@
 #include "ctrl/worker_table.h"
 
-void WorkerTable::add(pid_t pid, const std::string& devpath) {
+#include <utility>
+
+void WorkerTable::add(pid_t pid, std::string devpath) {
   remove(pid);
-  const std::string& path = byPid.emplace(pid, devpath).first->second;
+  const std::string& path = byPid.emplace(pid, std::move(devpath)).first->second;
   byPath.erase(path);  // its key would go with the earlier worker
   byPath.emplace(path, pid);
 }

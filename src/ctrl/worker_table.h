@@ -29,7 +29,7 @@ struct WorkerTable {
    * Records a worker. An earlier worker of the same path stays in `byPid`: it is still running and still has
    * to be reaped.
    */
-  void add(pid_t pid, const std::string& devpath);
+  void add(pid_t pid, std::string devpath);
 
   /** Forgets a worker in both directions; a path that a later worker has taken over stays that one's. */
   void remove(pid_t pid);

@@ -35,7 +35,7 @@ class DeviceAttributes {
   /** The same, or nothing where there is no such attribute. */
   [[nodiscard]] virtual std::optional<std::string> find(const std::string& name) const;
 
-  /** The USB descriptors of the device, which are read once. They live as long as the object. */
+  /** The USB descriptors of the device. They are read once, so all tests and rules see the same, and live as long as the object. */
   [[nodiscard]] DescriptorBytes descriptors() const;
 
   /** The content less one newline at its end. */

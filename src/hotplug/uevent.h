@@ -7,7 +7,7 @@
 
 /**
  * The environment of one kernel uevent ("ACTION", "DEVPATH", "SUBSYSTEM", ...), in byte order of the keys: views of
- * the text that it was made of, which must outlive it. More items than the kernel's drivers send take memory.
+ * the text that it was made of, which must outlive it. More than 32 items take memory.
  */
 using UEvent = boost::container::small_flat_map<std::string_view, std::string_view, 32>;
 

@@ -17,6 +17,9 @@ constexpr std::uint32_t everyGroup = 0xFFFFFFFF;
 // only for what waits. The kernel's default holds about 170 uevents, and losing one ends the daemon.
 constexpr int receiveBufferBytes = 16 * 1024 * 1024;
 
+// Longer than any uevent of the kernel: what a longer datagram took is not kept for ever.
+constexpr std::size_t keptBytes = 16 * 1024;
+
 void enlargeReceiveBuffer(int fd) {
   // SO_RCVBUFFORCE exceeds the system-wide limit, but needs privilege.
   if (setsockopt(fd, SOL_SOCKET, SO_RCVBUFFORCE, &receiveBufferBytes, sizeof receiveBufferBytes) == -1) {
@@ -51,6 +54,9 @@ const std::string& NetlinkClientSocket::recvfrom() {
   const ssize_t size = recv(fd(), nullptr, 0, MSG_PEEK | MSG_TRUNC);
   if (size == -1) {
     ulx::throwErrno({"recvfrom(", name(), ")"}, errno);
+  }
+  if (datagram_.capacity() > keptBytes) {
+    datagram_ = {};
   }
   datagram_.assign(static_cast<std::size_t>(size), '\0');
   const ssize_t received = ::recvfrom(fd(), datagram_.data(), datagram_.size(), 0, nullptr, nullptr);

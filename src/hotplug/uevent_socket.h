@@ -29,5 +29,5 @@ class NetlinkClientSocket : public ulx::FileDescriptor {
   [[nodiscard]] UEvent readUEvent();
 
  private:
-  std::string datagram_;  // the latest; its memory takes the next one
+  std::string datagram_;  // the latest; its memory takes the next one, if it is not very long
 };

@@ -51,6 +51,7 @@ FileDescriptor::~FileDescriptor() {
 }
 
 std::optional<std::string> FileDescriptor::contentOf(const std::string& path) {
+  FileDescriptor file(-1, path, false);
   const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd == -1 && (errno == ENOENT || errno == ENOTDIR)) {
     return {};
@@ -58,7 +59,8 @@ std::optional<std::string> FileDescriptor::contentOf(const std::string& path) {
   if (fd == -1) {
     throwErrno({"open(\"", path, "\")"}, errno);
   }
-  return FileDescriptor(fd, path, true).readAll();
+  file.own(fd);
+  return file.readAll();
 }
 
 void FileDescriptor::own(int fd) {

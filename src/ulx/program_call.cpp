@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
@@ -50,7 +51,9 @@ std::string programCandidates(const std::string& program) {
   // Unlike a list of items, PATH has an empty folder behind a separator at its end.
   while (true) {
     const std::string_view folder = folders.substr(0, folders.find(':'));
-    addCandidate(candidates, folder, program);
+    if (folder.size() < PATH_MAX) {
+      addCandidate(candidates, folder, program);
+    }
     if (folder.size() == folders.size()) {
       return candidates;
     }

@@ -7,7 +7,8 @@ namespace ulx {
 
 /**
  * Where execvp looks for `program`, one path after another, each ended by a NUL: itself if it is empty or has a slash,
- * otherwise in each folder of PATH. An empty folder is the working directory; without PATH, "/bin:/usr/bin" holds.
+ * otherwise in each folder of PATH. An empty folder is the working directory, one of PATH_MAX bytes or more is passed
+ * over; without PATH, "/bin:/usr/bin" holds.
  */
 [[nodiscard]] std::string programCandidates(const std::string& program);
 

@@ -54,10 +54,14 @@ void announceAttached(const OsdSink& osd, const std::string& deviceName) {
   showMessage(osd, attachedMessage(deviceName));
 }
 
+// Signals are held from here on in each launcher: the user learns of a device before a worker that cannot be executed ends
+// the daemon.
+
 void launchScsiWorker(RxCtrl& ctrl, const std::string& devicePath) {
   logDebug("starting usb_rx_scsi for ", devicePath);
-  const pid_t worker =
-      createWorker(scsiArguments(workerLog(&Settings::debugScsi), linkOf(ctrl), devicePath), Orphan::livesOn);
+  const HeldSignals held;
+  const pid_t worker = createWorker(
+      held, scsiArguments(workerLog(&Settings::debugScsi), linkOf(ctrl), devicePath), Orphan::livesOn);
   ctrl.addWorker(worker, devicePath);
 
   announceAttached(ctrl.osd, diskName(SysfsDevice(devicePath + "/device")));
@@ -66,8 +70,9 @@ void launchScsiWorker(RxCtrl& ctrl, const std::string& devicePath) {
 void launchKeyboardWorker(RxCtrl& ctrl, const std::string& devicePath) {
   const DeviceNumber number = parseDeviceNumber(readAttribute(devicePath, "dev"));
   logDebug("starting usb_rx_keyboard for ", devicePath, " (", number.major, ":", number.minor, ")");
+  const HeldSignals held;
   const pid_t worker = createWorker(
-      keyboardArguments(workerLog(&Settings::debugKeyboard), linkOf(ctrl), number), Orphan::livesOn);
+      held, keyboardArguments(workerLog(&Settings::debugKeyboard), linkOf(ctrl), number), Orphan::livesOn);
   ctrl.addWorker(worker, devicePath);
 
   announceAttached(ctrl.osd, readDeviceName(devicePath + "/device/.."));
@@ -78,7 +83,9 @@ void launchGenericWorker(RxCtrl& ctrl, const std::string& devicePath) {
     ctrl.lastGenericStart = timestampNow();
   }
   logDebug("starting usb_rx_generic for ", devicePath);
+  const HeldSignals held;
   const pid_t worker = createWorker(
+      held,
       genericArguments(workerLog(&Settings::debugGeneric), genericOptionsOf(ctrl), linkOf(ctrl), devicePath),
       Orphan::isTerminated);
   ctrl.addWorker(worker, devicePath);

@@ -2,13 +2,14 @@
 
 #include <sys/types.h>
 
+#include "ctrl/signals.h"
 #include "workers/worker_arguments.h"
 
 /** What becomes of a worker when the daemon ends. */
 enum class Orphan { livesOn, isTerminated };
 
 /**
- * Creates the process of a worker and returns its id, once the process is the worker or has ended. Throws "fork()". A
- * program that cannot be executed ends the daemon (see signals.h).
+ * Creates the process of a worker and returns its id. The process is the worker then, or is about to end. Throws "fork()". A
+ * program that cannot be executed ends the daemon (see signals.h), but not before the held signals are let go.
  */
-pid_t createWorker(WorkerArguments arguments, Orphan orphan);
+pid_t createWorker(const HeldSignals& held, WorkerArguments arguments, Orphan orphan);

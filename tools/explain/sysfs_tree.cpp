@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 #include <string_view>
 #include <system_error>
 
@@ -45,6 +46,10 @@ class ReadableDevice : public SysfsDevice {
 
   [[nodiscard]] std::string content(const std::string& name) const override {
     return unlessDenied(path() + "/" + name, [&] { return SysfsDevice::content(name); });
+  }
+
+  [[nodiscard]] std::optional<std::string> find(const std::string& name) const override {
+    return unlessDenied(path() + "/" + name, [&] { return SysfsDevice::find(name); });
   }
 };
 

@@ -38,7 +38,7 @@ class BlockedSignal {
 class WorkerProcess : public support::LaunchWorld {
  protected:
   static pid_t create() {
-    return createWorker({"usb_rx_scsi", "eth1", "host", "5002", "/disk"}, Orphan::livesOn);
+    return createWorker(HeldSignals(), {"usb_rx_scsi", "eth1", "host", "5002", "/disk"}, Orphan::livesOn);
   }
 
  private:
