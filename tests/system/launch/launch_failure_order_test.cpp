@@ -8,7 +8,6 @@
 #include <string>
 
 #include "sim/contract.h"
-#include "support/held_attribute.h"
 #include "support/named_case.h"
 #include "system/support/attached_devices.h"
 #include "system/support/daemon_fixture.h"
@@ -28,38 +27,30 @@ std::string addDisk(sim::Sysfs& sysfs) {
   return sysfs.add(sim::ScsiGenericNode{.usbDevice = sysfs.add(support::disk())});
 }
 
-std::string productOfKeyboard() {
-  return support::keyboard().directory() + "/product";
-}
-
 /** A device or node whose worker is this program. */
 struct Kind : support::NamedCase {
   const char* program;
   std::function<std::string(sim::Sysfs& sysfs)> add;
-  /** Adds what is missing for a file that coldplug reads once it has started the worker; that file. */
-  std::function<std::string(sim::Sysfs& sysfs, const std::string& directory)> fileReadAfterwards;
   std::function<std::string(const std::string& directory)> starting;  ///< what is logged of its start
+  Lines shown;                                                        ///< on the display
 };
 
 const std::vector<Kind> kinds = {
     {{"Generic"},
      "usb_rx_generic",
      [](sim::Sysfs& sysfs) { return sysfs.add(support::scanner()); },
-     [](sim::Sysfs& sysfs, const std::string& /*directory*/) {
-       addKeyboard(sysfs);
-       return productOfKeyboard();
-     },
-     debug::startingGeneric},
+     debug::startingGeneric,
+     {}},
     {{"Keyboard"},
      "usb_rx_keyboard",
      addKeyboard,
-     [](sim::Sysfs& /*sysfs*/, const std::string& /*directory*/) { return productOfKeyboard(); },
-     [](const std::string& directory) { return debug::startingKeyboard(directory, "180:0"); }},
+     [](const std::string& directory) { return debug::startingKeyboard(directory, "180:0"); },
+     {contract::display::attached("Keyboard") + "\n"}},
     {{"Scsi"},
      "usb_rx_scsi",
      addDisk,
-     [](sim::Sysfs& /*sysfs*/, const std::string& directory) { return directory + "/device/vendor"; },
-     debug::startingScsi},
+     debug::startingScsi,
+     {contract::display::attached("ACME     Memory Stick    ") + "\n"}},
 };
 
 class LaunchFailureOrder : public support::DaemonFixture, public testing::WithParamInterface<Kind> {
@@ -99,15 +90,22 @@ TEST_P(LaunchFailureOrder, AtHotplugIsTheLastThingThatIsLogged) {
   expectStartThenFailure(messagesOfFailedDaemon(), directory);
 }
 
-TEST_P(LaunchFailureOrder, AtColdplugEndsTheDaemonBeforeItServes) {
+TEST_P(LaunchFailureOrder, AtColdplugIsTheLastThingThatIsLogged) {
   takeProgramAway();
   const std::string directory = add();
-  const support::HeldAttribute heldUp(GetParam().fileReadAfterwards(unit.sysfs, directory));
   startDebugging();
   const Lines messages = messagesOfFailedDaemon();
   expectStartThenFailure(messages, directory);
   EXPECT_TRUE(has(messages, debug::coldplugging));
-  EXPECT_FALSE(has(messages, debug::hotplugging));
+}
+
+// As for any other device: the daemon ends when it has shown the user what it has started.
+TEST_P(LaunchFailureOrder, ComesAfterTheAnnouncementOfNodes) {
+  takeProgramAway();
+  add();
+  startDebugging();
+  static_cast<void>(messagesOfFailedDaemon());
+  EXPECT_EQ(unit.display.takeWrites(), GetParam().shown);
 }
 
 TEST_P(LaunchFailureOrder, AtARestartFollowsThatOfTheRestart) {

@@ -222,7 +222,8 @@ TEST_F(SignalsTest, OnceRestoredHaveNoHandlersAndAreNeitherIgnoredNorBlocked) {
     std::signal(SIGRTMAX, SIG_IGN);
     block(SIGUSR1);
     block(SIGRTMAX);
-    HeldSignals().restoreDefaults();
+    const HeldSignals held;
+    held.restoreDefaults();
     EXPECT_EQ(blockedSignals(), std::set<int>());
     for (int signal = 1; signal <= SIGRTMAX; ++signal) {
       struct sigaction action {};
