@@ -152,9 +152,11 @@ class Purposes:
 
     @staticmethod
     def of_mask(text):
-        if not text.startswith("SIG_SETMASK"):
-            return "a blocked signal"
-        return "signals that wait during a launch" if "~[" in text else "signals that have waited during a launch"
+        return {
+            "SIG_UNBLOCK": "a blocked signal",
+            "SIG_BLOCK": "signals that wait during a launch",
+            "SIG_SETMASK": "signals that have waited during a launch",
+        }.get(text.partition(", ")[0])
 
     @staticmethod
     def of_write(text):
