@@ -14,7 +14,7 @@ install(FILES ${manuals}/usb_rx_ctrl.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
 
 # As in the sources, so that the documents' links to each other lead somewhere.
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(FILES docs/architecture.md docs/development.md docs/faults.md docs/kernels.md
+install(FILES docs/architecture.md docs/development.md docs/faults.md docs/kernels.md docs/performance.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
 install(FILES devices/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/devices)
 install(FILES examples/quor.conf DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)

@@ -18,7 +18,7 @@ constexpr std::uint32_t everyGroup = 0xFFFFFFFF;
 constexpr int receiveBufferBytes = 16 * 1024 * 1024;
 
 // Longer than any uevent of the kernel: what a longer datagram took is not kept for ever.
-constexpr std::size_t keptBytes = 16 * 1024;
+constexpr std::size_t keptBytes = 16'384;
 
 void enlargeReceiveBuffer(int fd) {
   // SO_RCVBUFFORCE exceeds the system-wide limit, but needs privilege.

@@ -22,6 +22,7 @@ class ProgramCall {
   explicit ProgramCall(std::vector<std::string>& arguments);
   ProgramCall(const ProgramCall&) = delete;
   ProgramCall& operator=(const ProgramCall&) = delete;
+  ~ProgramCall() = default;
 
   /**
    * What execvp does, with functions only that a signal handler may call: the first candidate that can be executed
