@@ -52,14 +52,14 @@ FileDescriptor::~FileDescriptor() {
 
 std::optional<std::string> FileDescriptor::contentOf(const std::string& path) {
   FileDescriptor file(-1, path, false);
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd == -1 && (errno == ENOENT || errno == ENOTDIR)) {
+  const int opened = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (opened == -1 && (errno == ENOENT || errno == ENOTDIR)) {
     return {};
   }
-  if (fd == -1) {
+  if (opened == -1) {
     throwErrno({"open(\"", path, "\")"}, errno);
   }
-  file.own(fd);
+  file.own(opened);
   return file.readAll();
 }
 
