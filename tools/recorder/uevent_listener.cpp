@@ -44,11 +44,15 @@ int openedSocket() {
   return fd;
 }
 
-bool isReadableBy(const ulx::FileDescriptor& socket, Clock::time_point deadline) {
+ulx::FdSetRecord reading(const ulx::FileDescriptor& socket) {
   ulx::FdSetRecord sets;
   sets.addReader(socket.fd());
+  return sets;
+}
+
+bool isReadableBy(const ulx::FileDescriptor& socket, Clock::time_point deadline) {
   const std::chrono::duration<float> left = deadline - Clock::now();
-  return ulx::waitForFd(std::move(sets), std::max(left.count(), 0.0F)) == socket.fd();
+  return ulx::waitForFd(reading(socket), std::max(left.count(), 0.0F)) == socket.fd();
 }
 
 }  // namespace

@@ -14,7 +14,6 @@
 #include <functional>
 #include <set>
 #include <string>
-#include <utility>
 
 #include "ctrl/settings.h"
 #include "sim/contract.h"
@@ -38,7 +37,7 @@ constexpr unsigned patience = 20;  // seconds, for what must not block
 std::size_t takeChildExits() {
   ulx::FdSetRecord sets;
   sets.addReader(childExitReadEnd().fd());
-  return ulx::pollFd(std::move(sets)) ? childExitReadEnd().readSome().size() : 0;
+  return ulx::pollFd(ulx::FdSetRecord(sets)) ? childExitReadEnd().readSome().size() : 0;
 }
 
 // When it returns, SIGCHLD has been handled.
