@@ -56,7 +56,7 @@ const std::string& NetlinkClientSocket::recvfrom() {
     ulx::throwErrno({"recvfrom(", name(), ")"}, errno);
   }
   if (datagram_.capacity() > keptBytes) {
-    datagram_ = {};
+    std::string().swap(datagram_);
   }
   datagram_.assign(static_cast<std::size_t>(size), '\0');
   const ssize_t received = ::recvfrom(fd(), datagram_.data(), datagram_.size(), 0, nullptr, nullptr);

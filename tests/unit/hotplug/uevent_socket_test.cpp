@@ -138,6 +138,19 @@ TEST_F(UeventSocketInAWorld, ReceivesDatagramsOneByOneInTheirOrder) {
   EXPECT_EQ(socket.recvfrom(), "3");
 }
 
+TEST_F(UeventSocketInAWorld, KeepsTheMemoryOfAUsualDatagramAndOfNoLongerOne) {
+  NetlinkClientSocket socket;
+  const sim::UeventSender kernel;
+  kernel.send(std::string(2'000, 'x'));
+  kernel.send("short");
+  kernel.send(std::string(100'000, 'x'));
+  kernel.send("short");
+  (void)socket.recvfrom();
+  EXPECT_GE(socket.recvfrom().capacity(), 2'000U);
+  (void)socket.recvfrom();
+  EXPECT_LT(socket.recvfrom().capacity(), 2'000U);
+}
+
 TEST(UeventSocket, ReceivesAnEmptyDatagram) {
   NetlinkClientSocket socket;
   const LocalDatagrams datagrams(socket);
