@@ -1,5 +1,8 @@
+#include <sched.h>
+
 #include <algorithm>
 #include <csignal>
+#include <cstddef>
 #include <map>
 #include <string>
 #include <vector>
@@ -32,6 +35,27 @@ const std::string known = "add of a device that has a worker";
 const std::string query = "query";
 const std::string launch = "plug and launch";
 const std::string endOfWorker = "end of a worker";
+
+/**
+ * Leaves this process, and what it starts, one processor, as on a unit. On another one the looks at thousands of workers
+ * would hold the kernel's list of processes, and the daemon would wait for it at each launch.
+ */
+class OneProcessor {
+ public:
+  OneProcessor() {
+    ::sched_getaffinity(0, sizeof former_, &former_);
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    CPU_SET(static_cast<std::size_t>(::sched_getcpu()), &one);
+    ::sched_setaffinity(0, sizeof one, &one);
+  }
+  OneProcessor(const OneProcessor&) = delete;
+  OneProcessor& operator=(const OneProcessor&) = delete;
+  ~OneProcessor() { ::sched_setaffinity(0, sizeof former_, &former_); }
+
+ private:
+  cpu_set_t former_{};
+};
 
 class CostMeter {
  public:
@@ -134,6 +158,7 @@ void compareEnds(Figures& figures, double beside10, double beside5000) {
 }  // namespace
 
 void compareCosts(Figures& figures) {
+  const OneProcessor alone;
   figures.begin("processor time, 10 workers");
   const Costs beside10 = measureBeside(few);
   report(figures, beside10);
