@@ -116,6 +116,15 @@ TEST_F(UeventCost, IsTheWayToTheDeviceAndOneLinkForOtherSubsystems) {
             (Calls{SYS_recvfrom, SYS_getcwd, SYS_chdir, SYS_getcwd, SYS_chdir, linkReading, SYS_recvfrom}));
 }
 
+TEST_F(UeventCost, IsOneReadingOfTheirUeventForInterfaces) {
+  unit.sysfs.makeDirectory("/sys/devices/interface");
+  unit.sysfs.makeLink("/sys/devices/interface/subsystem", "../../bus/usb");
+  unit.sysfs.writeAttribute("/sys/devices/interface", "uevent", "DEVTYPE=usb_interface\n");
+  EXPECT_EQ(roundOf(sim::uevent("add", "/devices/interface")).calls,
+            (Calls{SYS_recvfrom, SYS_getcwd, SYS_chdir, SYS_getcwd, SYS_chdir, linkReading, SYS_openat,
+                   SYS_read, SYS_read, SYS_close, SYS_recvfrom}));
+}
+
 TEST_F(UeventCost, IsTheFirstStepOnTheWayForADeviceThatHasGone) {
   EXPECT_EQ(roundOf(sim::uevent("add", "/devices/gone")).calls,
             (Calls{SYS_recvfrom, SYS_getcwd, SYS_chdir, SYS_recvfrom}));
