@@ -10,7 +10,7 @@ ROOT = Path(__file__).resolve().parent.parent
 # What stands before a quoted include: as in the targets' include paths.
 INCLUDE_FOLDERS = ("src", "tests", ".")
 
-SOURCE_FOLDERS = ("src", "tools", "demo", "tests")
+SOURCE_FOLDERS = ("src", "tools", "examples", "demo", "tests")
 
 _include = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
 

@@ -43,7 +43,7 @@ debian_mirror() {
 build_packages=(cmake g++ libboost-dev libiniparser-dev ninja-build python3)
 
 # What the tests need besides.
-test_packages=(busybox-static libedit-dev libgmock-dev libgtest-dev mandoc nlohmann-json3-dev python3 systemd)
+test_packages=(busybox-static libedit-dev libgmock-dev libgtest-dev libsodium-dev mandoc nlohmann-json3-dev python3 systemd)
 
 # What the measurements and storms need besides.
 bench_packages=(libbenchmark-dev nlohmann-json3-dev)
