@@ -24,15 +24,20 @@ const std::string probe = bus + "drivers_probe";
 
 }  // namespace
 
+void layOutDevice(const std::string& directory) {
+  sim::writeFile(directory + "/bDeviceClass", "00\n");
+  sim::writeFile(directory + "/busnum", "1\n");
+  sim::writeFile(directory + "/devnum", "7\n");
+  sim::writeFile(directory + "/speed", "480\n");
+  sim::writeFile(directory + "/descriptors",
+                 {"\x12\x01\x00\x02\x00\x00\x00\x40\x27\x06\x01\x00\x00\x00\x01\x02\x03\x01", 18});
+}
+
 ExportingKernel::ExportingKernel(std::string directory)
     : directory_(std::move(directory)), busId_(fs::path(directory_).filename()) {
-  writeAttribute("bDeviceClass", "00\n");
-  writeAttribute("busnum", "1\n");
-  writeAttribute("devnum", "7\n");
-  writeAttribute("speed", "480\n");
-  writeAttribute("descriptors", {"\x12\x01\x00\x02\x00\x00\x00\x40\x27\x06\x01\x00\x00\x00\x01\x02\x03\x01", 18});
-  for (const std::string& path :
-       {usbUnbind, hostFolder + "/unbind", hostFolder + "/match_busid", hostFolder + "/bind", probe}) {
+  layOutDevice(directory_);
+  for (const std::string& path : {usbUnbind, hostFolder + "/unbind", hostFolder + "/match_busid",
+                                  hostFolder + "/bind", probe, directory_ + "/usbip_sockfd"}) {
     listenAt(path);
   }
   giveTo("usb");
@@ -46,6 +51,10 @@ void ExportingKernel::unloadUsbipHost() {
   fs::remove_all(hostFolder);
 }
 
+void ExportingKernel::refuseToBind() {
+  fs::remove(hostFolder + "/bind");
+}
+
 std::string ExportingKernel::driver() const {
   std::error_code none;
   return fs::read_symlink(directory_ + "/driver", none).filename();
@@ -55,14 +64,11 @@ void ExportingKernel::giveTo(const std::string& driver) {
   for (const char* name : {"/driver", "/usbip_status"}) {
     fs::remove(directory_ + name);
   }
-  attributes_.erase(directory_ + "/usbip_sockfd");
-  fs::remove(directory_ + "/usbip_sockfd");
   if (!driver.empty()) {
     fs::create_symlink(bus + "drivers/" + driver, directory_ + "/driver");
   }
   if (driver == "usbip-host") {
     writeAttribute("usbip_status", "1\n");
-    listenAt(directory_ + "/usbip_sockfd");
   }
 }
 
@@ -83,7 +89,6 @@ void ExportingKernel::loseLink() {
 
 void ExportingKernel::plugOut() {
   closeLink();
-  attributes_.erase(directory_ + "/usbip_sockfd");
   fs::remove_all(directory_);
 }
 
@@ -112,8 +117,18 @@ std::string ExportingKernel::take(const std::string& path) const {
   return {bytes.data(), count > 0 ? static_cast<std::size_t>(count) : 0};
 }
 
+void ExportingKernel::takeAll() const {
+  for (const auto& attribute : attributes_) {
+    take(attribute.first);
+  }
+}
+
 // A worker's writes that have come together are served in the order in which a worker makes them.
 void ExportingKernel::serve() {
+  if (!fs::exists(directory_)) {
+    takeAll();
+    return;
+  }
   if (take(usbUnbind) == busId_ || take(hostFolder + "/unbind") == busId_) {
     closeLink();
     giveTo("");

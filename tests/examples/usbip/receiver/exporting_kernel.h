@@ -2,7 +2,6 @@
 
 #include <sys/types.h>
 
-#include <list>
 #include <map>
 #include <memory>
 #include <string>
@@ -13,18 +12,23 @@
 
 namespace examples {
 
+/** Lays out the attributes of a USB device that workers read: 0627:0001 of high speed, number 7 on bus 1. */
+void layOutDevice(const std::string& directory);
+
 /**
  * One USB device in "/sys", and a kernel that exports it for one worker: during every wait of this process it does what a
  * worker's writes ask for. It takes the worker's socket as the kernel does, and can read what it finds there.
  */
 class ExportingKernel {
  public:
-  /** Lays out 0627:0001 of high speed, which the driver "usb" has. */
+  /** Lays the device out, which the driver "usb" has. */
   explicit ExportingKernel(std::string directory = "/sys/devices/pci0000:00/usb1/1-2");
 
   [[nodiscard]] const std::string& directory() const { return directory_; }
   void writeAttribute(const std::string& name, const std::string& content) const;
   void unloadUsbipHost();
+  /** From now on nothing can be bound to usbip-host. */
+  void refuseToBind();
 
   /** The process whose socket the kernel takes. */
   void serveWorker(pid_t worker) { worker_ = sim::ProcessHandle(worker); }
@@ -52,7 +56,9 @@ class ExportingKernel {
   };
 
   void listenAt(const std::string& path);
-  [[nodiscard]] std::string take(const std::string& path) const;
+  // What has been written to an attribute and was not taken yet.
+  std::string take(const std::string& path) const;
+  void takeAll() const;
   void serve();
   void closeLink();
 

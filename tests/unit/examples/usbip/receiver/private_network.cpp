@@ -7,12 +7,11 @@
 #include <sys/mount.h>
 #include <sys/socket.h>
 
-#include <cstring>
-
 #include "sim/descriptor.h"
 #include "sim/error.h"
 #include "sim/files.h"
 #include "support/eventually.h"
+#include "support/loopback.h"
 
 namespace {
 
@@ -29,18 +28,10 @@ void showAt(const std::string& place, const std::string& file) {
          "mount(" + file + " on " + place + ")");
 }
 
-void bringUpLoopback() {
-  const sim::Descriptor socket(::socket(AF_INET, SOCK_DGRAM, 0));
-  ifreq request{};
-  std::strcpy(request.ifr_name, "lo");  // NOLINT(clang-analyzer-security.insecureAPI.strcpy): it has room
-  request.ifr_flags = IFF_UP;
-  expect(::ioctl(socket.get(), SIOCSIFFLAGS, &request), "SIOCSIFFLAGS");
-}
-
 }  // namespace
 
 PrivateNetwork::PrivateNetwork() {
-  bringUpLoopback();
+  support::bringUpLoopback();
   sim::writeFile(hosts, "");
   showAt("/etc/hosts", hosts);
   sim::writeFile("/sim/nsswitch.conf", "hosts: files\n");
