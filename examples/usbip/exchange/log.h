@@ -13,9 +13,9 @@ class Log {
   /** `program` must outlive it, as openlog(3) wants. */
   Log(const char* program, LogDestination destination, bool debugging);
 
-  /** What somebody wants to know. */
+  /** What happens. */
   void print(const std::string& line) const;
-  /** What somebody who looks for a fault wants to know: only with debugging. */
+  /** Each step, for the search of a fault: only where debugging is on. */
   void debug(const std::string& line) const;
   /** What went wrong. */
   void error(const std::string& line) const;
