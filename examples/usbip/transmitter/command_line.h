@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace usbip {
+
+/** What usb_tx_usbip is to do. */
+enum class Task { serve, list, help };
+
+struct Arguments {
+  Task task = Task::serve;
+  bool debugging = false;
+  bool toSyslog = false;
+  bool anyPeer = false;
+  std::string keyFile{};     ///< empty: there are no keys
+  std::uint16_t port = 0;  ///< of TCP
+};
+
+/** What is printed for arguments that are wrong, and before the help. */
+extern const char* const usage;
+extern const char* const help;
+
+/** Nothing for what is wrong. */
+[[nodiscard]] std::optional<Arguments> parseArguments(const std::vector<std::string>& arguments);
+
+}  // namespace usbip

@@ -1,0 +1,32 @@
+#include "examples/usbip/transmitter/stop_signals.h"
+
+#include <sys/signalfd.h>
+
+#include <cerrno>
+#include <csignal>
+
+#include "ulx/exceptions.h"
+
+namespace usbip {
+namespace {
+
+int openSignals() {
+  sigset_t signals;
+  ::sigemptyset(&signals);
+  ::sigaddset(&signals, SIGTERM);
+  ::sigaddset(&signals, SIGINT);
+  if (::sigprocmask(SIG_BLOCK, &signals, nullptr) != 0) {
+    ulx::throwErrno("sigprocmask()", errno);
+  }
+  const int descriptor = ::signalfd(-1, &signals, SFD_NONBLOCK | SFD_CLOEXEC);
+  if (descriptor == -1) {
+    ulx::throwErrno("signalfd()", errno);
+  }
+  return descriptor;
+}
+
+}  // namespace
+
+StopSignals::StopSignals() : descriptor_(openSignals(), true) {}
+
+}  // namespace usbip
