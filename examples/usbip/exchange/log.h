@@ -7,7 +7,10 @@ namespace usbip {
 /** Where a program's lines go. */
 enum class LogDestination { standardError, syslog };
 
-/** A program's lines, each with the program's name before it. */
+/**
+ * A program's lines, each with the program's name before it. A line whose reader has gone is lost: from the first log on,
+ * SIGPIPE is ignored.
+ */
 class Log {
  public:
   /** `program` must outlive it, as openlog(3) wants. */

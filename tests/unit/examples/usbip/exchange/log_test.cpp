@@ -4,6 +4,7 @@
 #include <syslog.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "sim/namespaces.h"
@@ -33,6 +34,14 @@ TEST(LogToStandardError, HasNoDebugLinesUnlessDebuggingIsOn) {
   const support::CapturedStandardError captured;
   logOneLineOfEachKind(Log("usb_rx_usbip", LogDestination::standardError, false));
   EXPECT_EQ(captured.writes(), (Lines{"usb_rx_usbip: is exported\n", "usb_rx_usbip: is lost\n"}));
+}
+
+TEST(LogToStandardError, LosesLinesThatNobodyReadsAnyMore) {
+  support::PacketPipe pipe;
+  const support::ReplacedStandardError replaced(pipe.writeEnd());
+  const Log log("usb_rx_usbip", LogDestination::standardError, true);
+  pipe.closeReadEnd();
+  logOneLineOfEachKind(log);
 }
 
 class LogToSyslog : public testing::Test {
