@@ -1,0 +1,115 @@
+#include "examples/usbip/receiver/exported_device.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <string>
+#include <string_view>
+
+#include "examples/usbip/receiver/failure_line.h"
+#include "ulx/exceptions.h"
+#include "ulx/file_descriptor.h"
+#include "ulx/path.h"
+
+namespace usbip {
+namespace {
+
+constexpr const char* usbipHost = "usbip-host";
+const std::string usbipHostFolder = "/sys/bus/usb/drivers/usbip-host";
+
+// An attribute takes one write.
+void writeTo(const std::string& attribute, const std::string& text) {
+  ulx::FileDescriptor(attribute, O_WRONLY).writeAll(text.data(), text.size());
+}
+
+// The name of the driver that has the device; empty when none has.
+std::string driverOf(const UsbDevice& device) {
+  const std::string link = device.directory() + "/driver";
+  std::array<char, PATH_MAX> target{};
+  const ssize_t length = ::readlink(link.c_str(), target.data(), target.size());
+  if (length == -1) {
+    const int error = errno;
+    if (error == ENOENT || error == ENOTDIR) {
+      return {};
+    }
+    ulx::throwErrno({"readlink(", link, ")"}, error);
+  }
+  const std::string_view path(target.data(), static_cast<std::size_t>(length));
+  return std::string(path.substr(path.rfind('/') + 1));
+}
+
+// The driver binds devices whose bus ids stand in a table of its own, which has few places. So the bus id is there only
+// while the device is bound: what is deleted then vanishes by itself when usbip-host loses the device.
+void bindToUsbipHost(const std::string& busId) {
+  const std::string table = usbipHostFolder + "/match_busid";
+  writeTo(table, "add " + busId);
+  writeTo(usbipHostFolder + "/bind", busId);
+  writeTo(table, "del " + busId);
+}
+
+}  // namespace
+
+void requireUsbipHost() {
+  if (!ulx::pathExists(usbipHostFolder)) {
+    throw ulx::StrException("the kernel's driver usbip-host is not loaded: modprobe usbip-host");
+  }
+}
+
+ExportedDevice::ExportedDevice(const UsbDevice& device, const Log& log, StillItsDrivers /*state*/)
+    : device_(device), log_(log) {}
+
+// The delegated constructor has run when something fails: the destructor gives back what had been taken by then.
+ExportedDevice::ExportedDevice(const UsbDevice& device, const Log& log)
+    : ExportedDevice(device, log, StillItsDrivers{}) {
+  take();
+}
+
+ExportedDevice::~ExportedDevice() {
+  try {
+    giveBack();
+  } catch (const ulx::NoSuchDevice&) {
+    log_.debug(device_.busId() + " has gone, and needs no driver");
+  } catch (const ulx::Exception& error) {
+    log_.error(device_.busId() + " is not given back: " + failureLine(error));
+  }
+}
+
+void ExportedDevice::take() const {
+  const std::string driver = driverOf(device_);
+  if (!driver.empty()) {
+    log_.debug("taking " + device_.busId() + " from the driver " + driver);
+    writeTo(device_.directory() + "/driver/unbind", device_.busId());
+  }
+  bindToUsbipHost(device_.busId());
+}
+
+void ExportedDevice::giveBack() const {
+  if (!device_.isThere()) {
+    return;
+  }
+  log_.debug("giving " + device_.busId() + " back to its own driver");
+  if (driverOf(device_) == usbipHost) {
+    writeTo(usbipHostFolder + "/unbind", device_.busId());
+  }
+  writeTo("/sys/bus/usb/drivers_probe", device_.busId());
+}
+
+void ExportedDevice::handOver(int socket) const {
+  writeTo(device_.directory() + "/usbip_sockfd", std::to_string(socket));
+}
+
+std::optional<ExportStatus> ExportedDevice::status() const {
+  const std::optional<std::string> text =
+      ulx::FileDescriptor::contentOf(device_.directory() + "/usbip_status");
+  if (!text) {
+    return {};
+  }
+  return text->starts_with('1')   ? ExportStatus::available
+         : text->starts_with('2') ? ExportStatus::used
+                                  : ExportStatus::failed;
+}
+
+}  // namespace usbip

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <optional>
+
+#include "examples/usbip/exchange/log.h"
+#include "examples/usbip/receiver/usb_device.h"
+
+namespace usbip {
+
+/** Throws a ulx::StrException that says what to do where the kernel's driver usbip-host is not loaded. */
+void requireUsbipHost();
+
+/** The kernel's view of a device that usbip-host has, as its attribute usbip_status says. */
+enum class ExportStatus { available, used, failed };
+
+/**
+ * A device that has been taken from its driver, for usbip-host. Its destructor gives it back, which ends the link that it
+ * has then. A device that is plugged out meanwhile needs nothing more.
+ */
+class ExportedDevice {
+ public:
+  /**
+   * Takes the device from whatever driver has it: also from usbip-host itself, where a killed worker has left it with a
+   * link that ends now. Throws the class of a failed call's error number; its own driver has the device again then.
+   * `device` and `log` must outlive it.
+   */
+  ExportedDevice(const UsbDevice& device, const Log& log);
+  ExportedDevice(const ExportedDevice&) = delete;
+  ExportedDevice& operator=(const ExportedDevice&) = delete;
+  ~ExportedDevice();
+
+  /** Gives a connected socket to the kernel, which speaks USB/IP on it from then on. Throws a failed write. */
+  void handOver(int socket) const;
+
+  /** What the kernel says; nothing where usbip-host has the device no more. */
+  [[nodiscard]] std::optional<ExportStatus> status() const;
+
+ private:
+  struct StillItsDrivers {};
+  ExportedDevice(const UsbDevice& device, const Log& log, StillItsDrivers);
+
+  void take() const;
+  void giveBack() const;
+
+  const UsbDevice& device_;
+  const Log& log_;
+};
+
+}  // namespace usbip

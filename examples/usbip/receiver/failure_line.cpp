@@ -1,0 +1,11 @@
+#include "examples/usbip/receiver/failure_line.h"
+
+namespace usbip {
+
+std::string failureLine(const ulx::Exception& failure) {
+  std::string text = failure.text();
+  text.pop_back();  // every text has a line end
+  return text;
+}
+
+}  // namespace usbip

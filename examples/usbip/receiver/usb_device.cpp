@@ -1,0 +1,120 @@
+#include "examples/usbip/receiver/usb_device.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <climits>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+#include "ulx/exceptions.h"
+#include "ulx/file_descriptor.h"
+
+namespace usbip {
+namespace {
+
+std::string resolved(const std::string& directory) {
+  struct Free {
+    void operator()(char* text) const { std::free(text); }
+  };
+  const std::unique_ptr<char, Free> path(::realpath(directory.c_str(), nullptr));
+  if (!path) {
+    ulx::throwErrno({"realpath(", directory, ")"}, errno);
+  }
+  return path.get();
+}
+
+std::string lastComponent(const std::string& path) {
+  return path.substr(path.rfind('/') + 1);
+}
+
+std::string withoutLineEnd(std::string text) {
+  if (text.ends_with('\n')) {
+    text.pop_back();
+  }
+  return text;
+}
+
+std::string attribute(const std::string& directory, const char* name) {
+  return withoutLineEnd(ulx::FileDescriptor(directory + "/" + name, O_RDONLY).readAll());
+}
+
+std::uint32_t numberIn(const std::string& directory, const char* name) {
+  const std::string text = attribute(directory, name);
+  std::uint32_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc() || end != text.data() + text.size()) {
+    throw ulx::StrException(directory + "/" + name + " has no number in it");
+  }
+  return number;
+}
+
+// The words of sysfs, in Mbit/s.
+Speed speedIn(const std::string& directory) {
+  struct Word {
+    std::string_view text;
+    Speed speed;
+  };
+  static constexpr std::array words{Word{"1.5", Speed::low},         Word{"12", Speed::full},
+                                    Word{"480", Speed::high},        Word{"5000", Speed::super},
+                                    Word{"10000", Speed::superPlus}, Word{"20000", Speed::superPlus}};
+  const std::string text = attribute(directory, "speed");
+  const auto* known = std::ranges::find(words, text, &Word::text);
+  if (known == words.end()) {
+    throw ulx::StrException("its speed is not known: " + text);
+  }
+  return known->speed;
+}
+
+void expectNoHub(const std::string& directory) {
+  if (attribute(directory, "bDeviceClass") == "09") {
+    throw CannotBeExported(lastComponent(directory) + " is a hub, and hubs are not exported");
+  }
+}
+
+// The kernel does not export what it has from another machine.
+void expectOwn(const std::string& directory) {
+  if (directory.find("/vhci_hcd") != std::string::npos) {
+    throw CannotBeExported(lastComponent(directory) +
+                           " comes from another machine, and is not exported again");
+  }
+}
+
+Offer offerOf(const std::string& directory) {
+  constexpr unsigned busShift = 16;
+  Offer offer;
+  offer.busId = lastComponent(directory);
+  offer.devId = numberIn(directory, "busnum") << busShift | numberIn(directory, "devnum");
+  offer.speed = speedIn(directory);
+  ulx::FileDescriptor(directory + "/descriptors", O_RDONLY).readDeviceDescriptor(offer.descriptor);
+  return offer;
+}
+
+}  // namespace
+
+UsbDevice::UsbDevice(const std::string& directory) : directory_(resolved(directory)) {
+  expectNoHub(directory_);
+  expectOwn(directory_);
+  offer_ = offerOf(directory_);
+}
+
+std::string UsbDevice::text() const {
+  return busId() + " (" + productIdOf(offer_.descriptor) + ", " + std::string(nameOf(offer_.speed)) + ")";
+}
+
+bool UsbDevice::isThere() const {
+  constexpr std::uint32_t numberOnBus = 0xffff;
+  try {
+    const std::optional<std::string> number = ulx::FileDescriptor::contentOf(directory_ + "/devnum");
+    return number && withoutLineEnd(*number) == std::to_string(offer_.devId & numberOnBus);
+  } catch (const ulx::NoSuchDevice&) {  // it has gone between open and read
+    return false;
+  }
+}
+
+}  // namespace usbip

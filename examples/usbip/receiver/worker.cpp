@@ -1,0 +1,77 @@
+#include "examples/usbip/receiver/worker.h"
+
+#include <string>
+
+#include "examples/usbip/receiver/connection.h"
+#include "examples/usbip/receiver/conversation.h"
+#include "examples/usbip/receiver/end_of_export.h"
+#include "examples/usbip/receiver/exported_device.h"
+#include "examples/usbip/receiver/failure_line.h"
+#include "examples/usbip/receiver/transmitter.h"
+#include "examples/usbip/receiver/usb_device.h"
+#include "ulx/exceptions.h"
+#include "ulx/path.h"
+
+namespace usbip {
+namespace {
+
+constexpr int deviceHasGone = 0;
+constexpr int linkIsLost = 1;
+
+Connection connect(const Arguments& arguments, const Termination& termination, const Log& log) {
+  return arguments.patience ? connectWithin(*arguments.patience, arguments.transmitter, termination, log)
+                            : connectTo(arguments.transmitter, termination, log);
+}
+
+// Returns when the link is lost, or the device has gone.
+EndOfExport lend(const UsbDevice& device, const Arguments& arguments, const Termination& termination,
+                 const Log& log) {
+  const Connection farSide = connect(arguments, termination, log);
+  log.debug("connected to " + farSide.farEnd());
+  introduceTo(farSide, arguments.keys);
+  const ExportedDevice exported(device, log);
+  log.debug("offering " + device.text());
+  offerTo(farSide, device.offer());
+  exported.handOver(farSide.socket());
+  log.print(device.text() + " is exported to " + farSide.farEnd());
+  return waitForEnd(farSide, device, exported);
+}
+
+int gone(const UsbDevice& device, const Log& log) {
+  log.print(device.busId() + " has gone");
+  return deviceHasGone;
+}
+
+// Whatever fails because the device has gone is no error.
+int lendUntilGone(const UsbDevice& device, const Arguments& arguments, const Termination& termination,
+                  const Log& log) {
+  try {
+    if (lend(device, arguments, termination, log) == EndOfExport::linkIsLost) {
+      log.error(device.busId() + ": the link is lost");
+      return linkIsLost;
+    }
+  } catch (const EndRequested&) {
+    log.print(device.busId() + ": asked to end");
+    return EndRequested().status;
+  } catch (const ulx::Exception& error) {
+    if (device.isThere()) {
+      log.error(device.busId() + ": " + failureLine(error));
+      return error.status;
+    }
+  }
+  return gone(device, log);
+}
+
+}  // namespace
+
+int exportDevice(const Arguments& arguments, const Termination& termination, const Log& log) {
+  if (!ulx::pathExists(arguments.device)) {
+    log.print(arguments.device + " has gone");
+    return deviceHasGone;
+  }
+  const UsbDevice device(arguments.device);
+  requireUsbipHost();
+  return lendUntilGone(device, arguments, termination, log);
+}
+
+}  // namespace usbip
