@@ -3,12 +3,16 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <csignal>
+
 #include "ulx/write_once.h"
 
 namespace usbip {
 
 Log::Log(const char* program, LogDestination destination, bool debugging)
     : program_(program), destination_(destination), debugging_(debugging) {
+  // A program that is killed by a line of its log would leave its devices where they are.
+  static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
   if (destination == LogDestination::syslog) {
     ::openlog(program, LOG_PID, LOG_DAEMON);
   }

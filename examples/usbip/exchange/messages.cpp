@@ -1,7 +1,7 @@
 #include "examples/usbip/exchange/messages.h"
 
 #include <algorithm>
-#include <string>
+#include <utility>
 
 #include "ulx/exceptions.h"
 #include "ulx/format.h"
@@ -43,16 +43,21 @@ Number get(std::span<const std::uint8_t> place) {
   return number;
 }
 
-bool isOfBusId(std::uint8_t byte) {
+bool isOfBusId(char byte) {
   return (byte >= '0' && byte <= '9') || byte == '-' || byte == '.';
 }
 
-std::string busIdOf(std::span<const std::uint8_t> field) {
-  const auto end = std::find(field.begin(), field.end(), 0);
-  if (end == field.begin() || end == field.end() || !std::all_of(field.begin(), end, isOfBusId)) {
+// At least one NUL is behind it where it is sent.
+void expectBusId(std::string_view busId) {
+  if (busId.empty() || busId.size() >= busIdSize || !std::all_of(busId.begin(), busId.end(), isOfBusId)) {
     refuse("this is no bus id");
   }
-  return {field.begin(), end};
+}
+
+std::string busIdOf(std::span<const std::uint8_t> field) {
+  std::string busId(field.begin(), std::find(field.begin(), field.end(), 0));
+  expectBusId(busId);
+  return busId;
 }
 
 Speed speedOf(std::uint8_t number) {
@@ -90,7 +95,7 @@ std::string reasonOf(Verdict verdict) {
     case Verdict::localPeersOnly:
       return "without keys only that machine itself is served there";
     case Verdict::wrongProof:
-      return "the keys there are others";
+      return "the keys there are different";
     case Verdict::noFreePort:
       return "no port is free there";
     case Verdict::speedNotTaken:
@@ -98,7 +103,7 @@ std::string reasonOf(Verdict verdict) {
     case Verdict::notAttached:
       return "the kernel there does not attach it";
   }
-  return ulx::formatString("for reason %u, which is not known here", static_cast<unsigned>(verdict));
+  return ulx::formatString("the reason %u is not known here", static_cast<unsigned>(verdict));
 }
 
 std::string_view nameOf(Speed speed) {
@@ -148,8 +153,9 @@ Greeting decode(const GreetingBytes& bytes) {
 }
 
 OfferBytes encode(const Offer& offer) {
+  expectBusId(offer.busId);
   OfferBytes bytes{};
-  std::copy_n(offer.busId.begin(), std::min(offer.busId.size(), busIdSize - 1), bytes.begin());
+  std::copy(offer.busId.begin(), offer.busId.end(), bytes.begin());
   put(std::span(bytes).subspan(devIdAt), offer.devId);
   bytes[speedAt] = static_cast<std::uint8_t>(offer.speed);
   std::copy(offer.descriptor.begin(), offer.descriptor.end(), bytes.begin() + descriptorAt);
@@ -166,7 +172,7 @@ Offer decode(const OfferBytes& bytes) {
 }
 
 std::string productIdOf(const DeviceDescriptor& descriptor) {
-  // little-endian, as everything of USB
+  // little-endian, as all of USB: idVendor is at 8, idProduct at 10
   return ulx::formatString("%02x%02x:%02x%02x", descriptor[9], descriptor[8], descriptor[11], descriptor[10]);
 }
 

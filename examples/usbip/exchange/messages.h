@@ -29,7 +29,7 @@ enum class Verdict : std::uint8_t {
   notAttached = 8,  ///< the far side's kernel refuses the device
 };
 
-/** What a refusal says, for a log: "no port is free there". A number of a later version has a text, too. */
+/** What a refusal means, for a log: "no port is free there". A number that is not known here has a text, too. */
 [[nodiscard]] std::string reasonOf(Verdict verdict);
 
 inline constexpr std::size_t challengeSize = 32;
@@ -40,6 +40,8 @@ struct Greeting {
   bool hasKeys = false;                ///< whether the sender proves, and wants proof
   Verdict verdict = Verdict::welcome;  ///< the far side's; a worker's is `welcome`
   Challenge challenge{};               ///< fresh random bytes, or zeros without keys
+
+  bool operator==(const Greeting&) const = default;
 };
 
 /** The bytes by which a greeting of any version begins: the magic and the version. */
@@ -49,16 +51,13 @@ using GreetingBytes = std::array<std::uint8_t, greetingSize>;
 
 [[nodiscard]] GreetingBytes encode(const Greeting& greeting);
 
-/**
- * The version that a greeting says. Throws a ulx::StrException for what does not begin with the magic; that much can
- * be told of a greeting of any version.
- */
+/** The version that a greeting of any version has. Throws a ulx::StrException for what does not begin with the magic. */
 [[nodiscard]] std::uint16_t versionOf(std::span<const std::uint8_t, greetingStartSize> start);
 
 /** Throws a ulx::StrException that names both versions unless `version` is `exchangeVersion`. */
 void expectKnownVersion(std::uint16_t version);
 
-/** The value of a greeting of `exchangeVersion`. */
+/** The value of a greeting whose magic and version have been found to be right. */
 [[nodiscard]] Greeting decode(const GreetingBytes& bytes);
 
 /** Speeds of USB devices. The numbers are the kernel's (enum usb_device_speed in linux/usb/ch9.h). */
@@ -72,10 +71,12 @@ using DeviceDescriptor = std::array<std::uint8_t, deviceDescriptorSize>;
 
 /** A device that the worker brings. */
 struct Offer {
-  std::string busId;        ///< the receiver's name of it: "1-2.4"; digits, "-" and ".", at most 31 of them
+  std::string busId;        ///< the receiver's name of it: "1-2.4"; 1 to 31 digits, "-" and "."
   std::uint32_t devId = 0;  ///< the number of its bus, times 65,536, and its number on it
   Speed speed = Speed::low;
   DeviceDescriptor descriptor{};
+
+  bool operator==(const Offer&) const = default;
 };
 
 /** The longest bus id is one byte shorter: the kernel's BUSID_SIZE (drivers/usb/usbip/usbip_common.h). */
@@ -83,11 +84,12 @@ inline constexpr std::size_t busIdSize = 32;
 inline constexpr std::size_t offerSize = busIdSize + 4 + 1 + 1 + deviceDescriptorSize;
 using OfferBytes = std::array<std::uint8_t, offerSize>;
 
+/** Throws a ulx::StrException for a bus id that no device has. */
 [[nodiscard]] OfferBytes encode(const Offer& offer);
 /** Throws a ulx::StrException for what cannot be a device. */
 [[nodiscard]] Offer decode(const OfferBytes& bytes);
 
-/** idVendor and idProduct of a device descriptor as everyone writes them: "0627:0001". */
+/** idVendor and idProduct of a device descriptor, as lsusb(8) writes them: "0627:0001". */
 [[nodiscard]] std::string productIdOf(const DeviceDescriptor& descriptor);
 
 }  // namespace usbip
