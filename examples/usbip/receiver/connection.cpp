@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 
 #include <cerrno>
+#include <utility>
 
 #include "ulx/exceptions.h"
 
@@ -25,8 +26,8 @@ void waitUntilReady(const Connection& connection, short events, Clock::time_poin
 
 }  // namespace
 
-Connection::Connection(int socket, const Termination& termination)
-    : socket_(socket, true), termination_(termination) {
+Connection::Connection(int socket, std::string farEnd, const Termination& termination)
+    : socket_(socket, true), farEnd_(std::move(farEnd)), termination_(termination) {
   const int flags = ::fcntl(socket, F_GETFL);
   if (flags == -1 || ::fcntl(socket, F_SETFL, flags | O_NONBLOCK) == -1) {
     ulx::throwErrno("fcntl(O_NONBLOCK)", errno);

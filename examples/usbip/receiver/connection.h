@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 
 #include "examples/usbip/receiver/termination.h"
 #include "ulx/file_descriptor.h"
@@ -15,10 +16,14 @@ namespace usbip {
  */
 class Connection {
  public:
-  /** `socket` becomes non-blocking. `termination` must outlive it. Throws "fcntl(O_NONBLOCK)". */
-  Connection(int socket, const Termination& termination);
+  /**
+   * `socket` becomes non-blocking. `farEnd` is what a log calls the other end: "192.0.2.1 port 5000". `termination` must
+   * outlive it. Throws "fcntl(O_NONBLOCK)".
+   */
+  Connection(int socket, std::string farEnd, const Termination& termination);
 
   [[nodiscard]] int socket() const { return socket_.fd(); }
+  [[nodiscard]] const std::string& farEnd() const { return farEnd_; }
   [[nodiscard]] const Termination& termination() const { return termination_; }
 
   /**
@@ -34,6 +39,7 @@ class Connection {
 
  private:
   ulx::FileDescriptor socket_;
+  std::string farEnd_;
   const Termination& termination_;
 };
 

@@ -70,10 +70,10 @@ ExportedDevice::ExportedDevice(const UsbDevice& device, const Log& log)
 ExportedDevice::~ExportedDevice() {
   try {
     giveBack();
+  } catch (const ulx::NoSuchDevice&) {
+    log_.debug(device_.busId() + " has gone, and needs no driver");
   } catch (const ulx::Exception& error) {
-    if (device_.isThere()) {
-      log_.error(device_.busId() + " is not given back: " + failureLine(error));
-    }
+    log_.error(device_.busId() + " is not given back: " + failureLine(error));
   }
 }
 
@@ -90,13 +90,11 @@ void ExportedDevice::giveBack() const {
   if (!device_.isThere()) {
     return;
   }
+  log_.debug("giving " + device_.busId() + " back to its own driver");
   if (driverOf(device_) == usbipHost) {
     writeTo(usbipHostFolder + "/unbind", device_.busId());
   }
-  if (driverOf(device_).empty()) {
-    log_.debug("giving " + device_.busId() + " back to its own driver");
-    writeTo("/sys/bus/usb/drivers_probe", device_.busId());
-  }
+  writeTo("/sys/bus/usb/drivers_probe", device_.busId());
 }
 
 void ExportedDevice::handOver(int socket) const {

@@ -46,7 +46,4 @@ class AwaitedInVain : public ulx::StrException {
 [[nodiscard]] Connection connectWithin(std::chrono::seconds patience, const Transmitter& transmitter,
                                        const Termination& termination, const Log& log);
 
-/** The address and port at the other end: "192.0.2.1 port 5000". */
-[[nodiscard]] std::string farEndOf(const Connection& connection);
-
 }  // namespace usbip

@@ -6,6 +6,7 @@
 #include "examples/usbip/receiver/conversation.h"
 #include "examples/usbip/receiver/end_of_export.h"
 #include "examples/usbip/receiver/exported_device.h"
+#include "examples/usbip/receiver/failure_line.h"
 #include "examples/usbip/receiver/transmitter.h"
 #include "examples/usbip/receiver/usb_device.h"
 #include "ulx/exceptions.h"
@@ -26,14 +27,13 @@ Connection connect(const Arguments& arguments, const Termination& termination, c
 EndOfExport lend(const UsbDevice& device, const Arguments& arguments, const Termination& termination,
                  const Log& log) {
   const Connection farSide = connect(arguments, termination, log);
-  const std::string farEnd = farEndOf(farSide);
-  log.debug("connected to " + farEnd);
+  log.debug("connected to " + farSide.farEnd());
   introduceTo(farSide, arguments.keys);
   const ExportedDevice exported(device, log);
   log.debug("offering " + device.text());
   offerTo(farSide, device.offer());
   exported.handOver(farSide.socket());
-  log.print(device.text() + " is exported to " + farEnd);
+  log.print(device.text() + " is exported to " + farSide.farEnd());
   return waitForEnd(farSide, device, exported);
 }
 
@@ -55,7 +55,8 @@ int lendUntilGone(const UsbDevice& device, const Arguments& arguments, const Ter
     return EndRequested().status;
   } catch (const ulx::Exception& error) {
     if (device.isThere()) {
-      throw;
+      log.error(device.busId() + ": " + failureLine(error));
+      return error.status;
     }
   }
   return gone(device, log);

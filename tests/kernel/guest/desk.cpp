@@ -11,20 +11,6 @@ namespace guest {
 
 namespace {
 
-/** A setting of the machine, from the kernel's command line. */
-std::string fromCommandLine(const char* name) {
-  const char* value = std::getenv(name);
-  if (value == nullptr) {
-    throw sim::Error(std::string(name) + " is not set: this program runs in an emulated machine only");
-  }
-  return value;
-}
-
-Machine& thisMachine() {
-  static Machine machine(fromCommandLine("MONITOR_PORT"));
-  return machine;
-}
-
 std::string nextId() {
   static int made = 0;
   return "device" + std::to_string(++made);
@@ -52,7 +38,7 @@ Socket fullSpeedSocket(int number) {
 }
 
 std::vector<std::string> controllers() {
-  std::istringstream words(fromCommandLine("USB_CONTROLLERS"));
+  std::istringstream words(machineSetting("USB_CONTROLLERS"));
   std::vector<std::string> types;
   for (std::string type; std::getline(words, type, ',');) {
     types.push_back(type);

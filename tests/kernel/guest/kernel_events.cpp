@@ -80,6 +80,9 @@ void KernelEvents::waitForRemovalOf(const std::string& directory) {
   waitForNext("remove of " + directory, [&](const KernelEvent& event) {
     return event.action == "remove" && event.directory == directory;
   });
+  std::erase_if(events_, [&](const KernelEvent& event) {
+    return event.directory == directory || event.directory.starts_with(directory + "/");
+  });
 }
 
 void KernelEvents::readAll() {

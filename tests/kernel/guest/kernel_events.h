@@ -35,7 +35,8 @@ class KernelEvents {
 
   /** Waits for an event of this sort; returns the oldest that was not returned before. */
   KernelEvent waitFor(const KernelEventSort& sort);
-  /** Waits until the kernel has announced that a directory (beginning with "/sys") has gone. */
+  /** Waits until the kernel has announced that a directory (beginning with "/sys") has gone. What it announced of the
+   * directory before that is forgotten. */
   void waitForRemovalOf(const std::string& directory);
 
  private:

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "sim/descriptor.h"
+#include "kernel/guest/serial_port.h"
 
 namespace guest {
 
@@ -28,16 +28,18 @@ class Machine {
   void waitUntilDeleted(const std::string& device);
 
  private:
-  void send(const std::string& text);
   void readLines();
   [[nodiscard]] std::optional<std::string> takeLineWith(const std::string& first, const std::string& second);
   /** Waits for a line that contains both texts, and takes it out. */
   std::string waitForLineWith(const std::string& first, const std::string& second);
 
-  sim::Descriptor port_;
+  SerialPort port_;
   std::string unfinishedLine_;
   std::deque<std::string> lines_;  ///< since the last command, without those taken out
   int commands_ = 0;
 };
+
+/** The machine that this program runs in. */
+[[nodiscard]] Machine& thisMachine();
 
 }  // namespace guest

@@ -1,5 +1,6 @@
-// The first process of an emulated unit: makes the unit's folders, loads the drivers, runs one program and
-// switches the machine off. It prints how the program ended in one line, which scripts/test-kernel looks for.
+// The first process of an emulated machine: makes a unit's folders, loads the drivers, runs one program and
+// switches the machine off. The kernel's command line names the program and its arguments: PROGRAM="NAME ARGUMENT...".
+// The last line says how the program ended; the scripts that boot the machine look for it.
 
 #include <fcntl.h>
 #include <sys/klog.h>
@@ -13,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -21,8 +23,6 @@
 #include "kernel/init/modules.h"
 
 namespace {
-
-constexpr const char* program = "/bin/usb_rx_kernel_tests";
 
 [[noreturn]] void fail(const std::string& what) {
   throw std::system_error(errno, std::generic_category(), what);
@@ -57,18 +57,40 @@ void makeSystem() {
 
 void setUnitsEnvironment() {
   ::setenv("SIM_DAEMON", "/usr/sbin/usb_rx_ctrl", 1);
-  // The unit's kernel has no newer system calls, though this one does.
-  ::setenv("SIM_PROGRAM_PREFIX", "/bin/usb_rx_old_kernel", 1);
   ::setenv("SIM_WORKER", "/bin/usb_rx_worker_standin", 1);
   ::setenv("SIM_TIME_FACTOR", "4", 1);  // an emulated machine is slow
 }
 
+/** The words of the command line's setting PROGRAM. */
+std::vector<std::string> programWithArguments() {
+  const char* setting = std::getenv("PROGRAM");
+  std::istringstream text(setting == nullptr ? "" : setting);
+  std::vector<std::string> words;
+  for (std::string word; text >> word;) {
+    words.push_back(word);
+  }
+  if (words.empty()) {
+    throw std::runtime_error("the kernel's command line names no program");
+  }
+  return words;
+}
+
+[[noreturn]] void becomeProgram(std::vector<std::string> words) {
+  std::vector<char*> arguments;
+  for (std::string& word : words) {
+    arguments.push_back(word.data());
+  }
+  arguments.push_back(nullptr);
+  ::execv(arguments.front(), arguments.data());
+  ::_exit(127);
+}
+
 /** The program's exit status, or 128 and the number of the signal that has ended it. */
 int runProgram() {
+  const std::vector<std::string> words = programWithArguments();
   const pid_t child = ::fork();
   if (child == 0) {
-    ::execl(program, program, nullptr);
-    ::_exit(127);
+    becomeProgram(words);
   }
   int status = 0;
   // Processes that have lost their parents end here, too.
@@ -115,7 +137,7 @@ int main() {
   try {
     live();
   } catch (const std::exception& error) {
-    std::printf("the unit does not come up: %s\n", error.what());
+    std::printf("the machine does not come up: %s\n", error.what());
   }
   switchOff();
 }

@@ -1,12 +1,13 @@
-# shellcheck shell=bash disable=SC2034 # what is not used here is used by scripts/test-kernel
+# shellcheck shell=bash disable=SC2034 # what is not used here is used by the scripts that source it
 # Debian's own kernel, and a PC to run it.
 
 machine_packages=(busybox-static cpio kmod qemu-system-x86)
 preset=kernel
 
 # More arguments follow. The emulation has no hardware to help it: not every host has some.
-emulator=(qemu-system-x86_64 -M pc -m 256 -accel tcg -vga none -device "qemu-xhci,id=xhci,p2=4,p3=4"
-  -device "usb-ehci,id=ehci" -device "pci-ohci,id=ohci,num-ports=8" -device "piix3-usb-uhci,id=uhci")
+emulator=(qemu-system-x86_64 -M pc -m 256 -accel tcg -vga none)
+usb_controllers=(-device "qemu-xhci,id=xhci,p2=4,p3=4" -device "usb-ehci,id=ehci"
+  -device "pci-ohci,id=ohci,num-ports=8" -device "piix3-usb-uhci,id=uhci")
 kernel_arguments=(console=ttyS0 MONITOR_PORT=/dev/ttyS1 "USB_CONTROLLERS=xhci,ehci,ohci,uhci")
 
 # Drivers that are modules, in the order in which they are loaded; those that they need in turn come by themselves.

@@ -1,4 +1,4 @@
-# shellcheck shell=bash disable=SC2034 # what is not used here is used by scripts/test-kernel
+# shellcheck shell=bash disable=SC2034 # what is not used here is used by the scripts that source it
 # A small kernel built from Debian's sources, and a G4 to run it: a 32-bit big-endian PowerPC, as the unit is.
 
 source scripts/target.sh
@@ -7,8 +7,8 @@ machine_packages=(bc bison bzip2 cpio flex make qemu-system-ppc xz-utils)
 preset=kernel-powerpc
 
 # More arguments follow.
-emulator=(qemu-system-ppc -M "mac99,via=cuda" -m 256 -accel tcg -vga none -device "usb-ehci,id=ehci"
-  -device "pci-ohci,id=ohci,num-ports=8")
+emulator=(qemu-system-ppc -M "mac99,via=cuda" -m 256 -accel tcg -vga none)
+usb_controllers=(-device "usb-ehci,id=ehci" -device "pci-ohci,id=ohci,num-ports=8")
 kernel_arguments=(console=ttyPZ0 MONITOR_PORT=/dev/ttyPZ1 "USB_CONTROLLERS=ehci,ohci" usbhid.quirks=0x0627:0x0001:0x0010)
 
 kernel_config=$PWD/tests/kernel/machine/powerpc.config
