@@ -28,7 +28,7 @@ std::string refusalOf(const Words& arguments) {
   return support::caught<usbip::WrongUse>([&] { static_cast<void>(parseArguments(arguments)); }).message;
 }
 
-TEST(CommandLine, HasFourOperands) {
+TEST(CommandLineOfWorker, HasFourOperands) {
   const Arguments arguments = parseArguments(operands);
   EXPECT_EQ(arguments.transmitter.interface, "eth1");
   EXPECT_EQ(arguments.transmitter.host, "transmitter");
@@ -36,7 +36,7 @@ TEST(CommandLine, HasFourOperands) {
   EXPECT_EQ(arguments.device, "/sys/devices/usb1/1-2");
 }
 
-TEST(CommandLine, NeedsNoOption) {
+TEST(CommandLineOfWorker, NeedsNoOption) {
   const Arguments arguments = parseArguments(operands);
   EXPECT_FALSE(arguments.debugging);
   EXPECT_EQ(arguments.destination, LogDestination::standardError);
@@ -44,7 +44,7 @@ TEST(CommandLine, NeedsNoOption) {
   EXPECT_FALSE(arguments.patience);
 }
 
-TEST(CommandLine, TakesAllThatTheDaemonGives) {
+TEST(CommandLineOfWorker, TakesAllThatTheDaemonGives) {
   const Arguments arguments = parseArguments(withOptions(
       {"--debug", "--syslog", "--keys", "in key", "out key", "--sock=/tmp/usb_rx", "--timeout", "10"}));
   EXPECT_TRUE(arguments.debugging);
@@ -56,11 +56,11 @@ TEST(CommandLine, TakesAllThatTheDaemonGives) {
   EXPECT_EQ(arguments.device, operands.back());
 }
 
-TEST(CommandLine, LogsWhereTheLastOfTwoOptionsSays) {
+TEST(CommandLineOfWorker, LogsWhereTheLastOfTwoOptionsSays) {
   EXPECT_EQ(parseArguments(withOptions({"--syslog", "--stderr"})).destination, LogDestination::standardError);
 }
 
-TEST(CommandLine, TakesKeysThatLookLikeOptions) {
+TEST(CommandLineOfWorker, TakesKeysThatLookLikeOptions) {
   const Arguments arguments = parseArguments(withOptions({"--keys", "--debug", "--timeout"}));
   EXPECT_FALSE(arguments.debugging);
   EXPECT_FALSE(arguments.patience);
@@ -69,7 +69,7 @@ TEST(CommandLine, TakesKeysThatLookLikeOptions) {
   EXPECT_EQ(arguments.keys->out, "--timeout");
 }
 
-TEST(CommandLine, TakesOperandsThatAreEmptyOrLookLikeOptions) {
+TEST(CommandLineOfWorker, TakesOperandsThatAreEmptyOrLookLikeOptions) {
   const Arguments arguments = parseArguments({"", "--debug", "0", "--syslog"});
   EXPECT_EQ(arguments.transmitter.interface, "");
   EXPECT_EQ(arguments.transmitter.host, "--debug");
@@ -125,11 +125,11 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{{"NameOfAPort"}, {"", "host", "5000x", "/sys"}, "PORT is a number from 0 to 65535"}),
     testing::PrintToStringParamName());
 
-TEST(CommandLine, NeverShowsAKey) {
+TEST(CommandLineOfWorker, NeverShowsAKey) {
   EXPECT_EQ(refusalOf(withOptions({"--keys", "topsecret", ""})).find("topsecret"), std::string::npos);
 }
 
-TEST(CommandLine, TakesTheFirstAndTheLastPort) {
+TEST(CommandLineOfWorker, TakesTheFirstAndTheLastPort) {
   EXPECT_EQ(parseArguments({"", "host", "0", "/sys"}).transmitter.port, "0");
   EXPECT_EQ(parseArguments({"", "host", "65535", "/sys"}).transmitter.port, "65535");
 }
