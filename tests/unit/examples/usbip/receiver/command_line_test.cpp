@@ -11,7 +11,6 @@
 
 namespace {
 
-using namespace std::chrono_literals;
 using usbip::Arguments;
 using usbip::LogDestination;
 using usbip::parseArguments;
@@ -52,7 +51,7 @@ TEST(CommandLineOfWorker, TakesAllThatTheDaemonGives) {
   ASSERT_TRUE(arguments.keys);
   EXPECT_EQ(arguments.keys->in, "in key");
   EXPECT_EQ(arguments.keys->out, "out key");
-  EXPECT_EQ(arguments.patience, 10s);
+  EXPECT_EQ(arguments.patience, std::chrono::seconds(10));
   EXPECT_EQ(arguments.device, operands.back());
 }
 
@@ -79,22 +78,23 @@ TEST(CommandLineOfWorker, TakesOperandsThatAreEmptyOrLookLikeOptions) {
 
 struct Seconds : support::NamedCase {
   std::string text;
-  std::chrono::seconds meant;
+  int meant;
 };
 
 class CommandLineSeconds : public testing::TestWithParam<Seconds> {};
 
 TEST_P(CommandLineSeconds, AreReadAsTheDaemonReadsThem) {
-  EXPECT_EQ(parseArguments(withOptions({"--timeout", GetParam().text})).patience, GetParam().meant);
+  EXPECT_EQ(parseArguments(withOptions({"--timeout", GetParam().text})).patience,
+            std::chrono::seconds(GetParam().meant));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Each, CommandLineSeconds,
-    testing::Values(Seconds{{"Number"}, "12", 12s}, Seconds{{"NoNumber"}, "abc", 0s},
-                    Seconds{{"Empty"}, "", 0s}, Seconds{{"Negative"}, "-5", 0s},
-                    Seconds{{"NumberAndUnit"}, "7s", 7s}, Seconds{{"Fraction"}, "2.9", 2s},
-                    Seconds{{"MoreThanAnyClockHas"}, "99999999999999999999", 1'000'000'000s}),
-    testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Each, CommandLineSeconds,
+                         testing::Values(Seconds{{"Number"}, "12", 12}, Seconds{{"NoNumber"}, "abc", 0},
+                                         Seconds{{"Empty"}, "", 0}, Seconds{{"Negative"}, "-5", 0},
+                                         Seconds{{"NumberAndUnit"}, "7s", 7}, Seconds{{"Fraction"}, "2.9", 2},
+                                         Seconds{
+                                             {"MoreThanAnyClockHas"}, "99999999999999999999", 1'000'000'000}),
+                         testing::PrintToStringParamName());
 
 struct Refusal : support::NamedCase {
   Words arguments;
