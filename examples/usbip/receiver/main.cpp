@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <csignal>
 #include <exception>
 #include <string>
 #include <vector>
@@ -36,7 +35,6 @@ int work(const usbip::Arguments& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::signal(SIGPIPE, SIG_IGN);  // a line whose reader has gone is lost; the device must not be
   const std::vector<std::string> arguments(argv + 1, argv + argc);
   if (arguments == std::vector<std::string>{"--help"}) {
     ulx::writeOnce(STDOUT_FILENO, std::string(usbip::usage) + usbip::help);

@@ -7,8 +7,8 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <climits>
 #include <cstdlib>
-#include <memory>
 #include <string_view>
 
 #include "ulx/exceptions.h"
@@ -18,14 +18,11 @@ namespace usbip {
 namespace {
 
 std::string resolved(const std::string& directory) {
-  struct Free {
-    void operator()(char* text) const { std::free(text); }
-  };
-  const std::unique_ptr<char, Free> path(::realpath(directory.c_str(), nullptr));
-  if (!path) {
+  std::array<char, PATH_MAX> path{};
+  if (::realpath(directory.c_str(), path.data()) == nullptr) {
     ulx::throwErrno({"realpath(", directory, ")"}, errno);
   }
-  return path.get();
+  return path.data();
 }
 
 ino_t inodeOf(const std::string& directory) {

@@ -117,16 +117,16 @@ std::string ExportingKernel::take(const std::string& path) const {
   return {bytes.data(), count > 0 ? static_cast<std::size_t>(count) : 0};
 }
 
-void ExportingKernel::takeAll() const {
+void ExportingKernel::forgetAll() const {
   for (const auto& attribute : attributes_) {
-    take(attribute.first);
+    static_cast<void>(take(attribute.first));
   }
 }
 
 // A worker's writes that have come together are served in the order in which a worker makes them.
 void ExportingKernel::serve() {
   if (!fs::exists(directory_)) {
-    takeAll();
+    forgetAll();
     return;
   }
   if (take(usbUnbind) == busId_ || take(hostFolder + "/unbind") == busId_) {

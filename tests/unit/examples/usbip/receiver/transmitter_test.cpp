@@ -216,6 +216,13 @@ TEST_F(TransmitterPatience, LastsAsLongAsItIsAsked) {
   EXPECT_GE(Clock::now() - start, std::chrono::seconds(1));
 }
 
+TEST_F(TransmitterPatience, LeavesTimeForOneTryAtLeast) {
+  port.ignoreEverybody();
+  const auto start = Clock::now();
+  static_cast<void>(vain(std::chrono::seconds(0)));
+  EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(250));
+}
+
 TEST_F(TransmitterPatience, IsNotNeededWhereSomebodyListens) {
   port.listen();
   EXPECT_EQ(connectWithin(std::chrono::seconds(0), transmitter, termination, log).farEnd(),
