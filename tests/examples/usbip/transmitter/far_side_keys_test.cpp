@@ -84,7 +84,7 @@ TEST_F(FarSideKeys, ThatAreOthersAreRefused) {
     EXPECT_EQ(worker.prove(other), Verdict::wrongProof);
     worker.hearTheEnd();
     EXPECT_EQ(farSide.nextLine(), "127.0.0.1: has called");
-    EXPECT_EQ(farSide.nextLine(), "127.0.0.1: refused: its keys are others");
+    EXPECT_EQ(farSide.nextLine(), "127.0.0.1: refused: its keys are different");
   }
   EXPECT_FALSE(hubs.hasAttach());
 }

@@ -215,7 +215,7 @@ TEST(ConversationOfFarSide, RefusesEveryOtherProofWithOneByte) {
     const Bytes own = say(conversation, theirs);
     EXPECT_EQ(say(conversation, proofs(greetingIn(own))[i]),
               Bytes{static_cast<std::uint8_t>(Verdict::wrongProof)});
-    expectEnd(conversation, "its keys are others");
+    expectEnd(conversation, "its keys are different");
   }
 }
 
