@@ -7,7 +7,8 @@ namespace pair {
 
 namespace {
 
-constexpr double patience = 1;  ///< seconds until a machine that does not answer is asked again
+constexpr double patience = 1;         ///< seconds until a machine that does not answer is asked again
+constexpr int attemptsPerSecond = 25;  // a command takes its time, too
 
 std::string withoutNewlinesAtEnd(std::string text) {
   text.erase(text.find_last_not_of('\n') + 1);
@@ -57,19 +58,23 @@ std::string FarMachine::read(const std::string& command, const sim::Deadline& de
   return withoutNewlinesAtEnd(answer.output);
 }
 
-void FarMachine::waitUntil(const std::string& command, const sim::Deadline& deadline) {
+std::string FarMachine::waitUntil(const std::string& command, const sim::Deadline& deadline) {
   const int seconds = (deadline.millisecondsLeft() + 999) / 1000;
   const Answer answer =
-      call("latest=$(($(date +%s) + " + std::to_string(seconds) + "))\nuntil { " + command +
-               "\n}; do [ $(date +%s) -le $latest ] || break; usleep 20000; done >/dev/null 2>&1\n" + command,
+      call("attempts=" + std::to_string(seconds * attemptsPerSecond) + "\nuntil output=$({ " + command +
+               "\n} 2>/dev/null); do attempts=$((attempts - 1)); [ $attempts -gt 0 ] || break; usleep 20000; "
+               "done\n"
+               "echo \"$output\"; [ $attempts -gt 0 ]",
            sim::Deadline(seconds + patience));
   if (answer.status != 0) {
-    throw sim::TimedOut("\"" + command + "\" on the far machine (it prints " + answer.output + ")");
+    throw sim::TimedOut("\"" + command + "\" on the far machine; it prints: " + answer.output);
   }
+  return withoutNewlinesAtEnd(answer.output);
 }
 
 void FarMachine::writeFile(const std::string& path, const std::string& content) {
-  read("cat >'" + path + "' <<'end-of-file'\n" + content + "\nend-of-file\n");
+  read("rm -f '" + path + "'; (umask 077; cat >'" + path + "') <<'end-of-file'\n" + content +
+       "\nend-of-file\n");
 }
 
 std::string FarMachine::receiveUpTo(const std::string& mark, const sim::Deadline& deadline) {
