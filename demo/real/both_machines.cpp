@@ -15,10 +15,8 @@ namespace demo {
 
 namespace {
 
-constexpr const char* port = "5000";
 constexpr const char* keys = "desk-17 room-4";
-/** Waits, on the far machine, for the next line of its log: a fifo that its shell has open. */
-constexpr const char* nextLine = "IFS= read -r line <&9 && echo \"$line\"";
+constexpr const char* keyFile = "/etc/usbip.keys";
 constexpr const char* startScript = "/etc/init.d/usb_rx_ctrl";
 
 /** The daemon says more than fits here: what becomes of devices and workers is kept. */
@@ -41,10 +39,9 @@ void callStartScript(const std::string& command) {
 
 }  // namespace
 
-BothMachines::BothMachines(Log& log) : log_(log) {
+BothMachines::BothMachines(Log& log) : farProgram_(far), log_(log) {
   display_.makeFifo();
   display_.openReader();
-  far.read("mkfifo /tmp/far_side.log && exec 9<>/tmp/far_side.log");
 }
 
 // Devices are taken out while there are workers to give them back.
@@ -57,21 +54,32 @@ void BothMachines::startDaemon() {
 }
 
 void BothMachines::deliverLink() {
-  linkManagers_.emplace_back();
-  linkManagers_.back().send(std::string("transmitter ") + port + " high eth1 " + keys);
+  const std::string parameters =
+      "transmitter " + std::to_string(pair::FarProgram::port) + " high eth1 " + keys;
+  linkManager_.emplace();
+  linkManager_->send(parameters);
+  sim::LinkManager query;  // it is served behind the other
+  query.send("?");
+  if (const std::string answer = query.receive(); answer != parameters) {
+    throw sim::Error("the daemon has not taken the link parameters: " + answer);
+  }
 }
 
 void BothMachines::startFarSide() {
-  far.writeFile("/etc/usbip.keys", keys);
-  far.read("chmod 600 /etc/usbip.keys");
-  far.read(std::string("usb_tx_usbip --keys=/etc/usbip.keys ") + port +
-           " 2>&9 9>&- & echo $! >/tmp/far_side.pid");
-  await(writer::farSide, "listening");
+  far.writeFile(keyFile, keys);
+  far.read(std::string("chmod 600 ") + keyFile);
+  farLines_ = 0;
+  unawaited_[writer::farSide].clear();
+  farProgram_.start(std::string("--keys=") + keyFile);
+  report();
 }
 
 void BothMachines::stopFarSide() {
-  far.read("kill $(cat /tmp/far_side.pid) && wait $(cat /tmp/far_side.pid)");
   report();
+  const int status = farProgram_.stop();
+  if (status != 0) {
+    throw sim::Error("the far side has ended with status " + std::to_string(status));
+  }
 }
 
 std::string BothMachines::await(const std::string& writer, std::string_view text) {
@@ -84,7 +92,7 @@ std::string BothMachines::await(const std::string& writer, std::string_view text
     if (deadline.passed()) {
       throw sim::Error("the " + writer + " has written no line with \"" + std::string(text) + "\"");
     }
-    waitForNews(writer, deadline);
+    sim::serveBackground(deadline.atMost(0.02));
   }
 }
 
@@ -99,14 +107,6 @@ std::optional<std::string> BothMachines::take(const std::string& writer, std::st
   const std::string line = *found;
   lines.erase(lines.begin(), found + 1);
   return line;
-}
-
-void BothMachines::waitForNews(const std::string& writer, const sim::Deadline& deadline) {
-  if (writer == writer::farSide) {
-    keep(writer, far.read(nextLine, deadline));
-  } else {
-    sim::serveBackground(deadline.atMost(0.05));
-  }
 }
 
 void BothMachines::report() {
@@ -139,10 +139,17 @@ void BothMachines::reportDisplay() {
 }
 
 void BothMachines::reportFarSide() {
-  std::istringstream lines(far.read(std::string("while read -t 0 <&9; do ") + nextLine + "; done"));
-  for (std::string line; std::getline(lines, line);) {
-    keep(writer::farSide, line);
+  if (!farProgram_.isRunning()) {
+    return;
   }
+  std::istringstream lines(farProgram_.log());
+  std::size_t count = 0;
+  for (std::string line; std::getline(lines, line); ++count) {
+    if (count >= farLines_) {
+      keep(writer::farSide, line);
+    }
+  }
+  farLines_ = count;
 }
 
 }  // namespace demo

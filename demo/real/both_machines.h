@@ -5,13 +5,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "demo/log.h"
 #include "kernel/guest/desk.h"
 #include "kernel/pair/far_machine.h"
+#include "kernel/pair/far_program.h"
 #include "kernel/pair/wire.h"
-#include "sim/deadline.h"
 #include "sim/display.h"
 #include "sim/link_manager.h"
 #include "sim/syslog_sink.h"
@@ -56,16 +55,17 @@ class BothMachines {
 
  private:
   [[nodiscard]] std::optional<std::string> take(const std::string& writer, std::string_view text);
-  void waitForNews(const std::string& writer, const sim::Deadline& deadline);
   void reportSyslog();
   void reportDisplay();
   void reportFarSide();
   void keep(const std::string& writer, const std::string& line);
 
+  pair::FarProgram farProgram_;
+  std::size_t farLines_ = 0;  ///< of its log, how many were reported
   Log& log_;
   sim::SyslogSink syslog_;
   sim::Display display_;
-  std::vector<sim::LinkManager> linkManagers_;
+  std::optional<sim::LinkManager> linkManager_;
   std::map<std::string, std::deque<std::string>>
       unawaited_;  ///< lines that await() may find, by their writers
 };

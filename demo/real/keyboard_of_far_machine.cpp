@@ -2,6 +2,8 @@
 
 #include <linux/input-event-codes.h>
 
+#include <algorithm>
+#include <array>
 #include <map>
 #include <sstream>
 
@@ -46,16 +48,14 @@ std::string KeyboardOfFarMachine::waitForKeys(std::size_t count) {
   return keys;
 }
 
-// struct input_event of a 64-bit machine: 16 bytes of time, then type, code and value, little-endian.
+// struct input_event of a 64-bit machine as twelve numbers of 16 bits: eight of time, then type, code and value.
 std::string KeyboardOfFarMachine::pressed() {
-  std::istringstream events(far_.read(R"(hexdump -v -e '16/1 "" 2/2 "%u " 1/4 "%u\n"' /tmp/keys)"));
+  std::istringstream numbers(far_.read(R"(hexdump -v -e '12/2 "%u " "\n"' /tmp/keys)"));
   std::string keys;
-  unsigned type = 0;
-  unsigned code = 0;
-  unsigned value = 0;
-  while (events >> type >> code >> value) {
-    if (type == EV_KEY && value == 1) {
-      keys += letterOf(code);
+  std::array<unsigned, 12> event{};
+  while (std::ranges::all_of(event, [&](unsigned& number) { return static_cast<bool>(numbers >> number); })) {
+    if (event[8] == EV_KEY && event[10] == 1) {
+      keys += letterOf(event[9]);
     }
   }
   return keys;

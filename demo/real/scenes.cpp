@@ -5,7 +5,6 @@
 #include <thread>
 
 #include "demo/real/keyboard_of_far_machine.h"
-#include "demo/real/travelling_disk.h"
 #include "kernel/guest/machine.h"
 #include "sim/contract.h"
 #include "sim/error.h"
@@ -14,6 +13,9 @@
 namespace demo {
 
 namespace {
+
+/** A file of the emulator's, whose bytes nobody can foresee. */
+constexpr const char* randomDisk = "random.disk";
 
 constexpr const char* attached = "is attached at port";
 constexpr const char* hasGone = "has gone";
@@ -70,7 +72,8 @@ std::string Travels::compareDisk() {
   machines_.far.waitUntil("[ -b /dev/sda ]");
   const std::string digest = machines_.far.read(
       "dd if=/dev/sda bs=64k iflag=direct 2>/dev/null | sha256sum | cut -c-64", sim::Deadline(30));
-  require(digest == digestOfFilledDisk(), "its bytes are not the same there: SHA-256 " + digest);
+  require(digest == guest::machineSetting("RANDOM_DISK_SHA256"),
+          "its bytes are not the same there: SHA-256 " + digest);
   return "SHA-256 " + digest.substr(0, 12) + "... on both sides";
 }
 
@@ -88,7 +91,7 @@ std::string Travels::startBoth() {
 
 std::string Travels::plugDisk() {
   const StopWatch watch;
-  disk_ = machines_.desk.plug(filledDisk(), guest::highSpeedSocket(1));
+  disk_ = machines_.desk.plug(guest::diskOf(randomDisk), guest::highSpeedSocket(1));
   awaitFar(attached);
   const std::string time = watch.text();
   machines_.await(writer::display, contract::display::attached(disk_->device.product));
