@@ -7,8 +7,7 @@ namespace pair {
 
 namespace {
 
-constexpr double patience = 1;         ///< seconds until a machine that does not answer is asked again
-constexpr int attemptsPerSecond = 25;  // a command takes its time, too
+constexpr double patience = 1;  ///< seconds until a machine that does not answer is asked again
 
 std::string withoutNewlinesAtEnd(std::string text) {
   text.erase(text.find_last_not_of('\n') + 1);
@@ -59,13 +58,13 @@ std::string FarMachine::read(const std::string& command, const sim::Deadline& de
 }
 
 std::string FarMachine::waitUntil(const std::string& command, const sim::Deadline& deadline) {
-  const int seconds = (deadline.millisecondsLeft() + 999) / 1000;
+  const std::string seconds = std::to_string((deadline.millisecondsLeft() + 999) / 1000);
   const Answer answer =
-      call("attempts=" + std::to_string(seconds * attemptsPerSecond) + "\nuntil output=$({ " + command +
-               "\n} 2>/dev/null); do attempts=$((attempts - 1)); [ $attempts -gt 0 ] || break; usleep 20000; "
-               "done\n"
-               "echo \"$output\"; [ $attempts -gt 0 ]",
-           sim::Deadline(seconds + patience));
+      call("read up _ </proc/uptime; latest=$((${up%%.*} + " + seconds + "))\nuntil output=$({ " + command +
+               "\n} 2>/dev/null); do\n"
+               "read up _ </proc/uptime; [ ${up%%.*} -lt $latest ] || break; usleep 20000\n"
+               "done\necho \"$output\"; [ ${up%%.*} -lt $latest ]",
+           sim::Deadline(std::stod(seconds) + patience));
   if (answer.status != 0) {
     throw sim::TimedOut("\"" + command + "\" on the far machine; it prints: " + answer.output);
   }

@@ -137,10 +137,10 @@ void Travel::waitForDriver(const guest::PluggedDevice& device, const std::string
 }
 
 std::vector<std::string> Travel::waitForDisks(std::size_t count) {
-  std::istringstream nodes(far.waitUntil(std::string("[ $(") + diskNodes +
-                                         " | wc -l) = " + std::to_string(count) + " ] && " + diskNodes));
+  std::istringstream nodes(far.waitUntil(std::string("set -- $(") + diskNodes + ")\n[ $# = " +
+                                         std::to_string(count) + " ] && for node; do echo \"$node\"; done"));
   std::vector<std::string> disks;
-  for (std::string node; std::getline(nodes, node);) {
+  for (std::string node; std::getline(nodes, node) && !node.empty();) {
     disks.push_back("/dev/" + fs::path(node).filename().string());
   }
   return disks;
