@@ -127,9 +127,10 @@ std::string Travels::plugSpeaker() {
 std::string Travels::cutWire() {
   const StopWatch watch;
   machines_.wire.cut();
-  machines_.await(writer::worker, linkIsLost);
-  awaitFar(hasGone);
-  awaitFar(hasGone);
+  for (int device = 0; device < 2; ++device) {
+    machines_.await(writer::worker, linkIsLost);
+    awaitFar(hasGone);
+  }
   return "Both sides have noticed after " + watch.text() + ", though no network card saw its cable go.";
 }
 
@@ -167,10 +168,10 @@ std::string Travels::waitInVain() {
 }
 
 std::string Travels::startFarSideAgain() {
-  const StopWatch watch;
   machines_.startFarSide();
+  const StopWatch watch;
   awaitFar(attached);
-  return "The waiting worker has found it: attached after " + watch.text() + ". " + compareDisk() + ".";
+  return "The waiting worker finds it: attached after another " + watch.text() + ". " + compareDisk() + ".";
 }
 
 std::string Travels::unplugDisk() {
