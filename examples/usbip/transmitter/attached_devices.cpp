@@ -38,6 +38,15 @@ void waitUntilFree(const std::list<AttachedDevice>& devices) {
   }
 }
 
+// One that cannot be detached keeps none of the others attached. Whether it still is, its port shows.
+void askToDetach(const AttachedDevice& device, const Log& log) {
+  try {
+    detach(device.port);
+  } catch (const ulx::ErrnoException& e) {
+    log.error(device.name + ": " + lineOf(e));
+  }
+}
+
 }  // namespace
 
 void AttachedDevices::add(AttachedDevice device) {
@@ -61,20 +70,20 @@ void AttachedDevices::forgetGone(const PollSet& descriptors) {
   });
 }
 
-// Whoever has gone meanwhile has given up its port, which may be another's by now.
+// What has gone meanwhile has given up its port, which may be another's by now.
 void AttachedDevices::detachAll() {
   PollSet now;
   watch(now);
   now.wait(0);
   forgetGone(now);
+  if (devices_.empty()) {
+    return;
+  }
   for (const AttachedDevice& device : devices_) {
-    try {
-      detach(device.port);
-    } catch (const ulx::InvalidArgument&) {
-      log_.debug(device.name + " has gone by itself");  // between the look at it and now
-    }
+    askToDetach(device, log_);
   }
   waitUntilFree(devices_);
+  log_.debug("all that was attached is detached");
 }
 
 }  // namespace usbip

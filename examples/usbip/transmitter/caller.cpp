@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <utility>
 
@@ -24,7 +25,7 @@ Caller::Caller(Connection connection, Conversation conversation)
 
 void Caller::serve() {
   if (dismissed_) {
-    ended_ = receive(ignoredAtOnce).empty();
+    ignore();
     return;
   }
   const Conversation::Bytes bytes = receive(conversation_.bytesWanted());
@@ -35,6 +36,11 @@ void Caller::serve() {
   if (conversation_.refusal()) {
     throw ulx::StrException(*conversation_.refusal());
   }
+}
+
+void Caller::ignore() {
+  std::array<char, ignoredAtOnce> bytes;  // NOLINT(cppcoreguidelines-pro-type-member-init): nobody reads them
+  ended_ = ::recv(fd(), bytes.data(), bytes.size(), 0) <= 0;
 }
 
 const Offer* Caller::offer() const {

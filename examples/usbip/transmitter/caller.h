@@ -45,6 +45,7 @@ class Caller {
  private:
   [[nodiscard]] Conversation::Bytes receive(std::size_t atMost) const;
   void send(const Conversation::Bytes& bytes);
+  void ignore();
 
   Connection connection_;
   Conversation conversation_;

@@ -148,7 +148,7 @@ Conversation::Bytes Conversation::greet(Verdict verdict) {
 Conversation::Bytes Conversation::readProof() {
   if (!areSame(firstOf<std::tuple_size_v<Proof>>(received_),
                workersProof(*admission_.keys, workersGreeting_, ownGreeting_))) {
-    refuse("its keys are others");
+    refuse("its keys are different");
     return {byteOf(Verdict::wrongProof)};
   }
   await(Message::offer);

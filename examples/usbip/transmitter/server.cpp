@@ -123,14 +123,15 @@ void Server::serve(Caller& caller, bool hasEvent) {
 }
 
 void Server::answerOffer(Caller& caller, const Offer& device) {
-  const std::string kind = kindOf(device);
+  const std::string name = device.busId + " " + kindOf(device);
+  log_.debug(caller.address() + ": offers " + name);
   try {
     attach(caller, device);
   } catch (const NotTaken& e) {
     caller.answerOffer(e.verdict);
-    throw ulx::StrException(device.busId + " " + kind + ": " + e.message);
+    throw ulx::StrException(name + ": " + e.message);
   } catch (const ulx::ErrnoException& e) {
-    throw ulx::StrException(device.busId + " " + kind + ": " + lineOf(e));
+    throw ulx::StrException(name + ": " + lineOf(e));
   }
 }
 

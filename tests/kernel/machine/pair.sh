@@ -55,9 +55,10 @@ make_pair() {
 
 # set_pair_machine_command SECONDS KERNEL-ARGUMENTS IS-SERVER MAC [ARGUMENT...]: the wire and the far machine's commands pass
 # through sockets of the folder above; a machine is at one end of each. A hub stands between the wire and the network
-# card, so that the card has its carrier even while the wire is cut.
+# card, so that the card has its carrier even while the wire is cut. With RDRAND a machine has random bytes at once; it would
+# take a second or two to collect some.
 set_pair_machine_command() {
-  set_machine_command "$1" "$2" -netdev "stream,id=wire,server=$3,addr.type=unix,addr.path=../wire.socket" \
+  set_machine_command "$1" "$2" -cpu qemu64,+rdrand -netdev "stream,id=wire,server=$3,addr.type=unix,addr.path=../wire.socket" \
     -netdev "hubport,id=outer,hubid=1,netdev=wire" -netdev "hubport,id=inner,hubid=1" \
     -device "virtio-net-pci,netdev=inner,romfile=,mac=$4" "${@:5}"
 }

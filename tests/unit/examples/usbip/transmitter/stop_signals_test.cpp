@@ -1,0 +1,48 @@
+#include "examples/usbip/transmitter/stop_signals.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+#include "examples/usbip/transmitter/poll_set.h"
+#include "support/child.h"
+#include "support/descriptors.h"
+
+namespace {
+
+bool hasArrived(const usbip::StopSignals& signals) {
+  usbip::PollSet now;
+  now.add(signals.fd(), POLLIN);
+  now.wait(0);
+  return now.hasEvent(signals.fd());
+}
+
+TEST(StopSignals, ShowThatOneHasArrivedAndEndNothing) {
+  for (const int signal : {SIGTERM, SIGINT}) {
+    support::inChild([signal] {
+      const usbip::StopSignals signals;
+      EXPECT_FALSE(hasArrived(signals));
+      ASSERT_EQ(::raise(signal), 0);
+      EXPECT_TRUE(hasArrived(signals));
+    });
+  }
+}
+
+TEST(StopSignals, LeaveOtherSignalsAsTheyWere) {
+  support::inChild([] {
+    sigset_t before;
+    ASSERT_EQ(::sigprocmask(SIG_SETMASK, nullptr, &before), 0);
+    const usbip::StopSignals signals;
+    sigset_t after;
+    ASSERT_EQ(::sigprocmask(SIG_SETMASK, nullptr, &after), 0);
+    for (const int signal : {SIGHUP, SIGCHLD, SIGUSR1, SIGPIPE}) {
+      EXPECT_EQ(sigismember(&before, signal), sigismember(&after, signal));
+    }
+  });
+}
+
+TEST(StopSignals, AreNotGivenToExecutedPrograms) {
+  support::inChild([] { EXPECT_TRUE(support::isCloseOnExec(usbip::StopSignals().fd())); });
+}
+
+}  // namespace
