@@ -4,6 +4,8 @@
 # Sourced after packages.sh, amd64.sh, root.sh and boot.sh.
 
 pair_files=$PWD/tests/kernel/pair/root
+pair_packages=(usbip libsodium-dev)
+kernels_tools=(/usr/sbin/usbip /usr/sbin/usbipd) # what the two programs are compared with
 wire_drivers=(virtio_pci virtio_net)
 receiver_drivers=("${drivers[@]}" usbip-host "${wire_drivers[@]}")
 far_drivers=(vhci-hcd hid-generic usbhid evdev usb-storage uas sd_mod "${wire_drivers[@]}")
@@ -18,6 +20,7 @@ make_root() {
   mkdir -p "$2/etc" "$2/usr/sbin"
   cp "$pair_files/hosts" "$2/etc/"
   printf 'hosts: files\n' >"$2/etc/nsswitch.conf"
+  add_programs "$2" "${kernels_tools[@]}"
   cp "$pair_files/join_wire" "$pair_files/serve_commands" "$2/bin/"
 }
 
