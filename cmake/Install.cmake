@@ -24,3 +24,17 @@ install(PROGRAMS examples/busybox/usb_rx_ctrl.init DESTINATION ${CMAKE_INSTALL_D
 
 install(FILES completions/quor_config completions/usb_rx_explain
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+
+# The programs over USB/IP are an example: cmake --install FOLDER --component usbip. Nothing else installs or packs them.
+if(TARGET usb_rx_usbip)
+  install(
+    TARGETS usb_rx_usbip usb_tx_usbip
+    RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR}
+            COMPONENT usbip
+            EXCLUDE_FROM_ALL)
+  install(
+    FILES examples/usbip/usb_rx_usbip.7
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man7
+    COMPONENT usbip
+    EXCLUDE_FROM_ALL)
+endif()

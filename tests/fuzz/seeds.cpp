@@ -17,6 +17,7 @@
 #include "fuzz/recorded_attribute.h"
 #include "fuzz/uevent_input.h"
 #include "fuzz/usbip_far_side_seeds.h"
+#include "fuzz/usbip_messages_seeds.h"
 #include "sim/device_recording.h"
 #include "sim/files.h"
 #include "sim/recording_views.h"
@@ -273,6 +274,7 @@ int main(int argc, char** argv) try {
   writeInputs(folder + "/configuration", configurationInputs());
   writeInputs(folder + "/quor_config", quorConfigInputs());
   writeInputs(folder + "/usbip_far_side", fuzz::usbipFarSideSeeds());
+  writeInputs(folder + "/usbip_messages", fuzz::usbipMessagesSeeds());
   return 0;
 } catch (const std::exception& e) {
   std::fprintf(stderr, "fuzz_seeds: %s\n", e.what());

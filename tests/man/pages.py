@@ -1,4 +1,4 @@
-"""The manual pages of docs/man, as mandoc reads them."""
+"""The manual pages of the project, as mandoc reads them."""
 
 import re
 import shutil
@@ -8,7 +8,7 @@ from functools import cached_property
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent.parent
-FOLDER = ROOT / "docs" / "man"
+PATHS = {path.name: path for pattern in ("docs/man/*", "examples/*/*.[1-9]") for path in ROOT.glob(pattern)}
 
 
 def has_mandoc():
@@ -63,7 +63,7 @@ def items_in(element):
 class Page:
     def __init__(self, name):
         self.name = name
-        self.path = FOLDER / name
+        self.path = PATHS[name]
 
     def render(self, *arguments):
         command = ["mandoc", *arguments, str(self.path)]
@@ -100,6 +100,12 @@ class Page:
         """The forms of the command line, each on one line."""
         return [text_of(row).replace(" | ", "|") for row in self.section("SYNOPSIS").iter("tr")]
 
+    def tables(self, title):
+        """The tables of a section: their rows, by the names of their columns."""
+        tables = (table for table in self.section(title).iter("table") if table.get("class") == "Bl-column")
+        cells = ([[text_of(cell) for cell in row.iter("td")] for row in table.iter("tr")] for table in tables)
+        return [[dict(zip(head, row)) for row in rows] for head, *rows in cells]
+
     def literal_blocks(self, title):
         return ["".join(block.itertext()) for block in self.section(title).iter("pre")]
 
@@ -109,4 +115,4 @@ class Page:
 
 
 def all_pages():
-    return [Page(path.name) for path in sorted(FOLDER.iterdir())]
+    return [Page(name) for name in sorted(PATHS)]

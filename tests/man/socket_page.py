@@ -7,21 +7,11 @@ import subprocess
 import tempfile
 import time
 
+from dumps import bytes_of_dump
 from findings import SkippedTest, expect, run, source
 from pages import Page
 
 page = Page("usb_rx.7")
-
-
-def bytes_of_dump(dump):
-    content = b""
-    for line in dump.strip().splitlines():
-        offset, digits, shown = re.fullmatch(r"([0-9a-f]{2})  ((?:[0-9a-f]{2} ?)+) *\|(.*)\|", line).groups()
-        row = bytes.fromhex(digits)
-        expect(int(offset, 16) == len(content), f"the offset is wrong: {line}")
-        expect(shown == "".join(chr(byte) if 0x20 <= byte < 0x7F else "." for byte in row), f"differs: {line}")
-        content += row
-    return content
 
 
 def fields_of_a_line():

@@ -41,13 +41,12 @@ std::string driverOf(const UsbDevice& device) {
   return std::string(path.substr(path.rfind('/') + 1));
 }
 
-// The driver binds devices whose bus ids stand in a table of its own, which has few places. So the bus id is there only
-// while the device is bound: what is deleted then vanishes by itself when usbip-host loses the device.
+// The driver binds devices whose bus ids stand in a table of its own. What is deleted from it while the device is bound
+// stays there, and is never bound again. A bus id that is left in the table serves the next device in the same port;
+// by itself it takes no device from another driver.
 void bindToUsbipHost(const std::string& busId) {
-  const std::string table = usbipHostFolder + "/match_busid";
-  writeTo(table, "add " + busId);
+  writeTo(usbipHostFolder + "/match_busid", "add " + busId);
   writeTo(usbipHostFolder + "/bind", busId);
-  writeTo(table, "del " + busId);
 }
 
 }  // namespace

@@ -81,7 +81,7 @@ int connectedSocket(const Address& address, const std::string& interface, Clock:
     error = ECONNREFUSED;
   }
   if (error != 0) {
-    ulx::throwErrno({"connect(", address.text, ")"}, error);
+    throw ulx::ErrnoException("connect(" + address.text + ")", error);
   }
   prepareLink(created);
   return socket.release();

@@ -107,11 +107,13 @@ std::string UsbDevice::text() const {
   return busId() + " (" + productIdOf(offer_.descriptor) + ", " + std::string(nameOf(offer_.speed)) + ")";
 }
 
+// While the kernel resets a device, as it does after a lost link, its number is 0.
 bool UsbDevice::isThere() const {
   constexpr std::uint32_t numberOnBus = 0xffff;
   try {
     const std::optional<std::string> number = ulx::FileDescriptor::contentOf(directory_ + "/devnum");
-    return number && withoutLineEnd(*number) == std::to_string(offer_.devId & numberOnBus);
+    return number && (withoutLineEnd(*number) == std::to_string(offer_.devId & numberOnBus) ||
+                      withoutLineEnd(*number) == "0");
   } catch (const ulx::NoSuchDevice&) {  // it has gone between open and read
     return false;
   }

@@ -72,7 +72,8 @@ PluggedDevice Desk::plug(const EmulatedDevice& device, const Socket& socket) {
                                      withId(device.properties, id) + "}");
   devices_.push_back({.device = device, .socket = socket, .id = id, .directory = {}});
   execute(device.after, id);
-  devices_.back().directory = events.waitFor(usbDeviceBound).directory;
+  devices_.back().directory = events.waitFor(usbDeviceAdded).directory;
+  events.waitForDriverOf(devices_.back().directory);
   return devices_.back();
 }
 

@@ -1,5 +1,7 @@
 #include "kernel/guest/emulated_devices.h"
 
+#include <utility>
+
 namespace guest {
 
 namespace {
@@ -8,6 +10,12 @@ namespace {
 MachineCommand makeDisk(const std::string& name) {
   return {"blockdev-add",
           R"({"driver": "null-co", "node-name": "@-)" + name + R"(", "size": 1048576, "read-zeroes": true})"};
+}
+
+/** "@-NAME" is a disk of the bytes of a file, which no two disks may change at a time. */
+MachineCommand makeDiskOf(const std::string& file, const std::string& name) {
+  return {"blockdev-add", R"({"driver": "raw", "node-name": "@-)" + name +
+                              R"(", "file": {"driver": "file", "filename": ")" + file + R"("}})"};
 }
 
 MachineCommand forgetDisk(const std::string& name) {
@@ -46,12 +54,24 @@ EmulatedDevice mediaPlayer() {
           .properties = R"(, "rootdir": "/proc/self/cwd/media", "desc": "media")"};
 }
 
-EmulatedDevice disk() {
+namespace {
+
+EmulatedDevice diskMadeBy(MachineCommand command) {
   return {.driver = "usb-storage",
           .product = "QEMU USB HARDDRIVE",
           .properties = R"(, "drive": "@-disk")",
-          .before = {makeDisk("disk")},
+          .before = {std::move(command)},
           .afterDeletion = {forgetDisk("disk")}};
+}
+
+}  // namespace
+
+EmulatedDevice disk() {
+  return diskMadeBy(makeDisk("disk"));
+}
+
+EmulatedDevice diskOf(const std::string& file) {
+  return diskMadeBy(makeDiskOf(file, "disk"));
 }
 
 EmulatedDevice twoDisks() {

@@ -28,6 +28,8 @@ struct EmulatedDevice {
 [[nodiscard]] EmulatedDevice mediaPlayer();
 /** Bulk-only, one disk. */
 [[nodiscard]] EmulatedDevice disk();
+/** The same with a file of the emulator's working directory behind it. */
+[[nodiscard]] EmulatedDevice diskOf(const std::string& file);
 /** Bulk-only, two disks. */
 [[nodiscard]] EmulatedDevice twoDisks();
 [[nodiscard]] EmulatedDevice uasDisk();

@@ -76,10 +76,18 @@ KernelEvent KernelEvents::waitFor(const KernelEventSort& sort) {
   });
 }
 
-void KernelEvents::waitForRemovalOf(const std::string& directory) {
-  waitForNext("remove of " + directory, [&](const KernelEvent& event) {
-    return event.action == "remove" && event.directory == directory;
+void KernelEvents::waitFor(const std::string& action, const std::string& directory) {
+  waitForNext(action + " of " + directory, [&](const KernelEvent& event) {
+    return event.action == action && event.directory == directory;
   });
+}
+
+void KernelEvents::waitForDriverOf(const std::string& directory) {
+  waitFor("bind", directory);
+}
+
+void KernelEvents::waitForRemovalOf(const std::string& directory) {
+  waitFor("remove", directory);
   std::erase_if(events_, [&](const KernelEvent& event) {
     return event.directory == directory || event.directory.starts_with(directory + "/");
   });

@@ -24,7 +24,7 @@ struct KernelEventSort {
   std::string value;
 };
 
-inline const KernelEventSort usbDeviceBound{"bind", "DEVTYPE", "usb_device"};
+inline const KernelEventSort usbDeviceAdded{"add", "DEVTYPE", "usb_device"};
 inline const KernelEventSort storageNodeAdded{"add", "SUBSYSTEM", "scsi_generic"};
 inline const KernelEventSort hidNodeAdded{"add", "SUBSYSTEM", "usbmisc"};
 
@@ -35,6 +35,8 @@ class KernelEvents {
 
   /** Waits for an event of this sort; returns the oldest that was not returned before. */
   KernelEvent waitFor(const KernelEventSort& sort);
+  /** Waits until the kernel has announced that the device of a directory has got a driver. */
+  void waitForDriverOf(const std::string& directory);
   /** Waits until the kernel has announced that a directory (beginning with "/sys") has gone. What it announced of the
    * directory before that is forgotten. */
   void waitForRemovalOf(const std::string& directory);
@@ -42,6 +44,7 @@ class KernelEvents {
  private:
   void readAll();
   [[nodiscard]] std::string describe() const;
+  void waitFor(const std::string& action, const std::string& directory);
   template <class Predicate>
   KernelEvent waitForNext(const std::string& awaited, const Predicate& isAwaited);
 

@@ -25,14 +25,14 @@ make_root() {
 make_receiver_root() {
   install_unit "$1" "$2"
   make_root "$1" "$2" "${receiver_drivers[@]}"
-  [ ! -f "$1/examples/usbip/usb_rx_usbip" ] ||   cp "$1/examples/usbip/usb_rx_usbip" "$2/usr/sbin/"
+  cp "$1/examples/usbip/receiver/usb_rx_usbip" "$2/usr/sbin/"
   cp "${@:3}" "$2/bin/"
 }
 
 # make_far_root BUILD-FOLDER ROOT
 make_far_root() {
   make_root "$1" "$2" "${far_drivers[@]}"
-  [ ! -f "$1/examples/usbip/usb_tx_usbip" ] ||   cp "$1/examples/usbip/usb_tx_usbip" "$2/usr/sbin/"
+  cp "$1/examples/usbip/transmitter/usb_tx_usbip" "$2/usr/sbin/"
 }
 
 # make_pair BUILD-FOLDER FOLDER PROGRAM...: makes a folder with both machines; programs are copied to the receiver's /bin.
@@ -42,6 +42,8 @@ make_pair() {
   far_root=$(mktemp -d)
   rm -rf "$2"
   mkdir -p "$2/receiver/media" "$2/far"
+  head -c 8M /dev/urandom >"$2/receiver/random.disk"
+  truncate -s 8M "$2/receiver/blank.disk"
   make_receiver_root "$1" "$receiver_root" "${@:3}"
   make_far_root "$1" "$far_root"
   pack_root "$receiver_root" "$2/receiver/initramfs"

@@ -57,19 +57,23 @@ std::string FarMachine::read(const std::string& command, const sim::Deadline& de
   return withoutNewlinesAtEnd(answer.output);
 }
 
-void FarMachine::waitUntil(const std::string& command, const sim::Deadline& deadline) {
-  const int seconds = (deadline.millisecondsLeft() + 999) / 1000;
+std::string FarMachine::waitUntil(const std::string& command, const sim::Deadline& deadline) {
+  const std::string seconds = std::to_string((deadline.millisecondsLeft() + 999) / 1000);
   const Answer answer =
-      call("latest=$(($(date +%s) + " + std::to_string(seconds) + "))\nuntil { " + command +
-               "\n}; do [ $(date +%s) -le $latest ] || break; usleep 20000; done >/dev/null 2>&1\n" + command,
-           sim::Deadline(seconds + patience));
+      call("read up _ </proc/uptime; latest=$((${up%%.*} + " + seconds + "))\nuntil output=$({ " + command +
+               "\n} 2>/dev/null); do\n"
+               "read up _ </proc/uptime; [ ${up%%.*} -lt $latest ] || break; usleep 20000\n"
+               "done\necho \"$output\"; [ ${up%%.*} -lt $latest ]",
+           sim::Deadline(std::stod(seconds) + patience));
   if (answer.status != 0) {
-    throw sim::TimedOut("\"" + command + "\" on the far machine (it prints " + answer.output + ")");
+    throw sim::TimedOut("\"" + command + "\" on the far machine; it prints: " + answer.output);
   }
+  return withoutNewlinesAtEnd(answer.output);
 }
 
 void FarMachine::writeFile(const std::string& path, const std::string& content) {
-  read("cat >'" + path + "' <<'end-of-file'\n" + content + "\nend-of-file\n");
+  read("rm -f '" + path + "'; (umask 077; cat >'" + path + "') <<'end-of-file'\n" + content +
+       "\nend-of-file\n");
 }
 
 std::string FarMachine::receiveUpTo(const std::string& mark, const sim::Deadline& deadline) {

@@ -26,8 +26,9 @@ class FarMachine {
   Answer call(const std::string& command, const sim::Deadline& deadline = {});
   /** The output of a command, without the newlines at its end. Throws sim::Error when the command fails. */
   std::string read(const std::string& command, const sim::Deadline& deadline = {});
-  /** Returns when a command succeeds, which is tried again and again. Throws sim::TimedOut. */
-  void waitUntil(const std::string& command, const sim::Deadline& deadline = {});
+  /** The output of a command that is tried again and again until it succeeds. Throws sim::TimedOut. */
+  std::string waitUntil(const std::string& command, const sim::Deadline& deadline = {});
+  /** Makes a file for its owner alone. */
   void writeFile(const std::string& path, const std::string& content);
 
  private:

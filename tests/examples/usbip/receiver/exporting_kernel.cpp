@@ -1,0 +1,155 @@
+#include "examples/usbip/receiver/exporting_kernel.h"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <filesystem>
+#include <utility>
+
+#include "sim/error.h"
+#include "sim/files.h"
+
+namespace examples {
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string bus = "/sys/bus/usb/";
+const std::string usbUnbind = bus + "drivers/usb/unbind";
+const std::string hostFolder = bus + "drivers/usbip-host";
+const std::string probe = bus + "drivers_probe";
+
+}  // namespace
+
+void layOutDevice(const std::string& directory) {
+  sim::writeFile(directory + "/bDeviceClass", "00\n");
+  sim::writeFile(directory + "/busnum", "1\n");
+  sim::writeFile(directory + "/devnum", "7\n");
+  sim::writeFile(directory + "/speed", "480\n");
+  sim::writeFile(directory + "/descriptors",
+                 {"\x12\x01\x00\x02\x00\x00\x00\x40\x27\x06\x01\x00\x00\x00\x01\x02\x03\x01", 18});
+}
+
+ExportingKernel::ExportingKernel(std::string directory)
+    : directory_(std::move(directory)), busId_(fs::path(directory_).filename()) {
+  layOutDevice(directory_);
+  for (const std::string& path : {usbUnbind, hostFolder + "/unbind", hostFolder + "/match_busid",
+                                  hostFolder + "/bind", probe, directory_ + "/usbip_sockfd"}) {
+    listenAt(path);
+  }
+  giveTo("usb");
+}
+
+void ExportingKernel::writeAttribute(const std::string& name, const std::string& content) const {
+  sim::writeFile(directory_ + "/" + name, content);
+}
+
+void ExportingKernel::unloadUsbipHost() {
+  fs::remove_all(hostFolder);
+}
+
+void ExportingKernel::refuseToBind() {
+  fs::remove(hostFolder + "/bind");
+}
+
+std::string ExportingKernel::driver() const {
+  std::error_code none;
+  return fs::read_symlink(directory_ + "/driver", none).filename();
+}
+
+void ExportingKernel::giveTo(const std::string& driver) {
+  for (const char* name : {"/driver", "/usbip_status"}) {
+    fs::remove(directory_ + name);
+  }
+  if (!driver.empty()) {
+    fs::create_symlink(bus + "drivers/" + driver, directory_ + "/driver");
+  }
+  if (driver == "usbip-host") {
+    writeAttribute("usbip_status", "1\n");
+  }
+}
+
+void ExportingKernel::waitForSocket() {
+  sim::waitUntil("a socket for the kernel", {}, [this] { return socket_.isOpen(); });
+}
+
+std::string ExportingKernel::readSocket() const {
+  std::array<char, 256> bytes{};
+  const ssize_t count = ::recv(socket_.get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
+  return {bytes.data(), count > 0 ? static_cast<std::size_t>(count) : 0};
+}
+
+void ExportingKernel::loseLink() {
+  closeLink();
+  writeAttribute("usbip_status", "1\n");
+}
+
+void ExportingKernel::plugOut() {
+  closeLink();
+  fs::remove_all(directory_);
+}
+
+void ExportingKernel::closeLink() {
+  ::shutdown(socket_.get(), SHUT_RDWR);
+  socket_.close();
+}
+
+void ExportingKernel::listenAt(const std::string& path) {
+  fs::create_directories(fs::path(path).parent_path());
+  if (::mkfifo(path.c_str(), 0600) != 0) {
+    throw sim::systemError("mkfifo(" + path + ")");
+  }
+  sim::Descriptor fifo(::open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
+  const int number = fifo.get();
+  attributes_[path] = {std::move(fifo), std::make_unique<sim::Background>(number, [this] { serve(); })};
+}
+
+std::string ExportingKernel::take(const std::string& path) const {
+  const auto attribute = attributes_.find(path);
+  if (attribute == attributes_.end()) {
+    return {};
+  }
+  std::array<char, 256> bytes{};
+  const ssize_t count = ::read(attribute->second.fifo.get(), bytes.data(), bytes.size());
+  return {bytes.data(), count > 0 ? static_cast<std::size_t>(count) : 0};
+}
+
+void ExportingKernel::takeAll() const {
+  for (const auto& attribute : attributes_) {
+    take(attribute.first);
+  }
+}
+
+// A worker's writes that have come together are served in the order in which a worker makes them.
+void ExportingKernel::serve() {
+  if (!fs::exists(directory_)) {
+    takeAll();
+    return;
+  }
+  if (take(usbUnbind) == busId_ || take(hostFolder + "/unbind") == busId_) {
+    closeLink();
+    giveTo("");
+  }
+  const std::string table = take(hostFolder + "/match_busid");
+  if (table.find("add " + busId_) != std::string::npos) {
+    inTable_ = true;
+  }
+  if (take(hostFolder + "/bind") == busId_ && inTable_ && driver().empty()) {
+    giveTo("usbip-host");
+  }
+  if (table.ends_with("del " + busId_)) {
+    inTable_ = false;
+  }
+  if (const std::string number = take(directory_ + "/usbip_sockfd"); !number.empty()) {
+    socket_ = worker_.shareFile(std::stoi(number));
+    writeAttribute("usbip_status", "2\n");
+  }
+  if (take(probe) == busId_ && driver().empty()) {
+    giveTo("usb");
+  }
+}
+
+}  // namespace examples
