@@ -29,7 +29,7 @@ class FarSideCrowd : public examples::FarSideWorld {
   FarSideCrowd() { farSide.waitUntilListening(); }
 
   // Workers that have been accepted, and have nothing more to say.
-  std::deque<ScriptedWorker> greetedWorkers(int count) {
+  static std::deque<ScriptedWorker> greetedWorkers(int count) {
     std::deque<ScriptedWorker> workers;
     for (int i = 0; i < count; ++i) {
       workers.emplace_back().greet();
