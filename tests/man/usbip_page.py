@@ -101,12 +101,24 @@ def ComputesTheProofsOfItsExample():
            "the proofs are others")
 
 
+def sources_of(*folders):
+    files = (file for folder in folders for file in sorted((ROOT / "examples/usbip" / folder).glob("*.cpp")))
+    return "".join(file.read_text(encoding="utf-8") for file in files)
+
+
+def HasTheFilesOfThePrograms():
+    text = sources_of("receiver", "transmitter")
+    paths = {item.head for item in page.items("FILES")}
+    expect(len(paths) > 8, "FILES: there are too few")
+    for path in paths:
+        folder, name = path.rsplit("/", 1)
+        expect(re.search(rf'["/]{name}"', text), f"the programs do not use {path}")
+        expect(folder.startswith("device") or folder in text, f"the programs do not use {folder}")
+
+
 def HasLinesOfThePrograms():
-    folder = ROOT / "examples/usbip"
-    sources = {"usb_rx_usbip": "receiver", "usb_tx_usbip": "transmitter"}
-    for name, own in sources.items():
-        files = [*folder.glob(f"{own}/*.cpp"), *folder.glob("exchange/*.cpp")]
-        text = "".join(file.read_text(encoding="utf-8") for file in files)
+    for name, own in (("usb_rx_usbip", "receiver"), ("usb_tx_usbip", "transmitter")):
+        text = sources_of(own, "exchange")
         lines = subsection("DIAGNOSTICS", name)
         expect(len(lines) > 5, f"DIAGNOSTICS, {name}: there are too few lines")
         for line in lines:
