@@ -274,8 +274,8 @@ int main(int argc, char** argv) try {
   writeInputs(folder + "/command_line", commandLineInputs());
   writeInputs(folder + "/configuration", configurationInputs());
   writeInputs(folder + "/quor_config", quorConfigInputs());
-  writeInputs(folder + "/usbip_messages", fuzz::usbipMessagesSeeds());
   writeInputs(folder + "/usbip_far_side", fuzz::usbipFarSideSeeds());
+  writeInputs(folder + "/usbip_messages", fuzz::usbipMessagesSeeds());
   writeInputs(folder + "/usbip_worker", fuzz::usbipWorkerSeeds());
   return 0;
 } catch (const std::exception& e) {

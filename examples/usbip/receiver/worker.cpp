@@ -65,13 +65,17 @@ int lendUntilGone(const UsbDevice& device, const Arguments& arguments, const Ter
 }  // namespace
 
 int exportDevice(const Arguments& arguments, const Termination& termination, const Log& log) {
-  if (!ulx::pathExists(arguments.device)) {
-    log.print(arguments.device + " has gone");
-    return deviceHasGone;
+  try {
+    const UsbDevice device(arguments.device);
+    requireUsbipHost();
+    return lendUntilGone(device, arguments, termination, log);
+  } catch (const ulx::Exception&) {
+    if (ulx::pathExists(arguments.device)) {
+      throw;
+    }
   }
-  const UsbDevice device(arguments.device);
-  requireUsbipHost();
-  return lendUntilGone(device, arguments, termination, log);
+  log.print(arguments.device + " has gone");
+  return deviceHasGone;
 }
 
 }  // namespace usbip

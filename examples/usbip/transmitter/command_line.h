@@ -15,7 +15,7 @@ struct Arguments {
   bool debugging = false;
   bool toSyslog = false;
   bool anyPeer = false;
-  std::string keyFile{};     ///< empty: there are no keys
+  std::string keyFile{};   ///< empty: there are no keys
   std::uint16_t port = 0;  ///< of TCP
 };
 

@@ -133,15 +133,11 @@ void ExportingKernel::serve() {
     closeLink();
     giveTo("");
   }
-  const std::string table = take(hostFolder + "/match_busid");
-  if (table.find("add " + busId_) != std::string::npos) {
+  if (take(hostFolder + "/match_busid") == "add " + busId_) {
     inTable_ = true;
   }
   if (take(hostFolder + "/bind") == busId_ && inTable_ && driver().empty()) {
     giveTo("usbip-host");
-  }
-  if (table.ends_with("del " + busId_)) {
-    inTable_ = false;
   }
   if (const std::string number = take(directory_ + "/usbip_sockfd"); !number.empty()) {
     socket_ = worker_.shareFile(std::stoi(number));

@@ -36,8 +36,6 @@ class ExportingKernel {
   /** The driver that has the device; empty for none. */
   [[nodiscard]] std::string driver() const;
   void giveTo(const std::string& driver);
-  /** Whether the table of usbip-host has the device still. */
-  [[nodiscard]] bool tableHasDevice() const { return inTable_; }
 
   /** Waits until a worker has handed its socket over. */
   void waitForSocket();
