@@ -8,10 +8,10 @@
 namespace usbip {
 
 /** What usb_tx_usbip is to do. */
-enum class Task { serve, list, help };
+enum class Action { serve, list, help };
 
 struct Arguments {
-  Task task = Task::serve;
+  Action action = Action::serve;
   bool debugging = false;
   bool toSyslog = false;
   bool anyPeer = false;

@@ -44,14 +44,14 @@ void serve(const usbip::Arguments& arguments, const usbip::Log& log) {
 }
 
 void run(const usbip::Arguments& arguments, const usbip::Log& log) {
-  switch (arguments.task) {
-    case usbip::Task::help:
+  switch (arguments.action) {
+    case usbip::Action::help:
       printAnswer(std::string(usbip::usage) + "\n" + usbip::help);
       break;
-    case usbip::Task::list:
+    case usbip::Action::list:
       printAnswer(usbip::listAttached(usbip::readPorts()));
       break;
-    case usbip::Task::serve:
+    case usbip::Action::serve:
       serve(arguments, log);
       break;
   }

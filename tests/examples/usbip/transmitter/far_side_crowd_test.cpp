@@ -98,6 +98,22 @@ TEST_F(FarSideCrowd, HasTenSecondsEachHoweverItSpeaks) {
   slow.hearTheEnd();
 }
 
+TEST_F(FarSideCrowd, IsNotWaitedForWhenNothingElseHappens) {
+  const ScriptedWorker silent;
+  silent.hearTheEnd(sim::Deadline(15));
+  EXPECT_EQ(farSide.nextLine(), "127.0.0.1: refused: it has not said all of the greeting in 10 seconds");
+}
+
+TEST_F(FarSideCrowd, HasASecondToLeaveAfterARefusal) {
+  const auto before = farSide.openDescriptors();
+  ScriptedWorker worker;
+  worker.greet(true);
+  EXPECT_EQ(worker.hearGreeting().verdict, Verdict::noKeysHere);
+  farSide.waitForDescriptors(before);
+  EXPECT_EQ(farSide.nextLine(), "127.0.0.1: refused: it has keys, and there are none here (--keys)");
+  EXPECT_FALSE(farSide.hasLine());
+}
+
 TEST_F(FarSideCrowd, LeavesNoDescriptorHoweverItIsRefused) {
   const auto before = farSide.openDescriptors();
   for (int i = 0; i < 100; ++i) {
