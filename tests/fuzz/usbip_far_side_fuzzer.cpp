@@ -86,8 +86,8 @@ class FarSide {
         servesPeer_(hasKeys_ || (switches & (fuzz::anyPeerSwitch | fuzz::localPeerSwitch)) != 0) {}
 
   [[nodiscard]] std::string ownGreeting(char verdict) const {
-    const std::string challenge(32, hasKeys_ ? challengeByte : '\0');
-    return std::string("USB-RXIP\0\1", 10) + (hasKeys_ ? '\1' : '\0') + verdict + challenge;
+    const std::string ownChallenge(32, hasKeys_ ? challengeByte : '\0');
+    return std::string("USB-RXIP\0\1", 10) + (hasKeys_ ? '\1' : '\0') + verdict + ownChallenge;
   }
 
   [[nodiscard]] std::string workersProof(const std::string& said) const {

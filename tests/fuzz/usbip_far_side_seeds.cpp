@@ -36,13 +36,19 @@ std::string said(const std::string& text) {
   return input.text(text).written();
 }
 
+std::string offered(const std::string& busId) {
+  return "USB-RXIP\0\1"s + std::string(34, '\0') + busId + std::string(32 - busId.size(), '\0') +
+         "\0\1\0\2\3\0\22\1"s + std::string(16, '\1');
+}
+
 }  // namespace
 
 std::vector<std::string> usbipFarSideSeeds() {
   constexpr unsigned allSwitches = farSideKeysSwitch | anyPeerSwitch | localPeerSwitch;
   constexpr unsigned high = 3;
   std::vector<std::string> inputs{said("GET / HTTP/1.1\r\n\r\n"),
-                                  said("USB-RXIP\0\2"s + std::string(34, '\0'))};
+                                  said("USB-RXIP\0\2"s + std::string(34, '\0')), said(offered("1-2")),
+                                  said(offered("1-2.3.4.5.6.7.8.9.10.11.12.13.14"))};
   for (unsigned switches = 0; switches <= allSwitches; ++switches) {
     inputs.push_back(deviceBrought(switches, 0, 0, high));
     inputs.push_back(deviceBrought(switches, 1, 0, high));

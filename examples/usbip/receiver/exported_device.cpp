@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "examples/usbip/receiver/failure_line.h"
+#include "examples/usbip/exchange/failure_line.h"
 #include "ulx/exceptions.h"
 #include "ulx/file_descriptor.h"
 #include "ulx/path.h"

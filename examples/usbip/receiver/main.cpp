@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "examples/usbip/exchange/failure_line.h"
 #include "examples/usbip/exchange/log.h"
 #include "examples/usbip/receiver/command_line.h"
-#include "examples/usbip/receiver/failure_line.h"
 #include "examples/usbip/receiver/termination.h"
 #include "examples/usbip/receiver/worker.h"
 #include "ulx/exceptions.h"

@@ -2,11 +2,11 @@
 
 #include <string>
 
+#include "examples/usbip/exchange/failure_line.h"
 #include "examples/usbip/receiver/connection.h"
 #include "examples/usbip/receiver/conversation.h"
 #include "examples/usbip/receiver/end_of_export.h"
 #include "examples/usbip/receiver/exported_device.h"
-#include "examples/usbip/receiver/failure_line.h"
 #include "examples/usbip/receiver/transmitter.h"
 #include "examples/usbip/receiver/usb_device.h"
 #include "ulx/exceptions.h"

@@ -70,10 +70,10 @@ std::optional<Arguments> parseService(const std::vector<std::string>& arguments)
 
 std::optional<Arguments> parseArguments(const std::vector<std::string>& arguments) {
   if (arguments == std::vector<std::string>{"--list"}) {
-    return Arguments{.task = Task::list};
+    return Arguments{.action = Action::list};
   }
   if (arguments == std::vector<std::string>{"--help"}) {
-    return Arguments{.task = Task::help};
+    return Arguments{.action = Action::help};
   }
   return parseService(arguments);
 }

@@ -8,14 +8,14 @@
 namespace usbip {
 
 /** What usb_tx_usbip is to do. */
-enum class Task { serve, list, help };
+enum class Action { serve, list, help };
 
 struct Arguments {
-  Task task = Task::serve;
+  Action action = Action::serve;
   bool debugging = false;
   bool toSyslog = false;
   bool anyPeer = false;
-  std::string keyFile{};     ///< empty: there are no keys
+  std::string keyFile{};   ///< empty: there are no keys
   std::uint16_t port = 0;  ///< of TCP
 };
 

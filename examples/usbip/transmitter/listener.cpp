@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <string_view>
+#include <utility>
 
 #include "ulx/exceptions.h"
 
@@ -102,7 +103,8 @@ std::optional<Connection> Listener::accept() const {
   if (socket == -1) {
     ulx::throwErrno("accept()", errno);
   }
-  return Connection{std::make_unique<ulx::FileDescriptor>(socket, true), peerAddressOf(address)};
+  auto descriptor = std::make_unique<ulx::FileDescriptor>(socket, true);
+  return Connection{std::move(descriptor), peerAddressOf(address)};
 }
 
 }  // namespace usbip

@@ -3,9 +3,9 @@
 #include <fcntl.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
+#include <charconv>
 #include <iterator>
+#include <system_error>
 
 #include "ulx/exceptions.h"
 #include "ulx/file_descriptor.h"
@@ -38,22 +38,42 @@ std::optional<Hub> hubOf(std::string_view word) {
   return {};
 }
 
-std::optional<VirtualPort> parsePort(const std::string& line) {
-  std::array<char, 3> hubWord{};
-  std::array<char, busIdSize> busId{};
-  unsigned state = 0;
-  VirtualPort port;
+std::vector<std::string_view> wordsOf(std::string_view line) {
+  std::vector<std::string_view> words;
+  ulx::forEachItem(line, ' ', [&words](std::string_view word) {
+    if (!word.empty()) {
+      words.push_back(word);
+    }
+  });
+  return words;
+}
+
+std::optional<unsigned> numberIn(std::string_view word) {
+  unsigned number = 0;
+  const char* const end = word.data() + word.size();
+  const auto result = std::from_chars(word.data(), end, number);
+  return result.ec == std::errc() && result.ptr == end ? std::optional(number) : std::nullopt;
+}
+
+std::optional<VirtualPort> parsePort(std::string_view line) {
   // hub port state speed devid sockfd local_busid
-  const int fields = std::sscanf(line.c_str(), "%2s %u %u %u %*x %*u %31s", hubWord.data(), &port.number,
-                                 &state, &port.speed, busId.data());
-  const std::optional<Hub> hub = hubOf(hubWord.data());
-  if (fields != 5 || !hub) {
+  constexpr std::size_t fields = 7;
+  const std::vector<std::string_view> words = wordsOf(line);
+  if (words.size() != fields) {
     return {};
   }
-  port.hub = *hub;
-  port.state = VirtualPort::State{state};
-  port.localBusId = busId.data();
-  return port;
+  const std::optional<Hub> hub = hubOf(words[0]);
+  const std::optional<unsigned> number = numberIn(words[1]);
+  const std::optional<unsigned> state = numberIn(words[2]);
+  const std::optional<unsigned> speed = numberIn(words[3]);
+  if (!hub || !number || !state || !speed) {
+    return {};
+  }
+  return VirtualPort{.hub = *hub,
+                     .number = *number,
+                     .state = VirtualPort::State{*state},
+                     .speed = *speed,
+                     .localBusId = std::string(words[6])};
 }
 
 }  // namespace
@@ -75,7 +95,7 @@ std::optional<Hub> hubFor(Speed speed) {
 std::vector<VirtualPort> parsePorts(std::string_view status) {
   std::vector<VirtualPort> ports;
   ulx::forEachItem(status, '\n', [&ports](std::string_view line) {
-    if (const std::optional<VirtualPort> port = parsePort(std::string(line))) {
+    if (const std::optional<VirtualPort> port = parsePort(line)) {
       ports.push_back(*port);
     }
   });
@@ -98,7 +118,7 @@ std::vector<VirtualPort> readPorts() {
 
 void expectAttachable() {
   (void)readPorts();
-  const ulx::FileDescriptor attach(directory + "attach", O_WRONLY);
+  const ulx::FileDescriptor writable(directory + "attach", O_WRONLY);
 }
 
 std::vector<VirtualPort> freePortsOf(Hub hub, const std::vector<VirtualPort>& ports) {

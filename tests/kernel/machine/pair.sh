@@ -4,6 +4,8 @@
 # Sourced after packages.sh, amd64.sh, root.sh and boot.sh.
 
 pair_files=$PWD/tests/kernel/pair/root
+pair_packages=(usbip libsodium-dev)
+kernels_tools=(/usr/sbin/usbip /usr/sbin/usbipd) # what the two programs are compared with
 wire_drivers=(virtio_pci virtio_net)
 receiver_drivers=("${drivers[@]}" usbip-host "${wire_drivers[@]}")
 far_drivers=(vhci-hcd hid-generic usbhid evdev usb-storage uas sd_mod "${wire_drivers[@]}")
@@ -18,6 +20,7 @@ make_root() {
   mkdir -p "$2/etc" "$2/usr/sbin"
   cp "$pair_files/hosts" "$2/etc/"
   printf 'hosts: files\n' >"$2/etc/nsswitch.conf"
+  add_programs "$2" "${kernels_tools[@]}"
   cp "$pair_files/join_wire" "$pair_files/serve_commands" "$2/bin/"
 }
 
@@ -52,9 +55,10 @@ make_pair() {
 
 # set_pair_machine_command SECONDS KERNEL-ARGUMENTS IS-SERVER MAC [ARGUMENT...]: the wire and the far machine's commands pass
 # through sockets of the folder above; a machine is at one end of each. A hub stands between the wire and the network
-# card, so that the card has its carrier even while the wire is cut.
+# card, so that the card has its carrier even while the wire is cut. With RDRAND a machine has random bytes at once; it would
+# take a second or two to collect some.
 set_pair_machine_command() {
-  set_machine_command "$1" "$2" -netdev "stream,id=wire,server=$3,addr.type=unix,addr.path=../wire.socket" \
+  set_machine_command "$1" "$2" -cpu qemu64,+rdrand -netdev "stream,id=wire,server=$3,addr.type=unix,addr.path=../wire.socket" \
     -netdev "hubport,id=outer,hubid=1,netdev=wire" -netdev "hubport,id=inner,hubid=1" \
     -device "virtio-net-pci,netdev=inner,romfile=,mac=$4" "${@:5}"
 }

@@ -8,7 +8,7 @@
 
 #include <array>
 #include <csignal>
-#include <cstdio>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -34,12 +34,10 @@ struct Request {
 };
 
 Request requestIn(const std::string& text) {
+  std::istringstream words(text);
   Request request;
-  std::array<char, 2> rest{};
-  EXPECT_EQ(std::sscanf(text.c_str(), "%u %d %u %u%1s", &request.port, &request.socket, &request.devId,
-                        &request.speed, rest.data()),
-            4)
-      << text;
+  words >> request.port >> request.socket >> request.devId >> request.speed;
+  EXPECT_TRUE(words && words.peek() == std::istringstream::traits_type::eof()) << text;
   return request;
 }
 
@@ -150,7 +148,7 @@ TEST_F(FarSideAttaching, LogsWhenTheKernelEndsTheConnection) {
 }
 
 TEST_F(FarSideAttaching, TakesTheConnectionBackWhenTheKernelRefusesTheDevice) {
-  hubs.refuseDevices();
+  examples::MadeUpHubs::refuseDevices();
   ScriptedWorker worker;
   worker.bringDevice();
   EXPECT_EQ(farSide.nextLine(),

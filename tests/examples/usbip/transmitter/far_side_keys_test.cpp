@@ -49,7 +49,7 @@ TEST_F(FarSideKeysFile, HasTwoKeys) {
 class FarSideKeys : public examples::FarSideWorld {
  protected:
   FarSideKeys() { farSide.waitUntilListening(); }
-  ~FarSideKeys() override {
+  void TearDown() override {
     EXPECT_EQ(farSide.log().find(keys.in), std::string::npos);
     EXPECT_EQ(farSide.log().find(keys.out), std::string::npos);
   }

@@ -39,7 +39,7 @@ class FarSideRefusals : public examples::FarSideWorld {
 TEST_F(FarSideRefusals, OfGarbageComeAtOnceAndWithoutAnAnswer) {
   const ScriptedWorker worker;
   worker.say("GET / HTTP/1.1\r\nHost: \x1B[2J\r\n\r\n");
-  worker.hearTheEnd();
+  worker.hearTheEndOrAReset();
   expectRefusal("this is no greeting");
 }
 

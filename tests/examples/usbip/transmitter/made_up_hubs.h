@@ -25,7 +25,7 @@ class MadeUpHubs {
   [[nodiscard]] bool hasAttach() const;
   [[nodiscard]] bool hasDetach() const;
   /** From now on the kernel takes no device: writing to `attach` fails with ENOSPC. */
-  void refuseDevices();
+  static void refuseDevices();
   /** The driver is not loaded any more. */
   static void unload();
 

@@ -95,13 +95,25 @@ usbip::Greeting ScriptedWorker::hearGreeting() {
 }
 
 void ScriptedWorker::hearTheEnd(const sim::Deadline& deadline) const {
+  if (hearNothingMore(deadline) != 0) {
+    throw sim::systemError("hearing the end of the connection");
+  }
+}
+
+void ScriptedWorker::hearTheEndOrAReset(const sim::Deadline& deadline) const {
+  static_cast<void>(hearNothingMore(deadline));
+}
+
+ssize_t ScriptedWorker::hearNothingMore(const sim::Deadline& deadline) const {
   if (!sim::waitReadable(socket_.get(), deadline)) {
     throw sim::TimedOut("the end of the connection");
   }
   std::uint8_t byte = 0;
-  if (::recv(socket_.get(), &byte, 1, 0) > 0) {
+  const ssize_t heard = ::recv(socket_.get(), &byte, 1, 0);
+  if (heard > 0) {
     throw sim::Error("the far side says more than it should");
   }
+  return heard;
 }
 
 bool ScriptedWorker::waitToHear(const sim::Deadline& deadline) const {

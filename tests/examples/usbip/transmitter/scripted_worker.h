@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <span>
 #include <string>
@@ -35,8 +37,10 @@ class ScriptedWorker {
   [[nodiscard]] usbip::Verdict hearVerdict() const;
   /** Hears a greeting, and remembers it for the proofs. */
   usbip::Greeting hearGreeting();
-  /** Waits for the end of the connection. Throws sim::Error when a byte comes before. */
+  /** Waits for the end of the connection. Throws sim::Error when a byte comes before, and when it is reset. */
   void hearTheEnd(const sim::Deadline& deadline = {}) const;
+  /** The same for a connection that may be reset: something that was said has not been read. */
+  void hearTheEndOrAReset(const sim::Deadline& deadline = {}) const;
   /** Waits until the far side has said anything, or ended the connection; false when the deadline passes before. */
   [[nodiscard]] bool waitToHear(const sim::Deadline& deadline) const;
 
@@ -50,6 +54,9 @@ class ScriptedWorker {
   void bringDevice(usbip::Speed speed = usbip::Speed::high);
 
  private:
+  // 0 at the end, -1 with errno where the connection has broken.
+  [[nodiscard]] ssize_t hearNothingMore(const sim::Deadline& deadline) const;
+
   sim::Descriptor socket_;
   usbip::GreetingBytes ownGreeting_{};
   usbip::GreetingBytes farSidesGreeting_{};

@@ -13,6 +13,7 @@
 #include "sim/descriptor.h"
 #include "support/descriptors.h"
 #include "support/thrown.h"
+#include "unit/examples/usbip/transmitter/library_calls.h"
 #include "unit/examples/usbip/transmitter/made_up_worker.h"
 
 namespace {
@@ -129,6 +130,15 @@ TEST_F(CallerTest, IsRefusedWhenItDoesNotTakeWhatIsSent) {
   say(worker::greeting());
   caller_.serve();
   EXPECT_EQ(support::contextThrownBy<ulx::WouldBlock>([this] { caller_.serve(); }), "send()");
+}
+
+TEST_F(CallerTest, IsRefusedWhenItTakesOnlyABeginningOfWhatIsSent) {
+  say(worker::greeting());
+  caller_.serve();
+  const support::Replaced shortSend(library::send, [](int fd, const void* buffer, std::size_t, int flags) {
+    return library::send.real(fd, buffer, 1, flags);
+  });
+  EXPECT_EQ(refusal(), "it does not take what is sent");
 }
 
 TEST_F(CallerTest, IsRefusedWithoutASignalWhenNobodyHearsTheAnswer) {

@@ -8,7 +8,7 @@
 namespace {
 
 using Words = std::vector<std::string>;
-using usbip::Task;
+using usbip::Action;
 
 bool isWrong(const Words& words) {
   return !usbip::parseArguments(words).has_value();
@@ -17,7 +17,7 @@ bool isWrong(const Words& words) {
 TEST(CommandLineOfFarSide, NeedsThePortAlone) {
   const auto arguments = usbip::parseArguments({"5000"});
   ASSERT_TRUE(arguments);
-  EXPECT_EQ(arguments->task, Task::serve);
+  EXPECT_EQ(arguments->action, Action::serve);
   EXPECT_EQ(arguments->port, 5000);
   EXPECT_EQ(arguments->keyFile, "");
   EXPECT_FALSE(arguments->debugging);
@@ -48,8 +48,8 @@ TEST(CommandLineOfFarSide, SetsNothingButWhatAnOptionIsFor) {
 }
 
 TEST(CommandLineOfFarSide, ListsAndHelpsWhenAskedForThatAlone) {
-  EXPECT_EQ(usbip::parseArguments({"--list"})->task, Task::list);
-  EXPECT_EQ(usbip::parseArguments({"--help"})->task, Task::help);
+  EXPECT_EQ(usbip::parseArguments({"--list"})->action, Action::list);
+  EXPECT_EQ(usbip::parseArguments({"--help"})->action, Action::help);
   EXPECT_TRUE(isWrong({"--list", "5000"}));
   EXPECT_TRUE(isWrong({"5000", "--list"}));
   EXPECT_TRUE(isWrong({"--help", "--debug"}));

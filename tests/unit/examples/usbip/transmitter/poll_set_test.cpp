@@ -10,6 +10,7 @@
 #include "support/descriptors.h"
 #include "support/thrown.h"
 #include "ulx/pipe.h"
+#include "unit/ulx/interrupting_timer.h"
 
 namespace {
 
@@ -32,6 +33,15 @@ TEST(PollSet, EndsItsWaitAfterTheTime) {
   usbip::PollSet set;
   set.add(idle.readEnd.fd(), POLLIN);
   set.wait(1);
+  EXPECT_FALSE(set.hasEvent(idle.readEnd.fd()));
+}
+
+TEST(PollSet, HasNoEventWhenASignalEndsItsWait) {
+  const ulx::Pipe idle;
+  const InterruptingTimer timer;
+  usbip::PollSet set;
+  set.add(idle.readEnd.fd(), POLLIN);
+  set.wait(longTime);
   EXPECT_FALSE(set.hasEvent(idle.readEnd.fd()));
 }
 

@@ -57,7 +57,9 @@ TEST(VirtualPortsStatus, ShowsEachPort) {
 TEST(VirtualPortsStatus, MayHaveLinesThatShowNone) {
   EXPECT_EQ(numbersOf(usbip::parsePorts("\nhs\nhs  0000\nhs  0000 004 000 00000000 000000\n"
                                         "xs  0000 004 000 00000000 000000 0-0\n"
-                                        "hs  xxxx 004 000 00000000 000000 0-0\n"
+                                        "hs  00x0 004 000 00000000 000000 0-0\n"
+                                        "hs  99999999999 004 000 00000000 000000 0-0\n"
+                                        "hs  0000 004 000 00000000 000000 0-0 more\n"
                                         "hs  0007 004 000 00000000 000000 0-0")),
             std::vector<unsigned>{7});
 }
