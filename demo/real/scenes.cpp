@@ -139,7 +139,8 @@ std::string Travels::healWire() {
   machines_.wire.heal();
   awaitFar(attached);
   awaitFar(attached);
-  return "Both devices are back after " + watch.text() + ". " + compareDisk() + ".";
+  const std::string time = watch.text();
+  return "Both devices are back after " + time + ". " + compareDisk() + ".";
 }
 
 std::string Travels::unplugKeyboard() {
@@ -171,7 +172,8 @@ std::string Travels::startFarSideAgain() {
   machines_.startFarSide();
   const StopWatch watch;
   awaitFar(attached);
-  return "The waiting worker finds it: attached after another " + watch.text() + ". " + compareDisk() + ".";
+  const std::string time = watch.text();
+  return "The waiting worker finds it: attached after another " + time + ". " + compareDisk() + ".";
 }
 
 std::string Travels::unplugDisk() {
