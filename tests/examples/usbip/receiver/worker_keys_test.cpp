@@ -14,7 +14,6 @@ namespace {
 
 using examples::RunningWorker;
 using sim::ProcessEnd;
-using usbip::Greeting;
 using usbip::Keys;
 using usbip::Verdict;
 

@@ -5,12 +5,14 @@
 #include <string>
 
 #include "examples/usbip/exchange/messages.h"
+#include "examples/usbip/receiver/exporting_kernel.h"
 #include "examples/usbip/receiver/worker_program.h"
 #include "examples/usbip/receiver/worker_world.h"
 #include "sim/process.h"
 
 namespace {
 
+using examples::ExportingKernel;
 using examples::RunningWorker;
 using examples::WorkerProgram;
 using examples::WorkerWorld;
@@ -21,7 +23,7 @@ using usbip::Verdict;
 class WorkerRefusals : public WorkerWorld {
  protected:
   // Runs a worker to its end, which has this status, and returns what it has logged.
-  Words logOf(const Words& words, int status) {
+  static Words logOf(const Words& words, int status) {
     WorkerProgram worker(words);
     EXPECT_EQ(worker.waitForEnd(), ProcessEnd::exited(status));
     return worker.log();
@@ -42,7 +44,7 @@ TEST_F(WorkerRefusals, OfADeviceFromAnotherMachineHaveTheirOwnStatus) {
 }
 
 TEST_F(WorkerRefusals, SayWhichModuleIsMissing) {
-  kernel.unloadUsbipHost();
+  ExportingKernel::unloadUsbipHost();
   EXPECT_EQ(logOf(arguments(), 1),
             Words{"the kernel's driver usbip-host is not loaded: modprobe usbip-host"});
 }
@@ -174,7 +176,7 @@ TEST_F(WorkerRefusals, OfTheKernelGiveTheDeviceBack) {
   transmitter.listen();
   WorkerProgram worker(arguments());
   transmitter.accept();
-  kernel.refuseToBind();
+  ExportingKernel::refuseToBind();
   transmitter.greet();
   EXPECT_EQ(worker.waitForEnd(), ProcessEnd::exited(1));
   EXPECT_EQ(worker.log(),

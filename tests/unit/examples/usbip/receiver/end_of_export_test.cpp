@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <future>
 #include <string>
 #include <vector>
@@ -37,7 +38,9 @@ class EndOfExportKernel : public testing::Test {
 TEST_F(EndOfExportKernel, IsALostLinkWhereTheDeviceCouldBeExportedAgain) {
   host.device().write("usbip_status", "1\n");
   farSide.leave();
+  const auto start = usbip::Clock::now();
   EXPECT_EQ(wait(), EndOfExport::linkIsLost);
+  EXPECT_LT(usbip::Clock::now() - start, std::chrono::seconds(2));
 }
 
 TEST_F(EndOfExportKernel, IsADeviceThatHasGone) {
