@@ -15,10 +15,11 @@ namespace demo {
 
 namespace {
 
-const std::map<std::string, Colours> coloursOf = {
-    {"uevent", {"36", ""}},      {"daemon", {"2", "2"}},       {"worker", {"34", "34"}},
-    {"display", {"33", "1;33"}}, {"link", {"35", ""}},         {"config", {"35", ""}},
-    {"ok", {"32", "32"}},        {"FAILED", {"1;31", "1;31"}}, {"error", {"31", ""}}};
+const std::map<std::string, Colours> coloursOf = {{"uevent", {"36", ""}},       {"daemon", {"2", "2"}},
+                                                  {"worker", {"34", "34"}},     {"display", {"33", "1;33"}},
+                                                  {"link", {"35", ""}},         {"config", {"35", ""}},
+                                                  {"far", {"35", "35"}},   {"ok", {"32", "32"}},
+                                                  {"FAILED", {"1;31", "1;31"}}, {"error", {"31", ""}}};
 
 std::string coloured(const std::string& text, const std::string& colour) {
   return !Log::isColoured() || colour.empty() ? text : "\033[" + colour + "m" + text + "\033[0m";

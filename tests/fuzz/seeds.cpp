@@ -18,6 +18,7 @@
 #include "fuzz/uevent_input.h"
 #include "fuzz/usbip_far_side_seeds.h"
 #include "fuzz/usbip_messages_seeds.h"
+#include "fuzz/usbip_worker_seeds.h"
 #include "sim/device_recording.h"
 #include "sim/files.h"
 #include "sim/recording_views.h"
@@ -275,6 +276,7 @@ int main(int argc, char** argv) try {
   writeInputs(folder + "/quor_config", quorConfigInputs());
   writeInputs(folder + "/usbip_far_side", fuzz::usbipFarSideSeeds());
   writeInputs(folder + "/usbip_messages", fuzz::usbipMessagesSeeds());
+  writeInputs(folder + "/usbip_worker", fuzz::usbipWorkerSeeds());
   return 0;
 } catch (const std::exception& e) {
   std::fprintf(stderr, "fuzz_seeds: %s\n", e.what());

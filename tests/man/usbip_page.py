@@ -8,7 +8,7 @@ from dumps import bytes_of_dump
 from exchange_messages import (far_sides_proof, greeting, greeting_with, magic, offer, page, proof_size, version,
                                workers_proof)
 from findings import SkippedTest, compare, expect, findings, found_in, options_in, run, source
-from pages import items_in, text_of
+from pages import ROOT, items_in, text_of
 
 MESSAGES = "examples/usbip/exchange/messages.h"
 # The kernel, as far as the programs see it, and a network that knows 192.0.2.1 besides the loopback addresses.
@@ -17,10 +17,14 @@ ENTER = ("unshare", "--map-root-user", "--net", "--mount", "sh", "-c",
          "sh")
 
 
-def items_of(title, program):
+def subsection(title, program):
     """The items of a section, below the heading of one program."""
     subsections = {text_of(part[0]): part for part in page.section(title) if part.tag == "section"}
-    return {item.head: item.text for item in items_in(subsections[program])}
+    return list(items_in(subsections[program]))
+
+
+def heads_of(title, program):
+    return {item.head for item in subsection(title, program)}
 
 
 def compare_command_line(name, program):
@@ -28,10 +32,10 @@ def compare_command_line(name, program):
     usage = [line.removeprefix("Usage:").strip() for line in lines if f"{name} " in line.removeprefix("Usage:")[:20]]
     forms = [form.lower().replace("inkey outkey", "in out") for form in page.synopsis() if form.startswith(name)]
     compare("SYNOPSIS", forms, [form.lower() for form in usage] + [f"{name} --help"])
-    listed = {option for head in items_of("OPTIONS", name) for option in options_in(head)}
+    listed = {option for head in heads_of("OPTIONS", name) for option in options_in(head)}
     compare(f"OPTIONS, {name}", listed, options_in("\n".join(lines)) | {"--help"})
     statuses = re.findall(r"\b(\d+) [a-z]", " ".join(lines).split("Exit status:")[1])
-    compare(f"EXIT STATUS, {name}", items_of("EXIT STATUS", name), statuses)
+    compare(f"EXIT STATUS, {name}", heads_of("EXIT STATUS", name), statuses)
     wrong = run(program, "--no-such-option")
     expect(wrong.returncode == 1 and "Usage:" in wrong.stderr, f"{name} takes wrong usage: {wrong}")
 
@@ -95,6 +99,31 @@ def ComputesTheProofsOfItsExample():
         expect(message == greeting_with(keys=1, challenge=greeting.content(message, "challenge")), "no greeting")
     expect(proofs == [workers_proof(keys[1], worker, far_side), far_sides_proof(keys[0], worker, far_side)],
            "the proofs are others")
+
+
+def sources_of(*folders):
+    files = (file for folder in folders for file in sorted((ROOT / "examples/usbip" / folder).glob("*.cpp")))
+    return "".join(file.read_text(encoding="utf-8") for file in files)
+
+
+def HasTheFilesOfThePrograms():
+    text = sources_of("receiver", "transmitter")
+    paths = {item.head for item in page.items("FILES")}
+    expect(len(paths) > 8, "FILES: there are too few")
+    for path in paths:
+        folder, name = path.rsplit("/", 1)
+        expect(re.search(rf'["/]{name}"', text), f"the programs do not use {path}")
+        expect(folder.startswith("device") or folder in text, f"the programs do not use {folder}")
+
+
+def HasLinesOfThePrograms():
+    for name, own in (("usb_rx_usbip", "receiver"), ("usb_tx_usbip", "transmitter")):
+        text = sources_of(own, "exchange")
+        lines = subsection("DIAGNOSTICS", name)
+        expect(len(lines) > 5, f"DIAGNOSTICS, {name}: there are too few lines")
+        for line in lines:
+            for literal in line.literals:
+                expect(literal.removeprefix(":").strip() in text, f"{name} does not print: {literal}")
 
 
 def play(role, program):

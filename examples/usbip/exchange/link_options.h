@@ -6,9 +6,9 @@ namespace usbip {
 inline constexpr int silenceLimit = 10;
 
 /**
- * Has the kernel send small packets at once, and notice within about `silenceLimit` seconds when the network or the
- * other machine has gone without a word: by keepalive on an idle link, by the time that sent bytes may stay unanswered
- * on a busy one. To be called before the socket is handed over. Throws setsockopt(OPTION).
+ * Has the kernel send small packets at once. It then also notices within about `silenceLimit` seconds when the network or
+ * the other machine has gone without a word. On an idle link it does so by keepalive, on a busy one by the time that
+ * sent bytes may stay unanswered. To be called before the socket is handed over. Throws setsockopt(OPTION).
  */
 void prepareLink(int socket);
 

@@ -26,7 +26,7 @@ using Proof = std::array<std::uint8_t, 32>;
 [[nodiscard]] Proof farSidesProof(const Keys& keys, const GreetingBytes& worker,
                                   const GreetingBytes& farSide);
 
-/** Whether both are the same, in a time that does not tell where they differ. */
+/** Whether both are the same, in a time that does not show where they differ. */
 [[nodiscard]] bool areSame(const Proof& one, const Proof& other);
 
 }  // namespace usbip

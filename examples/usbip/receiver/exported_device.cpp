@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "examples/usbip/receiver/failure_line.h"
+#include "examples/usbip/exchange/failure_line.h"
 #include "ulx/exceptions.h"
 #include "ulx/file_descriptor.h"
 #include "ulx/path.h"
@@ -41,12 +41,18 @@ std::string driverOf(const UsbDevice& device) {
   return std::string(path.substr(path.rfind('/') + 1));
 }
 
-// The driver binds devices whose bus ids stand in a table of its own. What is deleted from it while the device is bound
-// stays there, and is never bound again. A bus id that is left in the table serves the next device in the same port;
-// by itself it takes no device from another driver.
-void bindToUsbipHost(const std::string& busId) {
-  writeTo(usbipHostFolder + "/match_busid", "add " + busId);
-  writeTo(usbipHostFolder + "/bind", busId);
+// The driver binds only devices whose bus ids stand in a table of its own. They stay there for the next device at the same
+// port, which it does not get by itself: a bus id that is deleted while its device is bound is never bound again.
+void enterInTable(const std::string& busId) {
+  try {
+    writeTo(usbipHostFolder + "/match_busid", "add " + busId);
+  } catch (const ulx::ErrnoException& failure) {
+    if (failure.errorNumber == ENOMEM) {
+      throw ulx::StrException(
+          "usbip-host has had devices at 16 ports, and takes none at a further one until it is loaded anew");
+    }
+    throw;
+  }
 }
 
 }  // namespace
@@ -77,12 +83,13 @@ ExportedDevice::~ExportedDevice() {
 }
 
 void ExportedDevice::take() const {
+  enterInTable(device_.busId());
   const std::string driver = driverOf(device_);
   if (!driver.empty()) {
     log_.debug("taking " + device_.busId() + " from the driver " + driver);
     writeTo(device_.directory() + "/driver/unbind", device_.busId());
   }
-  bindToUsbipHost(device_.busId());
+  writeTo(usbipHostFolder + "/bind", device_.busId());
 }
 
 void ExportedDevice::giveBack() const {

@@ -37,7 +37,7 @@ class ExportedDevice {
 
  private:
   struct StillItsDrivers {};
-  ExportedDevice(const UsbDevice& device, const Log& log, StillItsDrivers);
+  ExportedDevice(const UsbDevice& device, const Log& log, StillItsDrivers state);
 
   void take() const;
   void giveBack() const;

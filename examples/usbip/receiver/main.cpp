@@ -2,14 +2,13 @@
 
 #include <unistd.h>
 
-#include <csignal>
 #include <exception>
 #include <string>
 #include <vector>
 
+#include "examples/usbip/exchange/failure_line.h"
 #include "examples/usbip/exchange/log.h"
 #include "examples/usbip/receiver/command_line.h"
-#include "examples/usbip/receiver/failure_line.h"
 #include "examples/usbip/receiver/termination.h"
 #include "examples/usbip/receiver/worker.h"
 #include "ulx/exceptions.h"
@@ -36,7 +35,6 @@ int work(const usbip::Arguments& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::signal(SIGPIPE, SIG_IGN);  // a line whose reader has gone is lost; the device must not be
   const std::vector<std::string> arguments(argv + 1, argv + argc);
   if (arguments == std::vector<std::string>{"--help"}) {
     ulx::writeOnce(STDOUT_FILENO, std::string(usbip::usage) + usbip::help);

@@ -1,7 +1,6 @@
 #include "examples/usbip/receiver/termination.h"
 
 #include <poll.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -16,31 +15,6 @@ extern "C" void endAtOnce(int /*signal*/) {
   ::_exit(0);
 }
 
-sigset_t terminationSignals() {
-  sigset_t signals;
-  sigemptyset(&signals);
-  sigaddset(&signals, SIGTERM);
-  sigaddset(&signals, SIGINT);
-  return signals;
-}
-
-int descriptorOf(const sigset_t& signals) {
-  // Blocked first: a signal in between is pending then, and the descriptor has it.
-  if (::sigprocmask(SIG_BLOCK, &signals, nullptr) != 0) {
-    ulx::throwErrno("sigprocmask()", errno);
-  }
-  struct sigaction action {};
-  action.sa_handler = endAtOnce;
-  if (::sigaction(SIGTERM, &action, nullptr) != 0 || ::sigaction(SIGINT, &action, nullptr) != 0) {
-    ulx::throwErrno("sigaction()", errno);
-  }
-  const int descriptor = ::signalfd(-1, &signals, SFD_CLOEXEC);
-  if (descriptor == -1) {
-    ulx::throwErrno("signalfd()", errno);
-  }
-  return descriptor;
-}
-
 // For poll: rounded up, so that a wait does not end before its deadline.
 int millisecondsUntil(Clock::time_point deadline) {
   if (deadline == never) {
@@ -52,7 +26,14 @@ int millisecondsUntil(Clock::time_point deadline) {
 
 }  // namespace
 
-Termination::Termination() : signals_(terminationSignals()), pending_(descriptorOf(signals_), true) {}
+// They are held back by then: one in between is pending, and the descriptor has it.
+Termination::Termination() {
+  struct sigaction action {};
+  action.sa_handler = endAtOnce;
+  if (::sigaction(SIGTERM, &action, nullptr) != 0 || ::sigaction(SIGINT, &action, nullptr) != 0) {
+    ulx::throwErrno("sigaction()", errno);
+  }
+}
 
 short Termination::waitFor(int descriptor, short events, Clock::time_point deadline) const {
   std::array<pollfd, 2> waited{{{.fd = pending_.fd(), .events = POLLIN, .revents = 0},
@@ -74,12 +55,14 @@ void Termination::sleepUntil(Clock::time_point deadline) const {
   static_cast<void>(waitFor(-1, 0, deadline));
 }
 
-Termination::AtOnce::AtOnce(const Termination& termination) : signals_(termination.signals_) {
-  ::sigprocmask(SIG_UNBLOCK, &signals_, nullptr);
+Termination::AtOnce::AtOnce(const Termination& /*termination*/) {
+  const sigset_t signals = StopSignals::set();
+  ::sigprocmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
 Termination::AtOnce::~AtOnce() {
-  ::sigprocmask(SIG_BLOCK, &signals_, nullptr);
+  const sigset_t signals = StopSignals::set();
+  ::sigprocmask(SIG_BLOCK, &signals, nullptr);
 }
 
 }  // namespace usbip

@@ -1,11 +1,10 @@
 #pragma once
 
 #include <chrono>
-#include <csignal>
 #include <string>
 
+#include "examples/usbip/exchange/stop_signals.h"
 #include "ulx/exceptions.h"
-#include "ulx/file_descriptor.h"
 
 namespace usbip {
 
@@ -42,14 +41,10 @@ class Termination {
     AtOnce(const AtOnce&) = delete;
     AtOnce& operator=(const AtOnce&) = delete;
     ~AtOnce();
-
-   private:
-    const sigset_t& signals_;
   };
 
  private:
-  sigset_t signals_;
-  ulx::FileDescriptor pending_;
+  StopSignals pending_;
 };
 
 /** A deadline that never comes. */

@@ -9,9 +9,9 @@
 #include <cstring>
 #include <vector>
 
+#include "examples/usbip/exchange/failure_line.h"
 #include "examples/usbip/exchange/link_options.h"
 #include "examples/usbip/receiver/addresses.h"
-#include "examples/usbip/receiver/failure_line.h"
 #include "ulx/file_descriptor.h"
 
 namespace usbip {

@@ -13,10 +13,9 @@ namespace usbip {
 
 /** Where the far side listens, as the daemon writes it. */
 struct Transmitter {
-  std::string
-      interface;     ///< the network interface that connections are bound to, where there is one of this name
-  std::string host;  ///< a name or an address
-  std::string port;  ///< a number
+  std::string interface;  ///< the only one that connections may use, where there is one of this name
+  std::string host;       ///< a name or an address
+  std::string port;       ///< a number
 };
 
 /** Nobody was reached: trying again may help. */

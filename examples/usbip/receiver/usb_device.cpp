@@ -1,6 +1,7 @@
 #include "examples/usbip/receiver/usb_device.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
@@ -8,8 +9,6 @@
 #include <charconv>
 #include <climits>
 #include <cstdlib>
-#include <memory>
-#include <optional>
 #include <string_view>
 
 #include "ulx/exceptions.h"
@@ -19,14 +18,19 @@ namespace usbip {
 namespace {
 
 std::string resolved(const std::string& directory) {
-  struct Free {
-    void operator()(char* text) const { std::free(text); }
-  };
-  const std::unique_ptr<char, Free> path(::realpath(directory.c_str(), nullptr));
-  if (!path) {
+  std::array<char, PATH_MAX> path{};
+  if (::realpath(directory.c_str(), path.data()) == nullptr) {
     ulx::throwErrno({"realpath(", directory, ")"}, errno);
   }
-  return path.get();
+  return path.data();
+}
+
+ino_t inodeOf(const std::string& directory) {
+  struct stat found {};
+  if (::stat(directory.c_str(), &found) != 0) {
+    ulx::throwErrno({"stat(", directory, ")"}, errno);
+  }
+  return found.st_ino;
 }
 
 std::string lastComponent(const std::string& path) {
@@ -50,6 +54,14 @@ std::uint32_t numberIn(const std::string& directory, const char* name) {
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error != std::errc() || end != text.data() + text.size()) {
     throw ulx::StrException(directory + "/" + name + " has no number in it");
+  }
+  return number;
+}
+
+std::uint32_t numberOnBus(const std::string& directory) {
+  const std::uint32_t number = numberIn(directory, "devnum");
+  if (number == 0) {
+    throw ulx::StrException("the kernel is resetting it");
   }
   return number;
 }
@@ -89,7 +101,7 @@ Offer offerOf(const std::string& directory) {
   constexpr unsigned busShift = 16;
   Offer offer;
   offer.busId = lastComponent(directory);
-  offer.devId = numberIn(directory, "busnum") << busShift | numberIn(directory, "devnum");
+  offer.devId = numberIn(directory, "busnum") << busShift | numberOnBus(directory);
   offer.speed = speedIn(directory);
   ulx::FileDescriptor(directory + "/descriptors", O_RDONLY).readDeviceDescriptor(offer.descriptor);
   return offer;
@@ -97,7 +109,8 @@ Offer offerOf(const std::string& directory) {
 
 }  // namespace
 
-UsbDevice::UsbDevice(const std::string& directory) : directory_(resolved(directory)) {
+UsbDevice::UsbDevice(const std::string& directory)
+    : directory_(resolved(directory)), inode_(inodeOf(directory_)) {
   expectNoHub(directory_);
   expectOwn(directory_);
   offer_ = offerOf(directory_);
@@ -109,14 +122,15 @@ std::string UsbDevice::text() const {
 
 // While the kernel resets a device, as it does after a lost link, its number is 0.
 bool UsbDevice::isThere() const {
-  constexpr std::uint32_t numberOnBus = 0xffff;
-  try {
-    const std::optional<std::string> number = ulx::FileDescriptor::contentOf(directory_ + "/devnum");
-    return number && (withoutLineEnd(*number) == std::to_string(offer_.devId & numberOnBus) ||
-                      withoutLineEnd(*number) == "0");
-  } catch (const ulx::NoSuchDevice&) {  // it has gone between open and read
-    return false;
+  struct stat found {};
+  if (::stat(directory_.c_str(), &found) == 0) {
+    return found.st_ino == inode_;
   }
+  const int error = errno;
+  if (error != ENOENT && error != ENOTDIR) {
+    ulx::throwErrno({"stat(", directory_, ")"}, error);
+  }
+  return false;
 }
 
 }  // namespace usbip

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <string>
 
 #include "examples/usbip/exchange/messages.h"
@@ -34,6 +36,7 @@ class UsbDevice {
 
  private:
   std::string directory_;
+  ino_t inode_;  ///< another device at its place has another one
   Offer offer_;
 };
 

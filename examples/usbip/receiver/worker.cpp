@@ -2,11 +2,11 @@
 
 #include <string>
 
+#include "examples/usbip/exchange/failure_line.h"
 #include "examples/usbip/receiver/connection.h"
 #include "examples/usbip/receiver/conversation.h"
 #include "examples/usbip/receiver/end_of_export.h"
 #include "examples/usbip/receiver/exported_device.h"
-#include "examples/usbip/receiver/failure_line.h"
 #include "examples/usbip/receiver/transmitter.h"
 #include "examples/usbip/receiver/usb_device.h"
 #include "ulx/exceptions.h"
@@ -65,13 +65,17 @@ int lendUntilGone(const UsbDevice& device, const Arguments& arguments, const Ter
 }  // namespace
 
 int exportDevice(const Arguments& arguments, const Termination& termination, const Log& log) {
-  if (!ulx::pathExists(arguments.device)) {
-    log.print(arguments.device + " has gone");
-    return deviceHasGone;
+  try {
+    const UsbDevice device(arguments.device);
+    requireUsbipHost();
+    return lendUntilGone(device, arguments, termination, log);
+  } catch (const ulx::Exception&) {
+    if (ulx::pathExists(arguments.device)) {
+      throw;
+    }
   }
-  const UsbDevice device(arguments.device);
-  requireUsbipHost();
-  return lendUntilGone(device, arguments, termination, log);
+  log.print(arguments.device + " has gone");
+  return deviceHasGone;
 }
 
 }  // namespace usbip

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "examples/usbip/transmitter/exception_line.h"
+#include "examples/usbip/exchange/failure_line.h"
 #include "examples/usbip/transmitter/virtual_ports.h"
 #include "ulx/exceptions.h"
 #include "ulx/sleep.h"
@@ -43,7 +43,7 @@ void askToDetach(const AttachedDevice& device, const Log& log) {
   try {
     detach(device.port);
   } catch (const ulx::ErrnoException& e) {
-    log.error(device.name + ": " + lineOf(e));
+    log.error(device.name + ": " + failureLine(e));
   }
 }
 

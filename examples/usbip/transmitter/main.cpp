@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "examples/usbip/exchange/failure_line.h"
 #include "examples/usbip/exchange/log.h"
 #include "examples/usbip/transmitter/command_line.h"
-#include "examples/usbip/transmitter/exception_line.h"
 #include "examples/usbip/transmitter/key_file.h"
 #include "examples/usbip/transmitter/port_list.h"
 #include "examples/usbip/transmitter/server.h"
@@ -65,7 +65,7 @@ int runLogged(const usbip::Arguments& arguments) {
     run(arguments, log);
     return EXIT_SUCCESS;
   } catch (const ulx::Exception& e) {
-    log.error(usbip::lineOf(e));
+    log.error(usbip::failureLine(e));
   } catch (const std::exception& e) {
     log.error(e.what());
   }

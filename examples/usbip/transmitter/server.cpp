@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "examples/usbip/exchange/failure_line.h"
 #include "examples/usbip/exchange/link_options.h"
-#include "examples/usbip/transmitter/exception_line.h"
 #include "examples/usbip/transmitter/virtual_ports.h"
 #include "ulx/exceptions.h"
 #include "ulx/format.h"
@@ -35,7 +35,7 @@ std::vector<VirtualPort> portsNow() {
   try {
     return readPorts();
   } catch (const ulx::Exception& e) {
-    throw NotTaken(Verdict::notAttached, lineOf(e));
+    throw NotTaken(Verdict::notAttached, failureLine(e));
   }
 }
 
@@ -117,7 +117,7 @@ void Server::serve(Caller& caller, bool hasEvent) {
     }
     caller.expectInTime();
   } catch (const ulx::Exception& e) {
-    printRefusal(caller.address(), lineOf(e));
+    printRefusal(caller.address(), failureLine(e));
     caller.dismiss();
   }
 }
@@ -131,7 +131,7 @@ void Server::answerOffer(Caller& caller, const Offer& device) {
     caller.answerOffer(e.verdict);
     throw ulx::StrException(name + ": " + e.message);
   } catch (const ulx::ErrnoException& e) {
-    throw ulx::StrException(name + ": " + lineOf(e));
+    throw ulx::StrException(name + ": " + failureLine(e));
   }
 }
 
@@ -149,7 +149,7 @@ void Server::acceptCaller() {
   try {
     connection = listener_.accept();
   } catch (const ulx::ErrnoException& e) {
-    log_.error(lineOf(e));
+    log_.error(failureLine(e));
     acceptAgain_ = Caller::Clock::now() + restAfterFailedAccept;
   }
   if (connection) {
@@ -168,7 +168,7 @@ void Server::admit(Connection connection) {
     callers_.emplace_back(std::move(connection), Conversation(admission_, peer.isLocal, challenge));
     log_.debug(peer.text + ": has called");
   } catch (const ulx::Exception& e) {
-    printRefusal(peer.text, lineOf(e));
+    printRefusal(peer.text, failureLine(e));
   }
 }
 

@@ -5,12 +5,12 @@
 #include <string>
 
 #include "examples/usbip/exchange/log.h"
+#include "examples/usbip/exchange/stop_signals.h"
 #include "examples/usbip/transmitter/attached_devices.h"
 #include "examples/usbip/transmitter/caller.h"
 #include "examples/usbip/transmitter/conversation.h"
 #include "examples/usbip/transmitter/listener.h"
 #include "examples/usbip/transmitter/poll_set.h"
-#include "examples/usbip/transmitter/stop_signals.h"
 
 namespace usbip {
 

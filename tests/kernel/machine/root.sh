@@ -28,3 +28,13 @@ add_busybox() {
 pack_root() {
   (cd "$1" && find . -print0 | cpio --null --create --format=newc --owner=0:0 --quiet) >"$2"
 }
+
+# add_programs ROOT PROGRAM...: programs of this machine, where they are here, and the libraries that they need.
+add_programs() {
+  local root=$1 program file
+  for program in "${@:2}"; do
+    { printf '%s\n' "$program"; ldd "$program" | grep -o '/[^ ]*'; } | while read -r file; do
+      [ -e "$root$file" ] || install -D "$file" "$root$file"
+    done
+  done
+}

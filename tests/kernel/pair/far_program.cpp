@@ -88,6 +88,10 @@ std::string FarProgram::waitForLine(const std::string& expression, int count, co
                             deadline);
 }
 
+std::size_t FarProgram::openDescriptors() {
+  return std::stoul(machine_.read("ls /proc/" + process_ + "/fd | wc -l"));
+}
+
 int FarProgram::portsInUse() {
   return std::stoi(machine_.call(countPortsInUse).output);
 }

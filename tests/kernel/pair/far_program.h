@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "kernel/pair/far_machine.h"
@@ -34,6 +35,8 @@ class FarProgram {
     return waitForLine(" has gone$", count, deadline);
   }
 
+  /** How many descriptors it has open. */
+  std::size_t openDescriptors();
   /** How many ports of the far machine's virtual hubs are not free. */
   int portsInUse();
 

@@ -117,31 +117,27 @@ std::string ExportingKernel::take(const std::string& path) const {
   return {bytes.data(), count > 0 ? static_cast<std::size_t>(count) : 0};
 }
 
-void ExportingKernel::takeAll() const {
+void ExportingKernel::forgetAll() const {
   for (const auto& attribute : attributes_) {
-    take(attribute.first);
+    static_cast<void>(take(attribute.first));
   }
 }
 
 // A worker's writes that have come together are served in the order in which a worker makes them.
 void ExportingKernel::serve() {
   if (!fs::exists(directory_)) {
-    takeAll();
+    forgetAll();
     return;
   }
   if (take(usbUnbind) == busId_ || take(hostFolder + "/unbind") == busId_) {
     closeLink();
     giveTo("");
   }
-  const std::string table = take(hostFolder + "/match_busid");
-  if (table.find("add " + busId_) != std::string::npos) {
+  if (take(hostFolder + "/match_busid") == "add " + busId_) {
     inTable_ = true;
   }
   if (take(hostFolder + "/bind") == busId_ && inTable_ && driver().empty()) {
     giveTo("usbip-host");
-  }
-  if (table.ends_with("del " + busId_)) {
-    inTable_ = false;
   }
   if (const std::string number = take(directory_ + "/usbip_sockfd"); !number.empty()) {
     socket_ = worker_.shareFile(std::stoi(number));

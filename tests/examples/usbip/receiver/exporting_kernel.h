@@ -26,9 +26,9 @@ class ExportingKernel {
 
   [[nodiscard]] const std::string& directory() const { return directory_; }
   void writeAttribute(const std::string& name, const std::string& content) const;
-  void unloadUsbipHost();
+  static void unloadUsbipHost();
   /** From now on nothing can be bound to usbip-host. */
-  void refuseToBind();
+  static void refuseToBind();
 
   /** The process whose socket the kernel takes. */
   void serveWorker(pid_t worker) { worker_ = sim::ProcessHandle(worker); }
@@ -36,8 +36,6 @@ class ExportingKernel {
   /** The driver that has the device; empty for none. */
   [[nodiscard]] std::string driver() const;
   void giveTo(const std::string& driver);
-  /** Whether the table of usbip-host has the device still. */
-  [[nodiscard]] bool tableHasDevice() const { return inTable_; }
 
   /** Waits until a worker has handed its socket over. */
   void waitForSocket();
@@ -57,8 +55,8 @@ class ExportingKernel {
 
   void listenAt(const std::string& path);
   // What has been written to an attribute and was not taken yet.
-  std::string take(const std::string& path) const;
-  void takeAll() const;
+  [[nodiscard]] std::string take(const std::string& path) const;
+  void forgetAll() const;
   void serve();
   void closeLink();
 

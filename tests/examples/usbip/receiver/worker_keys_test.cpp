@@ -47,7 +47,7 @@ TEST_F(WorkerKeys, LetTheDeviceTravel) {
 TEST_F(WorkerKeys, AreOthersThere) {
   greetWithKeys();
   transmitter.prove({.in = keys.in, .out = "another"});
-  EXPECT_EQ(failure(), "1-2: refused: the keys there are others");
+  EXPECT_EQ(failure(), "1-2: refused: the keys there are different");
 }
 
 TEST_F(WorkerKeys, AreKnownThereByHalf) {

@@ -80,7 +80,7 @@ TEST_F(WorkerRefusals, EndWithoutAWordWhereNobodyReadsThem) {
   EXPECT_EQ(worker.waitForEnd(), ProcessEnd::exited(1));
 }
 
-class WorkerRefusedByFarSide : public RunningWorker {
+class WorkerRefusalsByFarSide : public RunningWorker {
  protected:
   // The one line of a worker that fails.
   std::string failure() {
@@ -91,13 +91,13 @@ class WorkerRefusedByFarSide : public RunningWorker {
   }
 };
 
-TEST_F(WorkerRefusedByFarSide, SaysTheReasonOfAGreeting) {
+TEST_F(WorkerRefusalsByFarSide, SaysTheReasonOfAGreeting) {
   transmitter.accept();
   transmitter.greet({.verdict = Verdict::localPeersOnly});
   EXPECT_EQ(failure(), "1-2: refused: without keys only that machine itself is served there");
 }
 
-TEST_F(WorkerRefusedByFarSide, SaysTheReasonOfAnAnswerToTheDeviceAndGivesItBack) {
+TEST_F(WorkerRefusalsByFarSide, SaysTheReasonOfAnAnswerToTheDeviceAndGivesItBack) {
   transmitter.accept();
   transmitter.greet();
   static_cast<void>(transmitter.hearOffer());
@@ -107,7 +107,7 @@ TEST_F(WorkerRefusedByFarSide, SaysTheReasonOfAnAnswerToTheDeviceAndGivesItBack)
   EXPECT_EQ(failure(), "1-2: refused: no port is free there");
 }
 
-TEST_F(WorkerRefusedByFarSide, NamesBothVersions) {
+TEST_F(WorkerRefusalsByFarSide, NamesBothVersions) {
   transmitter.accept();
   usbip::GreetingBytes greeting = encode(Greeting{.verdict = Verdict::unknownVersion});
   greeting[9] = 2;
@@ -115,19 +115,19 @@ TEST_F(WorkerRefusedByFarSide, NamesBothVersions) {
   EXPECT_EQ(failure(), "1-2: version 2 of the exchange is spoken there, version 1 here");
 }
 
-TEST_F(WorkerRefusedByFarSide, SeesThatSomethingElseListensThere) {
+TEST_F(WorkerRefusalsByFarSide, SeesThatSomethingElseListensThere) {
   transmitter.accept();
   transmitter.say(std::vector<std::uint8_t>(10, '!'));
   EXPECT_EQ(failure(), "1-2: this is no greeting");
 }
 
-TEST_F(WorkerRefusedByFarSide, SeesThatTheConnectionIsClosedAtOnce) {
+TEST_F(WorkerRefusalsByFarSide, SeesThatTheConnectionIsClosedAtOnce) {
   transmitter.accept();
   transmitter.leave();
   EXPECT_EQ(failure(), "1-2: the far side has closed the connection");
 }
 
-TEST_F(WorkerRefusedByFarSide, GivesTheDeviceBackWhenTheConnectionIsClosedInsteadOfAnAnswer) {
+TEST_F(WorkerRefusalsByFarSide, GivesTheDeviceBackWhenTheConnectionIsClosedInsteadOfAnAnswer) {
   transmitter.accept();
   transmitter.greet();
   static_cast<void>(transmitter.hearOffer());
@@ -136,7 +136,7 @@ TEST_F(WorkerRefusedByFarSide, GivesTheDeviceBackWhenTheConnectionIsClosedInstea
   EXPECT_EQ(failure(), "1-2: the far side has closed the connection");
 }
 
-TEST_F(WorkerRefusedByFarSide, GivesTheDeviceBackWhenNoAnswerComesInTenSeconds) {
+TEST_F(WorkerRefusalsByFarSide, GivesTheDeviceBackWhenNoAnswerComesInTenSeconds) {
   transmitter.accept();
   transmitter.greet();
   static_cast<void>(transmitter.hearOffer());
@@ -146,12 +146,12 @@ TEST_F(WorkerRefusedByFarSide, GivesTheDeviceBackWhenNoAnswerComesInTenSeconds) 
 }
 
 // With a time to wait, that a far side refuses is no reason to try again.
-class WorkerRefusedWhileWaiting : public RunningWorker {
+class WorkerRefusalsWhileWaiting : public RunningWorker {
  protected:
-  WorkerRefusedWhileWaiting() : RunningWorker({"--timeout", "60"}) {}
+  WorkerRefusalsWhileWaiting() : RunningWorker({"--timeout", "60"}) {}
 };
 
-TEST_F(WorkerRefusedWhileWaiting, FailsAtOnce) {
+TEST_F(WorkerRefusalsWhileWaiting, FailsAtOnce) {
   transmitter.accept();
   transmitter.greet({.verdict = Verdict::keysNeeded});
   EXPECT_EQ(worker->waitForEnd(), ProcessEnd::exited(1));

@@ -18,9 +18,9 @@ inline std::string hexOf(std::span<const std::uint8_t> bytes) {
 }
 
 /** Bytes that are numbered upwards from `first`. */
-template <std::size_t Count>
-constexpr std::array<std::uint8_t, Count> countingFrom(std::uint8_t first) {
-  std::array<std::uint8_t, Count> bytes{};
+template <std::size_t count>
+constexpr std::array<std::uint8_t, count> countingFrom(std::uint8_t first) {
+  std::array<std::uint8_t, count> bytes{};
   for (std::uint8_t& byte : bytes) {
     byte = first++;
   }

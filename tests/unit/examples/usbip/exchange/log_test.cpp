@@ -48,7 +48,7 @@ class LogToSyslog : public testing::Test {
  protected:
   [[nodiscard]] sim::SyslogMessage next() { return sink_.waitForMessage(); }
 
-  support::CapturedStandardError standardError_;
+  support::CapturedStandardError standardError;
 
  private:
   sim::Namespaces world_;
@@ -64,7 +64,7 @@ TEST_F(LogToSyslog, SendsEachLineAsTheDaemonFacilityWithItsSeverity) {
     EXPECT_EQ(message.priority, LOG_DAEMON | severity) << text;
     EXPECT_EQ(message.tag.substr(0, message.tag.find('[')), "usb_tx_usbip");
   }
-  EXPECT_EQ(standardError_.writes(), Lines{});
+  EXPECT_EQ(standardError.writes(), Lines{});
 }
 
 TEST_F(LogToSyslog, HasNoDebugLinesUnlessDebuggingIsOn) {

@@ -21,65 +21,71 @@ GreetingBytes greetingWith(const usbip::Challenge& challenge) {
 
 class Proofs : public testing::Test {
  protected:
-  const GreetingBytes worker_ = greetingWith(countingFrom<usbip::challengeSize>(0));
-  const GreetingBytes farSide_ = greetingWith(countingFrom<usbip::challengeSize>(0x20));
-  const Keys keys_{.in = "k3y1", .out = "k3y2"};
-  const Proof workersProof_ = usbip::workersProof(keys_, worker_, farSide_);
-  const Proof farSidesProof_ = usbip::farSidesProof(keys_, worker_, farSide_);
+  GreetingBytes workersGreeting = greetingWith(countingFrom<usbip::challengeSize>(0));
+  GreetingBytes farSidesGreeting = greetingWith(countingFrom<usbip::challengeSize>(0x20));
+  Keys keys{.in = "k3y1", .out = "k3y2"};
+  Proof ofWorker = usbip::workersProof(keys, workersGreeting, farSidesGreeting);
+  Proof ofFarSide = usbip::farSidesProof(keys, workersGreeting, farSidesGreeting);
 };
 
 // The numbers were computed with Python: hmac.new(key, name + worker + far_side, hashlib.sha256).hexdigest().
 TEST_F(Proofs, AreTheHmacSha256OfTheNameAndBothGreetings) {
-  EXPECT_EQ(hexOf(workersProof_), "df0ec898d3b4f7d2aa091c6d0c584c9e9a4a0f43c8e78f050db82e9cee0b2066");
-  EXPECT_EQ(hexOf(farSidesProof_), "3a77b7901ef3b27e3a841491fc96eb894950fd7cffc4dfd46dd95dc3d6176440");
+  EXPECT_EQ(hexOf(ofWorker), "df0ec898d3b4f7d2aa091c6d0c584c9e9a4a0f43c8e78f050db82e9cee0b2066");
+  EXPECT_EQ(hexOf(ofFarSide), "3a77b7901ef3b27e3a841491fc96eb894950fd7cffc4dfd46dd95dc3d6176440");
 }
 
 TEST_F(Proofs, OfKeysLongerThanABlockOfTheHashAreThatOfItsHash) {
   const Keys longKeys{.in = std::string(100, 'a'), .out = std::string(100, 'b')};
-  EXPECT_EQ(hexOf(usbip::workersProof(longKeys, worker_, farSide_)),
+  EXPECT_EQ(hexOf(usbip::workersProof(longKeys, workersGreeting, farSidesGreeting)),
             "032712945864f84a300ba4e3a8d0e0b972e6129db7f24678aea774e8746d6c9f");
-  EXPECT_EQ(hexOf(usbip::farSidesProof(longKeys, worker_, farSide_)),
+  EXPECT_EQ(hexOf(usbip::farSidesProof(longKeys, workersGreeting, farSidesGreeting)),
             "80cde35905371cf40b614444fa3352149b9e73b9ddcd4bf01a5bc71ff9842fda");
 }
 
 TEST_F(Proofs, AreOfOneKeyEach) {
-  EXPECT_EQ(usbip::workersProof({.in = "other", .out = keys_.out}, worker_, farSide_), workersProof_);
-  EXPECT_NE(usbip::workersProof({.in = keys_.in, .out = "other"}, worker_, farSide_), workersProof_);
-  EXPECT_EQ(usbip::farSidesProof({.in = keys_.in, .out = "other"}, worker_, farSide_), farSidesProof_);
-  EXPECT_NE(usbip::farSidesProof({.in = "other", .out = keys_.out}, worker_, farSide_), farSidesProof_);
+  EXPECT_EQ(usbip::workersProof({.in = "other", .out = keys.out}, workersGreeting, farSidesGreeting),
+            ofWorker);
+  EXPECT_NE(usbip::workersProof({.in = keys.in, .out = "other"}, workersGreeting, farSidesGreeting),
+            ofWorker);
+  EXPECT_EQ(usbip::farSidesProof({.in = keys.in, .out = "other"}, workersGreeting, farSidesGreeting),
+            ofFarSide);
+  EXPECT_NE(usbip::farSidesProof({.in = "other", .out = keys.out}, workersGreeting, farSidesGreeting),
+            ofFarSide);
 }
 
 TEST_F(Proofs, CannotBeSentBackEvenIfBothKeysAreTheSame) {
   const Keys same{.in = "k3y", .out = "k3y"};
-  EXPECT_NE(usbip::workersProof(same, worker_, farSide_), usbip::farSidesProof(same, worker_, farSide_));
+  EXPECT_NE(usbip::workersProof(same, workersGreeting, farSidesGreeting),
+            usbip::farSidesProof(same, workersGreeting, farSidesGreeting));
 }
 
 TEST_F(Proofs, AreOfEveryByteOfBothGreetings) {
-  std::set<Proof> all{workersProof_, farSidesProof_};
+  std::set<Proof> all{ofWorker, ofFarSide};
   for (std::size_t at = 0; at < usbip::greetingSize; ++at) {
-    GreetingBytes worker = worker_;
-    GreetingBytes farSide = farSide_;
+    GreetingBytes worker = workersGreeting;
+    GreetingBytes farSide = farSidesGreeting;
     worker.at(at) ^= 1;
     farSide.at(at) ^= 1;
-    all.insert({usbip::workersProof(keys_, worker, farSide_), usbip::workersProof(keys_, worker_, farSide),
-                usbip::farSidesProof(keys_, worker, farSide_),
-                usbip::farSidesProof(keys_, worker_, farSide)});
+    all.insert({usbip::workersProof(keys, worker, farSidesGreeting),
+                usbip::workersProof(keys, workersGreeting, farSide),
+                usbip::farSidesProof(keys, worker, farSidesGreeting),
+                usbip::farSidesProof(keys, workersGreeting, farSide)});
   }
   EXPECT_EQ(all.size(), 2 + 4 * usbip::greetingSize);
 }
 
 TEST_F(Proofs, AreOfTheOrderOfTheGreetings) {
-  EXPECT_NE(usbip::workersProof(keys_, farSide_, worker_), workersProof_);
-  EXPECT_NE(usbip::farSidesProof(keys_, farSide_, worker_), farSidesProof_);
+  EXPECT_NE(usbip::workersProof(keys, farSidesGreeting, workersGreeting), ofWorker);
+  EXPECT_NE(usbip::farSidesProof(keys, farSidesGreeting, workersGreeting), ofFarSide);
 }
 
 TEST_F(Proofs, AreTheSameIfEveryByteIs) {
-  EXPECT_TRUE(usbip::areSame(workersProof_, usbip::workersProof(keys_, worker_, farSide_)));
-  for (std::size_t at = 0; at < workersProof_.size(); ++at) {
-    Proof other = workersProof_;
+  EXPECT_TRUE(usbip::areSame(ofWorker, usbip::workersProof(keys, workersGreeting, farSidesGreeting)));
+  for (std::size_t at = 0; at < ofWorker.size(); ++at) {
+    Proof other = ofWorker;
     other.at(at) ^= 0x80;
-    EXPECT_FALSE(usbip::areSame(workersProof_, other)) << at;
-    EXPECT_FALSE(usbip::areSame(other, workersProof_)) << at;
+    EXPECT_FALSE(usbip::areSame(ofWorker, other)) << at;
+    EXPECT_FALSE(usbip::areSame(other, ofWorker)) << at;
   }
 }
 

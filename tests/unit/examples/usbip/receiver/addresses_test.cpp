@@ -1,6 +1,8 @@
 #include "examples/usbip/receiver/addresses.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>  // NOLINT(modernize-deprecated-headers): kill is POSIX's
+#include <unistd.h>
 
 #include <algorithm>
 #include <string>
@@ -54,6 +56,16 @@ TEST_F(AddressesOfHost, AreMissingOfANameThatNobodyKnows) {
 TEST_F(AddressesOfHost, AreMissingWhereThereIsNoName) {
   EXPECT_EQ(support::caught<ulx::StrException>([this] { static_cast<void>(textsOf("", "5000")); }).message,
             "Name or service not known");
+}
+
+// A lookup may take long, and the worker has taken nothing yet.
+TEST_F(AddressesOfHost, AreNotLookedUpFurtherWhenTheProgramIsAskedToEnd) {
+  EXPECT_EXIT(
+      {
+        ::kill(::getpid(), SIGTERM);
+        static_cast<void>(textsOf("192.0.2.1", "5000"));
+      },
+      testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

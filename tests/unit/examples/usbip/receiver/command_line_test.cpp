@@ -11,7 +11,6 @@
 
 namespace {
 
-using namespace std::chrono_literals;
 using usbip::Arguments;
 using usbip::LogDestination;
 using usbip::parseArguments;
@@ -28,7 +27,7 @@ std::string refusalOf(const Words& arguments) {
   return support::caught<usbip::WrongUse>([&] { static_cast<void>(parseArguments(arguments)); }).message;
 }
 
-TEST(CommandLine, HasFourOperands) {
+TEST(CommandLineOfWorker, HasFourOperands) {
   const Arguments arguments = parseArguments(operands);
   EXPECT_EQ(arguments.transmitter.interface, "eth1");
   EXPECT_EQ(arguments.transmitter.host, "transmitter");
@@ -36,7 +35,7 @@ TEST(CommandLine, HasFourOperands) {
   EXPECT_EQ(arguments.device, "/sys/devices/usb1/1-2");
 }
 
-TEST(CommandLine, NeedsNoOption) {
+TEST(CommandLineOfWorker, NeedsNoOption) {
   const Arguments arguments = parseArguments(operands);
   EXPECT_FALSE(arguments.debugging);
   EXPECT_EQ(arguments.destination, LogDestination::standardError);
@@ -44,7 +43,7 @@ TEST(CommandLine, NeedsNoOption) {
   EXPECT_FALSE(arguments.patience);
 }
 
-TEST(CommandLine, TakesAllThatTheDaemonGives) {
+TEST(CommandLineOfWorker, TakesAllThatTheDaemonGives) {
   const Arguments arguments = parseArguments(withOptions(
       {"--debug", "--syslog", "--keys", "in key", "out key", "--sock=/tmp/usb_rx", "--timeout", "10"}));
   EXPECT_TRUE(arguments.debugging);
@@ -52,15 +51,15 @@ TEST(CommandLine, TakesAllThatTheDaemonGives) {
   ASSERT_TRUE(arguments.keys);
   EXPECT_EQ(arguments.keys->in, "in key");
   EXPECT_EQ(arguments.keys->out, "out key");
-  EXPECT_EQ(arguments.patience, 10s);
+  EXPECT_EQ(arguments.patience, std::chrono::seconds(10));
   EXPECT_EQ(arguments.device, operands.back());
 }
 
-TEST(CommandLine, LogsWhereTheLastOfTwoOptionsSays) {
+TEST(CommandLineOfWorker, LogsWhereTheLastOfTwoOptionsSays) {
   EXPECT_EQ(parseArguments(withOptions({"--syslog", "--stderr"})).destination, LogDestination::standardError);
 }
 
-TEST(CommandLine, TakesKeysThatLookLikeOptions) {
+TEST(CommandLineOfWorker, TakesKeysThatLookLikeOptions) {
   const Arguments arguments = parseArguments(withOptions({"--keys", "--debug", "--timeout"}));
   EXPECT_FALSE(arguments.debugging);
   EXPECT_FALSE(arguments.patience);
@@ -69,7 +68,7 @@ TEST(CommandLine, TakesKeysThatLookLikeOptions) {
   EXPECT_EQ(arguments.keys->out, "--timeout");
 }
 
-TEST(CommandLine, TakesOperandsThatAreEmptyOrLookLikeOptions) {
+TEST(CommandLineOfWorker, TakesOperandsThatAreEmptyOrLookLikeOptions) {
   const Arguments arguments = parseArguments({"", "--debug", "0", "--syslog"});
   EXPECT_EQ(arguments.transmitter.interface, "");
   EXPECT_EQ(arguments.transmitter.host, "--debug");
@@ -79,22 +78,23 @@ TEST(CommandLine, TakesOperandsThatAreEmptyOrLookLikeOptions) {
 
 struct Seconds : support::NamedCase {
   std::string text;
-  std::chrono::seconds meant;
+  int meant;
 };
 
 class CommandLineSeconds : public testing::TestWithParam<Seconds> {};
 
 TEST_P(CommandLineSeconds, AreReadAsTheDaemonReadsThem) {
-  EXPECT_EQ(parseArguments(withOptions({"--timeout", GetParam().text})).patience, GetParam().meant);
+  EXPECT_EQ(parseArguments(withOptions({"--timeout", GetParam().text})).patience,
+            std::chrono::seconds(GetParam().meant));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Each, CommandLineSeconds,
-    testing::Values(Seconds{{"Number"}, "12", 12s}, Seconds{{"NoNumber"}, "abc", 0s},
-                    Seconds{{"Empty"}, "", 0s}, Seconds{{"Negative"}, "-5", 0s},
-                    Seconds{{"NumberAndUnit"}, "7s", 7s}, Seconds{{"Fraction"}, "2.9", 2s},
-                    Seconds{{"MoreThanAnyClockHas"}, "99999999999999999999", 1'000'000'000s}),
-    testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Each, CommandLineSeconds,
+                         testing::Values(Seconds{{"Number"}, "12", 12}, Seconds{{"NoNumber"}, "abc", 0},
+                                         Seconds{{"Empty"}, "", 0}, Seconds{{"Negative"}, "-5", 0},
+                                         Seconds{{"NumberAndUnit"}, "7s", 7}, Seconds{{"Fraction"}, "2.9", 2},
+                                         Seconds{
+                                             {"MoreThanAnyClockHas"}, "99999999999999999999", 1'000'000'000}),
+                         testing::PrintToStringParamName());
 
 struct Refusal : support::NamedCase {
   Words arguments;
@@ -125,11 +125,11 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{{"NameOfAPort"}, {"", "host", "5000x", "/sys"}, "PORT is a number from 0 to 65535"}),
     testing::PrintToStringParamName());
 
-TEST(CommandLine, NeverShowsAKey) {
+TEST(CommandLineOfWorker, NeverShowsAKey) {
   EXPECT_EQ(refusalOf(withOptions({"--keys", "topsecret", ""})).find("topsecret"), std::string::npos);
 }
 
-TEST(CommandLine, TakesTheFirstAndTheLastPort) {
+TEST(CommandLineOfWorker, TakesTheFirstAndTheLastPort) {
   EXPECT_EQ(parseArguments({"", "host", "0", "/sys"}).transmitter.port, "0");
   EXPECT_EQ(parseArguments({"", "host", "65535", "/sys"}).transmitter.port, "65535");
 }

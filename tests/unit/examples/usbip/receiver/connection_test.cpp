@@ -1,10 +1,10 @@
 #include "examples/usbip/receiver/connection.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>  // NOLINT(modernize-deprecated-headers): kill is POSIX's
+#include <unistd.h>
 
 #include <chrono>
-#include <csignal>
 #include <cstdint>
 #include <future>
 #include <numeric>
@@ -16,7 +16,6 @@
 
 namespace {
 
-using namespace std::chrono_literals;
 using Bytes = std::vector<std::uint8_t>;
 
 // More than a socket holds.
@@ -70,7 +69,7 @@ TEST(Connection, GivesAFarSideThatSaysNothingTenSeconds) {
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(support::caught<ulx::StrException>([&] { farSide.connection().receive(received); }).message,
             "the far side is silent");
-  EXPECT_GE(std::chrono::steady_clock::now() - start, 10s);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }
 
 TEST(Connection, GivesAFarSideThatHearsNothingTenSeconds) {
@@ -78,19 +77,19 @@ TEST(Connection, GivesAFarSideThatHearsNothingTenSeconds) {
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(support::caught<ulx::StrException>([&] { farSide.connection().send(longMessage()); }).message,
             "the far side is silent");
-  EXPECT_GE(std::chrono::steady_clock::now() - start, 10s);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }
 
 TEST(Connection, EndsAnyWaitWhenItIsAskedTo) {
   const FarSide farSide;
-  std::raise(SIGTERM);
+  ::kill(::getpid(), SIGTERM);
   Bytes received(1);
   EXPECT_THROW(farSide.connection().receive(received), usbip::EndRequested);
 }
 
 TEST(Connection, StopsSendingWhenItIsAskedTo) {
   const FarSide farSide;
-  std::raise(SIGINT);
+  ::kill(::getpid(), SIGINT);
   EXPECT_THROW(farSide.connection().send(Bytes(1)), usbip::EndRequested);
 }
 

@@ -208,7 +208,7 @@ TEST_F(ConversationProofs, ReadNoByteBehindTheirEnd) {
 
 TEST_F(ConversationProofs, ThatTheFarSideRefusesEndTheConversation) {
   farSide.say(bytesOf(Verdict::wrongProof));
-  EXPECT_EQ(failure(), "refused: the keys there are others");
+  EXPECT_EQ(failure(), "refused: the keys there are different");
 }
 
 TEST_F(ConversationProofs, OfTheFarSideNeedTheSecondKey) {

@@ -61,15 +61,16 @@ TEST_F(EndOfExportKernel, IsALostLinkWhereSomebodyElseHasTakenTheDevice) {
 
 // The kernel closes the connection of a device that is plugged out before it removes the directory.
 TEST_F(EndOfExportKernel, IsADeviceThatGoesALittleAfterItsLink) {
-  host.device().remove("devnum");
-  ASSERT_EQ(::mkfifo(host.device().pathTo("devnum").c_str(), 0600), 0);
+  const std::string status = host.device().pathTo("usbip_status");
+  host.device().remove("usbip_status");
+  ASSERT_EQ(::mkfifo(status.c_str(), 0600), 0);
   farSide.leave();
   auto end = std::async(std::launch::async, [this] { return wait(); });
   {
     // Opened once it is read: the worker looks for the first time, and finds the device.
-    const sim::Descriptor number(::open(host.device().pathTo("devnum").c_str(), O_WRONLY | O_CLOEXEC));
+    const sim::Descriptor writer(::open(status.c_str(), O_WRONLY | O_CLOEXEC));
     host.device().removeAll();
-    ASSERT_EQ(library::write.real(number.get(), "7\n", 2), 2);
+    ASSERT_EQ(library::write.real(writer.get(), "2\n", 2), 2);
   }
   EXPECT_EQ(end.get(), EndOfExport::deviceHasGone);
 }

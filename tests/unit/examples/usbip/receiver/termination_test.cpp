@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <signal.h>  // NOLINT(modernize-deprecated-headers): kill is POSIX's
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <csignal>
 #include <functional>
 
 #include "sim/process.h"
@@ -14,7 +14,6 @@
 
 namespace {
 
-using namespace std::chrono_literals;
 using usbip::Clock;
 using usbip::Termination;
 
@@ -40,7 +39,7 @@ TEST(Termination, WaitsUntilADescriptorIsReady) {
 TEST(Termination, WaitsNoLongerThanToTheDeadline) {
   const Termination termination;
   const ulx::Pipe pipe;
-  const Clock::time_point deadline = Clock::now() + 50ms;
+  const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(50);
   EXPECT_EQ(termination.waitFor(pipe.readEnd.fd(), POLLIN, deadline), 0);
   EXPECT_GE(Clock::now(), deadline);
 }
@@ -49,14 +48,14 @@ TEST(Termination, LooksOnceAfterTheDeadline) {
   const Termination termination;
   ulx::Pipe pipe;
   pipe.writeEnd.writeByte(1);
-  EXPECT_EQ(termination.waitFor(pipe.readEnd.fd(), POLLIN, Clock::now() - 1s), POLLIN);
+  EXPECT_EQ(termination.waitFor(pipe.readEnd.fd(), POLLIN, Clock::now() - std::chrono::seconds(1)), POLLIN);
 }
 
 class TerminationSignal : public testing::TestWithParam<int> {};
 
 TEST_P(TerminationSignal, EndsAWait) {
   const Termination termination;
-  std::raise(GetParam());
+  ::kill(::getpid(), GetParam());
   EXPECT_THROW(termination.sleepUntil(usbip::never), usbip::EndRequested);
 }
 
@@ -64,14 +63,14 @@ TEST_P(TerminationSignal, IsMoreUrgentThanWhatIsReady) {
   const Termination termination;
   ulx::Pipe pipe;
   pipe.writeEnd.writeByte(1);
-  std::raise(GetParam());
+  ::kill(::getpid(), GetParam());
   EXPECT_THROW(static_cast<void>(termination.waitFor(pipe.readEnd.fd(), POLLIN, usbip::never)),
                usbip::EndRequested);
 }
 
 TEST_P(TerminationSignal, EndsEveryFurtherWait) {
   const Termination termination;
-  std::raise(GetParam());
+  ::kill(::getpid(), GetParam());
   EXPECT_THROW(termination.sleepUntil(usbip::never), usbip::EndRequested);
   EXPECT_THROW(termination.sleepUntil(usbip::never), usbip::EndRequested);
 }
@@ -79,7 +78,7 @@ TEST_P(TerminationSignal, EndsEveryFurtherWait) {
 TEST_P(TerminationSignal, EndsNothingOutsideOfAWait) {
   EXPECT_EQ(endOf([] {
               const Termination termination;
-              std::raise(GetParam());
+              ::kill(::getpid(), GetParam());
             }),
             sim::ProcessEnd::exited(100));
 }
@@ -88,7 +87,7 @@ TEST_P(TerminationSignal, EndsTheProgramWithinAScopeForIt) {
   EXPECT_EQ(endOf([] {
               const Termination termination;
               const Termination::AtOnce scope(termination);
-              std::raise(GetParam());
+              ::kill(::getpid(), GetParam());
             }),
             sim::ProcessEnd::exited(0));
 }
@@ -96,7 +95,7 @@ TEST_P(TerminationSignal, EndsTheProgramWithinAScopeForIt) {
 TEST_P(TerminationSignal, EndsTheProgramAtTheBeginningOfSuchAScopeWhenItCameBefore) {
   EXPECT_EQ(endOf([] {
               const Termination termination;
-              std::raise(GetParam());
+              ::kill(::getpid(), GetParam());
               const Termination::AtOnce scope(termination);
             }),
             sim::ProcessEnd::exited(0));
@@ -106,7 +105,7 @@ TEST_P(TerminationSignal, IsHeldBackAgainBehindSuchAScope) {
   EXPECT_EQ(endOf([] {
               const Termination termination;
               { const Termination::AtOnce scope(termination); }
-              std::raise(GetParam());
+              ::kill(::getpid(), GetParam());
             }),
             sim::ProcessEnd::exited(100));
 }

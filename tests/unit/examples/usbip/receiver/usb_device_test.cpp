@@ -78,6 +78,12 @@ TEST_F(UsbDeviceFiles, NeedNumbers) {
             directory + "/busnum has no number in it");
 }
 
+TEST_F(UsbDeviceFiles, HaveNoNumberWhileTheKernelResetsTheDevice) {
+  files.write("devnum", "0\n");
+  EXPECT_EQ(support::caught<ulx::StrException>([&] { UsbDevice{directory}; }).message,
+            "the kernel is resetting it");
+}
+
 TEST_F(UsbDeviceFiles, NeedAKnownSpeed) {
   files.write("speed", "unknown\n");
   EXPECT_EQ(support::caught<ulx::StrException>([&] { UsbDevice{directory}; }).message,
@@ -120,8 +126,15 @@ TEST_F(UsbDevicePresence, EndsWithItsDirectory) {
 }
 
 TEST_F(UsbDevicePresence, IsNotThatOfAnotherDeviceAtItsPlace) {
-  files.write("devnum", "8\n");
+  std::filesystem::rename(directory, directory + "-gone");
+  const DeviceFiles successor(directory);
   EXPECT_FALSE(device.isThere());
+}
+
+// Its number is 0 then.
+TEST_F(UsbDevicePresence, LastsWhileTheKernelResetsTheDevice) {
+  files.write("devnum", "0\n");
+  EXPECT_TRUE(device.isThere());
 }
 
 }  // namespace

@@ -48,7 +48,13 @@ void UsbipHost::giveTo(const std::string& driver) {
 void UsbipHost::leaveExported() {
   giveTo("usbip-host");
   device_.write("usbip_status", "2\n");
-  inTable_ = Entry::toBeRemoved;
+  inTable_ = Entry::bound;
+}
+
+void UsbipHost::replaceDevice() {
+  fs::rename(device_.directory(), device_.directory() + "-gone");
+  device_ = DeviceFiles(device_.directory());
+  giveTo("usb");
 }
 
 void UsbipHost::leaveAdded() {
@@ -102,7 +108,7 @@ bool UsbipHost::changeTable(const std::string& text) {
     return true;
   }
   if (text == "del " + busId && inTable_ != Entry::none) {
-    inTable_ = inTable_ == Entry::added ? Entry::added : Entry::toBeRemoved;
+    inTable_ = inTable_ == Entry::added ? Entry::added : Entry::removed;
     return true;
   }
   return false;
@@ -122,7 +128,7 @@ bool UsbipHost::unbind(const std::string& from, const std::string& text) {
     return false;
   }
   if (from == "usbip-host") {
-    inTable_ = inTable_ == Entry::toBeRemoved ? Entry::none : Entry::added;
+    inTable_ = inTable_ == Entry::bound ? Entry::added : inTable_;
   }
   giveTo("");
   return true;

@@ -29,8 +29,8 @@ class UsbipHost {
   /** What a worker leaves that is killed while it exports the device, or between its first write and the binding. */
   void leaveExported();
   void leaveAdded();
-  /** Whether the driver's table has the device still. */
-  [[nodiscard]] bool tableHasDevice() const { return inTable_ != Entry::none; }
+  /** Plugs another device in at the same port, for the driver "usb". */
+  void replaceDevice();
 
   /** The writes so far, each the path below "/sys/bus/usb/" or in the device's directory and the text. */
   [[nodiscard]] const std::vector<std::string>& writes() const { return writes_; }
@@ -42,8 +42,8 @@ class UsbipHost {
   }
 
  private:
-  // How the driver's table has the device; `toBeRemoved` once it is unbound.
-  enum class Entry { none, added, bound, toBeRemoved };
+  // How the driver's table has the device. What is removed while it is bound is there for ever, and of no use.
+  enum class Entry { none, added, bound, removed };
 
   ssize_t write(int descriptor, const void* bytes, std::size_t length);
   // Each returns whether the kernel takes the text.

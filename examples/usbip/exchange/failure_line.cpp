@@ -1,4 +1,4 @@
-#include "examples/usbip/receiver/failure_line.h"
+#include "examples/usbip/exchange/failure_line.h"
 
 namespace usbip {
 

@@ -1,20 +1,18 @@
-#include "examples/usbip/transmitter/stop_signals.h"
+#include "examples/usbip/exchange/stop_signals.h"
 
 #include <gtest/gtest.h>
+#include <poll.h>
 
 #include <csignal>
 
-#include "examples/usbip/transmitter/poll_set.h"
 #include "support/child.h"
 #include "support/descriptors.h"
 
 namespace {
 
 bool hasArrived(const usbip::StopSignals& signals) {
-  usbip::PollSet now;
-  now.add(signals.fd(), POLLIN);
-  now.wait(0);
-  return now.hasEvent(signals.fd());
+  pollfd now{.fd = signals.fd(), .events = POLLIN, .revents = 0};
+  return ::poll(&now, 1, 0) == 1;
 }
 
 TEST(StopSignals, ShowThatOneHasArrivedAndEndNothing) {

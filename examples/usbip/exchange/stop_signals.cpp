@@ -1,9 +1,8 @@
-#include "examples/usbip/transmitter/stop_signals.h"
+#include "examples/usbip/exchange/stop_signals.h"
 
 #include <sys/signalfd.h>
 
 #include <cerrno>
-#include <csignal>
 
 #include "ulx/exceptions.h"
 
@@ -11,10 +10,7 @@ namespace usbip {
 namespace {
 
 int openSignals() {
-  sigset_t signals;
-  ::sigemptyset(&signals);
-  ::sigaddset(&signals, SIGTERM);
-  ::sigaddset(&signals, SIGINT);
+  const sigset_t signals = StopSignals::set();
   if (::sigprocmask(SIG_BLOCK, &signals, nullptr) != 0) {
     ulx::throwErrno("sigprocmask()", errno);
   }
@@ -28,5 +24,13 @@ int openSignals() {
 }  // namespace
 
 StopSignals::StopSignals() : descriptor_(openSignals(), true) {}
+
+sigset_t StopSignals::set() {
+  sigset_t signals;
+  ::sigemptyset(&signals);
+  ::sigaddset(&signals, SIGTERM);
+  ::sigaddset(&signals, SIGINT);
+  return signals;
+}
 
 }  // namespace usbip

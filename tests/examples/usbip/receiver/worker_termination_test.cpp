@@ -16,7 +16,7 @@ using examples::WorkerProgram;
 using examples::WorkerWorld;
 using sim::ProcessEnd;
 
-class WorkerSignals : public RunningWorker, public testing::WithParamInterface<int> {
+class WorkerTermination : public RunningWorker, public testing::WithParamInterface<int> {
  protected:
   void expectGoodEnd() {
     worker->signal(GetParam());
@@ -26,13 +26,13 @@ class WorkerSignals : public RunningWorker, public testing::WithParamInterface<i
   }
 };
 
-TEST_P(WorkerSignals, EndAWorkerThatWaitsForAGreeting) {
+TEST_P(WorkerTermination, EndAWorkerThatWaitsForAGreeting) {
   transmitter.accept();
   static_cast<void>(transmitter.hear(usbip::greetingSize));
   expectGoodEnd();
 }
 
-TEST_P(WorkerSignals, EndAWorkerThatWaitsForAnAnswerToItsDevice) {
+TEST_P(WorkerTermination, EndAWorkerThatWaitsForAnAnswerToItsDevice) {
   transmitter.accept();
   transmitter.greet();
   static_cast<void>(transmitter.hearOffer());
@@ -41,23 +41,23 @@ TEST_P(WorkerSignals, EndAWorkerThatWaitsForAnAnswerToItsDevice) {
   expectGoodEnd();
 }
 
-TEST_P(WorkerSignals, EndAnExport) {
+TEST_P(WorkerTermination, EndAnExport) {
   awaitExport();
   expectGoodEnd();
 }
 
-TEST_P(WorkerSignals, EndAWorkerThatSeesWhyTheLinkHasEnded) {
+TEST_P(WorkerTermination, EndAWorkerThatSeesWhyTheLinkHasEnded) {
   awaitExport();
   transmitter.leave();  // the kernel, which knows nothing of it here, says neither
   expectGoodEnd();
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, WorkerSignals, testing::Values(SIGTERM, SIGINT),
+INSTANTIATE_TEST_SUITE_P(Each, WorkerTermination, testing::Values(SIGTERM, SIGINT),
                          [](const auto& each) { return each.param == SIGTERM ? "SIGTERM" : "SIGINT"; });
 
-class WorkerSignalsWhileWaiting : public WorkerWorld {};
+class WorkerTerminationWhileWaiting : public WorkerWorld {};
 
-TEST_F(WorkerSignalsWhileWaiting, EndAWorkerThatWaitsForTheFarSide) {
+TEST_F(WorkerTerminationWhileWaiting, EndAWorkerThatWaitsForTheFarSide) {
   WorkerProgram worker(arguments({"--debug", "--timeout", "60"}));
   worker.waitForLine("127.0.0.1 port " + transmitter.port() +
                      " is not reached: Connection refused while connect(127.0.0.1 port " +

@@ -1,15 +1,19 @@
 #pragma once
 
+#include <csignal>
+
 #include "ulx/file_descriptor.h"
 
 namespace usbip {
 
-/** SIGTERM and SIGINT, which are held back from the making of it on, as a descriptor. */
+/** SIGTERM and SIGINT, which are held back from its construction on, as a descriptor. */
 class StopSignals {
  public:
-  /** Throws sigprocmask(), signalfd(). */
+  /** Throws "sigprocmask()" or "signalfd()". */
   StopSignals();
 
+  /** The two. */
+  [[nodiscard]] static sigset_t set();
   /** It can be read from when one has arrived. */
   [[nodiscard]] int fd() const { return descriptor_.fd(); }
 
