@@ -236,6 +236,8 @@ class Run {
           "it takes the device that is offered");
     check(conversation_.bytesWanted() == expected.wanted,
           "it wants as many bytes as are missing, and none that may be the kernel's");
+    check(conversation_.awaited().starts_with("the ") == (expected.wanted > 0),
+          "it has a name for what is missing");
     check(!conversation_.refusal() || isLine(*conversation_.refusal()),
           "a refusal is one line without control characters");
   }

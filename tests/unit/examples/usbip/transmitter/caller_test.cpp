@@ -30,30 +30,30 @@ class CallerTest : public testing::Test {
   CallerTest() : CallerTest(connectedSockets()) {}
 
   void say(std::span<const std::uint8_t> bytes) const {
-    ASSERT_EQ(::send(worker_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL),
+    ASSERT_EQ(::send(workersEnd.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL),
               static_cast<ssize_t>(bytes.size()));
   }
   [[nodiscard]] Bytes heard() const {
     Bytes bytes(4096);
-    const ssize_t size = ::recv(worker_.get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
+    const ssize_t size = ::recv(workersEnd.get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
     bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
     return bytes;
   }
   [[nodiscard]] bool hearsTheEnd() const {
     char byte = 0;
-    return ::recv(worker_.get(), &byte, 1, MSG_DONTWAIT) == 0;
+    return ::recv(workersEnd.get(), &byte, 1, MSG_DONTWAIT) == 0;
   }
   std::string refusal() {
-    return support::caught<ulx::StrException>([this] { caller_.serve(); }).message;
+    return support::caught<ulx::StrException>([this] { caller.serve(); }).message;
   }
   // As the descriptor shows them.
   void serveAll() {
-    caller_.serve();
-    caller_.serve();
+    caller.serve();
+    caller.serve();
   }
 
-  sim::Descriptor worker_;
-  Caller caller_;
+  sim::Descriptor workersEnd;
+  Caller caller;
 
  private:
   using Sockets = std::array<int, 2>;
@@ -65,32 +65,32 @@ class CallerTest : public testing::Test {
   }
 
   explicit CallerTest(const Sockets& sockets)
-      : worker_(sockets[0]),
-        caller_({std::make_unique<ulx::FileDescriptor>(sockets[1], true), {.text = "::1", .isLocal = true}},
-                {withoutKeys, true, usbip::Challenge{}}) {}
+      : workersEnd(sockets[0]),
+        caller({std::make_unique<ulx::FileDescriptor>(sockets[1], true), {.text = "::1", .isLocal = true}},
+               {withoutKeys, true, usbip::Challenge{}}) {}
 };
 
 TEST_F(CallerTest, IsNamedByItsAddress) {
-  EXPECT_EQ(caller_.address(), "::1");
+  EXPECT_EQ(caller.address(), "::1");
 }
 
 TEST_F(CallerTest, HasTenSeconds) {
-  const auto left = caller_.deadline() - Caller::Clock::now();
+  const auto left = caller.deadline() - Caller::Clock::now();
   EXPECT_LE(left, std::chrono::seconds(10));
   EXPECT_GT(left, std::chrono::seconds(9));
-  EXPECT_NO_THROW(caller_.expectInTime());
+  EXPECT_NO_THROW(caller.expectInTime());
 }
 
 TEST_F(CallerTest, IsAnsweredAndOffersItsDevice) {
   say(worker::greeting());
   serveAll();
   EXPECT_EQ(heard().size(), usbip::greetingSize);
-  EXPECT_EQ(caller_.offer(), nullptr);
+  EXPECT_EQ(caller.offer(), nullptr);
   say(usbip::encode(worker::offer()));
-  caller_.serve();
-  ASSERT_NE(caller_.offer(), nullptr);
-  EXPECT_EQ(caller_.offer()->busId, "1-2");
-  caller_.answerOffer(Verdict::noFreePort);
+  caller.serve();
+  ASSERT_NE(caller.offer(), nullptr);
+  EXPECT_EQ(caller.offer()->busId, "1-2");
+  caller.answerOffer(Verdict::noFreePort);
   EXPECT_EQ(heard(), Bytes{static_cast<std::uint8_t>(Verdict::noFreePort)});
 }
 
@@ -101,10 +101,10 @@ TEST_F(CallerTest, LeavesInItsConnectionWhatComesBehindTheOffer) {
   said.push_back('k');
   say(said);
   serveAll();
-  caller_.serve();
-  ASSERT_NE(caller_.offer(), nullptr);
-  const std::unique_ptr<ulx::FileDescriptor> socket = caller_.handOver();
-  EXPECT_TRUE(caller_.hasEnded());
+  caller.serve();
+  ASSERT_NE(caller.offer(), nullptr);
+  const std::unique_ptr<ulx::FileDescriptor> socket = caller.handOver();
+  EXPECT_TRUE(caller.hasEnded());
   std::uint8_t next = 0;
   socket->readByte(next);
   EXPECT_EQ(next, 'k');
@@ -117,24 +117,24 @@ TEST_F(CallerTest, IsRefusedForWhatItSays) {
 
 TEST_F(CallerTest, IsRefusedWhenItLeaves) {
   say(worker::startOf(worker::greeting(), 20));
-  caller_.serve();
-  caller_.serve();
-  worker_.close();
+  caller.serve();
+  caller.serve();
+  workersEnd.close();
   EXPECT_EQ(refusal(), "it left before it had said all of the greeting");
 }
 
 TEST_F(CallerTest, IsRefusedWhenItDoesNotTakeWhatIsSent) {
   const Bytes filling(4096);
-  while (::send(caller_.fd(), filling.data(), filling.size(), MSG_NOSIGNAL) > 0) {
+  while (::send(caller.fd(), filling.data(), filling.size(), MSG_NOSIGNAL) > 0) {
   }
   say(worker::greeting());
-  caller_.serve();
-  EXPECT_EQ(support::contextThrownBy<ulx::WouldBlock>([this] { caller_.serve(); }), "send()");
+  caller.serve();
+  EXPECT_EQ(support::contextThrownBy<ulx::WouldBlock>([this] { caller.serve(); }), "send()");
 }
 
 TEST_F(CallerTest, IsRefusedWhenItTakesOnlyABeginningOfWhatIsSent) {
   say(worker::greeting());
-  caller_.serve();
+  caller.serve();
   const support::Replaced shortSend(library::send, [](int fd, const void* buffer, std::size_t, int flags) {
     return library::send.real(fd, buffer, 1, flags);
   });
@@ -143,22 +143,22 @@ TEST_F(CallerTest, IsRefusedWhenItTakesOnlyABeginningOfWhatIsSent) {
 
 TEST_F(CallerTest, IsRefusedWithoutASignalWhenNobodyHearsTheAnswer) {
   say(worker::greeting());
-  caller_.serve();
-  worker_.close();
-  EXPECT_EQ(support::contextThrownBy<ulx::BrokenPipe>([this] { caller_.serve(); }), "send()");
+  caller.serve();
+  workersEnd.close();
+  EXPECT_EQ(support::contextThrownBy<ulx::BrokenPipe>([this] { caller.serve(); }), "send()");
 }
 
 TEST_F(CallerTest, EndsAtOnceWhenItIsDismissedWithoutAnAnswer) {
-  caller_.dismiss();
-  EXPECT_TRUE(caller_.hasEnded());
+  caller.dismiss();
+  EXPECT_TRUE(caller.hasEnded());
 }
 
 TEST_F(CallerTest, IsLeftASecondToReadTheAnswerWhenItIsDismissed) {
   say(worker::greetingOfVersion(2));
   EXPECT_EQ(refusal(), "version 2 of the exchange is spoken there, version 1 here");
-  caller_.dismiss();
-  EXPECT_FALSE(caller_.hasEnded());
-  EXPECT_LE(caller_.deadline() - Caller::Clock::now(), std::chrono::seconds(1));
+  caller.dismiss();
+  EXPECT_FALSE(caller.hasEnded());
+  EXPECT_LE(caller.deadline() - Caller::Clock::now(), std::chrono::seconds(1));
   EXPECT_EQ(heard().size(), usbip::greetingSize);
   EXPECT_TRUE(hearsTheEnd());
 }
@@ -166,24 +166,24 @@ TEST_F(CallerTest, IsLeftASecondToReadTheAnswerWhenItIsDismissed) {
 TEST_F(CallerTest, IsHeardNoMoreWhenItIsDismissed) {
   say(worker::greetingOfVersion(2));
   static_cast<void>(refusal());
-  caller_.dismiss();
+  caller.dismiss();
   say(worker::greeting());
-  caller_.serve();
-  EXPECT_FALSE(caller_.hasEnded());
-  EXPECT_EQ(caller_.offer(), nullptr);
-  worker_.close();
-  caller_.serve();
-  EXPECT_TRUE(caller_.hasEnded());
+  caller.serve();
+  EXPECT_FALSE(caller.hasEnded());
+  EXPECT_EQ(caller.offer(), nullptr);
+  workersEnd.close();
+  caller.serve();
+  EXPECT_TRUE(caller.hasEnded());
 }
 
 TEST_F(CallerTest, OffersNothingMoreWhenItsDeviceIsRefused) {
   say(worker::greeting());
   serveAll();
   say(usbip::encode(worker::offer()));
-  caller_.serve();
-  caller_.answerOffer(Verdict::noFreePort);
-  caller_.dismiss();
-  EXPECT_EQ(caller_.offer(), nullptr);
+  caller.serve();
+  caller.answerOffer(Verdict::noFreePort);
+  caller.dismiss();
+  EXPECT_EQ(caller.offer(), nullptr);
 }
 
 }  // namespace

@@ -14,17 +14,17 @@ namespace {
 class KeyFile : public testing::Test {
  protected:
   usbip::Keys read(const std::string& content, mode_t mode = 0600) {
-    sim::writeFile(path_, content);
-    EXPECT_EQ(::chmod(path_.c_str(), mode), 0);
-    return usbip::readKeyFile(path_);
+    sim::writeFile(path, content);
+    EXPECT_EQ(::chmod(path.c_str(), mode), 0);
+    return usbip::readKeyFile(path);
   }
 
   std::string complaintAbout(const std::string& content, mode_t mode = 0600) {
     return support::caught<ulx::StrException>([&] { static_cast<void>(read(content, mode)); }).message;
   }
 
-  const support::TemporaryDirectory directory_;
-  const std::string path_ = directory_ / "keys";
+  const support::TemporaryDirectory directory;
+  const std::string path = directory / "keys";
 };
 
 TEST_F(KeyFile, HasTheKeyInBeforeTheKeyOut) {
@@ -51,7 +51,7 @@ TEST_F(KeyFile, MayHaveCommentsOnLinesOfTheirOwn) {
 TEST_F(KeyFile, IsRefusedWithoutExactlyOneLineOfTwoWords) {
   for (const char* content : {"", "\n", "# nothing\n", "first\n", "first second third\n", "first\nsecond\n",
                               "first second\nfirst second\n", "first # second\n"}) {
-    EXPECT_EQ(complaintAbout(content), path_ + " has to have one line of two words, the keys IN and OUT")
+    EXPECT_EQ(complaintAbout(content), path + " has to have one line of two words, the keys IN and OUT")
         << content;
   }
 }
@@ -59,7 +59,7 @@ TEST_F(KeyFile, IsRefusedWithoutExactlyOneLineOfTwoWords) {
 TEST_F(KeyFile, IsRefusedWhenItIsNotItsOwnersAlone) {
   for (const mode_t mode : {0640U, 0620U, 0610U, 0604U, 0602U, 0601U, 0644U}) {
     EXPECT_EQ(complaintAbout("first second\n", mode),
-              path_ + " has keys and is not its owner's alone: chmod 600 " + path_);
+              path + " has keys and is not its owner's alone: chmod 600 " + path);
   }
   EXPECT_NO_THROW(static_cast<void>(read("first second\n", 0400)));
   EXPECT_NO_THROW(static_cast<void>(read("first second\n", 0700)));

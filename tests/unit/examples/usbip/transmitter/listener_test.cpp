@@ -52,7 +52,7 @@ class ListenerTest : public testing::Test {
  protected:
   ListenerTest() { support::bringUpLoopback(); }
 
-  const sim::Namespaces world_;
+  const sim::Namespaces world;
 };
 
 TEST_F(ListenerTest, TakesConnectionsOfBothFamilies) {

@@ -27,6 +27,7 @@ const std::string attachFile = hubs::directory + "attach";
 
 std::vector<unsigned> numbersOf(const std::vector<VirtualPort>& ports) {
   std::vector<unsigned> numbers;
+  numbers.reserve(ports.size());
   for (const VirtualPort& port : ports) {
     numbers.push_back(port.number);
   }
