@@ -75,6 +75,7 @@ std::string FarProgram::describe() {
   std::string text = "the far program's lines:\n";
   try {
     text += log();
+    text += "the far machine's kernel has reported last:\n" + machine_.call("dmesg | tail -n 40").output;
   } catch (const sim::Error&) {
     text += "its machine does not answer\n";
   }

@@ -34,7 +34,7 @@ TEST_F(Keys, ThatAreTheSameLetADeviceTravel) {
 
 TEST_F(Keys, OfTheUnitThatAreOthersAreRefused) {
   startWithKeys("tulip lettuce", "tulip cabbage");
-  expectRefused("its keys are others");
+  expectRefused("its keys are different");
 }
 
 TEST_F(Keys, OfTheFarSideThatAreOthersAreRefusedByTheWorker) {
