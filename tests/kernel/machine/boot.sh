@@ -1,4 +1,4 @@
-# shellcheck shell=bash disable=SC2034,SC2154 # what is not used here is used by scripts that source it; what is not set, by those before
+# shellcheck shell=bash disable=SC2034,SC2154 # what is not set or not used here is set or used by the scripts that source it
 # Sourced by the scripts that boot emulated machines: how a machine runs, and what became of its tests.
 
 # set_machine_command SECONDS KERNEL-ARGUMENTS [ARGUMENT...]: sets machine_command to what runs a machine in the current

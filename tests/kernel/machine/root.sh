@@ -1,4 +1,4 @@
-# shellcheck shell=bash disable=SC2034,SC2154 # what is not used here is used by scripts that source it; what is not set, by those before
+# shellcheck shell=bash disable=SC2154 # what is not set here is set by the scripts that source it
 # Sourced by the scripts that boot emulated machines: what stands in a machine's root folder.
 
 # install_unit BUILD-FOLDER ROOT: unpacks the archive for a unit over the root folder.

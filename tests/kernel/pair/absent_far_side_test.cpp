@@ -1,5 +1,7 @@
 // A device is plugged in while nothing listens at the far machine.
 
+#include <algorithm>
+
 #include "kernel/guest/serial_port.h"
 #include "kernel/pair/travel.h"
 #include "sim/files.h"

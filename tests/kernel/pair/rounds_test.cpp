@@ -1,6 +1,5 @@
 // Devices that come and go again and again leave nothing behind at either end.
 
-#include <algorithm>
 #include <cstdlib>
 #include <sstream>
 
