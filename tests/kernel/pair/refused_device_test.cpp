@@ -14,6 +14,7 @@ TEST_F(RefusedDevice, IsASpeakerWhichTheDisplaySays) {
   // What comes after it has travelled: it has been refused by then.
   desk.plug(guest::mouse(), guest::fullSpeedSocket(2));
   farProgram.waitForAttached();
+  waitForInputs(1);
   EXPECT_EQ(workers().size(), 1U);
   EXPECT_EQ(farProgram.portsInUse(), 1);
   EXPECT_EQ(driverOf(speaker), "usb");

@@ -74,6 +74,9 @@ class Rounds : public Travel {
                                                     desk.plug(guest::disk(), guest::highSpeedSocket(2))};
     travelled_ += devicesInARound;
     farProgram.waitForAttached(travelled_);
+    // A device that goes while the far kernel looks at it may hold up that kernel's hubs for a minute.
+    waitForDisks(2);
+    waitForInputs(2);
     for (const guest::PluggedDevice& device : devices) {
       desk.takeOut(device);
     }

@@ -21,7 +21,7 @@ TEST_F(SeveralDevices, TravelAtOnce) {
   EXPECT_EQ(workers().size(), std::size_t{count});
   EXPECT_EQ(farProgram.portsInUse(), count);
   EXPECT_EQ(waitForDisks(2).size(), 2U);
-  far.waitUntil("[ $(ls -d /sys/devices/platform/vhci_hcd.*/usb*/*/*/*/input/input* | wc -l) = 2 ]");
+  waitForInputs(2);
 }
 
 TEST_F(SeveralDevices, AreThereAlreadyWhenTheUnitStarts) {

@@ -150,6 +150,11 @@ std::string Travel::waitForDisk() {
   return waitForDisks(1).front();
 }
 
+void Travel::waitForInputs(int count) {
+  far.waitUntil("[ $(ls -d /sys/devices/platform/vhci_hcd.*/usb*/*/*/*/input/input* | wc -l) = " +
+                std::to_string(count) + " ]");
+}
+
 void Travel::expectContentOf(const std::string& farDisk, const std::string& sha256) {
   EXPECT_EQ(far.read("sha256sum <" + farDisk, sim::Deadline(60)), sha256 + "  -");
 }

@@ -66,6 +66,8 @@ class Travel : public testing::Test {
   std::vector<std::string> waitForDisks(std::size_t count = 1);
   /** The same for one disk. */
   std::string waitForDisk();
+  /** Waits until so many keyboards and mice have travelled and can be used. */
+  void waitForInputs(int count);
   void expectContentOf(const std::string& farDisk, const std::string& sha256);
 
   sim::SyslogSink syslog;

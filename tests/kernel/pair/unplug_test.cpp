@@ -32,6 +32,7 @@ TEST_F(Unplug, LetsTheNextDeviceInTheSameSocketTravel) {
   for (const int time : {1, 2, 3}) {
     const guest::PluggedDevice mouse = desk.plug(guest::mouse(), guest::fullSpeedSocket(1));
     farProgram.waitForAttached(time);
+    waitForInputs(1);
     desk.takeOut(mouse);
     farProgram.waitForGone(time);
   }
