@@ -30,6 +30,7 @@ sigset_t StopSignals::set() {
   ::sigemptyset(&signals);
   ::sigaddset(&signals, SIGTERM);
   ::sigaddset(&signals, SIGINT);
+  ::sigaddset(&signals, SIGHUP);  // the terminal has gone
   return signals;
 }
 

@@ -6,13 +6,13 @@
 
 namespace usbip {
 
-/** SIGTERM and SIGINT, which are held back from its construction on, as a descriptor. */
+/** SIGTERM, SIGINT and SIGHUP, which are held back from its construction on, as a descriptor. */
 class StopSignals {
  public:
   /** Throws "sigprocmask()" or "signalfd()". */
   StopSignals();
 
-  /** The two. */
+  /** The three. */
   [[nodiscard]] static sigset_t set();
   /** It can be read from when one has arrived. */
   [[nodiscard]] int fd() const { return descriptor_.fd(); }

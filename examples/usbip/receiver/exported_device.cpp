@@ -55,11 +55,42 @@ void enterInTable(const std::string& busId) {
   }
 }
 
+void giveBack(const UsbDevice& device, const Log& log) {
+  if (!device.isThere()) {
+    return;
+  }
+  log.debug("giving " + device.busId() + " back to its own driver");
+  if (driverOf(device) == usbipHost) {
+    writeTo(usbipHostFolder + "/unbind", device.busId());
+  }
+  writeTo("/sys/bus/usb/drivers_probe", device.busId());
+}
+
+// For destructors: there is nobody to throw to.
+void giveBackOrLog(const UsbDevice& device, const Log& log) {
+  try {
+    giveBack(device, log);
+  } catch (const ulx::NoSuchDevice&) {
+    log.debug(device.busId() + " has gone, and needs no driver");
+  } catch (const ulx::Exception& error) {
+    log.error(device.busId() + " is not given back: " + failureLine(error));
+  }
+}
+
 }  // namespace
 
 void requireUsbipHost() {
   if (!ulx::pathExists(usbipHostFolder)) {
     throw ulx::StrException("the kernel's driver usbip-host is not loaded: modprobe usbip-host");
+  }
+}
+
+LeftDevice::LeftDevice(const UsbDevice& device, const Log& log)
+    : device_(device), log_(log), isLeft_(driverOf(device) == usbipHost) {}
+
+LeftDevice::~LeftDevice() {
+  if (isLeft_) {
+    giveBackOrLog(device_, log_);
   }
 }
 
@@ -73,13 +104,7 @@ ExportedDevice::ExportedDevice(const UsbDevice& device, const Log& log)
 }
 
 ExportedDevice::~ExportedDevice() {
-  try {
-    giveBack();
-  } catch (const ulx::NoSuchDevice&) {
-    log_.debug(device_.busId() + " has gone, and needs no driver");
-  } catch (const ulx::Exception& error) {
-    log_.error(device_.busId() + " is not given back: " + failureLine(error));
-  }
+  giveBackOrLog(device_, log_);
 }
 
 void ExportedDevice::take() const {
@@ -90,17 +115,6 @@ void ExportedDevice::take() const {
     writeTo(device_.directory() + "/driver/unbind", device_.busId());
   }
   writeTo(usbipHostFolder + "/bind", device_.busId());
-}
-
-void ExportedDevice::giveBack() const {
-  if (!device_.isThere()) {
-    return;
-  }
-  log_.debug("giving " + device_.busId() + " back to its own driver");
-  if (driverOf(device_) == usbipHost) {
-    writeTo(usbipHostFolder + "/unbind", device_.busId());
-  }
-  writeTo("/sys/bus/usb/drivers_probe", device_.busId());
 }
 
 void ExportedDevice::handOver(int socket) const {

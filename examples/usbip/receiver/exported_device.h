@@ -10,6 +10,27 @@ namespace usbip {
 /** Throws a ulx::StrException that says what to do where the kernel's driver usbip-host is not loaded. */
 void requireUsbipHost();
 
+/**
+ * A device that usbip-host has already, because a worker was killed. Its own driver gets it in the end, unless the device is
+ * exported again. One that has another driver is left alone.
+ */
+class LeftDevice {
+ public:
+  /** `device` and `log` must outlive it. Throws readlink(PATH). */
+  LeftDevice(const UsbDevice& device, const Log& log);
+  LeftDevice(const LeftDevice&) = delete;
+  LeftDevice& operator=(const LeftDevice&) = delete;
+  ~LeftDevice();
+
+  /** From now on somebody else gives it back. */
+  void takeOver() { isLeft_ = false; }
+
+ private:
+  const UsbDevice& device_;
+  const Log& log_;
+  bool isLeft_;
+};
+
 /** The kernel's view of a device that usbip-host has, as its attribute usbip_status says. */
 enum class ExportStatus { available, used, failed };
 
@@ -40,7 +61,6 @@ class ExportedDevice {
   ExportedDevice(const UsbDevice& device, const Log& log, StillItsDrivers state);
 
   void take() const;
-  void giveBack() const;
 
   const UsbDevice& device_;
   const Log& log_;

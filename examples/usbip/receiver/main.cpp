@@ -8,6 +8,7 @@
 
 #include "examples/usbip/exchange/failure_line.h"
 #include "examples/usbip/exchange/log.h"
+#include "examples/usbip/exchange/standard_descriptors.h"
 #include "examples/usbip/receiver/command_line.h"
 #include "examples/usbip/receiver/termination.h"
 #include "examples/usbip/receiver/worker.h"
@@ -35,6 +36,7 @@ int work(const usbip::Arguments& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  usbip::fillStandardDescriptors();
   const std::vector<std::string> arguments(argv + 1, argv + argc);
   if (arguments == std::vector<std::string>{"--help"}) {
     ulx::writeOnce(STDOUT_FILENO, std::string(usbip::usage) + usbip::help);

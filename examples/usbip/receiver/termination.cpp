@@ -30,8 +30,10 @@ int millisecondsUntil(Clock::time_point deadline) {
 Termination::Termination() {
   struct sigaction action {};
   action.sa_handler = endAtOnce;
-  if (::sigaction(SIGTERM, &action, nullptr) != 0 || ::sigaction(SIGINT, &action, nullptr) != 0) {
-    ulx::throwErrno("sigaction()", errno);
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+    if (::sigaction(signal, &action, nullptr) != 0) {
+      ulx::throwErrno("sigaction()", errno);
+    }
   }
 }
 

@@ -18,7 +18,7 @@ class EndRequested : public ulx::Exception {
 };
 
 /**
- * SIGTERM and SIGINT. They are held back from its construction on, so that none arrives at a bad moment, and end every
+ * SIGTERM, SIGINT and SIGHUP. They are held back from its construction on, so that none arrives at a bad moment, and end every
  * wait of `waitFor` by an EndRequested. There is one in a program.
  */
 class Termination {

@@ -1,5 +1,6 @@
 #include "examples/usbip/receiver/worker.h"
 
+#include <chrono>
 #include <string>
 
 #include "examples/usbip/exchange/failure_line.h"
@@ -17,6 +18,7 @@ namespace {
 
 constexpr int deviceHasGone = 0;
 constexpr int linkIsLost = 1;
+constexpr std::chrono::seconds restAfterRefusal{3};
 
 Connection connect(const Arguments& arguments, const Termination& termination, const Log& log) {
   return arguments.patience ? connectWithin(*arguments.patience, arguments.transmitter, termination, log)
@@ -26,9 +28,12 @@ Connection connect(const Arguments& arguments, const Termination& termination, c
 // Returns when the link is lost, or the device has gone.
 EndOfExport lend(const UsbDevice& device, const Arguments& arguments, const Termination& termination,
                  const Log& log) {
+  requireUsbipHost();
+  LeftDevice left(device, log);
   const Connection farSide = connect(arguments, termination, log);
   log.debug("connected to " + farSide.farEnd());
   introduceTo(farSide, arguments.keys);
+  left.takeOver();
   const ExportedDevice exported(device, log);
   log.debug("offering " + device.text());
   offerTo(farSide, device.offer());
@@ -42,24 +47,47 @@ int gone(const UsbDevice& device, const Log& log) {
   return deviceHasGone;
 }
 
-// Whatever fails because the device has gone is no error.
+// What fails because the device has gone is no error.
+int failed(const UsbDevice& device, const ulx::Exception& error, const Log& log) {
+  if (!device.isThere()) {
+    return gone(device, log);
+  }
+  log.error(device.busId() + ": " + failureLine(error));
+  return error.status;
+}
+
+// The daemon starts the next worker at once. What it would find as this one did is not worth several tries a second.
+int tryToLend(const UsbDevice& device, const Arguments& arguments, const Termination& termination,
+              const Log& log) {
+  try {
+    if (lend(device, arguments, termination, log) == EndOfExport::deviceHasGone) {
+      return gone(device, log);
+    }
+    log.error(device.busId() + ": the link is lost");
+    return linkIsLost;
+  } catch (const EndRequested&) {
+    throw;
+  } catch (const NotReached& error) {
+    return failed(device, error, log);
+  } catch (const AwaitedInVain& error) {
+    return failed(device, error, log);
+  } catch (const ulx::Exception& error) {
+    const int status = failed(device, error, log);
+    if (status != deviceHasGone) {
+      termination.sleepUntil(Clock::now() + restAfterRefusal);
+    }
+    return status;
+  }
+}
+
 int lendUntilGone(const UsbDevice& device, const Arguments& arguments, const Termination& termination,
                   const Log& log) {
   try {
-    if (lend(device, arguments, termination, log) == EndOfExport::linkIsLost) {
-      log.error(device.busId() + ": the link is lost");
-      return linkIsLost;
-    }
+    return tryToLend(device, arguments, termination, log);
   } catch (const EndRequested&) {
     log.print(device.busId() + ": asked to end");
     return EndRequested().status;
-  } catch (const ulx::Exception& error) {
-    if (device.isThere()) {
-      log.error(device.busId() + ": " + failureLine(error));
-      return error.status;
-    }
   }
-  return gone(device, log);
 }
 
 }  // namespace
@@ -67,7 +95,6 @@ int lendUntilGone(const UsbDevice& device, const Arguments& arguments, const Ter
 int exportDevice(const Arguments& arguments, const Termination& termination, const Log& log) {
   try {
     const UsbDevice device(arguments.device);
-    requireUsbipHost();
     return lendUntilGone(device, arguments, termination, log);
   } catch (const ulx::Exception&) {
     if (ulx::pathExists(arguments.device)) {

@@ -12,7 +12,7 @@ const char* const usage =
 
 const char* const help =
     "Attaches to this machine the USB devices that usb_rx_usbip brings to TCP port PORT,\n"
-    "by the kernel's driver vhci_hcd, until SIGTERM or SIGINT.\n"
+    "by the kernel's driver vhci_hcd, until SIGTERM, SIGINT or SIGHUP.\n"
     "\n"
     "  --list            print which devices are attached, and exit\n"
     "  --keys=FILE       both ends prove that they have the keys IN OUT, one line of FILE\n"

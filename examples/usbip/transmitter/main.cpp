@@ -10,6 +10,7 @@
 
 #include "examples/usbip/exchange/failure_line.h"
 #include "examples/usbip/exchange/log.h"
+#include "examples/usbip/exchange/standard_descriptors.h"
 #include "examples/usbip/transmitter/command_line.h"
 #include "examples/usbip/transmitter/key_file.h"
 #include "examples/usbip/transmitter/port_list.h"
@@ -75,6 +76,7 @@ int runLogged(const usbip::Arguments& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  usbip::fillStandardDescriptors();
   const std::vector<std::string> words(argv + 1, argv + argc);
   const std::optional<usbip::Arguments> arguments = usbip::parseArguments(words);
   if (!arguments) {

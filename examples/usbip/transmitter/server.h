@@ -20,7 +20,7 @@ class Server {
   /** `admission` and `log` must outlive it. Throws what StopSignals and Listener throw. */
   Server(std::uint16_t port, const Admission& admission, const Log& log);
 
-  /** Serves until SIGTERM or SIGINT arrives, then detaches all. Throws a ulx::StrException when that fails. */
+  /** Serves until SIGTERM, SIGINT or SIGHUP arrives, then detaches all. Throws a ulx::StrException when that fails. */
   void serve();
 
  private:

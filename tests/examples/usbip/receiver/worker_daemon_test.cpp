@@ -14,6 +14,7 @@
 #include "examples/usbip/receiver/worker_program.h"
 #include "sim/contract.h"
 #include "sim/deadline.h"
+#include "sim/process_handle.h"
 #include "sim/synthetic_device.h"
 #include "sim/unit.h"
 #include "sim/wait.h"
@@ -31,6 +32,22 @@ class WorkerDaemon : public testing::Test {
     transmitter.emplace();
     sim::Unit::writeConfig("[apps]\nquor_usb_rx_generic = " + examples::workerCommand().back() +
                            "\n[usb]\nconnect_fail_timeout = 60\n");
+  }
+
+  // Its workers end with the daemon, and give their devices back, while there is a kernel.
+  void TearDown() override {
+    if (!unit.daemon().isRunning()) {
+      return;
+    }
+    std::vector<sim::ProcessHandle> workers;
+    for (const pid_t worker : unit.daemon().children()) {
+      workers.emplace_back(worker);
+    }
+    unit.daemon().signal(SIGKILL);
+    for (const sim::ProcessHandle& worker : workers) {
+      sim::waitUntil("the end of a worker", {}, worker.endEvents(),
+                     [&] { return sim::waitReadable(worker.endEvents(), sim::Deadline(0)); });
+    }
   }
 
   // Plugs the device in before the daemon starts.

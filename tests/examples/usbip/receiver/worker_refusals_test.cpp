@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <csignal>
 #include <string>
 
 #include "examples/usbip/exchange/messages.h"
@@ -9,6 +11,7 @@
 #include "examples/usbip/receiver/worker_program.h"
 #include "examples/usbip/receiver/worker_world.h"
 #include "sim/process.h"
+#include "sim/wait.h"
 
 namespace {
 
@@ -46,7 +49,7 @@ TEST_F(WorkerRefusals, OfADeviceFromAnotherMachineHaveTheirOwnStatus) {
 TEST_F(WorkerRefusals, SayWhichModuleIsMissing) {
   ExportingKernel::unloadUsbipHost();
   EXPECT_EQ(logOf(arguments(), 1),
-            Words{"the kernel's driver usbip-host is not loaded: modprobe usbip-host"});
+            Words{"1-2: the kernel's driver usbip-host is not loaded: modprobe usbip-host"});
 }
 
 TEST_F(WorkerRefusals, AreNoneOfADeviceThatHasGoneBefore) {
@@ -66,6 +69,12 @@ TEST_F(WorkerRefusals, HaveAnotherStatusAfterATimeOfWaiting) {
       logOf(arguments({"--timeout", "1"}), 28),
       Words{"1-2: waited in vain: 127.0.0.1 port " + transmitter.port() +
             " is not reached: Connection refused while connect(127.0.0.1 port " + transmitter.port() + ")"});
+}
+
+TEST_F(WorkerRefusals, GiveADeviceBackThatAKilledWorkerHasLeft) {
+  kernel.giveTo("usbip-host");
+  static_cast<void>(logOf(arguments(), 1));
+  sim::waitUntil("the device's own driver", {}, [this] { return kernel.driver() == "usb"; });
 }
 
 TEST_F(WorkerRefusals, ShowTheUsage) {
@@ -107,6 +116,22 @@ TEST_F(WorkerRefusalsByFarSide, SaysTheReasonOfAnAnswerToTheDeviceAndGivesItBack
   EXPECT_EQ(kernel.driver(), "usbip-host");
   transmitter.say(Verdict::noFreePort);
   EXPECT_EQ(failure(), "1-2: refused: no port is free there");
+}
+
+TEST_F(WorkerRefusalsByFarSide, RestsAWhileSinceTheDaemonRestartsAtOnce) {
+  const auto begin = std::chrono::steady_clock::now();
+  transmitter.accept();
+  transmitter.greet({.verdict = Verdict::keysNeeded});
+  static_cast<void>(failure());
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(3));
+}
+
+TEST_F(WorkerRefusalsByFarSide, EndsItsRestWhenItIsAskedTo) {
+  transmitter.accept();
+  transmitter.greet({.verdict = Verdict::keysNeeded});
+  worker->waitForLine("1-2: refused: keys are needed there");
+  worker->signal(SIGTERM);
+  EXPECT_EQ(worker->waitForEnd(), ProcessEnd::exited(0));
 }
 
 TEST_F(WorkerRefusalsByFarSide, NamesBothVersions) {
@@ -153,7 +178,7 @@ class WorkerRefusalsWhileWaiting : public RunningWorker {
   WorkerRefusalsWhileWaiting() : RunningWorker({"--timeout", "60"}) {}
 };
 
-TEST_F(WorkerRefusalsWhileWaiting, FailsAtOnce) {
+TEST_F(WorkerRefusalsWhileWaiting, FailsInsteadOfTryingOn) {
   transmitter.accept();
   transmitter.greet({.verdict = Verdict::keysNeeded});
   EXPECT_EQ(worker->waitForEnd(), ProcessEnd::exited(1));
