@@ -35,7 +35,7 @@ GreetingBytes receiveGreeting(const Connection& farSide) {
   return bytes;
 }
 
-// A far side that has no keys cannot be the one that was meant, whatever else it says.
+// A far side that has no keys cannot be the one that was meant.
 void expectSameUseOfKeys(bool here, bool there) {
   if (here && !there) {
     refusedFor(Verdict::noKeysHere);

@@ -41,7 +41,7 @@ enum class ExportStatus { available, used, failed };
 class ExportedDevice {
  public:
   /**
-   * Takes the device from whatever driver has it: also from usbip-host itself, where a killed worker has left it with a
+   * Takes the device from the driver that has it: also from usbip-host itself, where a killed worker has left it with a
    * link that ends now. Throws the class of a failed call's error number; its own driver has the device again then.
    * `device` and `log` must outlive it.
    */

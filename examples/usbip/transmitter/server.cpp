@@ -16,7 +16,7 @@ namespace usbip {
 namespace {
 
 constexpr std::size_t callersAtOnce = 16;
-// A connection for which there is no descriptor goes on waiting, and wakes whoever listens at once.
+// A connection for which there is no descriptor goes on waiting, and wakes every wait at once.
 constexpr std::chrono::seconds restAfterFailedAccept{1};
 
 /** A device that is not taken. */

@@ -77,6 +77,7 @@ std::vector<std::string> programWithArguments() {
 
 [[noreturn]] void becomeProgram(std::vector<std::string> words) {
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (std::string& word : words) {
     arguments.push_back(word.data());
   }

@@ -62,7 +62,7 @@ void expectSame(const std::string& machine, const Holdings& before, const Holdin
 
 int roundsFromEnvironment() {
   const char* text = std::getenv("TRAVEL_ROUNDS");
-  return text == nullptr ? 1 : std::atoi(text);
+  return text == nullptr ? 1 : std::stoi(text);
 }
 
 class Rounds : public Travel {

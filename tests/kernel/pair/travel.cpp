@@ -41,7 +41,8 @@ bool isProcess(const fs::path& entry) {
 /** The first word of a process's command line; empty for one that has ended. */
 std::string programOf(const fs::path& process) {
   try {
-    return sim::readFile(process / "cmdline").c_str();
+    const std::string words = sim::readFile(process / "cmdline");
+    return words.substr(0, words.find('\0'));
   } catch (const sim::Error&) {
     return {};
   }
@@ -61,7 +62,7 @@ Travel::Travel() : syslog(syslogSocket), farProgram(far), script({"/bin/sh"}, "/
   display.openReader();
 }
 
-Travel::~Travel() {
+void Travel::TearDown() {
   stopUnit();
   display.removeFifo();
   fs::remove(contract::configurationPath);

@@ -34,12 +34,12 @@ struct UnitSettings {
  */
 class Travel : public testing::Test {
  public:
-  ~Travel() override;
   Travel(const Travel&) = delete;
   Travel& operator=(const Travel&) = delete;
 
  protected:
   Travel();
+  void TearDown() override;
 
   void startUnit(const UnitSettings& settings = {});
   /** Starts the program of the far machine, and the unit. */
