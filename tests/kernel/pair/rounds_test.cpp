@@ -12,7 +12,7 @@ namespace {
 
 /**
  * What the kernel may hold more after all rounds than before. Five rounds were seen to move it by up to 120 kB, in either
- * direction. A leak of 128 bytes for each device, less than any object of a device has, is more in 1,000 rounds.
+ * direction. In 250 rounds of four devices that is 512 bytes for each: less than the kernel's object of a device has.
  */
 constexpr long kilobytesThatMayStay = 500;
 
