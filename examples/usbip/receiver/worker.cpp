@@ -18,7 +18,8 @@ namespace {
 
 constexpr int deviceHasGone = 0;
 constexpr int linkIsLost = 1;
-constexpr std::chrono::seconds restAfterRefusal{3};
+// Shorter than the three quiet seconds in which the daemon forgets failures: it is to see that they go on.
+constexpr std::chrono::seconds restAfterRefusal{2};
 
 Connection connect(const Arguments& arguments, const Termination& termination, const Log& log) {
   return arguments.patience ? connectWithin(*arguments.patience, arguments.transmitter, termination, log)

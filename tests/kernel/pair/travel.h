@@ -33,10 +33,6 @@ struct UnitSettings {
  * At the end everything is taken out, and nothing runs that a test has started.
  */
 class Travel : public testing::Test {
- public:
-  Travel(const Travel&) = delete;
-  Travel& operator=(const Travel&) = delete;
-
  protected:
   Travel();
   void TearDown() override;

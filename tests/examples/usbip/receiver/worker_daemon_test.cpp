@@ -124,6 +124,16 @@ TEST_F(WorkerDaemon, ShowsThatADeviceFromAnotherMachineCannotBeConfigured) {
   EXPECT_EQ(unit.display.waitForWrite(), contract::display::cannotBeConfigured("Disk") + "\n");
 }
 
+TEST_F(WorkerDaemon, CountsRefusalsAsFailuresThoughTheWorkerRestsAfterEach) {
+  transmitter->listen();
+  startDaemon({.name = "1-2", .product = "Disk"});
+  for (int refusal = 0; refusal < 5; ++refusal) {
+    transmitter->accept();
+    transmitter->greet({.verdict = Verdict::keysNeeded});
+  }
+  EXPECT_EQ(unit.display.waitForWrite(sim::Deadline(30)), contract::display::noTransmitter("Disk") + "\n");
+}
+
 TEST_F(WorkerDaemon, HasItWaitForATransmitterAfterFiveFailures) {
   startDaemon({.name = "1-2", .product = "Disk"});
   EXPECT_EQ(unit.display.waitForWrite(sim::Deadline(30)), contract::display::noTransmitter("Disk") + "\n");
