@@ -40,13 +40,13 @@ class WorkerDaemon : public testing::Test {
       return;
     }
     std::vector<sim::ProcessHandle> workers;
-    for (const pid_t worker : unit.daemon().children()) {
-      workers.emplace_back(worker);
+    for (const pid_t child : unit.daemon().children()) {
+      workers.emplace_back(child);
     }
     unit.daemon().signal(SIGKILL);
-    for (const sim::ProcessHandle& worker : workers) {
-      sim::waitUntil("the end of a worker", {}, worker.endEvents(),
-                     [&] { return sim::waitReadable(worker.endEvents(), sim::Deadline(0)); });
+    for (const sim::ProcessHandle& ending : workers) {
+      sim::waitUntil("the end of a worker", {}, ending.endEvents(),
+                     [&] { return sim::waitReadable(ending.endEvents(), sim::Deadline(0)); });
     }
   }
 
