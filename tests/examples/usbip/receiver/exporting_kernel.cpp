@@ -123,27 +123,33 @@ void ExportingKernel::forgetAll() const {
   }
 }
 
-// A worker's writes that have come together are served in the order in which a worker makes them.
+// A worker's writes are read with the last one first, and served in the order in which a worker makes them: what it wrote
+// before one that is there is then there, too.
 void ExportingKernel::serve() {
   if (!fs::exists(directory_)) {
     forgetAll();
     return;
   }
-  if (take(usbUnbind) == busId_ || take(hostFolder + "/unbind") == busId_) {
+  const bool isProbed = take(probe) == busId_;
+  const std::string socketNumber = take(directory_ + "/usbip_sockfd");
+  const bool isBound = take(hostFolder + "/bind") == busId_;
+  const bool isUnboundFromHost = take(hostFolder + "/unbind") == busId_;
+  const bool isUnboundFromUsb = take(usbUnbind) == busId_;
+  const bool isEntered = take(hostFolder + "/match_busid") == "add " + busId_;
+
+  inTable_ = inTable_ || isEntered;
+  if (isUnboundFromUsb || isUnboundFromHost) {
     closeLink();
     giveTo("");
   }
-  if (take(hostFolder + "/match_busid") == "add " + busId_) {
-    inTable_ = true;
-  }
-  if (take(hostFolder + "/bind") == busId_ && inTable_ && driver().empty()) {
+  if (isBound && inTable_ && driver().empty()) {
     giveTo("usbip-host");
   }
-  if (const std::string number = take(directory_ + "/usbip_sockfd"); !number.empty()) {
-    socket_ = worker_.shareFile(std::stoi(number));
+  if (!socketNumber.empty()) {
+    socket_ = worker_.shareFile(std::stoi(socketNumber));
     writeAttribute("usbip_status", "2\n");
   }
-  if (take(probe) == busId_ && driver().empty()) {
+  if (isProbed && driver().empty()) {
     giveTo("usb");
   }
 }
